@@ -1,0 +1,52 @@
+#include "platform/services/FileManager.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+
+#include <sys/stat.h>
+
+namespace platform::FileManager {
+
+namespace {
+
+Error fileError(int code, const QString& description)
+{
+    return { QString::fromLatin1(fileErrorDomain), code, description, qt_error_string(errno) };
+}
+
+} // namespace
+
+std::variant<bool, Error> isDirectory(const QString& path)
+{
+    struct stat status = {};
+    if (::stat(QFile::encodeName(path).constData(), &status) == 0) {
+        return S_ISDIR(status.st_mode);
+    }
+    return fileError(errno == ENOENT ? fileReadNoSuchFileError : fileReadUnknownError,
+        QStringLiteral("The folder “%1” could not be read.").arg(path));
+}
+
+std::optional<Error> createDirectory(const QString& path)
+{
+    // One by one, since QDir::mkpath does not tell why it failed.
+    const QString whole = QDir::cleanPath(path);
+    for (qsizetype end = whole.indexOf(u'/', 1);; end = whole.indexOf(u'/', end + 1)) {
+        const QByteArray part = QFile::encodeName(end < 0 ? whole : whole.left(end));
+        if (::mkdir(part.constData(), S_IRWXU) != 0 && errno != EEXIST) {
+            return fileError(fileWriteUnknownError,
+                QStringLiteral("The folder “%1” could not be created.").arg(path));
+        }
+        if (end < 0) {
+            break;
+        }
+    }
+    errno = ENOTDIR;
+    return QFileInfo(whole).isDir()
+        ? std::nullopt
+        : std::optional(fileError(fileWriteUnknownError,
+            QStringLiteral("The folder “%1” could not be created.").arg(path)));
+}
+
+} // namespace platform::FileManager

@@ -1,0 +1,45 @@
+#include "platform/services/StandardFolders.h"
+
+#include "platform/services/FileManager.h"
+
+#include <QStandardPaths>
+
+namespace platform::StandardFolders {
+namespace {
+
+// The generic locations, since Qt's own for an application follow its changeable name.
+QString ownFolder(QStandardPaths::StandardLocation location)
+{
+    return QStandardPaths::writableLocation(location) + QStringLiteral("/vellumcap");
+}
+
+} // namespace
+
+QString applicationSupport()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+}
+
+QString caches()
+{
+    return ownFolder(QStandardPaths::GenericCacheLocation);
+}
+
+QString configuration()
+{
+    return ownFolder(QStandardPaths::GenericConfigLocation);
+}
+
+QString pictures()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+}
+
+QString applicationScripts(Creation creation)
+{
+    const QString path = configuration() + QStringLiteral("/scripts");
+    const bool missing = creation == Creation::Yes && FileManager::createDirectory(path);
+    return missing ? QString() : path;
+}
+
+} // namespace platform::StandardFolders

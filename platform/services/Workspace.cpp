@@ -1,0 +1,69 @@
+#include "platform/services/Workspace.h"
+
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QStandardPaths>
+#include <QUrl>
+
+#include <gio/gio.h>
+#include <memory>
+
+namespace platform::Workspace {
+namespace {
+
+struct Unreference {
+    void operator()(gpointer object) const { g_object_unref(object); }
+};
+template <typename Object> using Reference = std::unique_ptr<Object, Unreference>;
+
+Reference<GAppInfo> handlerOf(const QByteArray& url)
+{
+    const Reference<GFile> file(g_file_new_for_uri(url.constData()));
+    return Reference<GAppInfo>(g_file_query_default_handler(file.get(), nullptr, nullptr));
+}
+
+/// What of our own start must not be handed on, and what tells the handler to stay behind.
+Reference<GAppLaunchContext> launchContext(Activation activation)
+{
+    Reference<GAppLaunchContext> context(g_app_launch_context_new());
+    g_app_launch_context_unsetenv(context.get(), "XDG_ACTIVATION_TOKEN");
+    g_app_launch_context_unsetenv(context.get(), "DESKTOP_STARTUP_ID");
+    if (activation == Activation::Background
+        && QGuiApplication::platformName() == QStringLiteral("xcb")) {
+        // By the startup notification protocol, a window of time 0 does not take the focus.
+        g_app_launch_context_setenv(context.get(), "DESKTOP_STARTUP_ID", "vellumcap-0_TIME0");
+    }
+    return context;
+}
+
+/// Only Qt can ask a Wayland compositor for an activation token in the name of our window. It
+/// hands the URL to this program, as one argument: an encoded URL has no space and no quote.
+bool needsToken(Activation activation)
+{
+    return activation == Activation::Foreground
+        && QGuiApplication::platformName().startsWith(QStringLiteral("wayland"))
+        && !QStandardPaths::findExecutable(QStringLiteral("xdg-open")).isEmpty();
+}
+
+} // namespace
+
+bool open(const QUrl& url, Activation activation)
+{
+    if (!url.isValid() || url.scheme().isEmpty()) {
+        return false;
+    }
+    const QByteArray encoded = url.toEncoded();
+    if (needsToken(activation) && handlerOf(encoded)) {
+        return QDesktopServices::openUrl(url);
+    }
+    const auto context = launchContext(activation);
+    return g_app_info_launch_default_for_uri(encoded.constData(), context.get(), nullptr) != 0;
+}
+
+bool showFolder(const QString& path)
+{
+    return QFileInfo(path).isDir() && open(QUrl::fromLocalFile(path));
+}
+
+} // namespace platform::Workspace

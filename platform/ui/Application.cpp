@@ -1,0 +1,106 @@
+#include "platform/ui/Application.h"
+
+#include "platform/services/Dispatch.h"
+#include "platform/ui/Alert.h"
+#include "platform/ui/Sheet.h"
+#include "platform/ui/TerminationSignals.h"
+
+#include <QEvent>
+#include <QScopeGuard>
+#include <QSessionManager>
+
+namespace platform {
+
+Application::Application(int& argc, char** argv)
+    : QApplication(argc, argv)
+{
+    setApplicationName(QStringLiteral("Vellumcap"));
+    setApplicationDisplayName(QStringLiteral("Vellumcap"));
+    setApplicationVersion(QStringLiteral(VELLUMCAP_VERSION));
+    setDesktopFileName(QStringLiteral("org.vellumcap.Vellumcap"));
+    setQuitOnLastWindowClosed(false);
+    connect(this, &QGuiApplication::commitDataRequest, this, &Application::commitData,
+        Qt::DirectConnection);
+}
+
+Application::~Application()
+{
+    m_delegate = nullptr;
+    finishGlobalQueues();
+    sendPostedEvents();
+    sendPostedEvents(nullptr, QEvent::DeferredDelete);
+}
+
+Application& Application::shared()
+{
+    return *static_cast<Application*>(qApp);
+}
+
+int Application::run()
+{
+    const TerminationSignals signalsToQuit([this] { terminate(); });
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            if (m_delegate != nullptr) {
+                m_delegate->applicationDidFinishLaunching();
+            }
+        },
+        Qt::QueuedConnection);
+    return exec();
+}
+
+bool Application::presentError(const Error& error)
+{
+    const Alert alert{
+        .messageText = error.localizedDescription,
+        .informativeText = error.failureReason,
+        .buttons = { tr("OK") },
+    };
+    alert.runModal(activeWindow());
+    return false;
+}
+
+void Application::terminate()
+{
+    if (askDelegate() == TerminateReply::Now) {
+        exit(0);
+    }
+}
+
+void Application::endSheet(QWidget* sheet)
+{
+    platform::endSheet(sheet);
+}
+
+bool Application::event(QEvent* event)
+{
+    // Qt would close every window and leave; the delegate has to be asked first.
+    if (event->type() == QEvent::Quit) {
+        terminate();
+        return true;
+    }
+    return QApplication::event(event);
+}
+
+TerminateReply Application::askDelegate()
+{
+    if (m_asking) {
+        return TerminateReply::Cancel;
+    }
+    if (m_delegate == nullptr) {
+        return TerminateReply::Now;
+    }
+    m_asking = true;
+    const auto asked = qScopeGuard([this] { m_asking = false; });
+    return m_delegate->applicationShouldTerminate(*this);
+}
+
+void Application::commitData(QSessionManager& session)
+{
+    if (askDelegate() == TerminateReply::Cancel) {
+        session.cancel();
+    }
+}
+
+} // namespace platform

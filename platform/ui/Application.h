@@ -1,0 +1,66 @@
+#pragma once
+
+#include "platform/services/Error.h"
+#include "platform/ui/MenuResponder.h"
+
+#include <QApplication>
+
+class QSessionManager;
+class QUndoStack;
+
+namespace platform {
+
+class Application;
+
+enum class TerminateReply { Cancel = 0, Now = 1 };
+
+/// What the program answers for. Not owned by the application; outlives its run.
+class ApplicationDelegate : public MenuResponder {
+public:
+    virtual void applicationDidFinishLaunching() = 0;
+    /// The program was started again, or its icon was used: bring the main window to the front.
+    virtual void applicationShouldHandleReopen() = 0;
+    virtual TerminateReply applicationShouldTerminate(Application& application) = 0;
+    /// The undo manager of actions in `window`; null when there is none.
+    virtual QUndoStack* windowWillReturnUndoManager(QWidget* window) = 0;
+};
+
+/// The one application object: launch, quit, and what is modal to all windows. Main thread.
+class Application : public QApplication {
+    Q_OBJECT
+public:
+    Application(int& argc, char** argv);
+    ~Application() override;
+
+    static Application& shared();
+
+    ApplicationDelegate* delegate() const { return m_delegate; }
+    void setDelegate(ApplicationDelegate* delegate) { m_delegate = delegate; }
+
+    /// Launches the delegate, runs the event loop, and returns the exit status.
+    int run();
+
+    /// Shows `error` in a modal alert. True when the failure was repaired, which no error of
+    /// today offers.
+    bool presentError(const Error& error);
+
+    /// Asks the delegate, and quits when it agrees. Also what SIGTERM, SIGINT and the end of the
+    /// desktop session do.
+    void terminate();
+
+    /// Ends the sheet on its parent; see Sheet.h.
+    void endSheet(QWidget* sheet);
+
+protected:
+    bool event(QEvent* event) override;
+
+private:
+    /// Cancel, too, while the delegate is still being asked.
+    TerminateReply askDelegate();
+    void commitData(QSessionManager& session);
+
+    ApplicationDelegate* m_delegate = nullptr;
+    bool m_asking = false;
+};
+
+} // namespace platform

@@ -1,0 +1,33 @@
+#include "tests/support/Sandbox.h"
+
+#include <QDir>
+#include <QLocale>
+
+#include <ctime>
+
+namespace support {
+
+Sandbox::Sandbox()
+{
+    const auto folder = [this](const char* variable, const QString& name) {
+        QDir(m_folder.path()).mkpath(name);
+        QFile::setPermissions(
+            m_folder.filePath(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv(variable, m_folder.filePath(name).toUtf8());
+    };
+    folder("HOME", QStringLiteral("home"));
+    folder("XDG_DATA_HOME", QStringLiteral("data"));
+    folder("XDG_CONFIG_HOME", QStringLiteral("config"));
+    folder("XDG_CACHE_HOME", QStringLiteral("cache"));
+    folder("XDG_RUNTIME_DIR", QStringLiteral("runtime"));
+    qputenv("TZ", "UTC");
+    tzset();
+    qputenv("LC_ALL", "C.UTF-8");
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    if (!qEnvironmentVariableIsSet("VELLUMCAP_TEST_ON_SCREEN")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+}
+
+} // namespace support
