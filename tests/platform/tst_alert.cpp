@@ -1,0 +1,130 @@
+#include "platform/ui/Alert.h"
+#include "tests/support/TestMain.h"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+#include <algorithm>
+
+class AlertTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void returnsThePlaceOfTheButton_data();
+    void returnsThePlaceOfTheButton();
+    void pressesByKey_data();
+    void pressesByKey();
+    void keepsTheOrderOfTheButtons();
+    void showsPlainTextOnly();
+    void wrapsLongTexts();
+};
+
+namespace {
+
+const QStringList quitOrCancel{ QStringLiteral("Quit anyway"), QStringLiteral("Cancel") };
+
+int runAnd(const platform::Alert& alert, const std::function<void(QMessageBox&)>& answer)
+{
+    bool isThere = false;
+    QTimer::singleShot(0, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        isThere = box != nullptr && box->windowModality() == Qt::ApplicationModal;
+        if (box != nullptr) {
+            answer(*box);
+        }
+    });
+    const int pressed = alert.runModal();
+    return isThere ? pressed : -1;
+}
+
+} // namespace
+
+void AlertTest::returnsThePlaceOfTheButton_data()
+{
+    QTest::addColumn<int>("place");
+    QTest::newRow("first") << 0;
+    QTest::newRow("second") << 1;
+}
+
+void AlertTest::returnsThePlaceOfTheButton()
+{
+    QFETCH(int, place);
+    const platform::Alert alert{ QStringLiteral("Quit?"), {}, quitOrCancel };
+    QCOMPARE(runAnd(alert, [place](QMessageBox& box) { box.buttons().at(place)->click(); }), place);
+}
+
+void AlertTest::pressesByKey_data()
+{
+    QTest::addColumn<QStringList>("buttons");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<int>("place");
+    const QStringList three{ QStringLiteral("A"), QStringLiteral("Cancel"), QStringLiteral("B") };
+    const QStringList without{ QStringLiteral("A"), QStringLiteral("B") };
+    QTest::newRow("return presses the first") << three << int{ Qt::Key_Return } << 0;
+    QTest::newRow("escape presses Cancel") << three << int{ Qt::Key_Escape } << 1;
+    QTest::newRow("escape presses the last without one") << without << int{ Qt::Key_Escape } << 1;
+}
+
+void AlertTest::pressesByKey()
+{
+    QFETCH(QStringList, buttons);
+    QFETCH(int, key);
+    QFETCH(int, place);
+    const platform::Alert alert{ QStringLiteral("Quit?"), {}, buttons };
+    QCOMPARE(runAnd(alert,
+                 [key](QMessageBox& box) { QTest::keyClick(&box, static_cast<Qt::Key>(key)); }),
+        place);
+}
+
+void AlertTest::keepsTheOrderOfTheButtons()
+{
+    QStringList seen;
+    const platform::Alert alert{ QStringLiteral("Quit?"), {}, quitOrCancel };
+    runAnd(alert, [&seen](QMessageBox& box) {
+        auto buttons = box.findChildren<QPushButton*>();
+        std::sort(buttons.begin(), buttons.end(),
+            [](const auto* left, const auto* right) { return left->x() < right->x(); });
+        for (const QPushButton* button : buttons) {
+            seen.append(button->text());
+        }
+        box.close();
+    });
+    QCOMPARE(seen, quitOrCancel);
+}
+
+void AlertTest::showsPlainTextOnly()
+{
+    const auto markup = QStringLiteral("<a href=\"https://example.org\">a</a>");
+    const platform::Alert alert{ markup, markup, quitOrCancel };
+    int labels = 0;
+    runAnd(alert, [&](QMessageBox& box) {
+        QCOMPARE(box.text(), markup);
+        QCOMPARE(box.informativeText(), markup);
+        for (const QLabel* label : box.findChildren<QLabel*>()) {
+            if (label->text() == markup) {
+                ++labels;
+                QCOMPARE(label->textFormat(), Qt::PlainText);
+            }
+        }
+        box.close();
+    });
+    QCOMPARE(labels, 2);
+}
+
+void AlertTest::wrapsLongTexts()
+{
+    const platform::Alert alert{ QStringLiteral("word ").repeated(300),
+        QStringLiteral("/folder").repeated(300), quitOrCancel };
+    int width = 0;
+    runAnd(alert, [&width](QMessageBox& box) {
+        width = box.width();
+        box.close();
+    });
+    QVERIFY2(width > 0 && width <= 1100, qPrintable(QString::number(width)));
+}
+
+VELLUMCAP_TEST_MAIN(AlertTest)
+
+#include "tst_alert.moc"

@@ -1,0 +1,258 @@
+#include "platform/services/Dispatch.h"
+#include "platform/services/Log.h"
+#include "tests/support/TestMain.h"
+
+#include <QAbstractButton>
+#include <QLabel>
+#include <QMessageBox>
+#include <QPointer>
+#include <QProcess>
+#include <QTimer>
+
+#include <csignal>
+#include <cstdio>
+
+using platform::Application;
+using platform::TerminateReply;
+
+namespace {
+
+/// Notes what it is asked, and answers as it is told.
+class NotingDelegate : public platform::ApplicationDelegate {
+public:
+    NotingDelegate() { Application::shared().setDelegate(this); }
+    ~NotingDelegate() override { Application::shared().setDelegate(nullptr); }
+
+    void applicationDidFinishLaunching() override { launched(); }
+    void applicationShouldHandleReopen() override { }
+    TerminateReply applicationShouldTerminate(Application&) override
+    {
+        ++timesAsked;
+        return reply();
+    }
+    QUndoStack* windowWillReturnUndoManager(QWidget*) override { return nullptr; }
+    bool respondsTo(const QAction&) const override { return false; }
+    bool validateMenuItem(const QAction&) const override { return false; }
+    void perform(QAction&) override { }
+
+    std::function<void()> launched = [] {};
+    std::function<TerminateReply()> reply = [] { return TerminateReply::Now; };
+    int timesAsked = 0;
+};
+
+void say(const char* line)
+{
+    std::puts(line);
+    std::fflush(stdout);
+}
+
+/// A run of its own, for what a signal or the application's end does to a process.
+int runAsChild(Application& application)
+{
+    NotingDelegate delegate;
+    delegate.launched = [] { say("launched"); };
+    delegate.reply = [&delegate] {
+        say("asked");
+        return delegate.timesAsked == 1 ? TerminateReply::Cancel : TerminateReply::Now;
+    };
+    platform::dispatchGlobal(platform::QualityOfService::Utility,
+        [] { platform::dispatchMain([] { say("job's end"); }); });
+    return application.run();
+}
+
+int endAtOnce()
+{
+    platform::dispatchGlobal(platform::QualityOfService::Utility, [] {
+        platform::dispatchMain([] {
+            say("job's end");
+            auto* object = new QObject;
+            QObject::connect(object, &QObject::destroyed, [] { say("deleted"); });
+            object->deleteLater();
+        });
+    });
+    return 0;
+}
+
+} // namespace
+
+class ApplicationTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void hasTheProgramsNames();
+    void launchesInTheEventLoop();
+    void staysWhenTheDelegateCancels();
+    void asksOnceAtATime();
+    void asksBeforeQtQuits();
+    void outlivesItsLastWindow();
+    void presentsErrors();
+    void endsOnSignals_data();
+    void endsOnSignals();
+    void finishesBackgroundWorkAtTheEnd();
+};
+
+void ApplicationTest::hasTheProgramsNames()
+{
+    QCOMPARE(&Application::shared(), qApp);
+    QCOMPARE(Application::applicationDisplayName(), QStringLiteral("Vellumcap"));
+    QCOMPARE(Application::desktopFileName(), QStringLiteral("org.vellumcap.Vellumcap"));
+    QVERIFY(!Application::quitOnLastWindowClosed());
+}
+
+void ApplicationTest::launchesInTheEventLoop()
+{
+    NotingDelegate delegate;
+    bool isRunning = false;
+    delegate.launched = [&isRunning] {
+        isRunning = QThread::currentThread()->loopLevel() == 1;
+        Application::shared().terminate();
+    };
+    QCOMPARE(Application::shared().run(), 0);
+    QVERIFY(isRunning);
+    QCOMPARE(delegate.timesAsked, 1);
+}
+
+void ApplicationTest::staysWhenTheDelegateCancels()
+{
+    NotingDelegate delegate;
+    bool stayed = false;
+    delegate.launched = [&] {
+        delegate.reply = [] { return TerminateReply::Cancel; };
+        Application::shared().terminate();
+        QTimer::singleShot(0, [&] {
+            stayed = true;
+            delegate.reply = [] { return TerminateReply::Now; };
+            Application::shared().terminate();
+        });
+    };
+    QCOMPARE(Application::shared().run(), 0);
+    QVERIFY(stayed);
+    QCOMPARE(delegate.timesAsked, 2);
+}
+
+void ApplicationTest::asksOnceAtATime()
+{
+    NotingDelegate delegate;
+    delegate.reply = [] {
+        Application::shared().terminate(); // as a signal would while an alert is up
+        return TerminateReply::Now;
+    };
+    delegate.launched = [] { Application::shared().terminate(); };
+    QCOMPARE(Application::shared().run(), 0);
+    QCOMPARE(delegate.timesAsked, 1);
+}
+
+void ApplicationTest::asksBeforeQtQuits()
+{
+    NotingDelegate delegate;
+    QWidget window;
+    window.show();
+    delegate.launched = [&] {
+        delegate.reply = [&] {
+            const bool isFirst = delegate.timesAsked == 1;
+            if (isFirst) {
+                QMetaObject::invokeMethod(
+                    qApp, [] { QCoreApplication::quit(); }, Qt::QueuedConnection);
+            }
+            return isFirst ? TerminateReply::Cancel : TerminateReply::Now;
+        };
+        QCoreApplication::quit();
+    };
+    QCOMPARE(Application::shared().run(), 0);
+    QCOMPARE(delegate.timesAsked, 2);
+    QVERIFY(window.isVisible());
+}
+
+void ApplicationTest::outlivesItsLastWindow()
+{
+    NotingDelegate delegate;
+    QWidget window;
+    bool outlived = false;
+    delegate.launched = [&] {
+        window.show();
+        window.close();
+        QTimer::singleShot(0, [&] {
+            outlived = delegate.timesAsked == 0;
+            Application::shared().terminate();
+        });
+    };
+    QCOMPARE(Application::shared().run(), 0);
+    QVERIFY(outlived);
+}
+
+void ApplicationTest::presentsErrors()
+{
+    QString message;
+    QString reason;
+    QStringList buttons;
+    QTimer::singleShot(0, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(box != nullptr);
+        message = box->text();
+        reason = box->informativeText();
+        for (const QAbstractButton* button : box->buttons()) {
+            buttons.append(button->text());
+        }
+        box->buttons().first()->click();
+    });
+    QVERIFY(!Application::shared().presentError(
+        { QStringLiteral("test"), 1, QStringLiteral("It failed."), QStringLiteral("<b>So.</b>") }));
+    QCOMPARE(message, QStringLiteral("It failed."));
+    QCOMPARE(reason, QStringLiteral("<b>So.</b>"));
+    QCOMPARE(buttons, QStringList{ QStringLiteral("OK") });
+}
+
+void ApplicationTest::endsOnSignals_data()
+{
+    QTest::addColumn<int>("number");
+    QTest::newRow("terminate") << SIGTERM;
+    QTest::newRow("interrupt") << SIGINT;
+}
+
+void ApplicationTest::endsOnSignals()
+{
+    QFETCH(int, number);
+
+    QProcess child;
+    QByteArray said;
+    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--run") });
+    const auto heard = [&](const char* line) {
+        said += child.readAllStandardOutput();
+        return said.contains(line);
+    };
+    QTRY_VERIFY(heard("launched\n"));
+    QTRY_VERIFY(heard("job's end\n"));
+    QCOMPARE(::kill(static_cast<pid_t>(child.processId()), number), 0);
+    QTRY_VERIFY(heard("asked\n"));
+    QCOMPARE(child.state(), QProcess::Running);
+    QCOMPARE(::kill(static_cast<pid_t>(child.processId()), number), 0);
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.exitCode(), 0);
+    said += child.readAllStandardOutput();
+    QCOMPARE(said.count("asked\n"), 2);
+}
+
+void ApplicationTest::finishesBackgroundWorkAtTheEnd()
+{
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--end") });
+    QVERIFY(child.waitForFinished());
+    QCOMPARE(child.exitCode(), 0);
+    QCOMPARE(child.readAllStandardOutput(), QByteArray("job's end\ndeleted\n"));
+}
+
+int main(int argc, char** argv)
+{
+    const support::Sandbox sandbox;
+    Application application(argc, argv);
+    if (application.arguments().contains(QStringLiteral("--run"))) {
+        return runAsChild(application);
+    }
+    if (application.arguments().contains(QStringLiteral("--end"))) {
+        return endAtOnce();
+    }
+    ApplicationTest cases;
+    return QTest::qExec(&cases, argc, argv);
+}
+
+#include "tst_application.moc"

@@ -1,0 +1,71 @@
+#include "platform/services/StandardFolders.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace folders = platform::StandardFolders;
+
+class StandardFoldersTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void followsTheEnvironment();
+    void doesNotFollowTheApplicationsName();
+    void makesTheScriptsFolderOnRequest();
+    void saysWhenTheScriptsFolderCannotBeMade();
+};
+
+namespace {
+
+QString environmentFolder(const char* variable)
+{
+    return qEnvironmentVariable(variable);
+}
+
+} // namespace
+
+void StandardFoldersTest::followsTheEnvironment()
+{
+    QCOMPARE(folders::applicationSupport(), environmentFolder("XDG_DATA_HOME"));
+    QCOMPARE(folders::caches(), environmentFolder("XDG_CACHE_HOME") + QStringLiteral("/vellumcap"));
+    QCOMPARE(folders::configuration(),
+        environmentFolder("XDG_CONFIG_HOME") + QStringLiteral("/vellumcap"));
+    QVERIFY(folders::pictures().startsWith(environmentFolder("HOME")));
+    QVERIFY(!QFileInfo::exists(folders::caches()));
+    QVERIFY(!QFileInfo::exists(folders::configuration()));
+}
+
+void StandardFoldersTest::doesNotFollowTheApplicationsName()
+{
+    const QString before = folders::configuration();
+    QCoreApplication::setOrganizationName(QStringLiteral("Somebody"));
+    QCoreApplication::setApplicationName(QStringLiteral("Something"));
+    QCOMPARE(folders::configuration(), before);
+}
+
+void StandardFoldersTest::makesTheScriptsFolderOnRequest()
+{
+    const QString path = folders::configuration() + QStringLiteral("/scripts");
+    QCOMPARE(folders::applicationScripts(folders::Creation::No), path);
+    QVERIFY(!QFileInfo::exists(path));
+
+    QCOMPARE(folders::applicationScripts(folders::Creation::Yes), path);
+    QVERIFY(QFileInfo(path).isDir());
+    const auto others = QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther;
+    QVERIFY(!(QFileInfo(path).permissions() & others));
+    QVERIFY(!(QFileInfo(folders::configuration()).permissions() & others));
+
+    QCOMPARE(folders::applicationScripts(folders::Creation::Yes), path);
+}
+
+void StandardFoldersTest::saysWhenTheScriptsFolderCannotBeMade()
+{
+    QVERIFY(QDir(folders::configuration()).removeRecursively());
+    QFile file(folders::configuration());
+    QVERIFY(file.open(QFile::WriteOnly));
+    QCOMPARE(folders::applicationScripts(folders::Creation::Yes), QString());
+}
+
+VELLUMCAP_TEST_MAIN(StandardFoldersTest)
+
+#include "tst_standardfolders.moc"

@@ -1,0 +1,207 @@
+#include "platform/services/StandardFolders.h"
+#include "platform/services/UserDefaults.h"
+#include "tests/support/TestMain.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <bit>
+#include <limits>
+
+using platform::UserDefaults;
+
+class UserDefaultsTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init() { QFile::remove(m_path); }
+
+    void readsUnsetKeysAsNothing();
+    void keepsDoublesBitForBit_data();
+    void keepsDoublesBitForBit();
+    void keepsStrings_data();
+    void keepsStrings();
+    void readsAnythingAsANumber_data();
+    void readsAnythingAsANumber();
+    void tellsObserversOfTheKey();
+    void letsAnObserverEndObservations();
+    void letsAnObserverWrite();
+    void survivesAFileThatCannotBeWritten();
+    void keepsTheStandardOnesInThePrivateFolder();
+
+private:
+    QTemporaryDir m_folder;
+    const QString m_path = m_folder.filePath(QStringLiteral("some/settings.ini"));
+};
+
+namespace {
+
+const auto key = QStringLiteral("pref-some-key");
+
+} // namespace
+
+void UserDefaultsTest::readsUnsetKeysAsNothing()
+{
+    const UserDefaults defaults(m_path);
+    QVERIFY(!defaults.stringForKey(key));
+    QCOMPARE(defaults.doubleForKey(key), 0.0);
+    QCOMPARE(defaults.integerForKey(key), 0);
+    QCOMPARE(defaults.boolForKey(key), false);
+}
+
+void UserDefaultsTest::keepsDoublesBitForBit_data()
+{
+    QTest::addColumn<double>("value");
+    for (const double value : { 0.1, -0.0, 1.0 / 3.0, 1e300, std::numeric_limits<double>::min(),
+             std::numeric_limits<double>::denorm_min(), std::numeric_limits<double>::infinity() }) {
+        QTest::addRow("%.17g", value) << value;
+    }
+}
+
+void UserDefaultsTest::keepsDoublesBitForBit()
+{
+    QFETCH(double, value);
+    {
+        UserDefaults defaults(m_path);
+        defaults.setDouble(key, value);
+        defaults.synchronize();
+    }
+    const UserDefaults read(m_path);
+    QCOMPARE(std::bit_cast<quint64>(read.doubleForKey(key)), std::bit_cast<quint64>(value));
+}
+
+void UserDefaultsTest::keepsStrings_data()
+{
+    QTest::addColumn<QString>("value");
+    QTest::newRow("plain") << QStringLiteral("camera 1");
+    QTest::newRow("empty") << QString();
+    QTest::newRow("commas") << QStringLiteral("a, b,c");
+    QTest::newRow("quotes") << QStringLiteral("\"a\" \\ ; #b = c");
+    QTest::newRow("lines") << QStringLiteral("a\nb\tc");
+    QTest::newRow("at") << QStringLiteral("@Invalid()");
+    QTest::newRow("other scripts") << QStringLiteral("カメラ 😀");
+}
+
+void UserDefaultsTest::keepsStrings()
+{
+    QFETCH(QString, value);
+    {
+        UserDefaults defaults(m_path);
+        defaults.setString(key, value);
+        QVERIFY(defaults.stringForKey(key));
+        QCOMPARE(*defaults.stringForKey(key), value);
+        defaults.synchronize();
+    }
+    const UserDefaults read(m_path);
+    QVERIFY(read.stringForKey(key));
+    QCOMPARE(*read.stringForKey(key), value);
+}
+
+void UserDefaultsTest::readsAnythingAsANumber_data()
+{
+    QTest::addColumn<QByteArray>("written");
+    QTest::addColumn<int>("integer");
+    QTest::addColumn<bool>("boolean");
+    QTest::newRow("word") << QByteArray("abc") << 0 << false;
+    QTest::newRow("true") << QByteArray("true") << 1 << true;
+    QTest::newRow("false") << QByteArray("false") << 0 << false;
+    QTest::newRow("number") << QByteArray("12") << 12 << true;
+    QTest::newRow("fraction") << QByteArray("-3.9") << -3 << true;
+    QTest::newRow("too large") << QByteArray("1e30") << std::numeric_limits<int>::max() << true;
+    QTest::newRow("no number") << QByteArray("nan") << 0 << false;
+    QTest::newRow("list") << QByteArray("1, 2") << 0 << false;
+}
+
+void UserDefaultsTest::readsAnythingAsANumber()
+{
+    QFETCH(QByteArray, written);
+    QFETCH(int, integer);
+    QFETCH(bool, boolean);
+
+    QTemporaryDir folder; // its own, since settings of one path are shared within a process
+    const QString path = folder.filePath(QStringLiteral("typed.ini"));
+    QFile file(path);
+    QVERIFY(file.open(QFile::WriteOnly));
+    file.write("[General]\npref-some-key=" + written + "\n");
+    file.close();
+
+    const UserDefaults defaults(path);
+    QCOMPARE(defaults.integerForKey(key), integer);
+    QCOMPARE(defaults.boolForKey(key), boolean);
+    QVERIFY(defaults.stringForKey(key));
+    QCOMPARE(defaults.stringForKey(key)->toUtf8(), written);
+}
+
+void UserDefaultsTest::tellsObserversOfTheKey()
+{
+    UserDefaults defaults(m_path);
+    QList<double> seen;
+    auto observation = defaults.observe(key, [&] { seen.append(defaults.doubleForKey(key)); });
+    defaults.setDouble(key, 1.5);
+    defaults.setDouble(key, 1.5);
+    defaults.setInteger(QStringLiteral("another-key"), 3);
+    defaults.removeObject(key);
+    QCOMPARE(seen, QList<double>({ 1.5, 1.5, 0.0 }));
+    QVERIFY(!defaults.stringForKey(key));
+
+    observation.reset();
+    defaults.setDouble(key, 2.5);
+    QCOMPARE(seen.size(), 3);
+}
+
+void UserDefaultsTest::letsAnObserverEndObservations()
+{
+    UserDefaults defaults(m_path);
+    QStringList seen;
+    std::unique_ptr<UserDefaults::Observation> first;
+    std::unique_ptr<UserDefaults::Observation> second;
+    std::unique_ptr<UserDefaults::Observation> added;
+    first = defaults.observe(key, [&] {
+        seen.append(QStringLiteral("first"));
+        added = defaults.observe(key, [&] { seen.append(QStringLiteral("added")); });
+        second.reset();
+        first.reset();
+    });
+    second = defaults.observe(key, [&] { seen.append(QStringLiteral("second")); });
+    defaults.setBool(key, true);
+    QCOMPARE(seen, QStringList{ QStringLiteral("first") });
+    defaults.setBool(key, false);
+    QCOMPARE(seen, QStringList({ QStringLiteral("first"), QStringLiteral("added") }));
+}
+
+void UserDefaultsTest::letsAnObserverWrite()
+{
+    UserDefaults defaults(m_path);
+    const auto limit = defaults.observe(key, [&] {
+        if (defaults.integerForKey(key) > 10) {
+            defaults.setInteger(key, 10);
+        }
+    });
+    defaults.setInteger(key, 50);
+    QCOMPARE(defaults.integerForKey(key), 10);
+}
+
+void UserDefaultsTest::survivesAFileThatCannotBeWritten()
+{
+    // A file stands where the folder should: not even root could write beneath it.
+    UserDefaults defaults(QStringLiteral("/dev/null/settings.ini"));
+    defaults.setInteger(key, 4);
+    defaults.synchronize();
+    QCOMPARE(defaults.integerForKey(key), 4);
+}
+
+void UserDefaultsTest::keepsTheStandardOnesInThePrivateFolder()
+{
+    auto& defaults = UserDefaults::standard();
+    defaults.setBool(key, true);
+    const QFileInfo file(
+        platform::StandardFolders::configuration() + QStringLiteral("/vellumcap.ini"));
+    QTRY_VERIFY(QFileInfo::exists(file.filePath())); // by the event loop, without synchronize()
+    QCOMPARE(QFileInfo(file.absolutePath()).permissions()
+            & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
+        QFile::Permissions());
+}
+
+VELLUMCAP_TEST_MAIN(UserDefaultsTest)
+
+#include "tst_userdefaults.moc"

@@ -1,0 +1,182 @@
+#include "platform/ui/Sheet.h"
+#include "platform/ui/WindowController.h"
+#include "tests/support/TestMain.h"
+
+#include <QDialog>
+#include <QLineEdit>
+#include <QSignalSpy>
+
+namespace {
+
+template <typename Window> class NotingController : public platform::WindowController {
+public:
+    NotingController()
+        : WindowController(QStringLiteral("NotingWindow"))
+    {
+    }
+
+    bool closes = true;
+    QStringList notes;
+    QLineEdit* field = nullptr;
+
+protected:
+    std::unique_ptr<QWidget> loadWindow() override
+    {
+        notes.append(QStringLiteral("load"));
+        auto loaded = std::make_unique<Window>();
+        field = new QLineEdit(loaded.get());
+        return loaded;
+    }
+    void windowDidLoad() override
+    {
+        notes.append(window()->isVisible() ? QStringLiteral("shown") : QStringLiteral("loaded"));
+    }
+    bool windowShouldClose(QWidget* closing) override
+    {
+        notes.append(closing == window() ? QStringLiteral("should close") : QStringLiteral("?"));
+        return closes;
+    }
+    void windowWillClose() override { notes.append(QStringLiteral("will close")); }
+};
+
+} // namespace
+
+class WindowControllerTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void loadsItsWindowOnFirstUse();
+    void hidesItsWindowOnClosing();
+    void mayKeepItsWindow();
+    void closesADialogByEscape_data();
+    void closesADialogByEscape();
+    void keepsAPlainWindowOnEscape();
+    void endsASheetThatIsClosed();
+    void bringsAMinimizedWindowBack();
+    void isFoundFromItsWidgets();
+    void takesItsWindowAndGuardAlong();
+};
+
+void WindowControllerTest::loadsItsWindowOnFirstUse()
+{
+    NotingController<QWidget> controller;
+    QVERIFY(!controller.isWindowLoaded());
+    QCOMPARE(controller.windowNibName(), QStringLiteral("NotingWindow"));
+    QWidget* window = controller.window();
+    QCOMPARE(controller.window(), window);
+    QCOMPARE(controller.notes, QStringList({ QStringLiteral("load"), QStringLiteral("loaded") }));
+    QVERIFY(!window->isVisible());
+    controller.showWindow(nullptr);
+    QVERIFY(window->isVisible());
+    QTRY_COMPARE(QApplication::activeWindow(), window);
+}
+
+void WindowControllerTest::hidesItsWindowOnClosing()
+{
+    NotingController<QWidget> controller;
+    controller.showWindow(nullptr);
+    controller.notes.clear();
+    QVERIFY(controller.window()->close());
+    QVERIFY(!controller.window()->isVisible());
+    QCOMPARE(controller.notes,
+        QStringList({ QStringLiteral("should close"), QStringLiteral("will close") }));
+    controller.showWindow(nullptr);
+    QVERIFY(controller.window()->isVisible());
+}
+
+void WindowControllerTest::mayKeepItsWindow()
+{
+    NotingController<QDialog> controller;
+    controller.closes = false;
+    controller.showWindow(nullptr);
+    controller.notes.clear();
+    QVERIFY(!controller.window()->close());
+    QVERIFY(controller.window()->isVisible());
+    QCOMPARE(controller.notes, QStringList{ QStringLiteral("should close") });
+}
+
+void WindowControllerTest::closesADialogByEscape_data()
+{
+    QTest::addColumn<bool>("closes");
+    QTest::newRow("closes") << true;
+    QTest::newRow("is kept") << false;
+}
+
+void WindowControllerTest::closesADialogByEscape()
+{
+    QFETCH(bool, closes);
+    NotingController<QDialog> controller;
+    controller.closes = closes;
+    controller.showWindow(nullptr);
+    controller.notes.clear();
+    QTest::keyClick(controller.field, Qt::Key_Escape);
+    QCOMPARE(controller.window()->isVisible(), !closes);
+    QCOMPARE(controller.notes.count(QStringLiteral("should close")), 1);
+    QCOMPARE(controller.notes.count(QStringLiteral("will close")), closes ? 1 : 0);
+}
+
+void WindowControllerTest::keepsAPlainWindowOnEscape()
+{
+    NotingController<QWidget> controller;
+    controller.showWindow(nullptr);
+    QTest::keyClick(controller.field, Qt::Key_Escape);
+    QVERIFY(controller.window()->isVisible());
+}
+
+void WindowControllerTest::endsASheetThatIsClosed()
+{
+    QWidget parent;
+    parent.show();
+    NotingController<QWidget> controller;
+    int completed = 0;
+    platform::beginSheet(&parent, controller.window(), [&completed] { ++completed; });
+    controller.closes = false;
+    QTest::keyClick(controller.field, Qt::Key_Escape);
+    QCOMPARE(platform::attachedSheet(&parent), controller.window());
+
+    controller.closes = true;
+    QTest::keyClick(controller.field, Qt::Key_Escape);
+    QVERIFY(!controller.window()->isVisible());
+    QVERIFY(platform::attachedSheet(&parent) == nullptr);
+    QCOMPARE(completed, 1);
+}
+
+void WindowControllerTest::bringsAMinimizedWindowBack()
+{
+    NotingController<QWidget> controller;
+    controller.showWindow(nullptr);
+    controller.window()->showMinimized();
+    QVERIFY(controller.window()->isMinimized());
+    controller.showWindow(nullptr);
+    QVERIFY(!controller.window()->isMinimized());
+    QVERIFY(controller.window()->isVisible());
+}
+
+void WindowControllerTest::isFoundFromItsWidgets()
+{
+    using platform::WindowController;
+    NotingController<QWidget> controller;
+    QVERIFY(WindowController::controllerOf(nullptr) == nullptr);
+    QCOMPARE(WindowController::controllerOf(controller.window()), &controller);
+    QCOMPARE(WindowController::controllerOf(controller.field), &controller);
+    const QWidget popUp(controller.field, Qt::Popup);
+    QCOMPARE(WindowController::controllerOf(&popUp), &controller);
+    const QDialog alert(controller.window());
+    QVERIFY(WindowController::controllerOf(&alert) == nullptr);
+    const QWidget another;
+    QVERIFY(WindowController::controllerOf(&another) == nullptr);
+}
+
+void WindowControllerTest::takesItsWindowAndGuardAlong()
+{
+    auto controller = std::make_unique<NotingController<QWidget>>();
+    const QSignalSpy destroyed(controller->window(), &QObject::destroyed);
+    const auto guard = controller->lifeGuard();
+    QVERIFY(!guard.expired());
+    controller.reset();
+    QVERIFY(guard.expired());
+    QCOMPARE(destroyed.count(), 1);
+}
+
+VELLUMCAP_TEST_MAIN(WindowControllerTest)
+
+#include "tst_windowcontroller.moc"

@@ -1,0 +1,158 @@
+#include "platform/services/Workspace.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QUrl>
+
+using platform::Workspace::Activation;
+
+/// Against a real default handler: a script that notes down how it was called.
+class WorkspaceTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase();
+    void init() { QFile::remove(notesPath()); }
+
+    void handsOverTheUrlAsOneArgument_data();
+    void handsOverTheUrlAsOneArgument();
+    void showsAFolder();
+    void saysWhenThereIsNoHandler();
+    void refusesWhatIsNoUrl_data();
+    void refusesWhatIsNoUrl();
+
+private:
+    QString notesPath() const { return m_folder.filePath(QStringLiteral("handler.notes")); }
+    QList<QByteArray> notes() const;
+
+    QTemporaryDir m_folder;
+};
+
+namespace {
+
+// Renamed at the end, so that the notes are whole once they are there.
+constexpr auto handlerScript = R"(#!/bin/sh
+notes="${0%/*}/handler.notes"
+{
+    for argument; do printf '%s\n' "$argument"; done
+    printf '%s\n' "${XDG_ACTIVATION_TOKEN-unset}" "${DESKTOP_STARTUP_ID-unset}"
+} > "$notes.part"
+mv "$notes.part" "$notes"
+)";
+
+void writeFile(const QString& path, const QByteArray& contents)
+{
+    QVERIFY(QDir().mkpath(QFileInfo(path).path()));
+    QFile file(path);
+    QVERIFY(file.open(QFile::WriteOnly));
+    QCOMPARE(file.write(contents), contents.size());
+}
+
+} // namespace
+
+void WorkspaceTest::initTestCase()
+{
+    const QString script = m_folder.filePath(QStringLiteral("handler"));
+    writeFile(script, handlerScript);
+    QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+    writeFile(
+        qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications/noting.desktop"),
+        "[Desktop Entry]\nType=Application\nName=Noting\nStartupNotify=true\nExec="
+            + script.toUtf8() + " %u\n");
+    writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list"),
+        "[Default Applications]\n"
+        "x-scheme-handler/https=noting.desktop\n"
+        "x-scheme-handler/mailto=noting.desktop\n"
+        "inode/directory=noting.desktop\n");
+    // What this process was started with is for its own window.
+    qputenv("XDG_ACTIVATION_TOKEN", "ours");
+    qputenv("DESKTOP_STARTUP_ID", "ours");
+}
+
+QList<QByteArray> WorkspaceTest::notes() const
+{
+    QFile file(notesPath());
+    if (!file.open(QFile::ReadOnly)) {
+        return {};
+    }
+    return file.readAll().trimmed().split('\n');
+}
+
+void WorkspaceTest::handsOverTheUrlAsOneArgument_data()
+{
+    QTest::addColumn<QByteArray>("url");
+    QTest::addColumn<QByteArray>("argument");
+    const auto row = [](const char* name, const char* url, const char* argument) {
+        QTest::newRow(name) << QByteArray(url) << QByteArray(argument);
+    };
+    constexpr auto same = "";
+    row("plain", "https://example.org/a?b=c&d=e#f", same);
+    row("command substitution", "https://example.org/$(touch${IFS}here)",
+        "https://example.org/$(touch$%7BIFS%7Dhere)");
+    row("separators", "https://example.org/;id;&&id|id>here",
+        "https://example.org/;id;&&id%7Cid%3Ehere");
+    row("quotes", "https://example.org/'a'\"b\"", "https://example.org/'a'%22b%22");
+    row("back quotes and backslash", "https://example.org/`id`\\",
+        "https://example.org/%60id%60%5C");
+    row("space and line", "https://example.org/a%20b%0Ac", same);
+    row("dashes", "https://example.org/ --new-window -x",
+        "https://example.org/%20--new-window%20-x");
+    row("field codes", "https://example.org/%25u%25F/%u", nullptr);
+    row("variables", "https://example.org/~/$HOME/*?{a,b}[c]!", nullptr);
+    row("other scripts", "https://example.org/Grüße", "https://example.org/Gr%C3%BC%C3%9Fe");
+    row("another scheme", "mailto:-someone@example.org?subject=a&body=b", same);
+}
+
+void WorkspaceTest::handsOverTheUrlAsOneArgument()
+{
+    QFETCH(QByteArray, url);
+    QFETCH(QByteArray, argument);
+
+    const QUrl parsed(QString::fromUtf8(url));
+    QVERIFY(parsed.isValid());
+    const QByteArray expected = argument.isNull() ? parsed.toEncoded()
+        : argument.isEmpty()                      ? url
+                                                  : argument;
+    for (const auto activation : { Activation::Foreground, Activation::Background }) {
+        QFile::remove(notesPath());
+        QVERIFY(platform::Workspace::open(parsed, activation));
+        QTRY_COMPARE(notes(), QList<QByteArray>({ expected, "unset", "unset" }));
+    }
+}
+
+void WorkspaceTest::showsAFolder()
+{
+    const QString path = m_folder.filePath(QStringLiteral("a folder; $(id)"));
+    QVERIFY(QDir().mkpath(path));
+    QVERIFY(platform::Workspace::showFolder(path));
+    QTRY_COMPARE(notes(), QList<QByteArray>({ path.toUtf8(), "unset", "unset" }));
+
+    QVERIFY(!platform::Workspace::showFolder(path + QStringLiteral("/missing")));
+}
+
+void WorkspaceTest::saysWhenThereIsNoHandler()
+{
+    const QUrl url(QStringLiteral("nobody-handles-this:something"));
+    QVERIFY(!platform::Workspace::open(url));
+    QVERIFY(!platform::Workspace::open(url, Activation::Background));
+}
+
+void WorkspaceTest::refusesWhatIsNoUrl_data()
+{
+    QTest::addColumn<QUrl>("url");
+    QTest::newRow("empty") << QUrl();
+    QTest::newRow("no scheme") << QUrl(QStringLiteral("example.org/page"));
+    QTest::newRow("option") << QUrl(QStringLiteral("--help"));
+    QTest::newRow("invalid") << QUrl(QStringLiteral("https://exa mple.org"), QUrl::StrictMode);
+}
+
+void WorkspaceTest::refusesWhatIsNoUrl()
+{
+    QFETCH(QUrl, url);
+    QVERIFY(!platform::Workspace::open(url));
+}
+
+VELLUMCAP_TEST_MAIN(WorkspaceTest)
+
+#include "tst_workspace.moc"
