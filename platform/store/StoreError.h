@@ -1,0 +1,22 @@
+#pragma once
+
+#include "platform/services/Error.h"
+
+namespace platform {
+
+/// The domain of what is wrong with a store, rather than with the disk.
+inline constexpr auto storeErrorDomain = "store";
+
+enum class StoreErrorCode {
+    InUse = 1, ///< another process, or another coordinator, has the store open
+    Damaged = 2, ///< the file is not a whole store
+    NewerVersion = 3, ///< the file was written by a newer version
+    OtherModel = 4, ///< the file holds something else
+    NoStore = 5, ///< the coordinator has no store to save to
+    ValueMissing = 6, ///< an object lacks a value that the model requires
+    UnknownName = 7, ///< a fetch request names what the model does not have
+};
+
+Error storeError(StoreErrorCode code, const QString& description, const QString& reason = {});
+
+} // namespace platform

@@ -1,0 +1,181 @@
+#include "platform/store/ManagedObject.h"
+#include "tests/support/StoreFixture.h"
+#include "tests/support/TestMain.h"
+
+#include <QTimeZone>
+
+using platform::EntityDescription;
+using platform::ManagedObject;
+using platform::ManagedObjectModel;
+using support::captureModel;
+using support::Date;
+using support::ImageKey;
+using support::insertCapture;
+using support::IsUrl;
+using support::Notes;
+using support::OpenStore;
+using support::Type;
+using support::Value;
+
+namespace {
+
+class Link : public ManagedObject {
+public:
+    using ManagedObject::ManagedObject;
+    std::set<QString> keyPathsForValuesAffectingValueForKey(const QString& key) const override
+    {
+        if (key == QLatin1StringView("title")) {
+            return { QStringLiteral("isURLValue"), QStringLiteral("notes") };
+        }
+        if (key == QLatin1StringView("isURLValue")) {
+            return { QStringLiteral("isURL") };
+        }
+        return ManagedObject::keyPathsForValuesAffectingValueForKey(key);
+    }
+};
+
+} // namespace
+
+class TestManagedObject : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void startsWithoutValues();
+    void tellsObserversOfTheKey();
+    void tellsObserversOfDependentKeys();
+    void doesNotTellOfEqualOrPrimitiveValues();
+    void toleratesADroppedTokenInACallback();
+    void toleratesANewObserverInACallback();
+    void survivesItsLastOwnerInACallback();
+    void keepsDatesInUtc();
+    void takesNoChangesWhileDeleted();
+
+private:
+    std::unique_ptr<ManagedObjectModel> m_model = captureModel();
+    const EntityDescription& m_entity = *m_model->entity(u"Capture");
+};
+
+void TestManagedObject::startsWithoutValues()
+{
+    const ManagedObject object(m_entity);
+    for (int attribute = ImageKey; attribute <= Notes; ++attribute) {
+        QVERIFY(std::holds_alternative<std::monostate>(object.value(attribute)));
+    }
+    QVERIFY(object.isDeleted());
+    QCOMPARE(object.objectID().number, 0);
+}
+
+void TestManagedObject::tellsObserversOfTheKey()
+{
+    const auto object = std::make_shared<ManagedObject>(m_entity);
+    int calls = 0;
+    auto token = object->observe(QStringLiteral("notes"), [&] {
+        ++calls;
+        QCOMPARE(std::get<QString>(object->value(Notes)), QStringLiteral("new"));
+    });
+    object->setValue(Value, QStringLiteral("other key"));
+    QCOMPARE(calls, 0);
+    object->setValue(Notes, QStringLiteral("new"));
+    QCOMPARE(calls, 1);
+    token.reset();
+    object->setValue(Notes, QStringLiteral("newer"));
+    QCOMPARE(calls, 1);
+}
+
+void TestManagedObject::tellsObserversOfDependentKeys()
+{
+    const auto link = std::make_shared<Link>(m_entity);
+    int direct = 0;
+    int indirect = 0;
+    const auto directToken = link->observe(QStringLiteral("isURLValue"), [&] { ++direct; });
+    const auto indirectToken = link->observe(QStringLiteral("title"), [&] { ++indirect; });
+    link->setValue(IsUrl, true);
+    QCOMPARE(direct, 1);
+    QCOMPARE(indirect, 1);
+    link->setValue(Notes, QStringLiteral("notes"));
+    QCOMPARE(direct, 1);
+    QCOMPARE(indirect, 2);
+    link->setValue(Value, QStringLiteral("value"));
+    QCOMPARE(indirect, 2);
+}
+
+void TestManagedObject::doesNotTellOfEqualOrPrimitiveValues()
+{
+    const auto object = std::make_shared<ManagedObject>(m_entity);
+    int calls = 0;
+    const auto token = object->observe(QStringLiteral("captureType"), [&] { ++calls; });
+    object->setPrimitiveValue(Type, 1);
+    object->setValue(Type, 1);
+    QCOMPARE(calls, 0);
+    object->setValue(Type, {});
+    QCOMPARE(calls, 1);
+}
+
+void TestManagedObject::toleratesADroppedTokenInACallback()
+{
+    const auto object = std::make_shared<ManagedObject>(m_entity);
+    int calls = 0;
+    std::shared_ptr<void> first;
+    std::shared_ptr<void> second;
+    first = object->observe(QStringLiteral("notes"), [&] {
+        ++calls;
+        first.reset();
+        second.reset();
+    });
+    second = object->observe(QStringLiteral("notes"), [&] { ++calls; });
+    object->setValue(Notes, QStringLiteral("a"));
+    object->setValue(Notes, QStringLiteral("b"));
+    QCOMPARE(calls, 1);
+}
+
+void TestManagedObject::toleratesANewObserverInACallback()
+{
+    const auto object = std::make_shared<ManagedObject>(m_entity);
+    std::vector<std::shared_ptr<void>> tokens;
+    int calls = 0;
+    tokens.push_back(object->observe(QStringLiteral("notes"),
+        [&] { tokens.push_back(object->observe(QStringLiteral("notes"), [&] { ++calls; })); }));
+    object->setValue(Notes, QStringLiteral("a"));
+    QCOMPARE(calls, 0);
+    object->setValue(Notes, QStringLiteral("b"));
+    QCOMPARE(calls, 1);
+}
+
+void TestManagedObject::survivesItsLastOwnerInACallback()
+{
+    auto object = std::make_shared<ManagedObject>(m_entity);
+    const std::weak_ptr<ManagedObject> weak = object;
+    ManagedObject& borrowed = *object;
+    bool wasAlive = false;
+    const auto token = object->observe(QStringLiteral("notes"), [&] {
+        object.reset();
+        wasAlive = !weak.expired();
+    });
+    borrowed.setValue(Notes, QStringLiteral("a"));
+    QVERIFY(wasAlive);
+    QVERIFY(weak.expired());
+}
+
+void TestManagedObject::keepsDatesInUtc()
+{
+    ManagedObject object(m_entity);
+    const QDateTime local(QDate(2024, 2, 29), QTime(1, 2, 3, 4), QTimeZone(3600));
+    object.setValue(Date, local);
+    const auto date = std::get<QDateTime>(object.value(Date));
+    QCOMPARE(date.timeSpec(), Qt::UTC);
+    QCOMPARE(date, local);
+}
+
+void TestManagedObject::takesNoChangesWhileDeleted()
+{
+    const QTemporaryDir folder;
+    OpenStore store(folder.filePath(QStringLiteral("store")));
+    QVERIFY(!store.error);
+    const auto capture = insertCapture(store.context, QStringLiteral("kept"));
+    store.context.deleteObject(*capture);
+    capture->setValue(Value, QStringLiteral("lost"));
+    QCOMPARE(std::get<QString>(capture->value(Value)), QStringLiteral("kept"));
+}
+
+VELLUMCAP_TEST_MAIN(TestManagedObject)
+#include "tst_managedobject.moc"

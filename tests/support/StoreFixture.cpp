@@ -1,0 +1,69 @@
+#include "tests/support/StoreFixture.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+
+namespace support {
+
+using platform::ManagedObject;
+using platform::ManagedObjectContext;
+using platform::ManagedObjectModel;
+
+std::unique_ptr<ManagedObjectModel> captureModel()
+{
+    const QString source = QString::fromUtf8(__FILE__);
+    auto model = ManagedObjectModel::fromFile(
+        QFileInfo(source).path() + QStringLiteral("/../../resources/Vellumcap.model"));
+    Q_ASSERT(model);
+    return model;
+}
+
+std::shared_ptr<ManagedObject> insertCapture(ManagedObjectContext& context, const QString& text)
+{
+    std::shared_ptr<ManagedObject> capture = context.insertObject(u"Capture");
+    capture->setValue(ImageKey, QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
+    capture->setValue(Type, 1);
+    capture->setValue(Value, text);
+    capture->setValue(Date, QDateTime::currentDateTimeUtc());
+    capture->setValue(IsUrl, false);
+    return capture;
+}
+
+OpenStore::OpenStore(const QString& path)
+    : model(captureModel())
+    , coordinator(*model)
+    , error(coordinator.addXmlStore(path))
+    , context(coordinator)
+{
+}
+
+ManagedObjectContext::Objects OpenStore::captures() const
+{
+    return context.execute({ QStringLiteral("Capture"), {} }).value();
+}
+
+std::vector<QString> OpenStore::texts() const
+{
+    std::vector<QString> texts;
+    for (const auto& capture : captures()) {
+        texts.push_back(std::get<QString>(capture->value(Value)));
+    }
+    return texts;
+}
+
+QByteArray fileBytes(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void setFileBytes(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size()) {
+        qFatal("cannot write %s", qPrintable(path));
+    }
+}
+
+} // namespace support

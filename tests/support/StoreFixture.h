@@ -1,0 +1,42 @@
+#pragma once
+
+#include "platform/store/ManagedObjectContext.h"
+#include "platform/store/ManagedObjectModel.h"
+#include "platform/store/PersistentStoreCoordinator.h"
+
+#include <QString>
+#include <QTemporaryDir>
+
+#include <memory>
+#include <optional>
+
+namespace support {
+
+/// The attributes of the program's Capture entity, by place.
+enum CaptureAttribute { ImageKey, Type, Value, Date, IsUrl, Notes };
+
+/// The program's own model, from the source tree.
+std::unique_ptr<platform::ManagedObjectModel> captureModel();
+
+/// Inserts a capture with all required values.
+std::shared_ptr<platform::ManagedObject> insertCapture(
+    platform::ManagedObjectContext& context, const QString& text = QStringLiteral("text"));
+
+/// A store of captures that is open at `path`; not open when `error` is set.
+struct OpenStore {
+    explicit OpenStore(const QString& path);
+
+    std::unique_ptr<platform::ManagedObjectModel> model;
+    platform::PersistentStoreCoordinator coordinator;
+    std::optional<platform::Error> error;
+    platform::ManagedObjectContext context;
+
+    /// All captures in the order of insertion.
+    platform::ManagedObjectContext::Objects captures() const;
+    std::vector<QString> texts() const;
+};
+
+QByteArray fileBytes(const QString& path);
+void setFileBytes(const QString& path, const QByteArray& bytes);
+
+} // namespace support
