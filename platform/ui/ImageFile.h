@@ -1,0 +1,18 @@
+#pragma once
+
+#include <QImage>
+#include <QString>
+
+namespace platform {
+
+/// A picture that is known by its location and read only when someone shows it. Neither the
+/// file's existence nor its content is checked before.
+struct ImageFile {
+    QString path;
+
+    bool isNull() const { return path.isEmpty(); }
+    QImage load() const; ///< null when the file is missing or is no picture; any thread
+    bool operator==(const ImageFile&) const = default;
+};
+
+} // namespace platform

@@ -1,0 +1,90 @@
+#include "platform/ui/SavePanel.h"
+
+#include "platform/services/StandardFolders.h"
+#include "platform/ui/Alert.h"
+#include "platform/ui/Sheet.h"
+
+#include <QCoreApplication>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QWidget>
+
+#include <utility>
+
+namespace platform {
+namespace {
+
+QString translated(const char* text)
+{
+    return QCoreApplication::translate("platform::SavePanel", text);
+}
+
+QString nameFilter(const QStringList& types)
+{
+    QStringList patterns;
+    for (const QString& type : types) {
+        patterns.append(QStringLiteral("*.") + type);
+    }
+    return patterns.join(QLatin1Char(' '));
+}
+
+/// Asks again where the name that the user agreed to is not the one that will be written.
+bool mayReplace(const QString& path, QWidget* window)
+{
+    if (!QFileInfo::exists(path)) {
+        return true;
+    }
+    const Alert alert{
+        .messageText
+        = translated("“%1” already exists. Replace it?").arg(QFileInfo(path).fileName()),
+        .informativeText = {},
+        .buttons = { translated("Replace"), translated("Cancel") },
+    };
+    return alert.runModal(window) == 0;
+}
+
+} // namespace
+
+QString SavePanel::completed(const QString& path) const
+{
+    const QString type = QFileInfo(path).suffix();
+    if (allowedFileTypes.isEmpty() || allowedFileTypes.contains(type, Qt::CaseInsensitive)
+        || (allowsOtherFileTypes && !type.isEmpty())) {
+        return path;
+    }
+    return path + QLatin1Char('.') + allowedFileTypes.first();
+}
+
+void SavePanel::beginSheet(QWidget* window, std::function<void(const QString& path)> chosen) const
+{
+    if (attachedSheet(window) != nullptr) {
+        return;
+    }
+    auto* dialog = new QFileDialog(window, translated("Save"), StandardFolders::pictures());
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setAcceptMode(QFileDialog::AcceptSave);
+    if (!allowedFileTypes.isEmpty()) {
+        QStringList filters{ nameFilter(allowedFileTypes) };
+        if (allowsOtherFileTypes) {
+            filters.append(QStringLiteral("*"));
+        }
+        dialog->setNameFilters(filters);
+        dialog->setDefaultSuffix(allowedFileTypes.first());
+    }
+    dialog->selectFile(completed(suggestedName));
+    QObject::connect(dialog, &QDialog::finished, window,
+        [panel = *this, dialog, window, chosen = std::move(chosen)](int result) {
+            endSheet(dialog);
+            const QStringList files = dialog->selectedFiles();
+            if (result != QDialog::Accepted || files.isEmpty()) {
+                return;
+            }
+            const QString path = panel.completed(files.first());
+            if (path == files.first() || mayReplace(path, window)) {
+                chosen(path);
+            }
+        });
+    platform::beginSheet(window, dialog);
+}
+
+} // namespace platform

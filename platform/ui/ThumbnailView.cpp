@@ -1,0 +1,109 @@
+#include "platform/ui/ThumbnailView.h"
+
+#include "platform/ui/Accessibility.h"
+#include "platform/ui/Drawing.h"
+#include "platform/ui/ThumbnailLoader.h"
+
+#include <QPainter>
+
+namespace platform {
+
+namespace {
+
+constexpr double padding = 8;
+constexpr double pictureRadius = 3;
+/// Views that are resized a little share the picture that is cached.
+constexpr int sideStep = 64;
+
+} // namespace
+
+ThumbnailView::ThumbnailView(QWidget* parent)
+    : QWidget(parent)
+{
+    installAccessibility();
+}
+
+ThumbnailView::~ThumbnailView()
+{
+    cancelRequest();
+}
+
+void ThumbnailView::setImage(const ImageFile& file)
+{
+    if (file == m_file && isLoaded()) {
+        return;
+    }
+    cancelRequest();
+    m_file = file;
+    m_picture = {};
+    m_side = 0;
+    update();
+}
+
+bool ThumbnailView::isLoaded() const
+{
+    return !m_picture.isNull();
+}
+
+QSize ThumbnailView::sizeHint() const
+{
+    return { 128, 128 };
+}
+
+void ThumbnailView::cancelRequest()
+{
+    if (m_ticket != 0) {
+        ThumbnailLoader::shared().cancel(m_ticket);
+        m_ticket = 0;
+        m_side = 0;
+    }
+}
+
+void ThumbnailView::hideEvent(QHideEvent* event)
+{
+    cancelRequest();
+    QWidget::hideEvent(event);
+}
+
+void ThumbnailView::fetch()
+{
+    const double wanted = (qMax(width(), height()) - 2 * padding) * devicePixelRatioF();
+    const int side = qCeil(wanted / sideStep) * sideStep;
+    if (m_file.isNull() || side <= m_side) {
+        return;
+    }
+    cancelRequest();
+    m_side = side;
+    ThumbnailLoader& loader = ThumbnailLoader::shared();
+    const ThumbnailLoader::Key key{ m_file.path, side };
+    if (const QImage image = loader.cached(key); !image.isNull()) {
+        m_picture = ScalablePicture(image);
+        return;
+    }
+    m_ticket = loader.request(key, [this](const QImage& image) { receive(image); });
+}
+
+void ThumbnailView::receive(const QImage& image)
+{
+    m_ticket = 0;
+    if (!image.isNull()) {
+        m_picture = ScalablePicture(image);
+    }
+    update();
+}
+
+void ThumbnailView::paintEvent(QPaintEvent*)
+{
+    fetch();
+    QPainter painter(this);
+    drawing::fillCard(painter, rect(), drawing::tileColor(palette()));
+    const QRectF area = QRectF(rect()).adjusted(padding, padding, -padding, -padding);
+    if (isLoaded()) {
+        m_picture.draw(painter, m_picture.fittingRect(area, devicePixelRatioF()), pictureRadius);
+    } else if (m_ticket == 0) {
+        drawing::drawPictureGlyph(painter, area, drawing::faintColor(palette()));
+    }
+    drawing::strokeHairline(painter, rect(), drawing::hairlineColor(palette()));
+}
+
+} // namespace platform

@@ -1,0 +1,465 @@
+#include "platform/ui/ImageWell.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/TestMain.h"
+
+#include <QAccessible>
+#include <QClipboard>
+#include <QDir>
+#include <QDropEvent>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+
+#include <memory>
+
+using platform::ImageWell;
+using support::plainPicture;
+
+namespace {
+
+using MimeData = std::unique_ptr<QMimeData>;
+
+MimeData files(const QStringList& paths)
+{
+    auto data = std::make_unique<QMimeData>();
+    QList<QUrl> urls;
+    for (const QString& path : paths) {
+        urls.append(QUrl::fromLocalFile(path));
+    }
+    data->setUrls(urls);
+    return data;
+}
+
+MimeData text(const QString& value)
+{
+    auto data = std::make_unique<QMimeData>();
+    data->setText(value);
+    return data;
+}
+
+MimeData pictureData(const QString& format, const QByteArray& bytes)
+{
+    auto data = std::make_unique<QMimeData>();
+    data->setData(format, bytes);
+    return data;
+}
+
+bool dragOver(ImageWell& well, const QMimeData& data)
+{
+    QDragEnterEvent event({ 20, 20 }, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+    event.ignore();
+    QApplication::sendEvent(&well, &event);
+    return event.isAccepted();
+}
+
+/// As a drag ends: over the well first, then let go there.
+bool drop(ImageWell& well, const QMimeData& data)
+{
+    if (!dragOver(well, data)) {
+        return false;
+    }
+    QDropEvent event({ 20, 20 }, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(&well, &event);
+    return event.isAccepted() && event.dropAction() == Qt::CopyAction;
+}
+
+const QString unreadable = QStringLiteral("This is not a picture that can be read");
+
+} // namespace
+
+class ImageWellTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+
+    void startsEmpty();
+    void programSetsNoAction();
+    void takesADroppedFile();
+    void takesTheFirstReadableFile();
+    void takesDroppedData_data();
+    void takesDroppedData();
+    void takesAPathAsText_data();
+    void takesAPathAsText();
+    void refusesDrags_data();
+    void refusesDrags();
+    void showsTheDragThatHovers();
+    void pastesByKey();
+    void pasteOfTextIsRefused();
+    void unreadableFileIsRefused();
+    void tooLargeFileIsRefused();
+    void truncatedJpegCounts();
+    void emptyJpegIsRefused();
+    void animationGivesItsFirstFrame();
+    void largeFileIsReadInTheBackground();
+    void lastDropWins();
+    void settingAnImageStopsTheReading();
+    void wellMayGoWhileAFileIsRead();
+    void choosesAFile();
+    void doubleClickOpensTheChooser();
+    void smallPicturesAreSharp();
+    void isAButtonForScreenReaders();
+
+private:
+    QString fileNamed(const QString& name, const QByteArray& content) const
+    {
+        support::writeFile(m_folder.filePath(name), content);
+        return m_folder.filePath(name);
+    }
+
+    QTemporaryDir m_folder;
+    QString m_red;
+    QString m_text;
+    QString m_slow;
+};
+
+void ImageWellTest::initTestCase()
+{
+    QVERIFY(m_folder.isValid());
+    m_red = fileNamed(QStringLiteral("red picture.data"),
+        support::encoded(plainPicture({ 30, 20 }, Qt::red), "PNG"));
+    m_text = fileNamed(QStringLiteral("text.png"), "no picture at all");
+    const QByteArray large = support::encoded(support::noisePicture({ 1500, 1200 }), "PNG");
+    QVERIFY(large.size() > 4 * 1024 * 1024);
+    m_slow = fileNamed(QStringLiteral("slow.png"), large);
+}
+
+void ImageWellTest::startsEmpty()
+{
+    const ImageWell well;
+    QVERIFY(well.image().isNull());
+    QVERIFY(well.refusal().isEmpty());
+    QVERIFY(!well.isReading());
+}
+
+void ImageWellTest::programSetsNoAction()
+{
+    ImageWell well;
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    well.setImage(plainPicture({ 4, 4 }, Qt::green));
+    QCOMPARE(well.image().size(), QSize(4, 4));
+    well.setImage({});
+    QVERIFY(well.image().isNull());
+    QCOMPARE(placed.count(), 0);
+}
+
+void ImageWellTest::takesADroppedFile()
+{
+    ImageWell well;
+    QImage held;
+    connect(&well, &ImageWell::imagePlaced, this, [&] { held = well.image(); });
+    QVERIFY(drop(well, *files({ m_red })));
+    QCOMPARE(held.size(), QSize(30, 20)); // held already when the action is sent
+    QCOMPARE(held.pixelColor(0, 0), QColor(Qt::red));
+}
+
+void ImageWellTest::takesTheFirstReadableFile()
+{
+    ImageWell well;
+    QVERIFY(drop(well, *files({ m_text, m_folder.path(), m_red, m_slow })));
+    QCOMPARE(well.image().size(), QSize(30, 20));
+}
+
+void ImageWellTest::takesDroppedData_data()
+{
+    QTest::addColumn<QString>("format");
+    QTest::addColumn<QByteArray>("encoding");
+    QTest::newRow("png") << QStringLiteral("image/png") << QByteArrayLiteral("PNG");
+    QTest::newRow("jpeg") << QStringLiteral("image/jpeg") << QByteArrayLiteral("JPEG");
+    QTest::newRow("bmp") << QStringLiteral("image/bmp") << QByteArrayLiteral("BMP");
+}
+
+void ImageWellTest::takesDroppedData()
+{
+    QFETCH(const QString, format);
+    QFETCH(const QByteArray, encoding);
+    ImageWell well;
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    const QByteArray bytes = support::encoded(plainPicture({ 16, 8 }, Qt::blue), encoding.data());
+    QVERIFY(drop(well, *pictureData(format, bytes)));
+    QCOMPARE(well.image().size(), QSize(16, 8));
+
+    QMimeData data;
+    data.setImageData(plainPicture({ 9, 9 }, Qt::blue));
+    QVERIFY(drop(well, data));
+    QCOMPARE(well.image().size(), QSize(9, 9));
+    QCOMPARE(placed.count(), 2);
+}
+
+void ImageWellTest::takesAPathAsText_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::newRow("absolute") << QStringLiteral("%1");
+    QTest::newRow("with blanks around") << QStringLiteral("  %1\n");
+    QTest::newRow("address") << QStringLiteral("file://%1");
+    QTest::newRow("home") << QStringLiteral("~/%2");
+}
+
+void ImageWellTest::takesAPathAsText()
+{
+    QFETCH(const QString, pattern);
+    const QString name = QStringLiteral("home picture.png");
+    const QString path = QDir::home().filePath(name);
+    support::writeFile(path, support::encoded(plainPicture({ 12, 3 }, Qt::red), "PNG"));
+    ImageWell well;
+    QGuiApplication::clipboard()->setText(
+        pattern.contains(QLatin1String("%1")) ? pattern.arg(path) : QStringLiteral("~/") + name);
+    well.paste();
+    QCOMPARE(well.image().size(), QSize(12, 3));
+}
+
+void ImageWellTest::refusesDrags_data()
+{
+    QTest::addColumn<QString>("kind");
+    QTest::newRow("text") << QStringLiteral("text");
+    QTest::newRow("a link") << QStringLiteral("link");
+    QTest::newRow("a folder") << QStringLiteral("folder");
+    QTest::newRow("a text file named like a picture") << QStringLiteral("text file");
+    QTest::newRow("a missing file") << QStringLiteral("missing");
+    QTest::newRow("unknown data") << QStringLiteral("unknown");
+}
+
+void ImageWellTest::refusesDrags()
+{
+    QFETCH(const QString, kind);
+    QMimeData link;
+    link.setUrls({ QUrl(QStringLiteral("https://example.org/picture.png")) });
+    std::map<QString, MimeData> offers;
+    offers[QStringLiteral("text")] = text(QStringLiteral("hello"));
+    offers[QStringLiteral("link")] = std::make_unique<QMimeData>();
+    offers[QStringLiteral("link")]->setUrls(link.urls());
+    offers[QStringLiteral("folder")] = files({ m_folder.path() });
+    offers[QStringLiteral("text file")] = files({ m_text });
+    offers[QStringLiteral("missing")] = files({ m_folder.filePath(QStringLiteral("none.png")) });
+    offers[QStringLiteral("unknown")]
+        = pictureData(QStringLiteral("application/x-unknown"), QByteArrayLiteral("data"));
+    ImageWell well;
+    QVERIFY(!dragOver(well, *offers.at(kind)));
+    QVERIFY(well.refusal().isEmpty());
+}
+
+void ImageWellTest::showsTheDragThatHovers()
+{
+    ImageWell well;
+    well.resize(200, 200);
+    const QColor before = well.grab().toImage().pixelColor(100, 100);
+    const MimeData data = files({ m_red });
+    QVERIFY(dragOver(well, *data));
+    QVERIFY(well.grab().toImage().pixelColor(100, 100) != before);
+    QDragLeaveEvent leave;
+    QApplication::sendEvent(&well, &leave);
+    QCOMPARE(well.grab().toImage().pixelColor(100, 100), before);
+}
+
+void ImageWellTest::pastesByKey()
+{
+    ImageWell well;
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QGuiApplication::clipboard()->setImage(plainPicture({ 6, 5 }, Qt::red));
+    QTest::keyClick(&well, Qt::Key_V, Qt::ControlModifier);
+    QCOMPARE(well.image().size(), QSize(6, 5));
+    QGuiApplication::clipboard()->setMimeData(files({ m_red }).release());
+    QTest::keyClick(&well, Qt::Key_V, Qt::ControlModifier);
+    QCOMPARE(well.image().size(), QSize(30, 20));
+    QCOMPARE(placed.count(), 2);
+}
+
+void ImageWellTest::pasteOfTextIsRefused()
+{
+    ImageWell well;
+    well.setImage(plainPicture({ 4, 4 }, Qt::green));
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QGuiApplication::clipboard()->setText(QStringLiteral("<b>hello</b>"));
+    QTest::keyClick(&well, Qt::Key_V, Qt::ControlModifier);
+    QCOMPARE(well.refusal(), unreadable);
+    QCOMPARE(well.image().size(), QSize(4, 4));
+    QCOMPARE(placed.count(), 0);
+    well.setImage({});
+    QVERIFY(well.refusal().isEmpty());
+    QGuiApplication::clipboard()->clear();
+    well.paste();
+    QVERIFY(well.refusal().isEmpty());
+}
+
+void ImageWellTest::unreadableFileIsRefused()
+{
+    ImageWell well;
+    QVERIFY(drop(well, *files({ m_red })));
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QByteArray broken = support::encoded(support::noisePicture({ 60, 60 }), "PNG");
+    broken.truncate(60);
+    const QString path = fileNamed(QStringLiteral("broken.png"), broken);
+    QVERIFY(drop(well, *files({ path })));
+    QCOMPARE(well.refusal(), unreadable);
+    QCOMPARE(well.image().size(), QSize(30, 20));
+    QCOMPARE(placed.count(), 0);
+    QVERIFY(drop(well, *files({ m_red })));
+    QVERIFY(well.refusal().isEmpty());
+    QCOMPARE(placed.count(), 1);
+}
+
+void ImageWellTest::tooLargeFileIsRefused()
+{
+    QImage huge(20'000, 20'000, QImage::Format_Mono);
+    huge.fill(1);
+    const QString path = m_folder.filePath(QStringLiteral("huge.png"));
+    QVERIFY(huge.save(path));
+    huge = {};
+    ImageWell well;
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QVERIFY(drop(well, *files({ path })));
+    QTRY_COMPARE(
+        well.refusal(), QStringLiteral("This picture is too large: 20,000 × 20,000 pixels"));
+    QVERIFY(well.image().isNull());
+    QCOMPARE(placed.count(), 0);
+}
+
+void ImageWellTest::truncatedJpegCounts()
+{
+    QByteArray jpeg = support::encoded(support::noisePicture({ 200, 200 }), "JPEG");
+    jpeg.truncate(jpeg.size() / 2);
+    ImageWell well;
+    QVERIFY(drop(well, *files({ fileNamed(QStringLiteral("half.jpg"), jpeg) })));
+    QCOMPARE(well.image().size(), QSize(200, 200));
+    QVERIFY(well.refusal().isEmpty());
+}
+
+void ImageWellTest::emptyJpegIsRefused()
+{
+    QByteArray jpeg = support::encoded(support::noisePicture({ 200, 200 }), "JPEG");
+    jpeg.truncate(100);
+    ImageWell well;
+    QVERIFY(drop(well, *files({ fileNamed(QStringLiteral("head.jpg"), jpeg) })));
+    QVERIFY(well.image().isNull());
+    QCOMPARE(well.refusal(), unreadable);
+}
+
+void ImageWellTest::animationGivesItsFirstFrame()
+{
+    ImageWell well;
+    QVERIFY(drop(well, *files({ fileNamed(QStringLiteral("two.gif"), support::animatedGif()) })));
+    QCOMPARE(well.image().size(), QSize(2, 2));
+    QCOMPARE(well.image().pixelColor(1, 1), QColor(Qt::red));
+}
+
+void ImageWellTest::largeFileIsReadInTheBackground()
+{
+    ImageWell well;
+    QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QVERIFY(drop(well, *files({ m_slow })));
+    QVERIFY(well.isReading());
+    QCOMPARE(placed.count(), 0);
+    QVERIFY(placed.wait());
+    QCOMPARE(well.image().size(), QSize(1500, 1200));
+    QVERIFY(!well.isReading());
+}
+
+void ImageWellTest::lastDropWins()
+{
+    ImageWell well;
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QVERIFY(drop(well, *files({ m_slow })));
+    QVERIFY(drop(well, *files({ m_red })));
+    ImageWell other;
+    QVERIFY(drop(other, *files({ m_slow }))); // read after the first
+    QTRY_VERIFY(!other.image().isNull());
+    QCOMPARE(well.image().size(), QSize(30, 20));
+    QCOMPARE(placed.count(), 1);
+}
+
+void ImageWellTest::settingAnImageStopsTheReading()
+{
+    ImageWell well;
+    const QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QVERIFY(drop(well, *files({ m_slow })));
+    well.setImage({});
+    QVERIFY(!well.isReading());
+    ImageWell other;
+    QVERIFY(drop(other, *files({ m_slow })));
+    QTRY_VERIFY(!other.image().isNull());
+    QVERIFY(well.image().isNull());
+    QCOMPARE(placed.count(), 0);
+}
+
+void ImageWellTest::wellMayGoWhileAFileIsRead()
+{
+    auto well = std::make_unique<ImageWell>();
+    QVERIFY(drop(*well, *files({ m_slow })));
+    well.reset();
+    ImageWell other;
+    QVERIFY(drop(other, *files({ m_slow })));
+    QTRY_VERIFY(!other.image().isNull());
+}
+
+void ImageWellTest::choosesAFile()
+{
+    ImageWell well;
+    well.show();
+    QSignalSpy placed(&well, &ImageWell::imagePlaced);
+    QTest::keyClick(&well, Qt::Key_Return);
+    QTest::keyClick(&well, Qt::Key_Space); // one dialog is enough
+    QCOMPARE(well.findChildren<QFileDialog*>().size(), 1);
+    auto* dialog = well.findChild<QFileDialog*>();
+    QVERIFY(dialog->isVisible());
+    QCOMPARE(dialog->windowModality(), Qt::WindowModal);
+    auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    name->setText(m_red);
+    QTest::keyClick(name, Qt::Key_Return);
+    QTRY_COMPARE(placed.count(), 1);
+    QCOMPARE(well.image().size(), QSize(30, 20));
+    QTRY_VERIFY(well.findChild<QFileDialog*>() == nullptr);
+}
+
+void ImageWellTest::doubleClickOpensTheChooser()
+{
+    ImageWell well;
+    well.show();
+    QTest::mouseDClick(&well, Qt::LeftButton);
+    auto* dialog = well.findChild<QFileDialog*>();
+    QVERIFY(dialog != nullptr);
+    dialog->reject();
+    QTRY_VERIFY(well.findChild<QFileDialog*>() == nullptr);
+    QVERIFY(well.image().isNull());
+}
+
+void ImageWellTest::smallPicturesAreSharp()
+{
+    QImage image = plainPicture({ 2, 1 }, Qt::black);
+    image.setPixelColor(1, 0, Qt::white);
+    ImageWell well;
+    well.resize(100, 100);
+    well.setImage(image);
+    const QImage screen = well.grab().toImage();
+    // 8 pixels for each of the picture's at most.
+    QCOMPARE(screen.pixelColor(43, 50), QColor(Qt::black));
+    QCOMPARE(screen.pixelColor(49, 50), QColor(Qt::black));
+    QCOMPARE(screen.pixelColor(50, 50), QColor(Qt::white));
+    QCOMPARE(screen.pixelColor(57, 50), QColor(Qt::white));
+    QVERIFY(screen.pixelColor(40, 50) != QColor(Qt::black));
+    QVERIFY(screen.pixelColor(60, 50) != QColor(Qt::white));
+}
+
+void ImageWellTest::isAButtonForScreenReaders()
+{
+    ImageWell well;
+    well.show();
+    QAccessibleInterface* button = QAccessible::queryAccessibleInterface(&well);
+    QCOMPARE(button->role(), QAccessible::Button);
+    QVERIFY(!button->text(QAccessible::Name).isEmpty());
+    QVERIFY(!button->text(QAccessible::Description).isEmpty());
+    QVERIFY(button->state().focusable);
+    QGuiApplication::clipboard()->setText(QStringLiteral("hello"));
+    well.paste();
+    QCOMPARE(button->text(QAccessible::Description), unreadable);
+    const QString press = QAccessibleActionInterface::pressAction();
+    QVERIFY(button->actionInterface()->actionNames().contains(press));
+    button->actionInterface()->doAction(press);
+    auto* dialog = well.findChild<QFileDialog*>();
+    QVERIFY(dialog != nullptr);
+    dialog->reject();
+}
+
+VELLUMCAP_TEST_MAIN(ImageWellTest)
+#include "tst_imagewell.moc"

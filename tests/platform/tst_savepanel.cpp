@@ -1,0 +1,113 @@
+#include "platform/ui/SavePanel.h"
+#include "platform/ui/Sheet.h"
+#include "tests/support/TestMain.h"
+
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QTemporaryDir>
+#include <QTimer>
+
+/// With Qt's own dialog, which the offscreen screen has.
+class SavePanelTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init() { m_window.show(); }
+
+    void returnsAPathOfAnAllowedType_data();
+    void returnsAPathOfAnAllowedType();
+    void suggestsAName();
+    void isASheet();
+    void asksBeforeItReplacesAFileThatTheUserDidNotName();
+
+private:
+    /// Types `name` into the panel and confirms.
+    void confirm(const QString& name);
+
+    QWidget m_window;
+    QTemporaryDir m_folder;
+    const platform::SavePanel m_panel{
+        .suggestedName = QStringLiteral("QR Capture"),
+        .allowedFileTypes = { QStringLiteral("jpg"), QStringLiteral("jpeg") },
+    };
+};
+
+void SavePanelTest::confirm(const QString& name)
+{
+    auto* dialog = qobject_cast<QFileDialog*>(platform::attachedSheet(&m_window));
+    QVERIFY(dialog != nullptr);
+    dialog->setDirectory(m_folder.path());
+    auto* field = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    QVERIFY(field != nullptr);
+    field->setText(name);
+    QMetaObject::invokeMethod(dialog, "accept");
+}
+
+void SavePanelTest::returnsAPathOfAnAllowedType_data()
+{
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<QString>("chosen");
+    const auto row = [](const QString& typed, const QString& chosen) {
+        QTest::newRow(qPrintable(typed)) << typed << chosen;
+    };
+    row(QStringLiteral("picture"), QStringLiteral("picture.jpg"));
+    row(QStringLiteral("picture.jpeg"), QStringLiteral("picture.jpeg"));
+    row(QStringLiteral("picture.JPG"), QStringLiteral("picture.JPG"));
+    row(QStringLiteral("picture.png"), QStringLiteral("picture.png.jpg"));
+}
+
+void SavePanelTest::returnsAPathOfAnAllowedType()
+{
+    QFETCH(QString, typed);
+    QFETCH(QString, chosen);
+    QString path;
+    m_panel.beginSheet(&m_window, [&path](const QString& given) { path = given; });
+    confirm(typed);
+    QTRY_COMPARE(path, m_folder.filePath(chosen));
+    QVERIFY(platform::attachedSheet(&m_window) == nullptr);
+}
+
+void SavePanelTest::suggestsAName()
+{
+    m_panel.beginSheet(&m_window, [](const QString&) {});
+    auto* dialog = qobject_cast<QFileDialog*>(platform::attachedSheet(&m_window));
+    QVERIFY(dialog != nullptr);
+    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->text(),
+        QStringLiteral("QR Capture.jpg"));
+    dialog->reject();
+}
+
+void SavePanelTest::isASheet()
+{
+    bool wasChosen = false;
+    m_panel.beginSheet(&m_window, [&wasChosen](const QString&) { wasChosen = true; });
+    QWidget* first = platform::attachedSheet(&m_window);
+    QVERIFY(first != nullptr);
+    m_panel.beginSheet(&m_window, [](const QString&) {});
+    QCOMPARE(platform::attachedSheet(&m_window), first);
+    qobject_cast<QFileDialog*>(first)->reject();
+    QVERIFY(platform::attachedSheet(&m_window) == nullptr);
+    QVERIFY(!wasChosen);
+}
+
+void SavePanelTest::asksBeforeItReplacesAFileThatTheUserDidNotName()
+{
+    QFile file(m_folder.filePath(QStringLiteral("there.png.jpg")));
+    QVERIFY(file.open(QFile::WriteOnly));
+    bool wasChosen = false;
+    bool wasAsked = false;
+    m_panel.beginSheet(&m_window, [&wasChosen](const QString&) { wasChosen = true; });
+    QTimer::singleShot(0, [&wasAsked] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(box != nullptr);
+        wasAsked = true;
+        QTest::keyClick(box, Qt::Key_Escape);
+    });
+    confirm(QStringLiteral("there.png"));
+    QTRY_VERIFY(wasAsked);
+    QVERIFY(!wasChosen);
+}
+
+VELLUMCAP_TEST_MAIN(SavePanelTest)
+
+#include "tst_savepanel.moc"

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+
+namespace support {
+
+/// Pictures for tests: of one colour, of noise that does not compress, and special files.
+QImage plainPicture(QSize size, QColor color);
+QImage noisePicture(QSize size);
+QByteArray encoded(const QImage& image, const char* format);
+/// A JPEG file whose metadata ask for a quarter turn to the right.
+QByteArray turnedJpeg(const QImage& image);
+/// Two frames of 2 x 2 pixels: red, then blue.
+QByteArray animatedGif();
+
+void writeFile(const QString& path, const QByteArray& content);
+
+} // namespace support
