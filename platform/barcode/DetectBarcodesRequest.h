@@ -1,0 +1,41 @@
+#pragma once
+
+#include "platform/barcode/BarcodeObservation.h"
+
+#include <QImage>
+#include <QList>
+
+#include <functional>
+
+namespace platform {
+
+/// Asks which codes of any known symbology a bitmap holds.
+class DetectBarcodesRequest {
+public:
+    using CompletionHandler = std::function<void(const DetectBarcodesRequest&)>;
+
+    explicit DetectBarcodesRequest(CompletionHandler completionHandler);
+
+    const QList<BarcodeObservation>& results() const { return m_results; }
+
+private:
+    friend class ImageRequestHandler;
+    CompletionHandler m_completionHandler;
+    QList<BarcodeObservation> m_results;
+};
+
+/// Performs requests over one bitmap. Any thread; handlers share nothing.
+class ImageRequestHandler {
+public:
+    explicit ImageRequestHandler(QImage bitmap);
+
+    /// Fills the request's results and calls its completion handler, on this thread, before it
+    /// returns. False when the bitmap could not be examined (null, or a fault inside a library);
+    /// the handler is then called with no results.
+    bool perform(DetectBarcodesRequest& request) const;
+
+private:
+    QImage m_bitmap;
+};
+
+} // namespace platform

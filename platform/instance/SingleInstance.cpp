@@ -1,0 +1,156 @@
+#include "platform/instance/SingleInstance.h"
+
+#include "platform/services/Log.h"
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QScopeGuard>
+#include <QStringList>
+#include <QVariantMap>
+
+#include <utility>
+
+namespace platform {
+namespace {
+
+const auto serviceName = QStringLiteral("org.vellumcap.Vellumcap");
+const auto objectPath = QStringLiteral("/org/vellumcap/Vellumcap");
+const auto applicationInterface = QStringLiteral("org.freedesktop.Application");
+
+const auto startupIdKey = QStringLiteral("desktop-startup-id");
+const auto tokenKey = QStringLiteral("activation-token");
+constexpr auto startupIdVariable = "DESKTOP_STARTUP_ID";
+constexpr auto tokenVariable = "XDG_ACTIVATION_TOKEN";
+
+// Read before the application object, which takes them for its own first window and unsets them.
+const QByteArray ownStartupId = qgetenv(startupIdVariable);
+const QByteArray ownToken = qgetenv(tokenVariable);
+
+constexpr int handOverTimeout = 2000; // milliseconds
+
+QVariantMap platformData()
+{
+    QVariantMap data;
+    if (!ownStartupId.isEmpty()) {
+        data.insert(startupIdKey, QString::fromUtf8(ownStartupId));
+    }
+    if (!ownToken.isEmpty()) {
+        data.insert(tokenKey, QString::fromUtf8(ownToken));
+    }
+    return data;
+}
+
+/// The org.freedesktop.Application interface of the Desktop Entry Specification.
+class ApplicationAdaptor : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
+public:
+    ApplicationAdaptor(QObject* object, std::function<void()> reopen)
+        : QDBusAbstractAdaptor(object)
+        , m_reopen(std::move(reopen))
+    {
+    }
+
+public Q_SLOTS:
+    void Activate(const QVariantMap& platformData)
+    {
+        // Where the window system plug-in looks for the right to raise a window.
+        const QByteArray token = platformData.value(tokenKey).toString().toUtf8();
+        if (!token.isEmpty() && !token.contains('\0')) {
+            qputenv(tokenVariable, token);
+        }
+        const auto used = qScopeGuard([] { qunsetenv(tokenVariable); });
+        m_reopen();
+    }
+
+    /// The program opens no files; to be asked to is to be started again.
+    void Open(const QStringList& /*uris*/, const QVariantMap& platformData)
+    {
+        Activate(platformData);
+    }
+
+    void ActivateAction(const QString& /*action*/, const QVariantList& /*parameter*/,
+        const QVariantMap& /*platformData*/)
+    {
+    }
+
+private:
+    std::function<void()> m_reopen;
+};
+
+enum class HandOver { Done, OwnerGone };
+
+/// Asks the owner of the name to come to the front. It keeps the name even when it hangs.
+HandOver handOver(QDBusConnection& bus)
+{
+    QDBusMessage activate = QDBusMessage::createMethodCall(
+        serviceName, objectPath, applicationInterface, QStringLiteral("Activate"));
+    activate.setAutoStartService(false);
+    activate << platformData();
+    const QDBusMessage reply = bus.call(activate, QDBus::Block, handOverTimeout);
+    const QDBusError error(reply);
+    if (error.type() == QDBusError::ServiceUnknown) {
+        return HandOver::OwnerGone;
+    }
+    if (error.isValid()) {
+        log(QStringLiteral("Vellumcap is running already, but does not answer: %1")
+                .arg(error.message()));
+    }
+    return HandOver::Done;
+}
+
+} // namespace
+
+struct SingleInstance::State {
+    explicit State(std::function<void()> reopen)
+    {
+        new ApplicationAdaptor(&object, std::move(reopen));
+    }
+
+    QObject object; ///< owns the adaptor
+    bool isOnBus = false;
+};
+
+SingleInstance::SingleInstance() = default;
+
+std::unique_ptr<SingleInstance> SingleInstance::claim(std::function<void()> reopen)
+{
+    std::unique_ptr<SingleInstance> instance(new SingleInstance);
+    instance->m_state = std::make_unique<State>(std::move(reopen));
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        return instance;
+    }
+    // The object comes first: calls may arrive as soon as the name is owned.
+    bus.registerObject(objectPath, &instance->m_state->object, QDBusConnection::ExportAdaptors);
+    instance->m_state->isOnBus = true;
+    constexpr int attempts = 3; // an owner may end between our two calls
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        const auto reply = bus.interface()->registerService(
+            serviceName, QDBusConnectionInterface::DontQueueService);
+        if (!reply.isValid() || reply == QDBusConnectionInterface::ServiceRegistered) {
+            return instance;
+        }
+        if (handOver(bus) == HandOver::Done) {
+            return nullptr;
+        }
+    }
+    return instance;
+}
+
+SingleInstance::~SingleInstance()
+{
+    if (m_state->isOnBus) {
+        QDBusConnection bus = QDBusConnection::sessionBus();
+        bus.unregisterService(serviceName);
+        bus.unregisterObject(objectPath);
+    }
+}
+
+} // namespace platform
+
+#include "SingleInstance.moc"

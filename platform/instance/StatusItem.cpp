@@ -1,0 +1,88 @@
+#include "platform/instance/StatusItem.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <chrono>
+
+namespace platform {
+namespace {
+
+const auto trayService = QStringLiteral("org.kde.StatusNotifierWatcher");
+
+} // namespace
+
+StatusItem::StatusItem(const QIcon& icon, const QString& title, const QList<QAction*>& actions)
+    : m_picture(icon)
+    , m_title(title)
+    , m_menu(std::make_unique<QMenu>())
+{
+    m_menu->addActions(actions);
+    if (QDBusConnection::sessionBus().isConnected()) {
+        waitForTray();
+    } else if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        appear();
+    }
+}
+
+StatusItem::~StatusItem() = default;
+
+// Qt asks once for the whole run whether there is a tray on the bus, so it must not be asked
+// before there is.
+void StatusItem::waitForTray()
+{
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    auto* service = new QDBusServiceWatcher(
+        trayService, bus, QDBusServiceWatcher::WatchForRegistration, this);
+    connect(service, &QDBusServiceWatcher::serviceRegistered, this, &StatusItem::appear);
+
+    QDBusMessage isThere = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
+        QStringLiteral("NameHasOwner"));
+    isThere << trayService;
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(isThere), this);
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+        const QDBusPendingReply<bool> reply(*answer);
+        if (reply.isValid() && reply.value()) {
+            appear();
+        }
+        answer->deleteLater();
+    });
+
+    if (QGuiApplication::platformName() == QStringLiteral("xcb")) {
+        // A tray of the older, X11 kind is asked for when the session has had time to start one
+        // of the other kind.
+        constexpr std::chrono::seconds sessionStart{ 10 };
+        QTimer::singleShot(sessionStart, this, [this] {
+            if (QSystemTrayIcon::isSystemTrayAvailable()) {
+                appear();
+            }
+        });
+    }
+}
+
+void StatusItem::appear()
+{
+    if (m_icon) {
+        return;
+    }
+    m_icon = std::make_unique<QSystemTrayIcon>(m_picture);
+    m_icon->setToolTip(m_title);
+    m_icon->setContextMenu(m_menu.get());
+    connect(m_icon.get(), &QSystemTrayIcon::activated, this,
+        [this](QSystemTrayIcon::ActivationReason reason) {
+            if (reason == QSystemTrayIcon::Trigger) {
+                Q_EMIT activated();
+            }
+        });
+    m_icon->show();
+}
+
+} // namespace platform

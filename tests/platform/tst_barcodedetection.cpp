@@ -1,0 +1,348 @@
+#include "platform/barcode/DetectBarcodesRequest.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/TestMain.h"
+
+#include <QPainter>
+#include <QRandomGenerator>
+#include <QThread>
+#include <QTransform>
+
+using platform::BarcodeObservation;
+using platform::DetectBarcodesRequest;
+using platform::ImageRequestHandler;
+using platform::Symbology;
+using support::drawnCode;
+
+namespace {
+
+// GS1 DataBar of 2001234567890 and its check digit.
+constexpr auto dataBarWidths = "1111331151274111221215125121112112833212123211";
+
+QList<BarcodeObservation> codesIn(const QImage& picture)
+{
+    DetectBarcodesRequest request(nullptr);
+    return ImageRequestHandler(picture).perform(request) ? request.results()
+                                                         : QList<BarcodeObservation>();
+}
+
+std::optional<QString> textIn(const QImage& picture)
+{
+    const auto codes = codesIn(picture);
+    return codes.isEmpty() ? std::nullopt : codes.first().payloadStringValue;
+}
+
+QImage noise(QSize size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    QRandomGenerator random(7);
+    for (int y = 0; y < picture.height(); ++y) {
+        random.fillRange(reinterpret_cast<quint32*>(picture.scanLine(y)), picture.width());
+    }
+    return picture;
+}
+
+// The code's own outline, without the quiet zone that drawnCode() puts around it.
+QRectF codeRect(const QImage& code, QPoint at, int modulePixels)
+{
+    const int margin = 10 * modulePixels;
+    return QRectF(code.rect().translated(at)).adjusted(margin, margin, -margin, -margin);
+}
+
+} // namespace
+
+class BarcodeDetection : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void readsEverySymbology_data();
+    void readsEverySymbology();
+    void readsDataBar();
+    void readsTextAsItWasWritten_data();
+    void readsTextAsItWasWritten();
+    void readsLatinBytes();
+    void givesNoTextForBytes();
+    void readsEveryImageFormat_data();
+    void readsEveryImageFormat();
+    void takesTransparentForWhite();
+    void readsTurnedCodes_data();
+    void readsTurnedCodes();
+    void readsInvertedCodes();
+    void tellsWhereTheCodeIs_data();
+    void tellsWhereTheCodeIs();
+    void findsNothing_data();
+    void findsNothing();
+    void refusesANullBitmap();
+    void callsItsHandlerOnceOnThisThread_data();
+    void callsItsHandlerOnceOnThisThread();
+    void forgetsThePreviousResults();
+};
+
+void BarcodeDetection::readsEverySymbology_data()
+{
+    QTest::addColumn<Symbology>("symbology");
+    QTest::addColumn<QString>("written");
+    QTest::addColumn<QString>("read");
+
+    const auto row
+        = [](const char* name, Symbology symbology, const QString& written, const QString& read) {
+              QTest::newRow(name) << symbology << written << (read.isEmpty() ? written : read);
+          };
+    row("Aztec", Symbology::Aztec, QStringLiteral("Aztec 1"), {});
+    row("Codabar", Symbology::Codabar, QStringLiteral("A1234567B"), {});
+    row("Code 39", Symbology::Code39, QStringLiteral("CODE-39"), {});
+    row("Code 93", Symbology::Code93, QStringLiteral("CODE 93"), {});
+    row("Code 128", Symbology::Code128, QStringLiteral("Code 128"), {});
+    row("Data Matrix", Symbology::DataMatrix, QStringLiteral("Data Matrix 1"), {});
+    row("EAN-8", Symbology::Ean8, QStringLiteral("96385074"), {});
+    row("EAN-13", Symbology::Ean13, QStringLiteral("4006381333931"), {});
+    row("UPC-A", Symbology::Ean13, QStringLiteral("0036000291452"), {});
+    row("UPC-E, 0", Symbology::UpcE, QStringLiteral("01234505"), QStringLiteral("0012000003455"));
+    row("UPC-E, 3", Symbology::UpcE, QStringLiteral("01234531"), QStringLiteral("0012300000451"));
+    row("UPC-E, 4", Symbology::UpcE, QStringLiteral("01234543"), QStringLiteral("0012340000053"));
+    row("UPC-E, 6", Symbology::UpcE, QStringLiteral("01234565"), QStringLiteral("0012345000065"));
+    row("ITF", Symbology::Itf, QStringLiteral("00123456789012"), {});
+    row("PDF417", Symbology::Pdf417, QStringLiteral("PDF 417 text"), {});
+    row("QR", Symbology::Qr, QStringLiteral("https://example.org/"), {});
+}
+
+void BarcodeDetection::readsEverySymbology()
+{
+    QFETCH(Symbology, symbology);
+    QFETCH(QString, written);
+    QFETCH(QString, read);
+
+    const auto codes = codesIn(drawnCode(symbology, written));
+
+    QCOMPARE(codes.size(), 1);
+    QCOMPARE(codes.first().payloadStringValue, read);
+    QCOMPARE(codes.first().symbology, symbology);
+}
+
+void BarcodeDetection::readsDataBar()
+{
+    const auto codes = codesIn(support::drawnBars(dataBarWidths));
+
+    QCOMPARE(codes.size(), 1);
+    QCOMPARE(codes.first().payloadStringValue, QStringLiteral("0120012345678909"));
+    QCOMPARE(codes.first().symbology, Symbology::DataBar);
+}
+
+void BarcodeDetection::readsTextAsItWasWritten_data()
+{
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("umlauts") << QStringLiteral("Grüße aus Köln");
+    QTest::newRow("Greek") << QStringLiteral("Καλημέρα κόσμε");
+    QTest::newRow("Japanese") << QStringLiteral("日本語のテキスト");
+    QTest::newRow("beyond the basic plane") << QStringLiteral("Hi \U0001F600!");
+    QTest::newRow("line ends") << QStringLiteral("one\r\ntwo\n\tthree");
+    QTest::newRow("separators") << QStringLiteral("a\u001Db\u001Ec\u0004");
+    QTest::newRow("null character") << QString(QStringLiteral("a") + QChar(0) + u'b');
+    QTest::newRow("control characters") << QStringLiteral("\u0001\u0010AD:SUB;;");
+    QTest::newRow("markup") << QStringLiteral("<b>bold</b> &amp; <GS>");
+    QTest::newRow("spaces") << QStringLiteral("  two  ");
+}
+
+void BarcodeDetection::readsTextAsItWasWritten()
+{
+    QFETCH(QString, text);
+
+    QCOMPARE(textIn(drawnCode(Symbology::Qr, text)), text);
+}
+
+void BarcodeDetection::readsLatinBytes()
+{
+    const auto picture = drawnCode(Symbology::Qr, QByteArray("caf\xE9 cr\xE8me"));
+
+    QCOMPARE(textIn(picture), QStringLiteral("café crème"));
+}
+
+void BarcodeDetection::givesNoTextForBytes()
+{
+    const auto codes
+        = codesIn(drawnCode(Symbology::Qr, QByteArray("\x78\x9C\xC5\x99\x5B\x8F\x9A\x40\x14", 9)));
+
+    QCOMPARE(codes.size(), 1);
+    QVERIFY(!codes.first().payloadStringValue);
+}
+
+void BarcodeDetection::readsEveryImageFormat_data()
+{
+    QTest::addColumn<QImage::Format>("format");
+    for (int format = QImage::Format_Mono; format < QImage::NImageFormats; ++format) {
+        // A mask has no colours: the code's modules and its paper would be equally opaque.
+        if (format != QImage::Format_Alpha8) {
+            QTest::addRow("%d", format) << QImage::Format(format);
+        }
+    }
+}
+
+void BarcodeDetection::readsEveryImageFormat()
+{
+    QFETCH(QImage::Format, format);
+    const auto picture = drawnCode(Symbology::Qr, QStringLiteral("format")).convertToFormat(format);
+
+    QCOMPARE(textIn(picture), QStringLiteral("format"));
+}
+
+void BarcodeDetection::takesTransparentForWhite()
+{
+    QImage picture
+        = drawnCode(Symbology::Qr, QStringLiteral("glass")).convertToFormat(QImage::Format_ARGB32);
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            const bool isPaper = qGray(picture.pixel(x, y)) > 0;
+            picture.setPixel(x, y, isPaper ? qRgba(0, 0, 0, 0) : qRgba(0, 0, 0, 255));
+        }
+    }
+
+    QCOMPARE(textIn(picture), QStringLiteral("glass"));
+}
+
+void BarcodeDetection::readsTurnedCodes_data()
+{
+    QTest::addColumn<Symbology>("symbology");
+    QTest::addColumn<QTransform>("turn");
+
+    for (const int degrees : { 30, 90, 180, 270 }) {
+        QTest::addRow("QR by %d", degrees) << Symbology::Qr << QTransform().rotate(degrees);
+    }
+    for (const int degrees : { 90, 180, 270 }) {
+        QTest::addRow("Code 128 by %d", degrees)
+            << Symbology::Code128 << QTransform().rotate(degrees);
+    }
+    QTest::newRow("QR mirrored") << Symbology::Qr << QTransform::fromScale(-1, 1);
+}
+
+void BarcodeDetection::readsTurnedCodes()
+{
+    QFETCH(Symbology, symbology);
+    QFETCH(QTransform, turn);
+    const QImage upright
+        = drawnCode(symbology, QStringLiteral("turned")).convertToFormat(QImage::Format_ARGB32);
+
+    QCOMPARE(textIn(upright.transformed(turn)), QStringLiteral("turned"));
+}
+
+void BarcodeDetection::readsInvertedCodes()
+{
+    QImage picture = drawnCode(Symbology::Qr, QStringLiteral("white on black"));
+    picture.invertPixels();
+
+    QCOMPARE(textIn(picture), QStringLiteral("white on black"));
+}
+
+void BarcodeDetection::tellsWhereTheCodeIs_data()
+{
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<QPoint>("at");
+    QTest::addColumn<int>("modulePixels");
+
+    QTest::newRow("as it is") << QSize(640, 480) << QPoint(200, 100) << 4;
+    QTest::newRow("read smaller") << QSize(4000, 3000) << QPoint(2700, 1500) << 12;
+    QTest::newRow("too small once made smaller") << QSize(6000, 1000) << QPoint(5000, 400) << 2;
+}
+
+void BarcodeDetection::tellsWhereTheCodeIs()
+{
+    QFETCH(QSize, size);
+    QFETCH(QPoint, at);
+    QFETCH(int, modulePixels);
+    QImage picture(size, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    const QImage code = drawnCode(Symbology::Qr, QStringLiteral("here"), modulePixels);
+    QPainter(&picture).drawImage(at, code);
+
+    const auto codes = codesIn(picture);
+
+    QCOMPARE(codes.size(), 1);
+    const QRectF expected = codeRect(code, at, modulePixels);
+    const QPolygonF& corners = codes.first().corners;
+    QCOMPARE(corners.size(), 4);
+    const auto isNear = [modulePixels](QPointF found, QPointF wanted) {
+        return (found - wanted).manhattanLength() <= 2 * modulePixels;
+    };
+    QVERIFY(isNear(corners.at(0), expected.topLeft()));
+    QVERIFY(isNear(corners.at(1), expected.topRight()));
+    QVERIFY(isNear(corners.at(2), expected.bottomRight()));
+    QVERIFY(isNear(corners.at(3), expected.bottomLeft()));
+}
+
+void BarcodeDetection::findsNothing_data()
+{
+    QTest::addColumn<QImage>("picture");
+
+    const auto blank = [](int width, int height) {
+        QImage picture(width, height, QImage::Format_RGB32);
+        picture.fill(Qt::white);
+        return picture;
+    };
+    QTest::newRow("white") << blank(800, 600);
+    QTest::newRow("noise") << noise(QSize(800, 600));
+    for (const int side : { 1, 2, 7, 8, 9, 20 }) {
+        QTest::addRow("%d x %d", side, side) << noise(QSize(side, side));
+        QTest::addRow("%d x 500", side) << noise(QSize(side, 500));
+        QTest::addRow("500 x %d", side) << noise(QSize(500, side));
+    }
+    QTest::newRow("a long line") << blank(30000, 8);
+    QTest::newRow("mask") << QImage(100, 100, QImage::Format_Alpha8);
+}
+
+void BarcodeDetection::findsNothing()
+{
+    QFETCH(QImage, picture);
+    DetectBarcodesRequest request(nullptr);
+
+    QVERIFY(ImageRequestHandler(picture).perform(request));
+    QVERIFY(request.results().isEmpty());
+}
+
+void BarcodeDetection::refusesANullBitmap()
+{
+    DetectBarcodesRequest request(nullptr);
+
+    QVERIFY(!ImageRequestHandler(QImage()).perform(request));
+    QVERIFY(request.results().isEmpty());
+}
+
+void BarcodeDetection::callsItsHandlerOnceOnThisThread_data()
+{
+    QTest::addColumn<QImage>("picture");
+    QTest::addColumn<int>("results");
+
+    QTest::newRow("code") << drawnCode(Symbology::Qr, QStringLiteral("once")) << 1;
+    QTest::newRow("no code") << noise(QSize(100, 100)) << 0;
+    QTest::newRow("pixel") << noise(QSize(1, 1)) << 0;
+    QTest::newRow("null") << QImage() << 0;
+}
+
+void BarcodeDetection::callsItsHandlerOnceOnThisThread()
+{
+    QFETCH(QImage, picture);
+    QFETCH(int, results);
+    QList<Qt::HANDLE> threads;
+    qsizetype seen = -1;
+    DetectBarcodesRequest request([&](const DetectBarcodesRequest& finished) {
+        threads.append(QThread::currentThreadId());
+        seen = finished.results().size();
+    });
+
+    ImageRequestHandler(picture).perform(request);
+
+    QCOMPARE(threads, QList<Qt::HANDLE>{ QThread::currentThreadId() });
+    QCOMPARE(seen, results);
+}
+
+void BarcodeDetection::forgetsThePreviousResults()
+{
+    DetectBarcodesRequest request(nullptr);
+    ImageRequestHandler(drawnCode(Symbology::Qr, QStringLiteral("first"))).perform(request);
+    QCOMPARE(request.results().size(), 1);
+
+    ImageRequestHandler(noise(QSize(100, 100))).perform(request);
+
+    QVERIFY(request.results().isEmpty());
+}
+
+VELLUMCAP_TEST_MAIN(BarcodeDetection)
+#include "tst_barcodedetection.moc"

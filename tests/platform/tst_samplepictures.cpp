@@ -1,0 +1,135 @@
+#include "platform/barcode/DetectBarcodesRequest.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QImageReader>
+
+namespace {
+
+// Folders of photographs, named after what is on them, with the expected text of NAME.webp in
+// NAME.txt.
+QDir samples()
+{
+    return QDir(qEnvironmentVariable("VELLUMCAP_SAMPLES"));
+}
+
+QFileInfoList picturesIn(const QDir& folder)
+{
+    return folder.entryInfoList(
+        { QStringLiteral("*.png"), QStringLiteral("*.jpg"), QStringLiteral("*.webp") }, QDir::Files,
+        QDir::Name);
+}
+
+QList<platform::BarcodeObservation> codesIn(const QFileInfo& picture)
+{
+    platform::DetectBarcodesRequest request(nullptr);
+    platform::ImageRequestHandler(QImage(picture.filePath())).perform(request);
+    return request.results();
+}
+
+QString expectedText(const QFileInfo& picture)
+{
+    QFile file(picture.dir().filePath(picture.completeBaseName() + QStringLiteral(".txt")));
+    return file.open(QFile::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+int rightTexts(const QDir& folder)
+{
+    int right = 0;
+    for (const QFileInfo& picture : picturesIn(folder)) {
+        const auto codes = codesIn(picture);
+        right += !codes.isEmpty() && codes.first().payloadStringValue == expectedText(picture);
+    }
+    return right;
+}
+
+} // namespace
+
+/// Photographs are not carried along; where there are some, what was once read stays readable.
+class SamplePictures : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void readsAtLeastWhatItDid_data();
+    void readsAtLeastWhatItDid();
+    void seesNoCodeWhereThereIsNone_data();
+    void seesNoCodeWhereThereIsNone();
+};
+
+void SamplePictures::initTestCase()
+{
+    if (!qEnvironmentVariableIsSet("VELLUMCAP_SAMPLES") || !samples().exists()) {
+        QSKIP("VELLUMCAP_SAMPLES names no folder");
+    }
+    if (!QImageReader::supportedImageFormats().contains("webp")) {
+        QSKIP("Qt's WebP plugin is not installed");
+    }
+}
+
+void SamplePictures::readsAtLeastWhatItDid_data()
+{
+    QTest::addColumn<QString>("folder");
+    QTest::addColumn<int>("atLeast");
+
+    const auto row = [](const char* folder, int atLeast) {
+        QTest::newRow(folder) << QString::fromLatin1(folder) << atLeast;
+    };
+    row("aztec-1", 10);
+    row("code128-2", 6);
+    row("datamatrix-2", 10);
+    row("datamatrix-4", 11);
+    row("ean13-1", 9);
+    row("ean13-4", 7);
+    row("itf-1", 7);
+    row("maxicode-1", 7);
+    row("pdf417-2", 11);
+    row("qrcode-1", 4);
+    row("qrcode-2", 19);
+    row("qrcode-3", 9);
+    row("qrcode-4", 9);
+    row("qrcode-5", 4);
+    row("qrcode-6", 8);
+    row("rss14-1", 6);
+    row("rssexpanded-1", 23);
+}
+
+void SamplePictures::readsAtLeastWhatItDid()
+{
+    QFETCH(QString, folder);
+    QFETCH(int, atLeast);
+    const QDir pictures(samples().filePath(folder));
+    if (!pictures.exists()) {
+        QSKIP("no such pictures");
+    }
+
+    const int right = rightTexts(pictures);
+
+    QVERIFY2(right >= atLeast, qPrintable(QString::number(right)));
+}
+
+void SamplePictures::seesNoCodeWhereThereIsNone_data()
+{
+    QTest::addColumn<QFileInfo>("picture");
+
+    const QFileInfoList folders
+        = samples().entryInfoList({ QStringLiteral("falsepositives*") }, QDir::Dirs);
+    if (folders.isEmpty()) {
+        QSKIP("no such pictures");
+    }
+    for (const QFileInfo& folder : folders) {
+        for (const QFileInfo& picture : picturesIn(QDir(folder.filePath()))) {
+            QTest::newRow(qPrintable(picture.filePath())) << picture;
+        }
+    }
+}
+
+void SamplePictures::seesNoCodeWhereThereIsNone()
+{
+    QFETCH(QFileInfo, picture);
+
+    QVERIFY(codesIn(picture).isEmpty());
+}
+
+VELLUMCAP_TEST_MAIN(SamplePictures)
+#include "tst_samplepictures.moc"

@@ -1,0 +1,149 @@
+#include "platform/barcode/GreyPicture.h"
+#include "platform/barcode/ZBarEngine.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/TestMain.h"
+
+using platform::Symbology;
+using support::drawnCode;
+
+namespace {
+
+QList<platform::BarcodeObservation> codesIn(const QImage& picture)
+{
+    return platform::ZBarEngine()
+        .read(platform::greyPicture(picture))
+        .value_or(QList<platform::BarcodeObservation>());
+}
+
+} // namespace
+
+/// What is seldom seen through the whole detector, because the other engine comes first.
+class ZBarEngineTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void decodesBytesItself_data();
+    void decodesBytesItself();
+    void givesNoTextForBytes();
+    void givesProductCodesThirteenDigits_data();
+    void givesProductCodesThirteenDigits();
+    void leavesDoubtfulSymbologiesAlone_data();
+    void leavesDoubtfulSymbologiesAlone();
+    void ordersTheCornersOfQrCodes();
+    void boxesLinearCodes();
+    void readsPaddedRows();
+};
+
+void ZBarEngineTest::decodesBytesItself_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("ASCII") << QByteArray("plain") << QStringLiteral("plain");
+    QTest::newRow("UTF-8") << QByteArray("Gr\xC3\xBC\xC3\x9F") << QStringLiteral("Grüß");
+    QTest::newRow("ISO 8859-1") << QByteArray("caf\xE9 cr\xE8me") << QStringLiteral("café crème");
+    QTest::newRow("separator") << QByteArray("a\x1D"
+                                             "b")
+                               << QStringLiteral("a\u001Db");
+}
+
+void ZBarEngineTest::decodesBytesItself()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, text);
+
+    const auto codes = codesIn(drawnCode(Symbology::Qr, bytes));
+
+    QCOMPARE(codes.size(), 1);
+    QCOMPARE(codes.first().payloadStringValue, text);
+    QCOMPARE(codes.first().symbology, Symbology::Qr);
+}
+
+void ZBarEngineTest::givesNoTextForBytes()
+{
+    const auto codes = codesIn(drawnCode(Symbology::Qr, QByteArray("\x78\x9C\xC5\x99\x5B\x8F")));
+
+    QCOMPARE(codes.size(), 1);
+    QVERIFY(!codes.first().payloadStringValue);
+}
+
+void ZBarEngineTest::givesProductCodesThirteenDigits_data()
+{
+    QTest::addColumn<Symbology>("symbology");
+    QTest::addColumn<QString>("written");
+    QTest::addColumn<QString>("read");
+
+    QTest::newRow("UPC-A") << Symbology::Ean13 << QStringLiteral("0036000291452")
+                           << QStringLiteral("0036000291452");
+    QTest::newRow("UPC-E") << Symbology::UpcE << QStringLiteral("01234565")
+                           << QStringLiteral("0012345000065");
+}
+
+void ZBarEngineTest::givesProductCodesThirteenDigits()
+{
+    QFETCH(Symbology, symbology);
+    QFETCH(QString, written);
+    QFETCH(QString, read);
+
+    const auto codes = codesIn(drawnCode(symbology, written));
+
+    QCOMPARE(codes.size(), 1);
+    QCOMPARE(codes.first().payloadStringValue, read);
+    QCOMPARE(codes.first().symbology, symbology);
+}
+
+void ZBarEngineTest::leavesDoubtfulSymbologiesAlone_data()
+{
+    QTest::addColumn<QImage>("picture");
+
+    QTest::newRow("ITF") << drawnCode(Symbology::Itf, QStringLiteral("00123456789012"));
+    QTest::newRow("Code 39") << drawnCode(Symbology::Code39, QStringLiteral("CODE-39"));
+}
+
+void ZBarEngineTest::leavesDoubtfulSymbologiesAlone()
+{
+    QFETCH(QImage, picture);
+
+    QVERIFY(codesIn(picture).isEmpty());
+}
+
+void ZBarEngineTest::ordersTheCornersOfQrCodes()
+{
+    const QImage picture = drawnCode(Symbology::Qr, QStringLiteral("corners"));
+
+    const auto codes = codesIn(picture);
+
+    QCOMPARE(codes.size(), 1);
+    const QPolygonF& corners = codes.first().corners;
+    const QPointF centre = QRectF(picture.rect()).center();
+    QCOMPARE(corners.size(), 4);
+    QVERIFY(corners.at(0).x() < centre.x() && corners.at(0).y() < centre.y());
+    QVERIFY(corners.at(1).x() > centre.x() && corners.at(1).y() < centre.y());
+    QVERIFY(corners.at(2).x() > centre.x() && corners.at(2).y() > centre.y());
+    QVERIFY(corners.at(3).x() < centre.x() && corners.at(3).y() > centre.y());
+}
+
+void ZBarEngineTest::boxesLinearCodes()
+{
+    const QImage picture = drawnCode(Symbology::Ean13, QStringLiteral("4006381333931"));
+
+    const auto codes = codesIn(picture);
+
+    QCOMPARE(codes.size(), 1);
+    const QRectF box = codes.first().corners.boundingRect();
+    QCOMPARE(codes.first().corners.size(), 4);
+    QVERIFY(QRectF(picture.rect()).contains(box));
+    QVERIFY(box.width() > picture.width() / 2.0);
+}
+
+void ZBarEngineTest::readsPaddedRows()
+{
+    const QImage code = drawnCode(Symbology::Qr, QStringLiteral("padded"));
+    const QImage odd = code.copy(0, 0, code.width() + 1, code.height());
+    QVERIFY(platform::greyPicture(odd).bytesPerLine() > odd.width());
+
+    QCOMPARE(codesIn(odd).size(), 1);
+}
+
+VELLUMCAP_TEST_MAIN(ZBarEngineTest)
+#include "tst_zbarengine.moc"
