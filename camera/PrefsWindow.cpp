@@ -1,0 +1,109 @@
+#include "camera/PrefsWindow.h"
+
+#include "platform/camera/CaptureDevice.h"
+#include "platform/services/Log.h"
+#include "platform/services/UserDefaults.h"
+#include "ui_PrefsWindow.h"
+
+#include <QDialog>
+
+namespace vellumcap {
+
+namespace {
+
+QString key(const char* name)
+{
+    return QString::fromLatin1(name);
+}
+
+constexpr auto cameraKey = "pref-camera-id";
+constexpr auto contrastKey = "pref-camera-contrast";
+constexpr auto mirrorKey = "pref-mirror-video";
+
+} // namespace
+
+PrefsWindow::PrefsWindow(const QString& windowNibName)
+    : WindowController(windowNibName)
+    , m_ui(std::make_unique<Ui::PrefsWindow>())
+{
+}
+
+PrefsWindow::~PrefsWindow() = default;
+
+std::unique_ptr<QWidget> PrefsWindow::loadWindow()
+{
+    auto window = std::make_unique<QDialog>();
+    m_ui->setupUi(window.get());
+    cameraMenu = m_ui->cameraMenu;
+    contrastSlider = m_ui->contrastSlider;
+    mirrorVideoCheckbox = m_ui->mirrorVideoCheckbox;
+    return window;
+}
+
+void PrefsWindow::windowDidLoad()
+{
+    const auto& defaults = platform::UserDefaults::standard();
+    contrastSlider->setValue(qRound(defaults.doubleForKey(key(contrastKey))));
+    mirrorVideoCheckbox->setChecked(defaults.integerForKey(key(mirrorKey)) != 0);
+    m_ui->contrastValue->setNum(contrastSlider->value());
+    connect(cameraMenu, &QComboBox::activated, this, [this] { menuSelected(cameraMenu); });
+    connect(contrastSlider, &QSlider::valueChanged, this,
+        [this] { contrastChanged(contrastSlider); });
+    connect(mirrorVideoCheckbox, &QCheckBox::toggled, this,
+        [this] { mirrorVideoChanged(mirrorVideoCheckbox); });
+    connect(m_ui->resetContrast, &QToolButton::clicked, contrastSlider,
+        [this] { contrastSlider->setValue(0); });
+}
+
+void PrefsWindow::showWindow(QObject* sender)
+{
+    WindowController::showWindow(sender);
+    updateMenu();
+}
+
+void PrefsWindow::updateMenu()
+{
+    using platform::CaptureDevice;
+    using platform::MediaType;
+    const auto stored = platform::UserDefaults::standard().stringForKey(key(cameraKey));
+    const auto standard = CaptureDevice::defaultDeviceWithMediaType(MediaType::Video);
+    m_devices.clear();
+    cameraMenu->clear();
+    for (const MediaType type : { MediaType::Video, MediaType::Muxed }) {
+        for (const CaptureDevice& device : CaptureDevice::devicesWithMediaType(type)) {
+            cameraMenu->addItem(device.localizedName);
+            m_devices.append(device.uniqueID);
+        }
+    }
+    const qsizetype standardIndex = standard ? m_devices.indexOf(standard->uniqueID) : -1;
+    const qsizetype storedIndex = stored ? m_devices.indexOf(*stored) : -1;
+    cameraMenu->setCurrentIndex(static_cast<int>(storedIndex >= 0 ? storedIndex : standardIndex));
+    cameraMenu->setEnabled(!m_devices.isEmpty());
+}
+
+void PrefsWindow::menuSelected(QObject* /*sender*/)
+{
+    const int index = cameraMenu->currentIndex();
+    if (index < 0) {
+        return;
+    }
+    auto& defaults = platform::UserDefaults::standard();
+    defaults.setString(key(cameraKey), m_devices.at(index));
+    defaults.synchronize();
+}
+
+void PrefsWindow::contrastChanged(QObject* /*sender*/)
+{
+    const double contrast = contrastSlider->value();
+    m_ui->contrastValue->setNum(contrastSlider->value());
+    platform::log(QStringLiteral("Contrast value %1").arg(contrast, 0, 'f', 6));
+    platform::UserDefaults::standard().setDouble(key(contrastKey), contrast);
+}
+
+void PrefsWindow::mirrorVideoChanged(QObject* /*sender*/)
+{
+    platform::UserDefaults::standard().setInteger(
+        key(mirrorKey), mirrorVideoCheckbox->isChecked() ? 1 : 0);
+}
+
+} // namespace vellumcap

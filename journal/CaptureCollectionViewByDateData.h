@@ -1,0 +1,54 @@
+#pragma once
+
+#include "app/Capture.h"
+#include "platform/ui/CollectionView.h"
+
+#include <QDateTime>
+#include <QList>
+
+#include <functional>
+#include <map>
+
+namespace vellumcap {
+
+class JournalWindow;
+
+/// Groups captures by calendar day, newest day first, and shows them in a collection view: its
+/// data source and delegate. Main thread.
+class CaptureCollectionViewByDateData : public platform::CollectionViewDataSource,
+                                        public platform::CollectionViewDelegate {
+public:
+    explicit CaptureCollectionViewByDateData(CaptureList captures);
+
+    JournalWindow* journalWindow = nullptr; ///< told of the selected capture
+
+    /// Groups the list anew. Within a day the captures keep the order of the list.
+    void updateCaptures(CaptureList captures);
+    const CaptureList& captureArray() const { return m_captureArray; }
+
+    /// A day's key: the instant of its local midnight plus the local zone's present offset from
+    /// GMT. In display order.
+    const QList<QDateTime>& sortedKeys() const { return m_sortedKeys; }
+
+    int numberOfSectionsInCollectionView(platform::CollectionView& collectionView) const override;
+    int numberOfItemsInSection(
+        platform::CollectionView& collectionView, int section) const override;
+    platform::CollectionViewItem* itemForRepresentedObjectAtIndexPath(
+        platform::CollectionView& collectionView, platform::IndexPath indexPath) override;
+    QWidget* viewForSupplementaryElementOfKind(platform::CollectionView& collectionView,
+        platform::SupplementaryKind kind, platform::IndexPath indexPath) override;
+    void didSelectItemsAtIndexPaths(platform::CollectionView& collectionView,
+        const QSet<platform::IndexPath>& indexPaths) override;
+    QSizeF referenceSizeForHeaderInSection(
+        const platform::CollectionView& collectionView, int section) const override;
+    QString accessibleNameOfItem(platform::IndexPath indexPath) const override;
+
+private:
+    const CaptureList& bucket(int section) const;
+
+    CaptureList m_captureArray;
+    std::map<QDateTime, CaptureList, std::greater<>> m_dateDict;
+    QList<QDateTime> m_sortedKeys; ///< kept, since every cell asks for its section's
+};
+
+} // namespace vellumcap

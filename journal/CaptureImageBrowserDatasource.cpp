@@ -1,0 +1,20 @@
+#include "journal/CaptureImageBrowserDatasource.h"
+
+namespace vellumcap {
+
+CaptureImageBrowserDatasource::CaptureImageBrowserDatasource(CaptureList captures)
+    : captureArray(std::move(captures))
+{
+}
+
+int CaptureImageBrowserDatasource::numberOfItemsInImageBrowser() const
+{
+    return static_cast<int>(captureArray.size());
+}
+
+CaptureImageBrowserItem CaptureImageBrowserDatasource::itemAtIndex(int index) const
+{
+    return CaptureImageBrowserItem(captureArray[static_cast<std::size_t>(index)]);
+}
+
+} // namespace vellumcap

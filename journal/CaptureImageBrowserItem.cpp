@@ -1,0 +1,38 @@
+#include "journal/CaptureImageBrowserItem.h"
+
+#include <QLocale>
+
+namespace vellumcap {
+
+CaptureImageBrowserItem::CaptureImageBrowserItem(std::shared_ptr<Capture> capture)
+    : m_capture(std::move(capture))
+{
+}
+
+QString CaptureImageBrowserItem::imageUID() const
+{
+    return m_capture->captureImageKey();
+}
+
+ImageRepresentationType CaptureImageBrowserItem::imageRepresentationType() const
+{
+    return ImageRepresentationType::ImageFile;
+}
+
+platform::ImageFile CaptureImageBrowserItem::imageRepresentation() const
+{
+    return m_capture->getImage();
+}
+
+QString CaptureImageBrowserItem::imageTitle() const
+{
+    return m_capture->captureValue();
+}
+
+QString CaptureImageBrowserItem::imageSubtitle() const
+{
+    return QLocale().toString(
+        m_capture->dateCaptured().toLocalTime(), QStringLiteral("yyyy-MM-dd @ h:m AP"));
+}
+
+} // namespace vellumcap

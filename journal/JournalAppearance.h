@@ -1,0 +1,24 @@
+#pragma once
+
+class QWidget;
+
+namespace Ui {
+class JournalWindow;
+}
+
+namespace vellumcap {
+
+class Capture;
+
+/// Icons, sizes and texts of the journal window that its description cannot hold.
+void dressJournalWindow(Ui::JournalWindow& ui);
+
+/// When the capture was kept, above its text.
+void describeCapture(Ui::JournalWindow& ui, const Capture& capture);
+
+/// What the empty detail pane says: how to begin, or that nothing is selected.
+void describePlaceholder(Ui::JournalWindow& ui, bool journalIsEmpty);
+
+void showAbout(QWidget* parent);
+
+} // namespace vellumcap

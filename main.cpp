@@ -1,0 +1,23 @@
+#include "app/Resources.h"
+#include "app/VellumcapAppDelegate.h"
+#include "platform/instance/SingleInstance.h"
+#include "platform/ui/Appearance.h"
+#include "platform/ui/Application.h"
+
+#include <QIcon>
+
+int main(int argc, char** argv)
+{
+    platform::Application application(argc, argv);
+    vellumcap::loadResources();
+    vellumcap::VellumcapAppDelegate delegate;
+    const auto instance = platform::SingleInstance::claim(
+        [&delegate] { delegate.applicationShouldHandleReopen(); });
+    if (instance == nullptr) {
+        return 0;
+    }
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/vellumcap.svg")));
+    const platform::Appearance appearance;
+    application.setDelegate(&delegate);
+    return application.run();
+}

@@ -1,0 +1,335 @@
+#include "app/VellumcapAppDelegate.h"
+
+#include "camera/PrefsWindow.h"
+#include "platform/services/Dispatch.h"
+#include "platform/services/StandardFolders.h"
+#include "platform/store/ManagedObjectContext.h"
+#include "platform/ui/TextField.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+
+#include <QAction>
+#include <QDir>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <sys/resource.h>
+
+#include <csignal>
+
+using platform::TerminateReply;
+using support::AlertSeen;
+using support::answerNextAlert;
+using support::Program;
+using support::Start;
+using vellumcap::Capture;
+
+namespace {
+
+TerminateReply askToTerminate(Program& program)
+{
+    return program.delegate().applicationShouldTerminate(platform::Application::shared());
+}
+
+/// While it lives no file of this process can grow: writes fail as on a full disk.
+class NoRoomOnDisk {
+public:
+    NoRoomOnDisk()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit none { 0, m_before.rlim_max };
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~NoRoomOnDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
+    NoRoomOnDisk(const NoRoomOnDisk&) = delete;
+    NoRoomOnDisk& operator=(const NoRoomOnDisk&) = delete;
+
+private:
+    rlimit m_before {};
+};
+
+const AlertSeen quitAlert {
+    QStringLiteral("Could not save changes while quitting. Quit anyway?"),
+    QStringLiteral(
+        "Quitting now will lose any changes you have made since the last successful save"),
+    { QStringLiteral("Quit anyway"), QStringLiteral("Cancel") },
+};
+
+} // namespace
+
+class VellumcapAppDelegateTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void makesTheFolderAndTheStoreOnFirstUse();
+    void doesNotTouchTheStoreBeforeItIsAskedFor();
+    void reportsAFileWhereTheFolderShouldBe();
+    void reportsAFolderThatCannotBeMade();
+    void reportsAStoreThatCannotBeRead();
+    void triesAgainAfterAFailure();
+    void terminatesAtOnceWithoutAContext();
+    void terminatesWithoutChanges();
+    void savesChangesWhileQuitting();
+    void commitsTheFieldBeingEditedWhileQuitting();
+    void staysWhenAnEditorRefuses();
+    void cancelKeepsTheChanges();
+    void quitAnywayQuitsWithoutSaving();
+    void saveActionPresentsTheError();
+    void opensEachWindowOnce();
+    void validatesTheWindowItemsOnly();
+    void makesTheScriptsFolder();
+};
+
+void VellumcapAppDelegateTest::makesTheFolderAndTheStoreOnFirstUse()
+{
+    Program program(Start::NotLaunched);
+    QDir(platform::StandardFolders::applicationSupport()).removeRecursively();
+    QVERIFY(!QFileInfo::exists(Program::dataFolder()));
+    QVERIFY(program.delegate().managedObjectContext() != nullptr);
+    QVERIFY(QFileInfo(Program::dataFolder()).isDir());
+    QVERIFY(QFileInfo(Program::storePath()).isFile());
+    QCOMPARE(program.delegate().managedObjectContext(),
+        program.delegate().managedObjectContext());
+}
+
+void VellumcapAppDelegateTest::doesNotTouchTheStoreBeforeItIsAskedFor()
+{
+    Program program(Start::NotLaunched);
+    QVERIFY(program.delegate().managedObjectModel() != nullptr);
+    QVERIFY(!QFileInfo::exists(Program::dataFolder()));
+}
+
+void VellumcapAppDelegateTest::reportsAFileWhereTheFolderShouldBe()
+{
+    Program program(Start::NotLaunched);
+    QDir().mkpath(platform::StandardFolders::applicationSupport());
+    QFile file(Program::dataFolder());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    QList<AlertSeen> seen;
+    answerNextAlert(0, seen);
+    QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
+    QVERIFY(program.delegate().managedObjectContext() == nullptr);
+    QCOMPARE(seen.size(), 2);
+    QCOMPARE(seen[0].text,
+        QStringLiteral("Expected a folder to store application data, found a file (%1).")
+            .arg(Program::dataFolder()));
+    QCOMPARE(seen[1].text, QStringLiteral("Failed to initialize the store"));
+    QCOMPARE(seen[1].informativeText,
+        QStringLiteral("There was an error building up the data file."));
+    QVERIFY(QFileInfo(Program::dataFolder()).isFile());
+    QFile::remove(Program::dataFolder());
+}
+
+void VellumcapAppDelegateTest::reportsAFolderThatCannotBeMade()
+{
+    Program program(Start::NotLaunched);
+    const QString support = platform::StandardFolders::applicationSupport();
+    QDir(support).removeRecursively();
+    QFile file(support);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    QList<AlertSeen> seen;
+    answerNextAlert(0, seen);
+    QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
+    QVERIFY(program.delegate().managedObjectContext() == nullptr);
+    QCOMPARE(seen.size(), 2);
+    QVERIFY(seen[0].text.contains(Program::dataFolder()));
+    QVERIFY(!seen[0].text.startsWith(QStringLiteral("Expected a folder")));
+    QCOMPARE(seen[1].text, QStringLiteral("Failed to initialize the store"));
+    QFile::remove(support);
+    QDir().mkpath(support);
+}
+
+void VellumcapAppDelegateTest::reportsAStoreThatCannotBeRead()
+{
+    const QByteArray torn = "<?xml version=\"1.0\"?><store><obj";
+    Program program(Start::NotLaunched);
+    QDir().mkpath(Program::dataFolder());
+    QFile file(Program::storePath());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(torn);
+    file.close();
+    QList<AlertSeen> seen;
+    answerNextAlert(0, seen);
+    QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
+    QVERIFY(!Capture::getCaptures());
+    QCOMPARE(seen.size(), 2);
+    QVERIFY(seen[0].text.contains(Program::storePath())
+        || seen[0].informativeText.contains(Program::storePath()));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QCOMPARE(file.readAll(), torn);
+}
+
+void VellumcapAppDelegateTest::triesAgainAfterAFailure()
+{
+    Program program(Start::NotLaunched);
+    QFile file(Program::dataFolder());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    QList<AlertSeen> seen;
+    answerNextAlert(0, seen);
+    QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
+    QVERIFY(program.delegate().managedObjectContext() == nullptr);
+    QVERIFY(file.remove());
+    QVERIFY(program.delegate().managedObjectContext() != nullptr);
+    QCOMPARE(seen.size(), 2);
+}
+
+void VellumcapAppDelegateTest::terminatesAtOnceWithoutAContext()
+{
+    Program program(Start::NotLaunched);
+    QCOMPARE(askToTerminate(program), TerminateReply::Now);
+    QVERIFY(!QFileInfo::exists(Program::dataFolder()));
+}
+
+void VellumcapAppDelegateTest::terminatesWithoutChanges()
+{
+    Program program;
+    const NoRoomOnDisk full;
+    QCOMPARE(askToTerminate(program), TerminateReply::Now);
+}
+
+void VellumcapAppDelegateTest::savesChangesWhileQuitting()
+{
+    {
+        Program program;
+        program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+        QCOMPARE(askToTerminate(program), TerminateReply::Now);
+    }
+    Program again(Start::NotLaunched, support::Data::Kept);
+    QCOMPARE(Capture::getCaptures()->front()->notes(), QStringLiteral("pending"));
+}
+
+void VellumcapAppDelegateTest::commitsTheFieldBeingEditedWhileQuitting()
+{
+    {
+        Program program;
+        program.keep(QStringLiteral("x"));
+        program.journal().collectionView->selectItem({ 0, 0 });
+        QTest::keyClicks(program.journal().selectedNotes, QStringLiteral("typed"));
+        QCOMPARE(askToTerminate(program), TerminateReply::Now);
+    }
+    Program again(Start::NotLaunched, support::Data::Kept);
+    QCOMPARE(Capture::getCaptures()->front()->notes(), QStringLiteral("typed"));
+}
+
+void VellumcapAppDelegateTest::staysWhenAnEditorRefuses()
+{
+    Program program;
+    const auto editor
+        = program.delegate().managedObjectContext()->registerEditor([] { return false; });
+    QCOMPARE(askToTerminate(program), TerminateReply::Cancel);
+}
+
+void VellumcapAppDelegateTest::cancelKeepsTheChanges()
+{
+    Program program;
+    program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+    QList<AlertSeen> seen;
+    {
+        const NoRoomOnDisk full;
+        answerNextAlert(0, seen);
+        QTimer::singleShot(0, this, [&seen] { answerNextAlert(1, seen); });
+        QCOMPARE(askToTerminate(program), TerminateReply::Cancel);
+    }
+    QCOMPARE(seen.size(), 2);
+    QVERIFY(!seen[0].text.isEmpty());
+    QCOMPARE(seen[1].text, quitAlert.text);
+    QCOMPARE(seen[1].informativeText, quitAlert.informativeText);
+    QCOMPARE(seen[1].buttons, quitAlert.buttons);
+    QVERIFY(program.delegate().managedObjectContext()->hasChanges());
+    QCOMPARE(askToTerminate(program), TerminateReply::Now);
+    QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
+}
+
+void VellumcapAppDelegateTest::quitAnywayQuitsWithoutSaving()
+{
+    {
+        Program program;
+        program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+        QList<AlertSeen> seen;
+        const NoRoomOnDisk full;
+        answerNextAlert(0, seen);
+        QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
+        QCOMPARE(askToTerminate(program), TerminateReply::Now);
+        QCOMPARE(seen.size(), 2);
+        QCOMPARE(seen[1].text, quitAlert.text);
+    }
+    Program again(Start::NotLaunched, support::Data::Kept);
+    QCOMPARE(Capture::getCaptures()->size(), 1U);
+    QVERIFY(!Capture::getCaptures()->front()->notes());
+}
+
+void VellumcapAppDelegateTest::saveActionPresentsTheError()
+{
+    Program program;
+    program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+    QList<AlertSeen> seen;
+    {
+        const NoRoomOnDisk full;
+        answerNextAlert(0, seen);
+        program.delegate().saveAction(nullptr);
+    }
+    QCOMPARE(seen.size(), 1);
+    QVERIFY(program.delegate().managedObjectContext()->hasChanges());
+    program.delegate().saveAction(nullptr);
+    QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
+}
+
+void VellumcapAppDelegateTest::opensEachWindowOnce()
+{
+    Program program(Start::NotLaunched);
+    auto& delegate = program.delegate();
+    QVERIFY(delegate.journalWindow() == nullptr);
+    QVERIFY(delegate.prefsWindow() == nullptr);
+    delegate.openJournalWindow(nullptr);
+    auto* journal = delegate.journalWindow();
+    QVERIFY(journal->window()->isVisible());
+    journal->window()->close();
+    QVERIFY(!journal->window()->isVisible());
+    delegate.openJournalWindow(nullptr);
+    QCOMPARE(delegate.journalWindow(), journal);
+    QVERIFY(journal->window()->isVisible());
+
+    delegate.openPrefsWindow(nullptr);
+    auto* prefs = delegate.prefsWindow();
+    delegate.openPrefsWindow(nullptr);
+    QCOMPARE(delegate.prefsWindow(), prefs);
+    QVERIFY(prefs->window()->isVisible());
+    prefs->window()->close();
+    QVERIFY(!prefs->window()->isVisible());
+}
+
+void VellumcapAppDelegateTest::validatesTheWindowItemsOnly()
+{
+    Program program;
+    const auto enabled = [&](const QString& name) {
+        QAction item;
+        item.setObjectName(name);
+        return program.delegate().validateMenuItem(item);
+    };
+    QVERIFY(enabled(QStringLiteral("openJournalWindow")));
+    QVERIFY(enabled(QStringLiteral("openPrefsWindow")));
+    for (const char* name : { "saveAction", "scan", "watch", "importImage", "generate",
+             "deleteCapture", "quit", "" }) {
+        QVERIFY2(!enabled(QString::fromLatin1(name)), name);
+    }
+    auto* save = program.journal().window()->findChild<QAction*>(QStringLiteral("saveAction"));
+    QVERIFY(save != nullptr);
+    QVERIFY(!save->isEnabled());
+}
+
+void VellumcapAppDelegateTest::makesTheScriptsFolder()
+{
+    using platform::StandardFolders::Creation;
+    Program program(Start::NotLaunched);
+    const QString folder = platform::StandardFolders::applicationScripts(Creation::No);
+    QDir(folder).removeRecursively();
+    QVERIFY(!QFileInfo::exists(folder));
+    program.delegate().applicationDidFinishLaunching();
+    QTRY_VERIFY(QFileInfo(folder).isDir());
+}
+
+VELLUMCAP_TEST_MAIN(VellumcapAppDelegateTest)
+#include "tst_vellumcapappdelegate.moc"

@@ -1,0 +1,153 @@
+// Threads: std
+#include "camera/CodeOnOffer.h"
+#include "tests/support/TestMain.h"
+
+#include <array>
+#include <thread>
+
+using vellumcap::CodeOnOffer;
+
+namespace {
+
+QImage picture(QRgb colour)
+{
+    QImage result(4, 4, QImage::Format_RGB32);
+    result.fill(colour);
+    return result;
+}
+
+// Of its own in every thread, so that nothing but the object under test is shared.
+QString text(int number)
+{
+    return QStringLiteral("code %1").arg(number);
+}
+
+} // namespace
+
+class CodeOnOfferTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void startsWithNothing();
+    void offersANewCode();
+    void offersACodeOnce();
+    void offersAnEmptyTextAtFirst();
+    void offersAgainWhatAnotherFollowed();
+    void keepsTheTextWhenTheWindowIsReset();
+    void keepsATextOfItsOwn();
+    void staysWholeUnderManyThreads();
+};
+
+void CodeOnOfferTest::startsWithNothing()
+{
+    const CodeOnOffer offer;
+
+    QCOMPARE(offer.captureState(), 0);
+    QVERIFY(!offer.captureData());
+    QVERIFY(offer.capturedImage().isNull());
+}
+
+void CodeOnOfferTest::offersANewCode()
+{
+    CodeOnOffer offer;
+
+    QVERIFY(offer.accept(QStringLiteral("A"), picture(0xFF112233)));
+
+    QCOMPARE(offer.captureState(), 1);
+    QCOMPARE(offer.captureData(), QStringLiteral("A"));
+    QCOMPARE(offer.capturedImage(), picture(0xFF112233));
+}
+
+void CodeOnOfferTest::offersACodeOnce()
+{
+    CodeOnOffer offer;
+    QVERIFY(offer.accept(QStringLiteral("A"), picture(1)));
+    offer.setCaptureState(0);
+
+    QVERIFY(!offer.accept(QStringLiteral("A"), picture(2)));
+
+    QCOMPARE(offer.captureState(), 0);
+    QCOMPARE(offer.capturedImage(), picture(1));
+}
+
+void CodeOnOfferTest::offersAnEmptyTextAtFirst()
+{
+    CodeOnOffer offer;
+
+    QVERIFY(offer.accept(QString(), picture(1)));
+    QVERIFY(!offer.accept(QStringLiteral(""), picture(1)));
+}
+
+void CodeOnOfferTest::offersAgainWhatAnotherFollowed()
+{
+    CodeOnOffer offer;
+
+    QVERIFY(offer.accept(QStringLiteral("A"), picture(1)));
+    QVERIFY(offer.accept(QStringLiteral("B"), picture(2)));
+    QVERIFY(offer.accept(QStringLiteral("A"), picture(3)));
+
+    QCOMPARE(offer.captureData(), QStringLiteral("A"));
+    QCOMPARE(offer.capturedImage(), picture(3));
+}
+
+void CodeOnOfferTest::keepsTheTextWhenTheWindowIsReset()
+{
+    CodeOnOffer offer;
+    QVERIFY(offer.accept(QStringLiteral("A"), picture(1)));
+
+    offer.setCapturedImage(QImage());
+    offer.setCaptureState(0);
+
+    QVERIFY(offer.capturedImage().isNull());
+    QCOMPARE(offer.captureData(), QStringLiteral("A"));
+}
+
+void CodeOnOfferTest::keepsATextOfItsOwn()
+{
+    CodeOnOffer offer;
+    const QString given = text(1);
+    QVERIFY(offer.accept(given, picture(1)));
+
+    QVERIFY(offer.captureData()->constData() != given.constData());
+}
+
+void CodeOnOfferTest::staysWholeUnderManyThreads()
+{
+    constexpr int rounds = 500;
+    constexpr int detections = 3;
+    CodeOnOffer offer;
+    std::array<int, detections> accepted{};
+    std::atomic<bool> isTorn = false;
+    {
+        std::array<std::jthread, detections> workers;
+        for (std::size_t i = 0; i < workers.size(); ++i) {
+            workers.at(i) = std::jthread([&offer, &count = accepted.at(i)] {
+                for (int round = 0; round < rounds; ++round) {
+                    count += offer.accept(text(round % 7), picture(0xFF445566)) ? 1 : 0;
+                }
+            });
+        }
+        const std::jthread window([&offer, &isTorn] {
+            for (int round = 0; round < rounds; ++round) {
+                const auto data = offer.captureData();
+                const QImage image = offer.capturedImage();
+                if ((data && !data->startsWith(QStringLiteral("code ")))
+                    || (!image.isNull() && image.pixel(3, 3) != 0xFF445566)) {
+                    isTorn = true;
+                }
+                offer.setCapturedImage(QImage());
+                offer.setCaptureState(0);
+            }
+        });
+    }
+
+    QVERIFY(!isTorn);
+    for (const int count : accepted) {
+        QVERIFY(count <= rounds);
+    }
+    QVERIFY(accepted.at(0) + accepted.at(1) + accepted.at(2) >= 7);
+    QVERIFY(offer.captureData()->startsWith(QStringLiteral("code ")));
+}
+
+VELLUMCAP_TEST_MAIN(CodeOnOfferTest)
+#include "tst_codeonoffer.moc"

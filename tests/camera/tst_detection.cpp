@@ -1,0 +1,160 @@
+// Threads: std
+#include "camera/CodeOnOffer.h"
+#include "camera/Detection.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/TestMain.h"
+
+#include <QPainter>
+
+#include <thread>
+
+using platform::Symbology;
+using vellumcap::CodeOnOffer;
+
+namespace {
+
+QImage qrCode(const QString& text)
+{
+    return support::drawnCode(Symbology::Qr, text);
+}
+
+QImage blank()
+{
+    QImage picture(200, 200, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    return picture;
+}
+
+QImage sideBySide(const QImage& left, const QImage& right)
+{
+    QImage both(left.width() + right.width(), std::max(left.height(), right.height()),
+        QImage::Format_RGB32);
+    both.fill(Qt::white);
+    QPainter painter(&both);
+    painter.drawImage(0, 0, left);
+    painter.drawImage(left.width(), 0, right);
+    return both;
+}
+
+} // namespace
+
+class Detection : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void offersACode();
+    void offersNothingWithoutACode_data();
+    void offersNothingWithoutACode();
+    void offersOneOfSeveralCodes();
+    void offersTheSameTextOnce();
+    void offersAgainWhatAnotherFollowed();
+    void acceptsOnAWorker();
+    void outlivesTheWindow();
+
+private:
+    void examineAndWait(const QImage& picture);
+
+    std::shared_ptr<CodeOnOffer> m_offer;
+    std::shared_ptr<std::atomic<int>> m_accepted;
+};
+
+void Detection::init()
+{
+    m_offer = std::make_shared<CodeOnOffer>();
+    m_accepted = std::make_shared<std::atomic<int>>(0);
+}
+
+/// The examination holds the offer until it has ended.
+void Detection::examineAndWait(const QImage& picture)
+{
+    vellumcap::examine(picture, m_offer, [accepted = m_accepted] { ++*accepted; });
+    QTRY_COMPARE(m_offer.use_count(), 1);
+}
+
+void Detection::offersACode()
+{
+    const QImage picture = qrCode(QStringLiteral("offered"));
+
+    examineAndWait(picture);
+
+    QCOMPARE(m_accepted->load(), 1);
+    QCOMPARE(m_offer->captureState(), 1);
+    QCOMPARE(m_offer->captureData(), QStringLiteral("offered"));
+    QCOMPARE(m_offer->capturedImage(), picture);
+}
+
+void Detection::offersNothingWithoutACode_data()
+{
+    QTest::addColumn<QImage>("picture");
+
+    QTest::newRow("blank") << blank();
+    QTest::newRow("no picture") << QImage();
+    QTest::newRow("no text") << support::drawnCode(
+        Symbology::Qr, QByteArray("\x78\x9C\xC5\x99\x5B\x8F"));
+}
+
+void Detection::offersNothingWithoutACode()
+{
+    QFETCH(QImage, picture);
+
+    examineAndWait(picture);
+
+    QCOMPARE(m_accepted->load(), 0);
+    QCOMPARE(m_offer->captureState(), 0);
+    QVERIFY(!m_offer->captureData());
+    QVERIFY(m_offer->capturedImage().isNull());
+}
+
+void Detection::offersOneOfSeveralCodes()
+{
+    examineAndWait(sideBySide(qrCode(QStringLiteral("one")), qrCode(QStringLiteral("other"))));
+
+    QCOMPARE(m_accepted->load(), 1);
+    const QStringList either{ QStringLiteral("one"), QStringLiteral("other") };
+    QVERIFY(either.contains(m_offer->captureData().value_or(QString())));
+}
+
+void Detection::offersTheSameTextOnce()
+{
+    examineAndWait(qrCode(QStringLiteral("same")));
+    m_offer->setCaptureState(0);
+    examineAndWait(qrCode(QStringLiteral("same")));
+
+    QCOMPARE(m_accepted->load(), 1);
+    QCOMPARE(m_offer->captureState(), 0);
+}
+
+void Detection::offersAgainWhatAnotherFollowed()
+{
+    examineAndWait(qrCode(QStringLiteral("A")));
+    examineAndWait(qrCode(QStringLiteral("B")));
+    examineAndWait(qrCode(QStringLiteral("A")));
+
+    QCOMPARE(m_accepted->load(), 3);
+    QCOMPARE(m_offer->captureData(), QStringLiteral("A"));
+}
+
+void Detection::acceptsOnAWorker()
+{
+    auto worker = std::make_shared<std::atomic<std::thread::id>>();
+
+    vellumcap::examine(qrCode(QStringLiteral("worker")), m_offer,
+        [worker] { *worker = std::this_thread::get_id(); });
+    QTRY_COMPARE(m_offer.use_count(), 1);
+
+    QVERIFY(worker->load() != std::thread::id());
+    QVERIFY(worker->load() != std::this_thread::get_id());
+}
+
+void Detection::outlivesTheWindow()
+{
+    vellumcap::examine(
+        qrCode(QStringLiteral("late")), m_offer, [accepted = m_accepted] { ++*accepted; });
+    m_offer.reset();
+
+    QTRY_COMPARE(m_accepted->load(), 1);
+}
+
+VELLUMCAP_TEST_MAIN(Detection)
+#include "tst_detection.moc"

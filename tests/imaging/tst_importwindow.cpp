@@ -1,0 +1,353 @@
+#include "imaging/ImportWindow.h"
+
+#include "platform/barcode/BarcodeObservation.h"
+#include "platform/services/Dispatch.h"
+#include "platform/ui/ImageWell.h"
+#include "platform/ui/Sheet.h"
+#include "platform/ui/TextField.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+
+#include <QClipboard>
+#include <QDropEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QPainter>
+#include <QPushButton>
+
+using platform::Symbology;
+using support::Program;
+using vellumcap::Capture;
+using vellumcap::ImportWindow;
+
+namespace {
+
+QImage qr(const QString& text)
+{
+    return support::drawnCode(Symbology::Qr, text);
+}
+
+/// Drops the picture onto the well, as another program's drag would.
+void drop(ImportWindow& window, const QImage& picture)
+{
+    QMimeData data;
+    data.setImageData(picture);
+    const QPoint centre = window.imageWell->rect().center();
+    QDragEnterEvent enter(
+        centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(window.imageWell, &enter);
+    if (!enter.isAccepted()) {
+        return;
+    }
+    QDropEvent event(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(window.imageWell, &event);
+}
+
+ImportWindow& openImport(Program& program)
+{
+    program.journal().importImage(nullptr);
+    return *program.journal().importWindow();
+}
+
+QString enabledButtons(const ImportWindow& window)
+{
+    QStringList names;
+    for (const auto* button :
+        { window.buttonClose, window.buttonSave, window.buttonSkip, window.buttonOpenLink }) {
+        if (button->isEnabled()) {
+            names.append(button->objectName().mid(6));
+        }
+    }
+    return names.join(u' ');
+}
+
+const QString waiting = QStringLiteral("Close");
+const QString offering = QStringLiteral("Close Save Skip");
+const QString offeringLink = QStringLiteral("Close Save Skip OpenLink");
+
+/// Waits until every examination that was begun has ended and reported.
+void waitForExaminations()
+{
+    // The queue runs as many jobs at once as there are cores; its own jobs end before these begin.
+    std::atomic<int> done = 0;
+    constexpr int jobs = 64;
+    for (int i = 0; i < jobs; ++i) {
+        platform::dispatchGlobal(platform::QualityOfService::UserInitiated, [&] { ++done; });
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(done.load(), jobs, 20000);
+    QCoreApplication::processEvents();
+}
+
+} // namespace
+
+class ImportWindowTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void waitsAtFirst();
+    void offersTheFirstCode();
+    void enablesOpenLinkForLinksOnly_data();
+    void enablesOpenLinkForLinksOnly();
+    void ignoresTheCodeLastOffered();
+    void offersACodeAgainAfterAnother();
+    void offersTheFirstOfSeveral();
+    void clearsTheOfferAtOnceOnADrop();
+    void staysWithAPictureWithoutCode();
+    void savesTheBitmapThatWasExamined();
+    void skipReturnsToWaiting();
+    void closeStoresNothing();
+    void escapeCloses();
+    void aNewSheetOffersTheCodeAgain();
+    void survivesClosingDuringAnExamination();
+    void anEmptyWellIsNoCode();
+    void theLaterOfTwoDropsWins();
+    void readsPastedPictures();
+};
+
+void ImportWindowTest::waitsAtFirst()
+{
+    Program program;
+    auto& window = openImport(program);
+    QCOMPARE(enabledButtons(window), waiting);
+    QVERIFY(window.labelDragImage->isVisible());
+    QVERIFY(!window.captureData());
+    QVERIFY(window.capturedImage().isNull());
+    QCOMPARE(window.captureState(), 0);
+    QCOMPARE(window.textField->stringValue(), QString());
+}
+
+void ImportWindowTest::offersTheFirstCode()
+{
+    Program program;
+    auto& window = openImport(program);
+    drop(window, qr(QStringLiteral("first")));
+    QVERIFY(!window.labelDragImage->isVisible());
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("first"));
+    QCOMPARE(enabledButtons(window), offering);
+    QCOMPARE(window.captureState(), 1);
+    QCOMPARE(window.captureData(), QStringLiteral("first"));
+    QVERIFY(!window.labelDragImage->isVisible());
+    QVERIFY(!window.imageWell->image().isNull());
+}
+
+void ImportWindowTest::enablesOpenLinkForLinksOnly_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("buttons");
+    QTest::newRow("link") << QStringLiteral("https://example.org/a") << offeringLink;
+    QTest::newRow("bare host") << QStringLiteral("example.org") << offering;
+    QTest::newRow("sentence") << QStringLiteral("go to https://example.org") << offering;
+}
+
+void ImportWindowTest::enablesOpenLinkForLinksOnly()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, buttons);
+    Program program;
+    auto& window = openImport(program);
+    drop(window, qr(text));
+    QTRY_COMPARE(window.textField->stringValue(), text);
+    QCOMPARE(enabledButtons(window), buttons);
+}
+
+void ImportWindowTest::ignoresTheCodeLastOffered()
+{
+    Program program;
+    auto& window = openImport(program);
+    const QImage picture = qr(QStringLiteral("same"));
+    drop(window, picture);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("same"));
+    drop(window, picture);
+    waitForExaminations();
+    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(enabledButtons(window), waiting);
+    QVERIFY(!window.labelDragImage->isVisible());
+    QCOMPARE(window.captureState(), 1);
+    // The same code in another picture is the same code.
+    drop(window, support::drawnCode(Symbology::Qr, QStringLiteral("same"), 7));
+    waitForExaminations();
+    QCOMPARE(enabledButtons(window), waiting);
+}
+
+void ImportWindowTest::offersACodeAgainAfterAnother()
+{
+    Program program;
+    auto& window = openImport(program);
+    for (const char* text : { "X", "Y", "X" }) {
+        drop(window, qr(QString::fromLatin1(text)));
+        QTRY_COMPARE(window.textField->stringValue(), QString::fromLatin1(text));
+        QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
+        QCOMPARE(window.textField->stringValue(), QString());
+    }
+}
+
+void ImportWindowTest::offersTheFirstOfSeveral()
+{
+    const QImage left = qr(QStringLiteral("left"));
+    const QImage right = qr(QStringLiteral("right"));
+    QImage both(left.width() + right.width() + 40, left.height() + 20, QImage::Format_RGB32);
+    both.fill(Qt::white);
+    QPainter painter(&both);
+    painter.drawImage(10, 10, left);
+    painter.drawImage(left.width() + 30, 10, right);
+    painter.end();
+    Program program;
+    auto& window = openImport(program);
+    drop(window, both);
+    QTRY_VERIFY(!window.textField->stringValue().isEmpty());
+    const QString offered = window.textField->stringValue();
+    QVERIFY(offered == QStringLiteral("left") || offered == QStringLiteral("right"));
+    QTest::mouseClick(window.buttonSave, Qt::LeftButton);
+    waitForExaminations();
+    QCOMPARE(program.journal().captures().size(), 1U);
+    QCOMPARE(window.textField->stringValue(), QString());
+}
+
+void ImportWindowTest::clearsTheOfferAtOnceOnADrop()
+{
+    Program program;
+    auto& window = openImport(program);
+    drop(window, qr(QStringLiteral("https://example.org/")));
+    QTRY_COMPARE(enabledButtons(window), offeringLink);
+    drop(window, support::plainPicture());
+    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(enabledButtons(window), waiting);
+    QVERIFY(window.capturedImage().isNull());
+}
+
+void ImportWindowTest::staysWithAPictureWithoutCode()
+{
+    Program program;
+    auto& window = openImport(program);
+    drop(window, support::plainPicture());
+    waitForExaminations();
+    QCOMPARE(enabledButtons(window), waiting);
+    QVERIFY(!window.labelDragImage->isVisible());
+    QVERIFY(!window.imageWell->image().isNull());
+    QCOMPARE(window.captureState(), 0);
+    QVERIFY(program.journal().captures().empty());
+}
+
+void ImportWindowTest::savesTheBitmapThatWasExamined()
+{
+    Program program;
+    auto& window = openImport(program);
+    const QImage picture = qr(QStringLiteral("keep me"));
+    drop(window, picture);
+    QTRY_COMPARE(enabledButtons(window), offering);
+    QCOMPARE(window.capturedImage().size(), picture.size());
+    QTest::mouseClick(window.buttonSave, Qt::LeftButton);
+    QVERIFY(window.imageWell->image().isNull());
+    QVERIFY(window.labelDragImage->isVisible());
+    QCOMPARE(enabledButtons(window), waiting);
+    QCOMPARE(window.captureState(), 0);
+    QCOMPARE(window.captureData(), QStringLiteral("keep me"));
+    QCOMPARE(program.journal().captures().size(), 1U);
+    const auto& kept = *program.journal().captures().front();
+    QCOMPARE(kept.captureValue(), QStringLiteral("keep me"));
+    QCOMPARE(kept.getImage().load().size(), picture.size());
+    drop(window, picture);
+    waitForExaminations();
+    QCOMPARE(enabledButtons(window), waiting);
+}
+
+void ImportWindowTest::skipReturnsToWaiting()
+{
+    Program program;
+    auto& window = openImport(program);
+    drop(window, qr(QStringLiteral("skipped")));
+    QTRY_COMPARE(enabledButtons(window), offering);
+    QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
+    QCOMPARE(enabledButtons(window), waiting);
+    QVERIFY(window.imageWell->image().isNull());
+    QVERIFY(window.capturedImage().isNull());
+    QVERIFY(window.labelDragImage->isVisible());
+    QCOMPARE(window.captureState(), 0);
+    QVERIFY(program.journal().captures().empty());
+}
+
+void ImportWindowTest::closeStoresNothing()
+{
+    Program program;
+    auto& window = openImport(program);
+    drop(window, qr(QStringLiteral("not kept")));
+    QTRY_COMPARE(enabledButtons(window), offering);
+    QTest::mouseClick(window.buttonClose, Qt::LeftButton);
+    // The window is gone at once, the sheet ends with the next turn of the event loop.
+    QVERIFY(!window.window()->isVisible());
+    QVERIFY(platform::attachedSheet(program.journal().window()) != nullptr);
+    QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    QVERIFY(program.journal().captures().empty());
+    QVERIFY(Program::pictures().isEmpty());
+}
+
+void ImportWindowTest::escapeCloses()
+{
+    Program program;
+    auto& window = openImport(program);
+    QTest::keyClick(window.window(), Qt::Key_Escape);
+    QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    QVERIFY(!window.window()->isVisible());
+}
+
+void ImportWindowTest::aNewSheetOffersTheCodeAgain()
+{
+    Program program;
+    const QImage picture = qr(QStringLiteral("again"));
+    drop(openImport(program), picture);
+    QTRY_COMPARE(enabledButtons(*program.journal().importWindow()), offering);
+    QTest::mouseClick(program.journal().importWindow()->buttonClose, Qt::LeftButton);
+    QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    auto& window = openImport(program);
+    drop(window, picture);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("again"));
+}
+
+void ImportWindowTest::survivesClosingDuringAnExamination()
+{
+    Program program;
+    for (int i = 0; i < 5; ++i) {
+        auto& window = openImport(program);
+        drop(window, qr(QString::number(i)));
+        QTest::mouseClick(window.buttonClose, Qt::LeftButton);
+        QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    }
+    waitForExaminations();
+    QVERIFY(program.journal().captures().empty());
+}
+
+void ImportWindowTest::anEmptyWellIsNoCode()
+{
+    Program program;
+    auto& window = openImport(program);
+    window.setImage(nullptr);
+    waitForExaminations();
+    QCOMPARE(enabledButtons(window), waiting);
+    QCOMPARE(window.captureState(), 0);
+}
+
+void ImportWindowTest::theLaterOfTwoDropsWins()
+{
+    Program program;
+    auto& window = openImport(program);
+    drop(window, qr(QStringLiteral("one")));
+    drop(window, qr(QStringLiteral("two")));
+    waitForExaminations();
+    QTRY_COMPARE(enabledButtons(window), offering);
+    // Both are examined at once: whichever was accepted last is the one on offer.
+    QCOMPARE(window.textField->stringValue(), window.captureData().value());
+    QVERIFY(program.journal().captures().empty());
+}
+
+void ImportWindowTest::readsPastedPictures()
+{
+    Program program;
+    auto& window = openImport(program);
+    QGuiApplication::clipboard()->setImage(qr(QStringLiteral("pasted")));
+    window.imageWell->setFocus();
+    QTest::keyClick(window.imageWell, Qt::Key_V, Qt::ControlModifier);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("pasted"));
+}
+
+VELLUMCAP_TEST_MAIN(ImportWindowTest)
+#include "tst_importwindow.moc"

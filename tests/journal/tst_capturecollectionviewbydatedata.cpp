@@ -1,0 +1,186 @@
+#include "journal/CaptureCollectionViewByDateData.h"
+
+#include "app/Capture.h"
+#include "journal/ImageCollectionViewCell.h"
+#include "journal/ImageCollectionViewHeaderCell.h"
+#include "platform/store/ManagedObjectContext.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+
+#include <QLabel>
+
+using support::Program;
+using support::TimeZone;
+using vellumcap::Capture;
+using vellumcap::CaptureCollectionViewByDateData;
+using vellumcap::ImageCollectionViewHeaderCell;
+
+namespace {
+
+QDateTime localTime(int year, int month, int day, int hour, int minute)
+{
+    return QDateTime(QDate(year, month, day), QTime(hour, minute), Qt::LocalTime).toUTC();
+}
+
+QStringList textsOfSection(CaptureCollectionViewByDateData& data,
+    platform::CollectionView& view, int section)
+{
+    QStringList texts;
+    for (int item = 0; item < data.numberOfItemsInSection(view, section); ++item) {
+        texts.append(data.accessibleNameOfItem({ section, item }).section(u',', 0, 0));
+    }
+    return texts;
+}
+
+} // namespace
+
+class CaptureCollectionViewByDateDataTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void anEmptyListHasNoSections();
+    void midnightDividesDays_data();
+    void midnightDividesDays();
+    void newestDayAndCaptureComeFirst();
+    void headsSections_data();
+    void headsSections();
+    void givesTheCaptureThatIsShown();
+    void doesNothingForAnEmptySelection();
+    void headersHaveOneSize();
+    void cellsAreRedOnlyOnALayer();
+};
+
+void CaptureCollectionViewByDateDataTest::anEmptyListHasNoSections()
+{
+    platform::CollectionView view;
+    CaptureCollectionViewByDateData data({});
+    QCOMPARE(data.numberOfSectionsInCollectionView(view), 0);
+    QVERIFY(data.sortedKeys().isEmpty());
+}
+
+void CaptureCollectionViewByDateDataTest::midnightDividesDays_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<QDate>("day");
+    const QDate ordinary(2026, 6, 10);
+    QTest::newRow("UTC") << QByteArray("UTC") << ordinary;
+    QTest::newRow("east") << QByteArray("Asia/Tokyo") << ordinary;
+    QTest::newRow("far east") << QByteArray("Pacific/Kiritimati") << ordinary;
+    QTest::newRow("west") << QByteArray("America/Los_Angeles") << ordinary;
+    QTest::newRow("half an hour") << QByteArray("Asia/Kolkata") << ordinary;
+    QTest::newRow("clock goes forward") << QByteArray("Europe/Berlin") << QDate(2026, 3, 29);
+    QTest::newRow("clock goes back") << QByteArray("Europe/Berlin") << QDate(2026, 10, 25);
+    QTest::newRow("no midnight") << QByteArray("America/Santiago") << QDate(2026, 9, 6);
+}
+
+void CaptureCollectionViewByDateDataTest::midnightDividesDays()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(QDate, day);
+    const TimeZone there(zone.constData());
+    Program program(support::Start::NotLaunched);
+    const auto at = [](QDate date, QTime time) {
+        return QDateTime(date, time, Qt::LocalTime).toUTC();
+    };
+    program.keep(QStringLiteral("before"), at(day.addDays(-1), QTime(23, 59)));
+    program.keep(QStringLiteral("early"), at(day, QTime(1, 1)));
+    program.keep(QStringLiteral("late"), at(day, QTime(23, 59)));
+    program.keep(QStringLiteral("after"), at(day.addDays(1), QTime(0, 1)));
+    platform::CollectionView view;
+    CaptureCollectionViewByDateData data(*Capture::getCaptures());
+    QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
+    QCOMPARE(textsOfSection(data, view, 0), QStringList { QStringLiteral("after") });
+    QCOMPARE(textsOfSection(data, view, 1),
+        (QStringList { QStringLiteral("late"), QStringLiteral("early") }));
+    QCOMPARE(textsOfSection(data, view, 2), QStringList { QStringLiteral("before") });
+}
+
+void CaptureCollectionViewByDateDataTest::newestDayAndCaptureComeFirst()
+{
+    Program program(support::Start::NotLaunched);
+    program.keep(QStringLiteral("b2"), localTime(2026, 5, 2, 9, 0));
+    program.keep(QStringLiteral("a1"), localTime(2025, 5, 3, 8, 0));
+    program.keep(QStringLiteral("c1"), localTime(2026, 5, 3, 7, 0));
+    program.keep(QStringLiteral("b1"), localTime(2026, 5, 2, 10, 0));
+    platform::CollectionView view;
+    CaptureCollectionViewByDateData data(*Capture::getCaptures());
+    QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
+    QVERIFY(std::is_sorted(
+        data.sortedKeys().begin(), data.sortedKeys().end(), std::greater<> {}));
+    QCOMPARE(textsOfSection(data, view, 0), QStringList { QStringLiteral("c1") });
+    QCOMPARE(textsOfSection(data, view, 1),
+        (QStringList { QStringLiteral("b1"), QStringLiteral("b2") }));
+    QCOMPARE(textsOfSection(data, view, 2), QStringList { QStringLiteral("a1") });
+}
+
+void CaptureCollectionViewByDateDataTest::headsSections_data()
+{
+    QTest::addColumn<QByteArray>("zone");
+    QTest::addColumn<QString>("header");
+    QTest::newRow("GMT") << QByteArray("UTC") << QStringLiteral("6/10/26");
+    QTest::newRow("east of GMT") << QByteArray("Asia/Tokyo") << QStringLiteral("6/10/26");
+    // The key is shifted by the offset, so that west of GMT it falls into the evening before.
+    QTest::newRow("west of GMT") << QByteArray("America/Bogota") << QStringLiteral("6/9/26");
+}
+
+void CaptureCollectionViewByDateDataTest::headsSections()
+{
+    QFETCH(QByteArray, zone);
+    QFETCH(QString, header);
+    const TimeZone there(zone.constData());
+    Program program;
+    program.keep(QStringLiteral("x"), localTime(2026, 6, 10, 12, 0));
+    auto* shown = program.journal()
+                      .collectionView->findChild<ImageCollectionViewHeaderCell*>();
+    QVERIFY(shown != nullptr);
+    QCOMPARE(shown->label->text(), header);
+    QCOMPARE(shown->fillColor(), QColor(128, 128, 128));
+    QCOMPARE(shown->borderColor().alpha(), 0);
+}
+
+void CaptureCollectionViewByDateDataTest::givesTheCaptureThatIsShown()
+{
+    Program program;
+    program.keep(QStringLiteral("old"), localTime(2026, 6, 10, 12, 0));
+    const auto middle = program.keep(QStringLiteral("middle"), localTime(2026, 6, 11, 12, 0));
+    auto& view = *program.journal().collectionView;
+    view.selectItem({ 0, 0 });
+    QCOMPARE(program.journal().selectedCapture(), middle);
+    const auto newest = program.keep(QStringLiteral("newest"), localTime(2026, 6, 12, 12, 0));
+    QCOMPARE(program.journal().selectedCapture(), middle);
+    view.selectItem({ 0, 0 });
+    QCOMPARE(program.journal().selectedCapture(), newest);
+    view.selectItem({ 1, 0 });
+    QCOMPARE(program.journal().selectedCapture(), middle);
+}
+
+void CaptureCollectionViewByDateDataTest::doesNothingForAnEmptySelection()
+{
+    Program program;
+    const auto capture = program.keep(QStringLiteral("x"));
+    auto& view = *program.journal().collectionView;
+    view.selectItem({ 0, 0 });
+    program.journal().captureCollectionViewByDateData().didSelectItemsAtIndexPaths(view, {});
+    QCOMPARE(program.journal().selectedCapture(), capture);
+}
+
+void CaptureCollectionViewByDateDataTest::headersHaveOneSize()
+{
+    platform::CollectionView view;
+    const CaptureCollectionViewByDateData data({});
+    QCOMPARE(data.referenceSizeForHeaderInSection(view, 0), QSizeF(180.0, 20.0));
+    QCOMPARE(data.referenceSizeForHeaderInSection(view, 7), QSizeF(180.0, 20.0));
+}
+
+void CaptureCollectionViewByDateDataTest::cellsAreRedOnlyOnALayer()
+{
+    vellumcap::ImageCollectionViewCell plain;
+    plain.viewDidLoad();
+    QVERIFY(plain.layer() == nullptr);
+    vellumcap::ImageCollectionViewCell backed;
+    backed.setWantsLayer(true);
+    backed.viewDidLoad();
+    QCOMPARE(backed.layer()->backgroundColor, QColor(Qt::red));
+}
+
+VELLUMCAP_TEST_MAIN(CaptureCollectionViewByDateDataTest)
+#include "tst_capturecollectionviewbydatedata.moc"

@@ -1,0 +1,114 @@
+#include "tests/support/Program.h"
+
+#include "app/Resources.h"
+#include "platform/services/StandardFolders.h"
+#include "platform/store/ManagedObjectContext.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+#include <QUuid>
+
+#include <ctime>
+
+namespace support {
+
+Program::Program(Start start, Data data)
+{
+    vellumcap::loadResources();
+    if (data == Data::Fresh) {
+        QFile::remove(dataFolder());
+        QDir(dataFolder()).removeRecursively();
+    }
+    platform::Application::shared().setDelegate(&m_delegate);
+    if (start == Start::Launched) {
+        m_delegate.applicationDidFinishLaunching();
+    }
+}
+
+Program::~Program()
+{
+    // The windows reach the store through the application's delegate while they go.
+    QCoreApplication::sendPostedEvents();
+}
+
+QString Program::dataFolder()
+{
+    return platform::StandardFolders::applicationSupport() + QStringLiteral("/Vellumcap");
+}
+
+QString Program::storePath()
+{
+    return dataFolder() + QStringLiteral("/Vellumcap.storedata");
+}
+
+QStringList Program::pictures()
+{
+    return QDir(dataFolder()).entryList({ QStringLiteral("*.jpg") }, QDir::Files, QDir::Name);
+}
+
+std::shared_ptr<vellumcap::Capture> Program::keep(const QString& text, const QDateTime& moment)
+{
+    auto* context = m_delegate.managedObjectContext();
+    const auto capture = vellumcap::Capture::insertInManagedObjectContext(context);
+    capture->setCaptureTypeValue(1);
+    capture->setCaptureValue(text);
+    capture->setDateCaptured(moment);
+    capture->setIsURLValue(vellumcap::Capture::isUrl(text));
+    capture->setCaptureImageKey(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
+    plainPicture().save(capture->getImageUrl());
+    vellumcap::Capture::saveCapture(capture.get());
+    if (m_delegate.journalWindow() != nullptr) {
+        m_delegate.journalWindow()->refreshLists();
+    }
+    return capture;
+}
+
+QImage plainPicture(Qt::GlobalColor color, QSize size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    picture.fill(color);
+    return picture;
+}
+
+TimeZone::TimeZone(const char* name)
+{
+    qputenv("TZ", name);
+    tzset();
+}
+
+TimeZone::~TimeZone()
+{
+    qputenv("TZ", "UTC");
+    tzset();
+}
+
+void answerNextAlert(int button, QList<AlertSeen>& seen)
+{
+    QTimer::singleShot(0, qApp, [button, &seen] {
+        auto* alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (alert == nullptr) {
+            answerNextAlert(button, seen);
+            return;
+        }
+        AlertSeen said { alert->text(), alert->informativeText(), {} };
+        QPushButton* pressed = nullptr;
+        QList<QAbstractButton*> buttons = alert->buttons();
+        std::sort(buttons.begin(), buttons.end(), [](const auto* left, const auto* right) {
+            return left->mapToGlobal(QPoint()).x() < right->mapToGlobal(QPoint()).x();
+        });
+        for (QAbstractButton* each : buttons) {
+            said.buttons.append(each->text().remove(u'&'));
+            if (said.buttons.size() == button + 1) {
+                pressed = qobject_cast<QPushButton*>(each);
+            }
+        }
+        seen.append(said);
+        Q_ASSERT(pressed != nullptr);
+        pressed->click();
+    });
+}
+
+} // namespace support

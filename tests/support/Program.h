@@ -1,0 +1,62 @@
+#pragma once
+
+#include "app/Capture.h"
+#include "app/VellumcapAppDelegate.h"
+#include "journal/JournalWindow.h"
+
+#include <QDateTime>
+#include <QImage>
+
+namespace support {
+
+enum class Start { Launched, NotLaunched };
+enum class Data { Fresh, Kept };
+
+/// The program in this process, on the sandbox's data folder: the real delegate, store and
+/// windows. Ends with its destructor, so that a test can start it again.
+class Program {
+public:
+    explicit Program(Start start = Start::Launched, Data data = Data::Fresh);
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    vellumcap::VellumcapAppDelegate& delegate() { return m_delegate; }
+    vellumcap::JournalWindow& journal() { return *m_delegate.journalWindow(); }
+
+    static QString dataFolder();
+    static QString storePath();
+    static QStringList pictures(); ///< names of the JPEG files in the data folder
+
+    /// Keeps a capture of that moment, and lists it in the journal where one is open.
+    std::shared_ptr<vellumcap::Capture> keep(
+        const QString& text, const QDateTime& moment = QDateTime::currentDateTimeUtc());
+
+private:
+    vellumcap::VellumcapAppDelegate m_delegate;
+};
+
+/// A picture that can be told from others by its colour.
+QImage plainPicture(Qt::GlobalColor color = Qt::darkCyan, QSize size = { 64, 48 });
+
+/// Sets the process's time zone, and puts UTC back.
+class TimeZone {
+public:
+    explicit TimeZone(const char* name);
+    ~TimeZone();
+    TimeZone(const TimeZone&) = delete;
+    TimeZone& operator=(const TimeZone&) = delete;
+};
+
+/// What a modal alert says, and how it is answered.
+struct AlertSeen {
+    QString text;
+    QString informativeText;
+    QStringList buttons;
+};
+
+/// Presses the button at `button` of the next modal alert, as soon as there is one, and appends
+/// what it said to `seen`, which must outlive the alert.
+void answerNextAlert(int button, QList<AlertSeen>& seen);
+
+} // namespace support
