@@ -1,0 +1,66 @@
+# shellcheck shell=bash
+# What ./run and ./test share; sourced from the repository's root.
+
+# Logs are read in files as often as on terminals.
+export GCC_COLORS='' CLICOLOR=0 NO_COLOR=1
+
+say() {
+    printf '==> %s\n' "$*"
+}
+
+fail() {
+    printf 'Error: %s\n' "$*" >&2
+    exit 1
+}
+
+# The packages of the groups named, out of scripts/packages.txt.
+packages_of() {
+    awk -v wanted=" $* " '
+        { sub(/#.*/, ""); gsub(/[ \t]/, "") }
+        /^\[.*\]$/ { taken = index(wanted, " " substr($0, 2, length($0) - 2) " ") > 0; next }
+        taken && NF' scripts/packages.txt
+}
+
+# Those of the packages named that are not installed.
+missing_packages() {
+    comm -23 <(printf '%s\n' "$@" | sort) \
+        <(dpkg-query --show --showformat='${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null |
+            sed -n 's/^ii //p' | sort -u)
+}
+
+as_root() {
+    if [[ $EUID -eq 0 ]]; then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        fail "Packages are missing and there is no sudo. As root: apt-get install $missing"
+    fi
+}
+
+# Installs what the groups named lack. Reaches for the network only when something is missing.
+install_packages() {
+    command -v dpkg-query >/dev/null || fail 'This needs Debian 12 or a system derived from it.'
+    local -a packages
+    mapfile -t packages < <(packages_of "$@")
+    local missing
+    missing=$(missing_packages "${packages[@]}" | paste -sd' ')
+    if [[ -z $missing ]]; then
+        say "All ${#packages[@]} packages are installed ($*)"
+        return
+    fi
+    say "Installing $missing"
+    as_root apt-get update -qq
+    # shellcheck disable=SC2086 # a list of words
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -qq --yes \
+        --no-install-recommends $missing </dev/null >/dev/null
+}
+
+# Configures and builds a preset: build_preset PRESET [TARGET] [-DOPTION=VALUE]...
+build_preset() {
+    local preset=$1 target=${2:-all}
+    shift "$(($# < 2 ? $# : 2))"
+    say "Building $target of $preset"
+    cmake --preset "$preset" "$@" >/dev/null
+    cmake --build "build/$preset" --target "$target"
+}

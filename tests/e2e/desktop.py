@@ -1,0 +1,236 @@
+"""Drives programs in a session (see session.py) as a user does: with pointer and keyboard, and
+with the eyes of a screen reader, which finds what is on the screen by role and name."""
+
+import os
+import pathlib
+import re
+import subprocess
+import time
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, GLib  # noqa: E402
+
+PATIENCE = 20  # seconds that anything may take, on a machine that is busy with other tests
+POLL = 0.03
+
+BIN = pathlib.Path(os.environ.get("VELLUMCAP_BIN", "build/release/bin")).resolve()
+FOLDER = pathlib.Path(os.environ["SESSION_FOLDER"])
+PICTURES = pathlib.Path(os.environ.get("VELLUMCAP_E2E_PICTURES", "build/e2e")).resolve()
+SCALE = int(os.environ["SESSION_SCALE"])
+
+
+def wait_until(condition, what, patience=PATIENCE):
+    """What `condition` returns once that is true; an AssertionError that says `what` if never."""
+    deadline = time.monotonic() + patience
+    while True:
+        # Without this, the state that libatspi remembers is never brought up to date.
+        while GLib.MainContext.default().iteration(False):
+            pass
+        try:
+            value = condition()
+        except GLib.Error:  # what was asked for is just going or coming
+            value = None
+        if value:
+            return value
+        if time.monotonic() > deadline:
+            raise AssertionError(f"Waited {patience} s in vain for {what}")
+        time.sleep(POLL)
+
+
+def xdotool(*arguments):
+    return subprocess.run(["xdotool", *map(str, arguments)], check=True, capture_output=True,
+                          text=True).stdout
+
+
+def keys(*chords):
+    """Presses keys such as "ctrl+q" or "Return", one after the other."""
+    xdotool("key", "--clearmodifiers", "--delay", 20, *chords)
+
+
+def type_text(text):
+    # Keys that the keyboard lacks are put on it one by one, which programs must have time to see.
+    delay = 8 if text.isascii() else 120
+    xdotool("type", "--clearmodifiers", "--delay", delay, text)
+
+
+def move_pointer(point):
+    xdotool("mousemove", "--sync", *point)
+
+
+def click(point, repeat=1):
+    move_pointer(point)
+    xdotool("click", "--repeat", repeat, "--delay", 60, 1)
+
+
+def drag(start, end, steps=12, release=True):
+    """Drags with the left button, in steps as small as a hand's, and lets go at the end."""
+    move_pointer(start)
+    xdotool("mousedown", 1)
+    for step in range(1, steps + 1):
+        move_pointer([round(a + (b - a) * step / steps) for a, b in zip(start, end)])
+        time.sleep(0.02)  # the pace of the hand, not a wait
+    # A target learns of the pointer only when it moves over it.
+    move_pointer([end[0] + 1, end[1] + 1])
+    if release:
+        xdotool("mouseup", 1)
+
+
+def screenshot(name):
+    PICTURES.mkdir(parents=True, exist_ok=True)
+    path = PICTURES / f"{name}.png"
+    subprocess.run(["scrot", "--overwrite", "--pointer", str(path)], check=True)
+    return path
+
+
+def window(title):
+    """The X window with this title, once it is shown."""
+    def visible():
+        answer = subprocess.run(
+            ["xdotool", "search", "--onlyvisible", "--name", f"^{re.escape(title)}$"],
+            capture_output=True, text=True, check=False)
+        return answer.stdout.split()
+    return wait_until(visible, f"a window titled {title!r}")[0]
+
+
+class Element:
+    """Something on the screen, as the accessibility bus knows it."""
+
+    def __init__(self, node):
+        self.node = node
+
+    role = property(lambda self: self.node.get_role_name())
+    name = property(lambda self: self.node.get_name())
+    description = property(lambda self: self.node.get_description())
+    text = property(lambda self: Atspi.Text.get_text(self.node, 0, -1))
+
+    def has_state(self, state):
+        return self.node.get_state_set().contains(getattr(Atspi.StateType, state.upper()))
+
+    enabled = property(lambda self: self.has_state("enabled"))
+    showing = property(lambda self: self.has_state("showing"))
+    focused = property(lambda self: self.has_state("focused"))
+
+    @property
+    def children(self):
+        nodes = (self.node.get_child_at_index(i) for i in range(self.node.get_child_count()))
+        return [Element(node) for node in nodes if node]
+
+    @property
+    def center(self):
+        box = self.node.get_extents(Atspi.CoordType.SCREEN)
+        # Qt tells its own pixels here, not the screen's.
+        return [round((box.x + box.width / 2) * SCALE), round((box.y + box.height / 2) * SCALE)]
+
+    def descendants(self):
+        for child in self.children:
+            yield child
+            yield from child.descendants()
+
+    def find_all(self, role=None, name=None, containing=None):
+        """All below that are showing and fit what is given, at this moment."""
+        return [element for element in self.descendants()
+                if (role is None or element.role == role)
+                and (name is None or element.name == name)
+                and (containing is None or containing in element.name)
+                and element.showing]
+
+    def find(self, role=None, name=None, containing=None):
+        """The first that fits, waiting for it to come."""
+        what = f"{role or 'anything'} {name or containing or ''!r}"
+        found = wait_until(lambda: self.find_all(role, name, containing), what)
+        return found[0]
+
+    def wait_gone(self, role=None, name=None, containing=None):
+        wait_until(lambda: not self.find_all(role, name, containing),
+                   f"the end of {role or 'anything'} {name or containing!r}")
+
+    def wait_enabled(self):
+        wait_until(lambda: self.enabled, f"{self.role} {self.name!r} to be enabled")
+        return self
+
+    def click(self, repeat=1):
+        """A real click in the middle."""
+        click(self.center, repeat)
+
+    def press(self):
+        """The press of a screen reader or switch device, without a pointer."""
+        assert self.node.do_action(0), f"{self.role} {self.name!r} has no action"
+
+    def type(self, text):
+        """Clicks here, and types in place of what is there."""
+        self.click()
+        wait_until(lambda: self.focused, f"focus on {self.name!r}")
+        keys("ctrl+a")
+        type_text(text)
+
+    def tree(self, depth=0):
+        """What a screen reader could find below, for people to read."""
+        mark = "" if self.showing else " (hidden)"
+        lines = [f"{'  ' * depth}{self.role} {self.name!r}{mark}"]
+        return "\n".join(lines + [child.tree(depth + 1) for child in self.children])
+
+
+class App(Element):
+    """A running program. Its output goes into a file of the session's folder."""
+
+    def __init__(self, program, *arguments, env=None):
+        path = BIN / program
+        self.log_path = FOLDER / f"{path.name}-{time.monotonic_ns()}.log"
+        with open(self.log_path, "wb") as log:
+            self.process = subprocess.Popen(
+                [str(path), *map(str, arguments)], env={**os.environ, **(env or {})},
+                stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
+        super().__init__(wait_until(self._node, f"{program} on the accessibility bus"))
+
+    def _node(self):
+        if self.process.poll() is not None:
+            raise AssertionError(f"Ended with {self.process.returncode}:\n{self.log}")
+        desktop = Atspi.get_desktop(0)
+        desktop.clear_cache()
+        for index in range(desktop.get_child_count()):
+            node = desktop.get_child_at_index(index)
+            if node and node.get_process_id() == self.process.pid and node.get_child_count():
+                node.set_cache_mask(Atspi.Cache.NONE)
+                return node
+        return None
+
+    @property
+    def log(self):
+        return self.log_path.read_text(errors="replace")
+
+    def wait_ended(self):
+        """The exit status, once the program has ended by itself."""
+        return self.process.wait(PATIENCE)
+
+    def end(self):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_reason):
+        self.end()
+
+
+def stop_after(test, app):
+    """Ends `app` with the test; when that fails, leaves a picture and what could be seen."""
+    def end():
+        outcome = test._outcome.result
+        if any(case is test for case, _ in outcome.failures + outcome.errors):
+            picture = screenshot(f"failed-{test.id()}")
+            print(f"Screen: {picture}\nLog:\n{app.log}")
+            if app.process.poll() is None:
+                print(app.tree())
+        app.end()
+    test.addCleanup(end)
+    return app
+
+
+def opened_links():
+    """What was handed to the browser, in order."""
+    path = pathlib.Path(os.environ["SESSION_OPENED_LINKS"])
+    return path.read_text().splitlines() if path.exists() else []

@@ -1,0 +1,69 @@
+"""Leaves a picture of every window, empty and filled, for somebody to look at. Argument: "dark" or
+"light"; run by session.py, with --scale 2 for a dense screen."""
+
+import pathlib
+import subprocess
+import sys
+
+import desktop
+import vellumcap
+
+LINK = "https://example.org/menu?table=7"
+TEXTS = [LINK, "Locker 42, second floor",
+         "WIFI:S:Guest network of the house;T:WPA;P:correct horse battery staple;;",
+         "A long text that a code can well hold: " + "every line of it wraps or ends in dots. " * 6]
+
+
+def picture(name):
+    desktop.screenshot(f"{sys.argv[1]}-{name}")
+
+
+def with_portal(scheme):
+    script = pathlib.Path(__file__).with_name("settings_portal.py")
+    portal = subprocess.Popen([sys.executable, script, scheme], stdout=subprocess.PIPE, text=True)
+    portal.stdout.readline()
+    return portal
+
+
+def show_import(app):
+    sheet = vellumcap.open_import(app)
+    picture("import-waiting")
+    for number, text in enumerate(TEXTS):
+        vellumcap.drag_onto(sheet.find(name="Picture to read"),
+                            vellumcap.photograph(text, f"photo{number}.jpg"))
+        vellumcap.wait_for_text(sheet, text)
+        if number == 0:
+            picture("import-offering")
+        sheet.find("push button", "Save").wait_enabled().click()
+    sheet.find("push button", "Close").click()
+    app.wait_gone("dialog", "Import")
+
+
+def main():
+    portal = with_portal(sys.argv[1])
+    with vellumcap.start() as app:
+        picture("journal-empty")
+        show_import(app)
+        picture("journal-nothing-selected")
+        vellumcap.journal_item(app, "Locker").click()
+        app.find("text", "Notes").type("Bring the small key")
+        picture("journal-selected")
+        vellumcap.journal_item(app, "A long text").click()
+        picture("journal-long-text")
+        vellumcap.journal_item(app, LINK).click()
+        app.find("push button", "Save Image").wait_enabled().click()
+        app.find("dialog")
+        picture("save-panel")
+        desktop.keys("Escape")
+        desktop.keys("alt+f")
+        picture("menu")
+        desktop.keys("Escape")
+        desktop.keys("ctrl+comma")
+        desktop.window("Preferences")
+        picture("preferences")
+        desktop.keys("Escape")
+        vellumcap.quit_by_keys(app)
+    portal.kill()
+
+
+main()
