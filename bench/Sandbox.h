@@ -1,0 +1,49 @@
+#pragma once
+
+#include "platform/services/StandardFolders.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+/// What benchmarks share: folders of their own, and the memory they take.
+namespace bench {
+
+/// Made before the application object; its folders go with it. They lie in the working folder,
+/// since /tmp may be no disk.
+class Sandbox {
+public:
+    Sandbox()
+        : m_folder(QDir::current().filePath(QStringLiteral("bench-XXXXXX")))
+    {
+        for (const char* variable : { "XDG_DATA_HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME" }) {
+            const QString path = m_folder.filePath(QString::fromLatin1(variable));
+            QDir().mkpath(path);
+            qputenv(variable, path.toUtf8());
+        }
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+    }
+
+private:
+    QTemporaryDir m_folder;
+};
+
+inline void emptyDataFolder()
+{
+    QDir(platform::StandardFolders::applicationSupport() + QStringLiteral("/Vellumcap"))
+        .removeRecursively();
+}
+
+inline double residentMegabytes()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) {
+        return 0;
+    }
+    const QByteArray text = status.readAll();
+    const qsizetype at = text.indexOf("VmRSS:");
+    return text.mid(at + 6, 20).trimmed().split(' ').first().toDouble() / 1024;
+}
+
+} // namespace bench

@@ -1,0 +1,140 @@
+#include "platform/ui/CollectionView.h"
+#include "platform/ui/CollectionViewItem.h"
+#include "platform/ui/ThumbnailView.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+#include <benchmark/benchmark.h>
+
+using platform::CollectionView;
+using platform::CollectionViewDataSource;
+using platform::CollectionViewDelegate;
+using platform::CollectionViewItem;
+using platform::IndexPath;
+using platform::SupplementaryKind;
+using platform::ThumbnailView;
+
+namespace {
+
+const QString identifier = QStringLiteral("cell");
+
+class Cell : public CollectionViewItem {
+public:
+    Cell()
+    {
+        auto* column = new QVBoxLayout(this);
+        imageView = new ThumbnailView;
+        textField = new QLabel;
+        textField->setTextFormat(Qt::PlainText);
+        column->addWidget(imageView, 1);
+        column->addWidget(textField);
+    }
+};
+
+/// Days of a hundred captures each, whose pictures are not there.
+class Source : public CollectionViewDataSource, public CollectionViewDelegate {
+public:
+    explicit Source(int items)
+        : m_items(items)
+    {
+    }
+    int numberOfSectionsInCollectionView(CollectionView&) const override { return m_items / 100; }
+    int numberOfItemsInSection(CollectionView&, int) const override { return 100; }
+    CollectionViewItem* itemForRepresentedObjectAtIndexPath(
+        CollectionView& view, IndexPath path) override
+    {
+        CollectionViewItem* item = view.makeItem(identifier, path);
+        item->imageView->setImage({ QStringLiteral("/nowhere/%1.jpg").arg(path.item) });
+        item->textField->setText(QStringLiteral("https://example.org/%1").arg(path.item));
+        return item;
+    }
+    QWidget* viewForSupplementaryElementOfKind(
+        CollectionView& view, SupplementaryKind kind, IndexPath path) override
+    {
+        auto* label = static_cast<QLabel*>(view.makeSupplementaryView(kind, identifier, path));
+        label->setText(QStringLiteral("Day %1").arg(path.section));
+        return label;
+    }
+    void didSelectItemsAtIndexPaths(CollectionView&, const QSet<IndexPath>&) override { }
+    QSizeF referenceSizeForHeaderInSection(const CollectionView&, int) const override
+    {
+        return { 180, 28 };
+    }
+
+private:
+    int m_items;
+};
+
+class Shown {
+public:
+    explicit Shown(int items)
+        : m_source(items)
+    {
+        view.registerItem(identifier, [] { return new Cell; });
+        view.registerSupplementaryView(
+            SupplementaryKind::SectionHeader, identifier, [] { return new QLabel; });
+        view.setDataSource(&m_source);
+        view.setDelegate(&m_source);
+        view.resize(1000, 800);
+        view.show();
+        QCoreApplication::processEvents();
+    }
+
+private:
+    Source m_source;
+
+public:
+    CollectionView view;
+};
+
+void reloadData(benchmark::State& state)
+{
+    Shown shown(int(state.range(0)));
+    while (state.KeepRunning()) {
+        shown.view.reloadData();
+    }
+}
+
+/// New cells for the whole page, painted.
+void scrollAPage(benchmark::State& state)
+{
+    Shown shown(int(state.range(0)));
+    QScrollBar& bar = *shown.view.verticalScrollBar();
+    while (state.KeepRunning()) {
+        bar.setValue(bar.value() < bar.maximum() ? bar.value() + bar.pageStep() : 0);
+        shown.view.repaint();
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
+}
+
+/// Three pixels, as a touchpad does it.
+void scrollALittle(benchmark::State& state)
+{
+    Shown shown(int(state.range(0)));
+    QScrollBar& bar = *shown.view.verticalScrollBar();
+    while (state.KeepRunning()) {
+        bar.setValue(bar.value() < bar.maximum() ? bar.value() + 3 : 0);
+        QCoreApplication::processEvents();
+    }
+}
+
+} // namespace
+
+BENCHMARK(reloadData)->Arg(100)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(scrollAPage)->Arg(10'000)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(scrollALittle)->Arg(100'000)->Unit(benchmark::kMicrosecond);
+
+int main(int argc, char** argv)
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    const QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
