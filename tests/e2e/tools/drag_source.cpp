@@ -1,6 +1,8 @@
 #include <QApplication>
+#include <QClipboard>
 #include <QCommandLineParser>
 #include <QDrag>
+#include <QFile>
 #include <QFileInfo>
 #include <QLabel>
 #include <QMimeData>
@@ -13,8 +15,44 @@
 
 namespace {
 
-/// What is dragged: a file, the picture in it, or a text.
-enum class Payload { File, ImageData, Text };
+/// What is offered to other programs: a file, the picture in it, its bytes in the format it claims
+/// to have, a link, or a text.
+struct Offer {
+    enum class Kind { File, ImageData, Encoded, Link, Text };
+
+    Kind kind = Kind::File;
+    QString subject;
+    QString format;
+
+    bool isFile() const { return kind != Kind::Link && kind != Kind::Text; }
+    QMimeData* newMimeData() const;
+};
+
+QMimeData* Offer::newMimeData() const
+{
+    auto* offered = new QMimeData;
+    switch (kind) {
+    case Kind::File:
+        offered->setUrls({ QUrl::fromLocalFile(QFileInfo(subject).absoluteFilePath()) });
+        break;
+    case Kind::ImageData:
+        offered->setImageData(QImage(subject));
+        break;
+    case Kind::Encoded: {
+        QFile file(subject);
+        file.open(QIODevice::ReadOnly);
+        offered->setData(format, file.readAll());
+        break;
+    }
+    case Kind::Link:
+        offered->setUrls({ QUrl(subject) });
+        break;
+    case Kind::Text:
+        offered->setText(subject);
+        break;
+    }
+    return offered;
+}
 
 Qt::DropActions actionsOf(const QString& names)
 {
@@ -44,9 +82,8 @@ const char* nameOf(Qt::DropAction action)
 /// standard output how each drag ended.
 class Source : public QLabel {
 public:
-    Source(Payload payload, QString subject, Qt::DropActions actions)
-        : m_payload(payload)
-        , m_subject(std::move(subject))
+    Source(Offer offer, Qt::DropActions actions)
+        : m_offer(std::move(offer))
         , m_actions(actions)
     {
         setFixedSize(160, 160);
@@ -54,12 +91,15 @@ public:
         setTextFormat(Qt::PlainText);
         setAccessibleName(QStringLiteral("Drag me"));
         setWindowFlag(Qt::WindowStaysOnTopHint);
-        if (payload == Payload::Text) {
-            setText(m_subject);
+        setText(m_offer.subject);
+        if (!m_offer.isFile()) {
             return;
         }
-        setWindowTitle(QFileInfo(m_subject).fileName());
-        setPixmap(QPixmap(m_subject).scaled(size(), Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        setWindowTitle(QFileInfo(m_offer.subject).fileName());
+        const QPixmap picture(m_offer.subject);
+        if (!picture.isNull()) {
+            setPixmap(picture.scaled(size(), Qt::KeepAspectRatio, Qt::SmoothTransformation));
+        }
     }
 
 protected:
@@ -72,7 +112,7 @@ protected:
             return;
         }
         auto* drag = new QDrag(this); // Qt deletes it after the drag
-        drag->setMimeData(newMimeData());
+        drag->setMimeData(m_offer.newMimeData());
         if (!pixmap(Qt::ReturnByValue).isNull()) {
             drag->setPixmap(pixmap(Qt::ReturnByValue).scaled(64, 64, Qt::KeepAspectRatio));
         }
@@ -86,25 +126,7 @@ protected:
     }
 
 private:
-    QMimeData* newMimeData() const
-    {
-        auto* offered = new QMimeData;
-        switch (m_payload) {
-        case Payload::File:
-            offered->setUrls({ QUrl::fromLocalFile(QFileInfo(m_subject).absoluteFilePath()) });
-            break;
-        case Payload::ImageData:
-            offered->setImageData(QImage(m_subject));
-            break;
-        case Payload::Text:
-            offered->setText(m_subject);
-            break;
-        }
-        return offered;
-    }
-
-    Payload m_payload;
-    QString m_subject;
+    Offer m_offer;
     Qt::DropActions m_actions;
     QPoint m_pressed;
 };
@@ -119,20 +141,38 @@ int main(int argc, char** argv)
     const QCommandLineOption actions(QStringLiteral("actions"), QStringLiteral("What is offered."),
         QStringLiteral("names"), QStringLiteral("copy,move,link"));
     const QCommandLineOption imageData(
-        QStringLiteral("image-data"), QStringLiteral("Drags the picture, not the file."));
-    const QCommandLineOption text(QStringLiteral("text"), QStringLiteral("Drags the text."));
-    parser.addOptions({ actions, imageData, text });
+        QStringLiteral("image-data"), QStringLiteral("Offers the picture, not the file."));
+    const QCommandLineOption format(QStringLiteral("format"),
+        QStringLiteral("Offers the file's bytes as being of this format."), QStringLiteral("type"));
+    const QCommandLineOption link(QStringLiteral("link"), QStringLiteral("Offers the link."));
+    const QCommandLineOption text(QStringLiteral("text"), QStringLiteral("Offers the text."));
+    const QCommandLineOption column(QStringLiteral("column"),
+        QStringLiteral("Where to be, from the left."), QStringLiteral("number"),
+        QStringLiteral("0"));
+    const QCommandLineOption clipboard(
+        QStringLiteral("clipboard"), QStringLiteral("Offers it on the clipboard."));
+    parser.addOptions({ actions, imageData, format, link, text, column, clipboard });
     parser.process(application);
     if (parser.positionalArguments().isEmpty()) {
         parser.showHelp(EXIT_FAILURE);
     }
 
-    const Payload payload = parser.isSet(text) ? Payload::Text
-        : parser.isSet(imageData)              ? Payload::ImageData
-                                               : Payload::File;
-    Source source(
-        payload, parser.positionalArguments().constFirst(), actionsOf(parser.value(actions)));
-    source.move(8, QGuiApplication::primaryScreen()->availableGeometry().bottom() - 180);
+    using Kind = Offer::Kind;
+    const Kind kind = parser.isSet(text) ? Kind::Text
+        : parser.isSet(link)             ? Kind::Link
+        : parser.isSet(format)           ? Kind::Encoded
+        : parser.isSet(imageData)        ? Kind::ImageData
+                                         : Kind::File;
+    const Offer offer{ kind, parser.positionalArguments().constFirst(), parser.value(format) };
+    if (parser.isSet(clipboard)) {
+        QGuiApplication::clipboard()->setMimeData(offer.newMimeData());
+        std::puts("copied");
+        std::fflush(stdout);
+    }
+    Source source(offer, actionsOf(parser.value(actions)));
+    constexpr int columnWidth = 170;
+    source.move(8 + columnWidth * parser.value(column).toInt(),
+        QGuiApplication::primaryScreen()->availableGeometry().bottom() - 180);
     source.show();
     return QApplication::exec();
 }
