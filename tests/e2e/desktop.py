@@ -10,7 +10,7 @@ import time
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, GLib  # noqa: E402
+from gi.repository import Atspi, Gio, GLib  # noqa: E402
 
 PATIENCE = 20  # seconds that anything may take, on a machine that is busy with other tests
 POLL = 0.03
@@ -84,14 +84,24 @@ def screenshot(name):
     return path
 
 
+def shown_windows(title):
+    """The X windows with this title that can be seen at this moment."""
+    answer = subprocess.run(
+        ["xdotool", "search", "--onlyvisible", "--name", f"^{re.escape(title)}$"],
+        capture_output=True, text=True, check=False)
+    return answer.stdout.split()
+
+
 def window(title):
     """The X window with this title, once it is shown."""
-    def visible():
-        answer = subprocess.run(
-            ["xdotool", "search", "--onlyvisible", "--name", f"^{re.escape(title)}$"],
-            capture_output=True, text=True, check=False)
-        return answer.stdout.split()
-    return wait_until(visible, f"a window titled {title!r}")[0]
+    return wait_until(lambda: shown_windows(title), f"a window titled {title!r}")[0]
+
+
+def accessibility_bus():
+    """The address, for a program that is to find this bus without the session's."""
+    bus = Gio.bus_get_sync(Gio.BusType.SESSION, None)
+    return bus.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", None, None,
+                         Gio.DBusCallFlags.NONE, -1, None).unpack()[0]
 
 
 class Element:
@@ -154,6 +164,11 @@ class Element:
         """A real click in the middle."""
         click(self.center, repeat)
 
+    def take_focus(self):
+        Atspi.Component.grab_focus(self.node)
+        wait_until(lambda: self.focused, f"focus on {self.name!r}")
+        return self
+
     def press(self):
         """The press of a screen reader or switch device, without a pointer."""
         assert self.node.do_action(0), f"{self.role} {self.name!r} has no action"
@@ -175,12 +190,13 @@ class Element:
 class App(Element):
     """A running program. Its output goes into a file of the session's folder."""
 
-    def __init__(self, program, *arguments, env=None):
+    def __init__(self, program, *arguments, env=None, through=()):
+        """`through` is what starts the program in its own place, arguments included."""
         path = BIN / program
         self.log_path = FOLDER / f"{path.name}-{time.monotonic_ns()}.log"
         with open(self.log_path, "wb") as log:
             self.process = subprocess.Popen(
-                [str(path), *map(str, arguments)], env={**os.environ, **(env or {})},
+                [*map(str, (*through, path, *arguments))], env={**os.environ, **(env or {})},
                 stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
         super().__init__(wait_until(self._node, f"{program} on the accessibility bus"))
 

@@ -1,18 +1,22 @@
 """What the flows do again and again with the program: start it, show it codes, read its journal."""
 
+import contextlib
 import os
 import pathlib
+import shutil
 import subprocess
+import unittest
 import xml.etree.ElementTree as ElementTree
 
 import desktop
 
 DATA = pathlib.Path(os.environ["XDG_DATA_HOME"]) / "Vellumcap"
 STORE = DATA / "Vellumcap.storedata"
+KEPT = desktop.FOLDER / "kept-journal"
 
 
-def start():
-    app = desktop.App("vellumcap")
+def start(**how):
+    app = desktop.App("vellumcap", **how)
     desktop.window("Vellumcap")
     return app
 
@@ -38,6 +42,14 @@ def drag_onto(target, *what):
         return source.log.split()[-1]
 
 
+@contextlib.contextmanager
+def clipboard(*what):
+    """Another program, which is told `what` to offer, owns the clipboard for as long as this."""
+    with desktop.App("drag_source", "--clipboard", *what) as source:
+        desktop.wait_until(lambda: "copied" in source.log, "the copy")
+        yield
+
+
 def open_import(app):
     app.find("push button", "Import").click()
     return app.find("dialog", "Import")
@@ -48,18 +60,94 @@ def wait_for_text(sheet, text):
     desktop.wait_until(lambda: field.text == text, f"the text {text!r}")
 
 
+def close_import(app):
+    app.find("dialog", "Import").find("push button", "Close").click()
+    app.wait_gone("dialog", "Import")
+
+
+def save_offer(sheet):
+    sheet.find("push button", "Save").wait_enabled().click()
+    wait_for_text(sheet, "")
+
+
+def make_journal(*texts):
+    """Keeps codes for `texts`, the last one newest, as a user would."""
+    with start() as app:
+        sheet = open_import(app)
+        for number, text in enumerate(texts):
+            drag_onto(sheet.find(name="Picture to read"), photograph(text, f"code{number}.png"))
+            wait_for_text(sheet, text)
+            save_offer(sheet)
+        close_import(app)
+        if quit_by_keys(app) != 0:
+            raise AssertionError("Quitting failed")
+
+
 def journal_item(app, text):
     return app.find("list", "Journal").find("list item", containing=text)
 
 
-def captures():
+def select(app, text):
+    journal_item(app, text).click()
+    wait_for_selected(app, text)
+
+
+def wait_for_selected(app, text):
+    field = app.find("text", "Text of the capture")
+    desktop.wait_until(lambda: field.text == text, f"{text!r} to be shown")
+
+
+def find_sentence(app, sentence):
+    """The label that shows it. Long words may be broken for show."""
+    def shown():
+        return [label for label in app.find_all("label")
+                if label.name.replace("\u200b", "") == sentence]
+    return desktop.wait_until(shown, f"the words {sentence!r}")[0]
+
+
+def captures(folder=DATA):
     """The captures in the object store's file, each a dictionary of its attributes."""
-    if not STORE.exists():
+    store = folder / STORE.name
+    if not store.exists():
         return []
     return [{attribute.get("name"): attribute.text or "" for attribute in capture}
-            for capture in ElementTree.parse(STORE).getroot().iter("object")]
+            for capture in ElementTree.parse(store).getroot().iter("object")]
+
+
+def capture_of(text, folder=DATA):
+    [capture] = [each for each in captures(folder) if each["captureValue"] == text]
+    return capture
+
+
+def picture_of(text):
+    """The JPEG file beside the store that belongs to the one capture of `text`."""
+    return DATA / f"{capture_of(text)['captureImageKey']}.jpg"
 
 
 def pictures():
     """The JPEG files beside the store."""
     return sorted(DATA.glob("*.jpg"))
+
+
+def unfinished_files(folder=DATA):
+    """What a write that did not come to its end left behind."""
+    return sorted(folder.glob(".*"))
+
+
+class WithJournal(unittest.TestCase):
+    """Each test begins with a journal of codes for TEXTS, made by the program itself."""
+
+    TEXTS = ()
+
+    @classmethod
+    def setUpClass(cls):
+        if not KEPT.exists():
+            make_journal(*cls.TEXTS)
+            shutil.copytree(DATA, KEPT)
+
+    def setUp(self):
+        shutil.rmtree(DATA, ignore_errors=True)
+        shutil.copytree(KEPT, DATA)
+
+    def start(self, **how):
+        return desktop.stop_after(self, start(**how))
