@@ -147,7 +147,8 @@ platform::ManagedObjectContext* VellumcapAppDelegate::managedObjectContext()
 
 QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager(QWidget* /*window*/)
 {
-    platform::ManagedObjectContext* context = managedObjectContext();
+    // Asked for at every change of the focus, where a failure must not be shown again and again.
+    platform::ManagedObjectContext* context = builtContext();
     return context != nullptr ? &context->undoManager() : nullptr;
 }
 

@@ -41,6 +41,8 @@ public:
     platform::ManagedObjectModel* managedObjectModel(); ///< nullptr on failure, as the next two
     platform::PersistentStoreCoordinator* persistentStoreCoordinator();
     platform::ManagedObjectContext* managedObjectContext();
+    /// The context if it was built already; never tries, so that nothing is shown.
+    platform::ManagedObjectContext* builtContext() const { return m_managedObjectContext.get(); }
 
     JournalWindow* journalWindow() const { return m_journalWindow.get(); } ///< null until opened
     PrefsWindow* prefsWindow() const { return m_prefsWindow.get(); } ///< null until opened

@@ -20,6 +20,7 @@
 #include "watch/WatchWindow.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QMainWindow>
 #include <QUrl>
 
@@ -125,13 +126,7 @@ void JournalWindow::windowDidLoad()
         [] { return new ImageCollectionViewHeaderCell; });
     collectionView->setDataSource(m_captureCollectionViewByDateData.get());
     collectionView->setDelegate(m_captureCollectionViewByDateData.get());
-    if (auto* context = VellumcapAppDelegate::shared().managedObjectContext()) {
-        m_notesEditor = context->registerEditor([this] {
-            selectedNotes->endEditing();
-            return true;
-        });
-        m_undoObservation = context->observeUndo([this] { undoChangedStore(); });
-    }
+    followContext();
     m_ui->splitView->widget(0)->setMinimumWidth(
         qRound(constrainMinCoordinate(*m_ui->splitView, 0.0, 0)));
     dressJournalWindow(*m_ui);
@@ -139,6 +134,20 @@ void JournalWindow::windowDidLoad()
     connectToolbar();
     showDetailOrPlaceholder();
     validateItems();
+}
+
+/// The context comes late where the store could not be opened at first.
+void JournalWindow::followContext()
+{
+    auto* context = VellumcapAppDelegate::shared().builtContext();
+    if (context == nullptr || m_notesEditor != nullptr) {
+        return;
+    }
+    m_notesEditor = context->registerEditor([this] {
+        selectedNotes->endEditing();
+        return true;
+    });
+    m_undoObservation = context->observeUndo([this] { undoChangedStore(); });
 }
 
 void JournalWindow::connectMenu()
@@ -242,7 +251,8 @@ void JournalWindow::saveImage(QObject* /*sender*/)
     const platform::SavePanel panel { QStringLiteral("QR Capture"), { QStringLiteral("jpg") } };
     panel.beginSheet(window(), [this](const QString& path) {
         const auto capture = selectedCapture();
-        if (capture == nullptr || path == capture->getImageUrl()) {
+        // The same file by another path must not be removed either.
+        if (capture == nullptr || QFileInfo(path) == QFileInfo(capture->getImageUrl())) {
             return;
         }
         QFile::remove(path);
@@ -263,6 +273,7 @@ void JournalWindow::refreshLists()
     m_captureCollectionViewByDateData->updateCaptures(m_captures);
     m_captureImageBrowserDatasource->captureArray = m_captures;
     if (isWindowLoaded()) {
+        followContext();
         collectionView->reloadData();
         showDetailOrPlaceholder();
         validateItems();

@@ -119,6 +119,7 @@ private:
     bool hasSelectedLink() const;
 
     void watchWithScript(const QString& scriptName);
+    void followContext();
     void connectMenu();
     void connectToolbar();
     void validateItems();

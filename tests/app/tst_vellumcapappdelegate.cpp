@@ -1,6 +1,7 @@
 #include "app/VellumcapAppDelegate.h"
 
 #include "camera/PrefsWindow.h"
+#include "journal/JournalWindow.h"
 #include "platform/services/Dispatch.h"
 #include "platform/services/StandardFolders.h"
 #include "platform/store/ManagedObjectContext.h"
@@ -67,6 +68,7 @@ private Q_SLOTS:
     void reportsAFolderThatCannotBeMade();
     void reportsAStoreThatCannotBeRead();
     void triesAgainAfterAFailure();
+    void openingTheJournalShowsAFailureOnce();
     void terminatesAtOnceWithoutAContext();
     void terminatesWithoutChanges();
     void savesChangesWhileQuitting();
@@ -174,6 +176,23 @@ void VellumcapAppDelegateTest::triesAgainAfterAFailure()
     QVERIFY(file.remove());
     QVERIFY(program.delegate().managedObjectContext() != nullptr);
     QCOMPARE(seen.size(), 2);
+}
+
+void VellumcapAppDelegateTest::openingTheJournalShowsAFailureOnce()
+{
+    Program program(Start::NotLaunched);
+    QFile file(Program::dataFolder());
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    QList<AlertSeen> seen;
+    answerNextAlert(0, seen);
+    QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
+    program.delegate().openJournalWindow(nullptr);
+    QVERIFY(program.delegate().windowWillReturnUndoManager(nullptr) == nullptr);
+    QCOMPARE(seen.size(), 2);
+    QVERIFY(file.remove());
+    program.delegate().journalWindow()->refreshLists();
+    QVERIFY(program.delegate().windowWillReturnUndoManager(nullptr) != nullptr);
 }
 
 void VellumcapAppDelegateTest::terminatesAtOnceWithoutAContext()
