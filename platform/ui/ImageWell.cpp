@@ -267,7 +267,8 @@ void ImageWell::paintEvent(QPaintEvent*)
 
 void ImageWell::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (canReadPicture(*event->mimeData())) {
+    // Who offers only a move would take its file away afterwards.
+    if (event->possibleActions().testFlag(Qt::CopyAction) && canReadPicture(*event->mimeData())) {
         event->setDropAction(Qt::CopyAction);
         event->accept();
         m_state->setHovered(true);

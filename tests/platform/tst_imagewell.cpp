@@ -46,9 +46,10 @@ MimeData pictureData(const QString& format, const QByteArray& bytes)
     return data;
 }
 
-bool dragOver(ImageWell& well, const QMimeData& data)
+bool dragOver(ImageWell& well, const QMimeData& data,
+    Qt::DropActions offered = Qt::CopyAction | Qt::MoveAction)
 {
-    QDragEnterEvent event({ 20, 20 }, Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+    QDragEnterEvent event({ 20, 20 }, offered, &data, Qt::LeftButton, {});
     event.ignore();
     QApplication::sendEvent(&well, &event);
     return event.isAccepted();
@@ -85,6 +86,7 @@ private Q_SLOTS:
     void takesAPathAsText();
     void refusesDrags_data();
     void refusesDrags();
+    void refusesToMoveOrLink();
     void showsTheDragThatHovers();
     void pastesByKey();
     void pasteOfTextIsRefused();
@@ -238,6 +240,17 @@ void ImageWellTest::refusesDrags()
     ImageWell well;
     QVERIFY(!dragOver(well, *offers.at(kind)));
     QVERIFY(well.refusal().isEmpty());
+}
+
+void ImageWellTest::refusesToMoveOrLink()
+{
+    ImageWell well;
+    QMimeData data;
+    data.setImageData(QImage(8, 8, QImage::Format_RGB32));
+    QVERIFY(!dragOver(well, data, Qt::MoveAction));
+    QVERIFY(!dragOver(well, data, Qt::LinkAction));
+    QVERIFY(!dragOver(well, data, Qt::MoveAction | Qt::LinkAction));
+    QVERIFY(dragOver(well, data, Qt::CopyAction | Qt::LinkAction));
 }
 
 void ImageWellTest::showsTheDragThatHovers()
