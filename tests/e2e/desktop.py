@@ -236,7 +236,8 @@ def stop_after(test, app):
     """Ends `app` with the test; when that fails, leaves a picture and what could be seen."""
     def end():
         outcome = test._outcome.result
-        if any(case is test for case, _ in outcome.failures + outcome.errors):
+        failed = [getattr(case, "test_case", case) for case, _ in outcome.failures + outcome.errors]
+        if test in failed:
             picture = screenshot(f"failed-{test.id()}")
             print(f"Screen: {picture}\nLog:\n{app.log}")
             if app.process.poll() is None:

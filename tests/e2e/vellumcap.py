@@ -97,12 +97,23 @@ def wait_for_selected(app, text):
     desktop.wait_until(lambda: field.text == text, f"{text!r} to be shown")
 
 
-def find_sentence(app, sentence):
-    """The label that shows it. Long words may be broken for show."""
-    def shown():
-        return [label for label in app.find_all("label")
-                if label.name.replace("\u200b", "") == sentence]
-    return desktop.wait_until(shown, f"the words {sentence!r}")[0]
+def find_alert(app, message, reason=""):
+    """The alert that says both."""
+    def said():
+        return [alert for alert in app.find_all("alert") if words_of(alert) == message
+                and (not reason or reason in map(words_of, alert.find_all("label")))]
+    return desktop.wait_until(said, f"the alert {message!r} {reason!r}")[0]
+
+
+def words_of(element):
+    """Alerts let long words break, with spaces that nobody sees."""
+    return element.name.replace("\u200b", "")
+
+
+def dismiss_alert(app, message, reason=""):
+    find_alert(app, message, reason).find("push button", "OK").press()
+    desktop.wait_until(lambda: message not in map(words_of, app.find_all("alert")),
+                       f"the end of the alert {message!r}")
 
 
 def captures(folder=DATA):

@@ -90,7 +90,7 @@ public:
         setAlignment(Qt::AlignCenter);
         setTextFormat(Qt::PlainText);
         setAccessibleName(QStringLiteral("Drag me"));
-        setWindowFlag(Qt::WindowStaysOnTopHint);
+        setWindowFlags(Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
         setText(m_offer.subject);
         if (!m_offer.isFile()) {
             return;

@@ -1,0 +1,55 @@
+#!/usr/bin/python3
+"""Runs a command with a small disk of its own in place of a folder, whose contents it takes along.
+
+    tests/e2e/small_disk.py FOLDER KIBIBYTES COMMAND [ARGUMENT...]
+
+The disk is in memory, and only the command and its children see it; others find it below
+/proc/PID/root. It needs to be root, or a system on which anybody may make a user namespace; ends
+with 77 where neither is so.
+"""
+
+import ctypes
+import os
+import pathlib
+import shutil
+import sys
+import tempfile
+
+CLONE_NEWNS = 0x20000
+CLONE_NEWUSER = 0x10000000
+MS_REC_PRIVATE = 0x4000 | 1 << 18
+libc = ctypes.CDLL(None, use_errno=True)
+
+
+def check(result):
+    if result != 0:
+        code = ctypes.get_errno()
+        print(f"No disk of its own: {os.strerror(code)}", file=sys.stderr)
+        sys.exit(77)
+
+
+def enter_namespace():
+    user, group = os.geteuid(), os.getegid()
+    if user == 0:
+        check(libc.unshare(CLONE_NEWNS))
+    else:
+        check(libc.unshare(CLONE_NEWNS | CLONE_NEWUSER))
+        process = pathlib.Path("/proc/self")
+        (process / "setgroups").write_text("deny")
+        (process / "uid_map").write_text(f"{user} {user} 1")
+        (process / "gid_map").write_text(f"{group} {group} 1")
+    check(libc.mount(None, b"/", None, MS_REC_PRIVATE, None))
+
+
+def main():
+    folder, kibibytes, *command = sys.argv[1:]
+    enter_namespace()
+    with tempfile.TemporaryDirectory() as kept:
+        shutil.copytree(folder, kept, dirs_exist_ok=True)
+        check(libc.mount(b"tmpfs", os.fsencode(folder), b"tmpfs", 0,
+                         f"size={kibibytes}k".encode()))
+        shutil.copytree(kept, folder, dirs_exist_ok=True)
+    os.execvp(command[0], command)
+
+
+main()
