@@ -10,7 +10,7 @@ import time
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, Gio, GLib  # noqa: E402
+from gi.repository import Atspi, GLib  # noqa: E402
 
 PATIENCE = 20  # seconds that anything may take, on a machine that is busy with other tests
 POLL = 0.03
@@ -97,11 +97,15 @@ def window(title):
     return wait_until(lambda: shown_windows(title), f"a window titled {title!r}")[0]
 
 
-def accessibility_bus():
-    """The address, for a program that is to find this bus without the session's."""
-    bus = Gio.bus_get_sync(Gio.BusType.SESSION, None)
-    return bus.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress", None, None,
-                         Gio.DBusCallFlags.NONE, -1, None).unpack()[0]
+def windows_of(pid):
+    """The X windows of a process that can be seen at this moment."""
+    answer = subprocess.run(["xdotool", "search", "--onlyvisible", "--pid", str(pid)],
+                            capture_output=True, text=True, check=False)
+    return answer.stdout.split()
+
+
+def focus_window(window_id):
+    xdotool("windowactivate", "--sync", window_id)
 
 
 class Element:
