@@ -22,6 +22,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMainWindow>
+#include <QToolButton>
 #include <QUrl>
 
 #include <algorithm>
@@ -170,6 +171,12 @@ void JournalWindow::connectMenu()
 
 void JournalWindow::connectToolbar()
 {
+    // A toolbar's buttons cannot be reached without a pointer unless they are told so.
+    for (QToolButton* button : toolbar->findChildren<QToolButton*>()) {
+        if (button->defaultAction() != nullptr) {
+            button->setFocusPolicy(Qt::TabFocus);
+        }
+    }
     connect(m_ui->placeholderImport, &QPushButton::clicked, this,
         [this] { importImage(m_ui->placeholderImport); });
 }
