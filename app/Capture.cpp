@@ -58,7 +58,7 @@ QByteArray jpegData(const QImage& image)
 /// A failed write is not reported: the record then has no picture.
 void writePicture(const QString& path, const QByteArray& bytes)
 {
-    const std::array<QByteArrayView, 1> parts { QByteArrayView(bytes) };
+    const std::array<QByteArrayView, 1> parts{ QByteArrayView(bytes) };
     static_cast<void>(platform::writeDurably(path, parts));
 }
 
@@ -230,8 +230,8 @@ std::optional<CaptureList> Capture::getCaptures()
         return std::nullopt;
     }
     platform::Error error;
-    const auto objects = context->execute(
-        { entityName(), { { QStringLiteral("dateCaptured"), false } } }, &error);
+    const auto objects
+        = context->execute({ entityName(), { { QStringLiteral("dateCaptured"), false } } }, &error);
     if (!objects) {
         platform::log(QStringLiteral("Error! %1").arg(error.localizedDescription));
         return std::nullopt;

@@ -184,7 +184,7 @@ platform::TerminateReply VellumcapAppDelegate::applicationShouldTerminate(
     if (application.presentError(*error)) {
         return TerminateReply::Cancel;
     }
-    const platform::Alert alert {
+    const platform::Alert alert{
         localized(QT_TR_NOOP("Could not save changes while quitting. Quit anyway?")),
         localized(QT_TR_NOOP("Quitting now will lose any changes you have made since the last "
                              "successful save")),

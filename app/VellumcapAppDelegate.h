@@ -12,7 +12,7 @@ namespace platform {
 class ManagedObjectContext;
 class ManagedObjectModel;
 class PersistentStoreCoordinator;
-}
+} // namespace platform
 
 namespace vellumcap {
 

@@ -1,3 +1,4 @@
+#include "platform/ui/Appearance.h"
 #include "platform/ui/CollectionView.h"
 #include "platform/ui/CollectionViewItem.h"
 #include "platform/ui/ThumbnailView.h"
@@ -134,6 +135,7 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     const QApplication application(argc, argv);
+    const platform::Appearance appearance; // its style sheet is part of the cost
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     return 0;

@@ -47,8 +47,8 @@ void PrefsWindow::windowDidLoad()
     mirrorVideoCheckbox->setChecked(defaults.integerForKey(key(mirrorKey)) != 0);
     m_ui->contrastValue->setNum(contrastSlider->value());
     connect(cameraMenu, &QComboBox::activated, this, [this] { menuSelected(cameraMenu); });
-    connect(contrastSlider, &QSlider::valueChanged, this,
-        [this] { contrastChanged(contrastSlider); });
+    connect(
+        contrastSlider, &QSlider::valueChanged, this, [this] { contrastChanged(contrastSlider); });
     connect(mirrorVideoCheckbox, &QCheckBox::toggled, this,
         [this] { mirrorVideoChanged(mirrorVideoCheckbox); });
     connect(m_ui->resetContrast, &QToolButton::clicked, contrastSlider,

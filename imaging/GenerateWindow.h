@@ -2,28 +2,70 @@
 
 #include "platform/ui/WindowController.h"
 
+#include <QImage>
+
 #include <memory>
+
+class QPushButton;
 
 namespace Ui {
 class GenerateWindow;
 }
 
+namespace platform {
+class TextField;
+}
+
 namespace vellumcap {
 
+class DragDropImageView;
+
+/// Draws a QR code of a text that the user types; the picture can be kept in the journal or
+/// dragged out. A sheet of the journal; a new one each time. Main thread.
 class GenerateWindow : public platform::WindowController {
     Q_OBJECT
 public:
     explicit GenerateWindow(const QString& windowNibName);
     ~GenerateWindow() override;
 
-    void cancelCapture(QObject* sender);
+    // Outlets, null until the window is loaded.
+    DragDropImageView* imageWell = nullptr;
+    QPushButton* buttonGenerate = nullptr;
+    QPushButton* buttonClose = nullptr;
+    QPushButton* buttonSave = nullptr;
+    platform::TextField* textField = nullptr;
+
+    bool canSave() const { return m_canSave; } ///< the well shows the code of generatedData()
+    /// The text has changed since a code was last asked for.
+    bool canGenerate() const { return m_canGenerate; }
+    QImage generatedImage() const { return m_generatedImage; } ///< grey; null at first
+    /// The last text in the field that was not empty.
+    QString generatedData() const { return m_generatedData; }
+
+    void updateUI();
+    /// The user has changed the text.
+    void controlTextDidChange();
+    /// Draws the text. One that no code can hold leaves the well empty and a message in it.
+    void generateCode(QObject* sender);
+    void saveGenerate(QObject* sender); ///< once more with every call
+    void cancelGenerate(QObject* sender);
+    /// The text field's action, sent by Return. Does nothing: only the button draws.
+    void setText(QObject* sender);
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
+    void windowDidLoad() override;
     bool windowShouldClose(QWidget* window) override;
 
 private:
+    QString hint() const;
+
     std::unique_ptr<Ui::GenerateWindow> m_ui;
+    bool m_canSave = false;
+    bool m_canGenerate = false;
+    QImage m_generatedImage;
+    QString m_generatedData = QStringLiteral("");
+    QString m_failure; ///< why there is no code of generatedData()
 };
 
 } // namespace vellumcap

@@ -18,7 +18,7 @@ class ImportWindow;
 namespace platform {
 class ImageWell;
 class TextField;
-}
+} // namespace platform
 
 namespace vellumcap {
 

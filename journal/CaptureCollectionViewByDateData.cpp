@@ -112,8 +112,7 @@ void CaptureCollectionViewByDateData::didSelectItemsAtIndexPaths(
         return;
     }
     const platform::IndexPath chosen = indexPaths.values().constFirst();
-    journalWindow->captureSelected(
-        bucket(chosen.section)[static_cast<std::size_t>(chosen.item)]);
+    journalWindow->captureSelected(bucket(chosen.section)[static_cast<std::size_t>(chosen.item)]);
 }
 
 QSizeF CaptureCollectionViewByDateData::referenceSizeForHeaderInSection(

@@ -41,6 +41,14 @@ void ImageCollectionViewCell::viewDidLoad()
     if (Layer* backing = layer()) {
         backing->backgroundColor = Qt::red;
     }
+    selectionDidChange();
+}
+
+void ImageCollectionViewCell::selectionDidChange()
+{
+    const auto role = isSelected() ? QPalette::HighlightedText : QPalette::PlaceholderText;
+    m_ui->timeLabel->setForegroundRole(role);
+    m_ui->linkSymbol->setForegroundRole(role);
 }
 
 void ImageCollectionViewCell::show(const Capture& capture)
@@ -51,8 +59,8 @@ void ImageCollectionViewCell::show(const Capture& capture)
     m_ui->timeLabel->setText(timeOfDay(capture));
 }
 
-ImageCollectionViewCell* cellShowing(platform::CollectionView& collectionView,
-    platform::IndexPath indexPath, const Capture& capture)
+ImageCollectionViewCell* cellShowing(
+    platform::CollectionView& collectionView, platform::IndexPath indexPath, const Capture& capture)
 {
     auto* cell = qobject_cast<ImageCollectionViewCell*>(
         collectionView.makeItem(ImageCollectionViewCell::reuseIdentifier(), indexPath));
@@ -62,8 +70,8 @@ ImageCollectionViewCell* cellShowing(platform::CollectionView& collectionView,
 
 QString accessibleNameOf(const Capture& capture)
 {
-    return QStringLiteral("%1, %2")
-        .arg(capture.captureValue().left(longestSpokenText), timeOfDay(capture));
+    return QStringLiteral("%1, %2").arg(
+        capture.captureValue().left(longestSpokenText), timeOfDay(capture));
 }
 
 } // namespace vellumcap

@@ -27,6 +27,7 @@ public:
     static QString reuseIdentifier();
 
     void viewDidLoad() override;
+    void selectionDidChange() override;
     void show(const Capture& capture);
 
 private:

@@ -11,7 +11,7 @@ namespace vellumcap {
 
 namespace {
 
-constexpr QSize leastCellSize(200, 68);
+constexpr QSize leastCellSize(200, 72);
 constexpr int placeholderPictureSize = 96;
 
 QIcon icon(const char* name)
@@ -37,17 +37,11 @@ void dressJournalWindow(Ui::JournalWindow& ui)
     ui.deleteCapture->setIcon(icon("delete"));
     ui.toolbar->setContextMenuPolicy(Qt::PreventContextMenu);
     ui.collectionView->setItemSize(leastCellSize);
-    ui.collectionView->setSpacing(6);
+    ui.collectionView->setSpacing(4);
     ui.splitView->setSizes({ 340, 700 });
     ui.splitView->setStretchFactor(0, 0);
     ui.splitView->setStretchFactor(1, 1);
-    QFont heading = ui.placeholderTitle->font();
-    heading.setPointSizeF(heading.pointSizeF() * 1.5);
-    heading.setWeight(QFont::DemiBold);
-    ui.placeholderTitle->setFont(heading);
-    QFont text = ui.selectedText->font();
-    text.setPointSizeF(text.pointSizeF() * 1.15);
-    ui.selectedText->setFont(text);
+    ui.selectedText->document()->setDocumentMargin(0); // in line with the labels around it
     ui.placeholderPicture->setPixmap(
         programIcon().pixmap(QSize(placeholderPictureSize, placeholderPictureSize),
             ui.placeholderPicture->devicePixelRatioF()));
@@ -57,9 +51,9 @@ void describeCapture(Ui::JournalWindow& ui, const Capture& capture)
 {
     const QDateTime date = capture.dateCaptured().toLocalTime();
     const QLocale locale;
-    ui.selectedDate->setText(QStringLiteral("%1, %2").arg(
-        locale.toString(date.date(), QLocale::LongFormat),
-        locale.toString(date.time(), QLocale::ShortFormat)));
+    ui.selectedDate->setText(
+        QStringLiteral("%1, %2").arg(locale.toString(date.date(), QLocale::LongFormat),
+            locale.toString(date.time(), QLocale::ShortFormat)));
 }
 
 void describePlaceholder(Ui::JournalWindow& ui, bool journalIsEmpty)

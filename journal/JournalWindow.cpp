@@ -65,7 +65,7 @@ struct JournalWindow::Command {
 
 const JournalWindow::Command* JournalWindow::commandNamed(const QString& name)
 {
-    static constexpr std::array<Command, 7> commands { {
+    static constexpr std::array<Command, 7> commands{ {
         { "scan", &JournalWindow::scan, &JournalWindow::isScanAvailable },
         { "watch", &JournalWindow::watch, &JournalWindow::isScanAvailable },
         { "importImage", &JournalWindow::importImage, &JournalWindow::isAlwaysAvailable },
@@ -120,8 +120,8 @@ void JournalWindow::windowDidLoad()
     selectedImage->setImage(QImage());
     connect(selectedNotes, &platform::TextField::editingEnded, this,
         [this] { controlTextDidEndEditing(*selectedNotes); });
-    collectionView->registerItem(ImageCollectionViewCell::reuseIdentifier(),
-        [] { return new ImageCollectionViewCell; });
+    collectionView->registerItem(
+        ImageCollectionViewCell::reuseIdentifier(), [] { return new ImageCollectionViewCell; });
     collectionView->registerSupplementaryView(platform::SupplementaryKind::SectionHeader,
         ImageCollectionViewHeaderCell::reuseIdentifier(),
         [] { return new ImageCollectionViewHeaderCell; });
@@ -164,7 +164,7 @@ void JournalWindow::connectMenu()
     connect(m_ui->aboutVellumcap, &QAction::triggered, this, [this] { showAbout(window()); });
     m_statusItem = std::make_unique<platform::StatusItem>(window()->windowIcon(),
         QStringLiteral("Vellumcap"),
-        QList<QAction*> { m_ui->openJournalWindow, m_ui->openPrefsWindow, m_ui->quit });
+        QList<QAction*>{ m_ui->openJournalWindow, m_ui->openPrefsWindow, m_ui->quit });
     connect(m_statusItem.get(), &platform::StatusItem::activated, this,
         [this] { showWindow(m_statusItem.get()); });
 }
@@ -255,7 +255,7 @@ void JournalWindow::openLinkInSafari(QObject* /*sender*/)
 
 void JournalWindow::saveImage(QObject* /*sender*/)
 {
-    const platform::SavePanel panel { QStringLiteral("QR Capture"), { QStringLiteral("jpg") } };
+    const platform::SavePanel panel{ QStringLiteral("QR Capture"), { QStringLiteral("jpg") } };
     panel.beginSheet(window(), [this](const QString& path) {
         const auto capture = selectedCapture();
         // The same file by another path must not be removed either.
@@ -390,14 +390,12 @@ double JournalWindow::constrainMinCoordinate(
     return leastListWidth;
 }
 
-int JournalWindow::numberOfSectionsInCollectionView(
-    platform::CollectionView& /*view*/) const
+int JournalWindow::numberOfSectionsInCollectionView(platform::CollectionView& /*view*/) const
 {
     return 1;
 }
 
-int JournalWindow::numberOfItemsInSection(
-    platform::CollectionView& /*view*/, int /*section*/) const
+int JournalWindow::numberOfItemsInSection(platform::CollectionView& /*view*/, int /*section*/) const
 {
     return static_cast<int>(m_captures.size());
 }
@@ -405,13 +403,11 @@ int JournalWindow::numberOfItemsInSection(
 platform::CollectionViewItem* JournalWindow::itemForRepresentedObjectAtIndexPath(
     platform::CollectionView& view, platform::IndexPath indexPath)
 {
-    return cellShowing(
-        view, indexPath, *m_captures[static_cast<std::size_t>(indexPath.item)]);
+    return cellShowing(view, indexPath, *m_captures[static_cast<std::size_t>(indexPath.item)]);
 }
 
-QWidget* JournalWindow::viewForSupplementaryElementOfKind(
-    platform::CollectionView& /*view*/, platform::SupplementaryKind /*kind*/,
-    platform::IndexPath /*indexPath*/)
+QWidget* JournalWindow::viewForSupplementaryElementOfKind(platform::CollectionView& /*view*/,
+    platform::SupplementaryKind /*kind*/, platform::IndexPath /*indexPath*/)
 {
     return nullptr;
 }
@@ -420,7 +416,8 @@ void JournalWindow::didSelectItemsAtIndexPaths(
     platform::CollectionView& /*view*/, const QSet<platform::IndexPath>& indexPaths)
 {
     if (!indexPaths.isEmpty()) {
-        captureSelected(m_captures[static_cast<std::size_t>(indexPaths.values().constFirst().item)]);
+        captureSelected(
+            m_captures[static_cast<std::size_t>(indexPaths.values().constFirst().item)]);
     }
 }
 

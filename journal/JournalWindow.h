@@ -22,7 +22,7 @@ class ImageView;
 class MainMenu;
 class StatusItem;
 class TextField;
-}
+} // namespace platform
 
 namespace vellumcap {
 
@@ -94,14 +94,13 @@ public:
 
     // All captures in one section; the window shows the list by day instead.
     int numberOfSectionsInCollectionView(platform::CollectionView& view) const override;
-    int numberOfItemsInSection(
-        platform::CollectionView& view, int section) const override;
+    int numberOfItemsInSection(platform::CollectionView& view, int section) const override;
     platform::CollectionViewItem* itemForRepresentedObjectAtIndexPath(
         platform::CollectionView& view, platform::IndexPath indexPath) override;
     QWidget* viewForSupplementaryElementOfKind(platform::CollectionView& view,
         platform::SupplementaryKind kind, platform::IndexPath indexPath) override;
-    void didSelectItemsAtIndexPaths(platform::CollectionView& view,
-        const QSet<platform::IndexPath>& indexPaths) override;
+    void didSelectItemsAtIndexPaths(
+        platform::CollectionView& view, const QSet<platform::IndexPath>& indexPaths) override;
     QSizeF referenceSizeForHeaderInSection(
         const platform::CollectionView& view, int section) const override;
 

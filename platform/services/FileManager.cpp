@@ -4,7 +4,6 @@
 #include <QFile>
 
 #include <cerrno>
-
 #include <sys/stat.h>
 
 namespace platform::FileManager {

@@ -127,7 +127,7 @@ void UserDefaults::setString(const QString& key, const QString& value)
 void UserDefaults::setDouble(const QString& key, double value)
 {
     // The shortest text that reads back as the same value; Qt's has no negative zero.
-    std::array<char, 32> text {};
+    std::array<char, 32> text{};
     const auto end = std::to_chars(text.begin(), text.end(), value).ptr;
     write(key, QString::fromLatin1(text.data(), end - text.begin()));
 }

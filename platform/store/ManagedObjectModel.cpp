@@ -9,21 +9,18 @@ namespace platform {
 
 namespace {
 
-using Qt::StringLiterals::operator""_L1;
-using Qt::StringLiterals::operator""_s;
-
 std::optional<AttributeType> attributeType(QStringView name)
 {
-    if (name == "string"_L1) {
+    if (name == QLatin1StringView("string")) {
         return AttributeType::String;
     }
-    if (name == "integer32"_L1) {
+    if (name == QLatin1StringView("integer32")) {
         return AttributeType::Integer32;
     }
-    if (name == "boolean"_L1) {
+    if (name == QLatin1StringView("boolean")) {
         return AttributeType::Boolean;
     }
-    if (name == "date"_L1) {
+    if (name == QLatin1StringView("date")) {
         return AttributeType::Date;
     }
     return std::nullopt;
@@ -39,11 +36,11 @@ public:
 
     bool readModel(QString& name, int& version, std::vector<EntityDescription>& entities)
     {
-        if (!m_xml.readNextStartElement() || m_xml.name() != "model"_L1) {
+        if (!m_xml.readNextStartElement() || m_xml.name() != QLatin1StringView("model")) {
             return false;
         }
-        name = requiredAttribute("name"_L1);
-        version = requiredAttribute("version"_L1).toInt();
+        name = requiredAttribute(QLatin1StringView("name"));
+        version = requiredAttribute(QLatin1StringView("version")).toInt();
         if (version < 1) {
             fail();
         }
@@ -58,7 +55,7 @@ public:
     }
 
 private:
-    void fail() { m_xml.raiseError(u"This is no model."_s); }
+    void fail() { m_xml.raiseError(QStringLiteral("This is no model.")); }
 
     template <typename Description>
     void refuseDuplicate(const std::vector<Description>& descriptions)
@@ -82,11 +79,11 @@ private:
 
     EntityDescription readEntity()
     {
-        if (m_xml.name() != "entity"_L1) {
+        if (m_xml.name() != QLatin1StringView("entity")) {
             fail();
         }
         EntityDescription entity;
-        entity.name = requiredAttribute("name"_L1);
+        entity.name = requiredAttribute(QLatin1StringView("name"));
         while (m_xml.readNextStartElement()) {
             entity.attributes.push_back(readAttribute());
             refuseDuplicate(entity.attributes);
@@ -96,12 +93,14 @@ private:
 
     AttributeDescription readAttribute()
     {
-        const std::optional<AttributeType> type = attributeType(requiredAttribute("type"_L1));
-        const QStringView optional = m_xml.attributes().value("optional"_L1);
-        AttributeDescription attribute{ requiredAttribute("name"_L1),
-            type.value_or(AttributeType::String), optional != "no"_L1 };
-        if (m_xml.name() != "attribute"_L1 || !type
-            || (!optional.isEmpty() && optional != "yes"_L1 && optional != "no"_L1)) {
+        const std::optional<AttributeType> type
+            = attributeType(requiredAttribute(QLatin1StringView("type")));
+        const QStringView optional = m_xml.attributes().value(QLatin1StringView("optional"));
+        AttributeDescription attribute{ requiredAttribute(QLatin1StringView("name")),
+            type.value_or(AttributeType::String), optional != QLatin1StringView("no") };
+        if (m_xml.name() != QLatin1StringView("attribute") || !type
+            || (!optional.isEmpty() && optional != QLatin1StringView("yes")
+                && optional != QLatin1StringView("no"))) {
             fail();
         }
         if (m_xml.readNextStartElement()) {

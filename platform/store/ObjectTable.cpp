@@ -10,8 +10,6 @@ namespace platform {
 
 namespace {
 
-using Qt::StringLiterals::operator""_s;
-
 constexpr qsizetype blockSize = 1 << 20;
 
 bool isPending(const ObjectTable::Row& row)
@@ -32,9 +30,10 @@ std::optional<Error> missingValue(const ManagedObject& object)
             && std::holds_alternative<std::monostate>(
                 object.primitiveValue(static_cast<int>(index)))) {
             return storeError(StoreErrorCode::ValueMissing,
-                u"The changes could not be saved: a %1 has no %2."_s.arg(
-                    object.entity().name, attributes[index].name),
-                u"This is a fault of the program. Delete the entry, or undo, then save again."_s);
+                QStringLiteral("The changes could not be saved: a %1 has no %2.")
+                    .arg(object.entity().name, attributes[index].name),
+                QStringLiteral(
+                    "This is a fault of the program. Delete the entry, or undo, then save again."));
         }
     }
     return std::nullopt;

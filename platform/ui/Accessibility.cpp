@@ -125,7 +125,8 @@ public:
         state.selectable = true;
         state.focusable = true;
         state.selected = m_item.isSelected();
-        state.focused = m_item.showsFocus();
+        const CollectionView* view = collectionOf(&m_item);
+        state.focused = m_item.isSelected() && view != nullptr && view->hasFocus();
         return state;
     }
 

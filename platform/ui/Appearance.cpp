@@ -3,6 +3,7 @@
 #include "platform/ui/ColorScheme.h"
 
 #include <QApplication>
+#include <QFont>
 #include <QStyle>
 #include <QStyleFactory>
 
@@ -23,7 +24,7 @@ struct Colors {
     QRgb tooltip;
 };
 
-constexpr Colors light {
+constexpr Colors light{
     .window = 0xfff7f4ee,
     .base = 0xffffffff,
     .raised = 0xfffdfcf9,
@@ -36,7 +37,7 @@ constexpr Colors light {
     .tooltip = 0xff2a2620,
 };
 
-constexpr Colors dark {
+constexpr Colors dark{
     .window = 0xff1d1b18,
     .base = 0xff272420,
     .raised = 0xff322e29,
@@ -54,10 +55,13 @@ QString css(QRgb color)
     return QColor::fromRgb(color).name();
 }
 
-QString styleSheet(const Colors& colors)
+QString styleSheet(const Colors& colors, bool isDark)
 {
     // %1 base, %2 raised, %3 text, %4 secondary, %5 disabled, %6 line, %7 accent, %8 on accent,
-    // %9 window
+    // %9 window, %10 name of the scheme, %11 larger text, %12 headings
+    const auto points = [](double factor) {
+        return QString::number(QApplication::font().pointSizeF() * factor, 'f', 1);
+    };
     return QStringLiteral(R"(
 QMainWindow::separator, QSplitter::handle { background: %6; }
 QMenuBar { background: %9; padding: 2px 6px; }
@@ -88,8 +92,31 @@ QPushButton[prominent="true"]:enabled:hover { border-color: %3; }
 QPushButton[prominent="true"]:enabled:focus { border: 2px solid %3; }
 QPlainTextEdit, QLineEdit { background: %1; color: %3; border: 1px solid %6; border-radius: 7px; padding: 3px 5px; selection-background-color: %7; selection-color: %8; }
 QPlainTextEdit:focus, QLineEdit:focus { border: 2px solid %7; padding: 2px 4px; }
+QPlainTextEdit[readOnly="true"][borderless="true"], QPlainTextEdit[readOnly="true"][borderless="true"]:focus { background: transparent; border: none; padding: 0; font-size: %11pt; }
+QLabel[heading="true"] { font-size: %12pt; font-weight: 600; }
+QComboBox { background: %2; color: %3; border: 1px solid %6; border-radius: 7px; padding: 5px 10px; min-height: 18px; }
+QComboBox:hover { border-color: %4; }
+QComboBox:focus { border: 2px solid %7; padding: 4px 9px; }
+QComboBox:disabled { color: %5; background: transparent; }
+QComboBox::drop-down { border: none; width: 24px; }
+QComboBox::down-arrow { image: url(:/icons/chevron-%10.svg); width: 12px; height: 12px; }
+QComboBox QAbstractItemView { background: %1; border: 1px solid %6; padding: 4px; outline: none; }
+QCheckBox { spacing: 8px; }
+QCheckBox::indicator { width: 16px; height: 16px; border: 1px solid %4; border-radius: 4px; background: %1; }
+QCheckBox::indicator:focus { border: 2px solid %7; }
+QCheckBox::indicator:checked { background: %7; border-color: %7; image: url(:/icons/check-%10.svg); }
+QCheckBox::indicator:checked:focus { border-color: %3; }
+QSlider { min-height: 24px; }
+QSlider::groove:horizontal { height: 4px; border-radius: 2px; background: %6; }
+QSlider::sub-page:horizontal { background: %7; border-radius: 2px; }
+QSlider::handle:horizontal { width: 16px; height: 16px; margin: -7px 0; border-radius: 9px; background: %2; border: 1px solid %4; }
+QSlider::handle:horizontal:focus { border: 2px solid %7; }
+QFileDialog QToolButton { background: transparent; border: none; padding: 3px; }
+QFileDialog QToolButton:hover { background: %6; }
+QDialogButtonBox { dialogbuttonbox-buttons-have-icons: 0; }
 QLabel[secondary="true"] { color: %4; }
 QLabel[onGray="true"] { color: white; font-weight: 600; }
+platform--CollectionView { background: %1; border: none; padding-top: 10px; }
 QToolTip { border: none; padding: 5px 8px; }
 QScrollBar:vertical { background: transparent; width: 12px; margin: 0; }
 QScrollBar::handle:vertical { background: %5; border-radius: 3px; min-height: 32px; margin: 3px; }
@@ -100,7 +127,8 @@ QScrollBar::add-line, QScrollBar::sub-line, QScrollBar::add-page, QScrollBar::su
 )")
         .arg(css(colors.base), css(colors.raised), css(colors.text), css(colors.secondaryText),
             css(colors.disabledText), css(colors.line), css(colors.accent), css(colors.onAccent),
-            css(colors.window));
+            css(colors.window), isDark ? QStringLiteral("dark") : QStringLiteral("light"),
+            points(1.15), points(1.5));
 }
 
 } // namespace
@@ -140,7 +168,7 @@ QPalette Appearance::palette(bool isDark)
 void Appearance::apply(bool isDark)
 {
     QApplication::setPalette(palette(isDark));
-    qApp->setStyleSheet(styleSheet(isDark ? dark : light));
+    qApp->setStyleSheet(styleSheet(isDark ? dark : light, isDark));
 }
 
 Appearance::Appearance(QObject* parent)

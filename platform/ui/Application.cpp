@@ -19,7 +19,13 @@ Application::Application(int& argc, char** argv)
     setApplicationVersion(QStringLiteral(VELLUMCAP_VERSION));
     setDesktopFileName(QStringLiteral("org.vellumcap.Vellumcap"));
     setQuitOnLastWindowClosed(false);
-    connect(this, &QGuiApplication::commitDataRequest, this, &Application::commitData,
+    connect(
+        this, &QGuiApplication::commitDataRequest, this,
+        [this](QSessionManager& session) {
+            if (askDelegate() == TerminateReply::Cancel) {
+                session.cancel();
+            }
+        },
         Qt::DirectConnection);
 }
 
@@ -94,13 +100,6 @@ TerminateReply Application::askDelegate()
     m_asking = true;
     const auto asked = qScopeGuard([this] { m_asking = false; });
     return m_delegate->applicationShouldTerminate(*this);
-}
-
-void Application::commitData(QSessionManager& session)
-{
-    if (askDelegate() == TerminateReply::Cancel) {
-        session.cancel();
-    }
 }
 
 } // namespace platform

@@ -5,7 +5,6 @@
 
 #include <QApplication>
 
-class QSessionManager;
 class QUndoStack;
 
 namespace platform {
@@ -57,7 +56,6 @@ protected:
 private:
     /// Cancel, too, while the delegate is still being asked.
     TerminateReply askDelegate();
-    void commitData(QSessionManager& session);
 
     ApplicationDelegate* m_delegate = nullptr;
     bool m_asking = false;

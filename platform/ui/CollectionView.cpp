@@ -253,6 +253,8 @@ void CollectionView::mousePressEvent(QMouseEvent* event)
         return;
     }
     m_state->reloadIfNeeded();
+    m_state->usesKeyboard = false;
+    m_state->showFocus();
     const QPoint point = event->position().toPoint() + QPoint(0, m_state->offset());
     const auto path = m_state->layout.itemAt(point);
     if (!path) {
@@ -282,6 +284,8 @@ void CollectionView::keyPressEvent(QKeyEvent* event)
         event->ignore();
         return;
     }
+    m_state->usesKeyboard = true;
+    m_state->showFocus();
     if (!m_state->selected) {
         m_state->goalColumn = 0;
         m_state->select(*first);
@@ -299,6 +303,8 @@ void CollectionView::keyPressEvent(QKeyEvent* event)
 void CollectionView::focusInEvent(QFocusEvent* event)
 {
     QAbstractScrollArea::focusInEvent(event);
+    m_state->usesKeyboard
+        = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
     m_state->showFocus();
     m_state->announceSelection();
 }

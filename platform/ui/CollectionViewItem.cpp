@@ -38,9 +38,11 @@ void CollectionViewItem::setSelected(bool selected)
         return;
     }
     m_selected = selected;
-    if (textField != nullptr) {
-        textField->setForegroundRole(selected ? QPalette::HighlightedText : QPalette::NoRole);
+    const auto labels = findChildren<QLabel*>();
+    for (QLabel* label : labels) {
+        label->setForegroundRole(selected ? QPalette::HighlightedText : QPalette::NoRole);
     }
+    selectionDidChange();
     update();
 }
 

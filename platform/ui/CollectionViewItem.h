@@ -30,6 +30,7 @@ public:
     void setWantsLayer(bool wants);
 
     bool isSelected() const { return m_selected; }
+    /// All labels of the cell take the colour of selected text.
     void setSelected(bool selected);
 
     /// The collection has the keyboard focus and this is its current item.
@@ -38,6 +39,7 @@ public:
 
     virtual void viewDidLoad() { }
     virtual void prepareForReuse() { }
+    virtual void selectionDidChange() { } ///< `textField` has its colour already
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -310,10 +310,11 @@ IndexPath CollectionView::State::movedByPage(int direction) const
 
 void CollectionView::State::showFocus()
 {
+    const bool shows = view.hasFocus() && usesKeyboard;
     for (const auto& [path, cell] : cells) {
-        cell->setShowsFocus(view.hasFocus() && path == selected);
+        cell->setShowsFocus(shows && path == selected);
     }
-    const bool around = view.hasFocus() && selectedCell() == nullptr;
+    const bool around = shows && !layout.isEmpty() && selectedCell() == nullptr;
     if (around || around != ringAround) {
         ringAround = around;
         view.viewport()->update();

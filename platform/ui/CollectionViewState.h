@@ -46,6 +46,7 @@ struct CollectionView::State {
     std::optional<IndexPath> selected;
     int goalColumn = 0; ///< where Up and Down lead as far as rows reach
     double wheelRest = 0; ///< fractions of a pixel that the wheel has turned
+    bool usesKeyboard = false; ///< the focus is shown to those who move it by keys
     bool ringAround = false; ///< the view itself shows the focus, as no visible cell does
     bool needsReload = false;
     bool asking = false; ///< the data source is being asked, and must not change what is asked for

@@ -8,6 +8,9 @@
 #include <QGuiApplication>
 #include <QPalette>
 
+#include <functional>
+#include <utility>
+
 namespace platform {
 namespace {
 
@@ -34,6 +37,28 @@ QVariant unwrapped(QVariant value)
     return value;
 }
 
+/// Receives the portal's signal, which can be connected to a slot only.
+class SettingListener : public QObject {
+    Q_OBJECT
+public:
+    SettingListener(std::function<void(const QVariant&)> received, QObject* parent)
+        : QObject(parent)
+        , m_received(std::move(received))
+    {
+    }
+
+public Q_SLOTS:
+    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+    {
+        if (group == appearanceGroup && key == colorSchemeKey) {
+            m_received(value.variant());
+        }
+    }
+
+private:
+    std::function<void(const QVariant&)> m_received;
+};
+
 } // namespace
 
 // The palette is asked once: later it may be the one that was chosen by this very preference.
@@ -51,8 +76,10 @@ void ColorScheme::askPortal()
     if (!bus.isConnected()) {
         return;
     }
+    auto* listener
+        = new SettingListener([this](const QVariant& setting) { follow(setting); }, this);
     bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"),
-        this, SLOT(settingChanged(QString, QString, QDBusVariant)));
+        listener, SLOT(settingChanged(QString, QString, QDBusVariant)));
     QDBusMessage read = QDBusMessage::createMethodCall(
         portalService, portalPath, settingsInterface, QStringLiteral("Read"));
     read << appearanceGroup << colorSchemeKey;
@@ -64,14 +91,6 @@ void ColorScheme::askPortal()
         }
         watcher->deleteLater();
     });
-}
-
-void ColorScheme::settingChanged(
-    const QString& group, const QString& key, const QDBusVariant& value)
-{
-    if (group == appearanceGroup && key == colorSchemeKey) {
-        follow(value.variant());
-    }
 }
 
 void ColorScheme::follow(const QVariant& setting)
@@ -86,4 +105,4 @@ void ColorScheme::follow(const QVariant& setting)
 
 } // namespace platform
 
-#include "moc_ColorScheme.cpp"
+#include "ColorScheme.moc"

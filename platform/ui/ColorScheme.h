@@ -2,7 +2,6 @@
 
 #include <QObject>
 
-class QDBusVariant;
 class QVariant;
 
 namespace platform {
@@ -17,9 +16,6 @@ public:
 
 Q_SIGNALS:
     void changed();
-
-private Q_SLOTS:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
 
 private:
     void askPortal();

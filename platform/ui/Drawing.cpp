@@ -6,6 +6,12 @@
 
 namespace platform::drawing {
 
+namespace {
+
+double lineWidth = 1;
+
+} // namespace
+
 QColor blend(const QColor& under, const QColor& over, double opacity)
 {
     const auto mix = [opacity](float a, float b) { return a + (b - a) * float(opacity); };
@@ -52,6 +58,23 @@ void drawFocusRing(QPainter& painter, const QRectF& area, const QPalette& palett
     painter.setBrush(Qt::NoBrush);
     painter.drawRoundedRect(
         area.adjusted(inset, inset, -inset, -inset), radius - inset, radius - inset);
+}
+
+double defaultLineWidth()
+{
+    return lineWidth;
+}
+
+void setDefaultLineWidth(double width)
+{
+    lineWidth = width;
+}
+
+void strokeRect(QPainter& painter, const QRectF& area, const QColor& color)
+{
+    painter.setPen(QPen(color, defaultLineWidth(), Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(area);
 }
 
 void drawPictureGlyph(QPainter& painter, const QRectF& area, const QColor& color)

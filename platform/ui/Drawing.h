@@ -30,6 +30,12 @@ void strokeHairline(
 void drawFocusRing(
     QPainter& painter, const QRectF& area, const QPalette& palette, double radius = cardRadius);
 
+/// The width of strokes that set none, in the whole process; 1 at first. Main thread.
+double defaultLineWidth();
+void setDefaultLineWidth(double width);
+/// Centred on the edge of `area`, in the default line width.
+void strokeRect(QPainter& painter, const QRectF& area, const QColor& color);
+
 /// A framed landscape in outlines, in the middle of `area`: the sign for "no picture".
 void drawPictureGlyph(QPainter& painter, const QRectF& area, const QColor& color);
 

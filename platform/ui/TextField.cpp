@@ -1,7 +1,9 @@
 #include "platform/ui/TextField.h"
 
 #include <QAbstractTextDocumentLayout>
+#include <QKeyEvent>
 #include <QTextDocument>
+#include <QtMath>
 
 #include <algorithm>
 
@@ -61,19 +63,23 @@ void TextField::setMaximumLines(int lines)
     fitHeight();
 }
 
+int TextField::lineCount() const
+{
+    // The layout of a plain text document counts lines, not pixels.
+    return qRound(document()->documentLayout()->documentSize().height());
+}
+
 int TextField::heightOfLines(int lines) const
 {
-    const int margins = qRound(2 * document()->documentMargin()) + contentsMargins().top()
-        + contentsMargins().bottom() + viewportMargins().top() + viewportMargins().bottom();
-    return lines * fontMetrics().lineSpacing() + margins;
+    // What the style puts around the viewport: its frame and padding.
+    const int around = isVisible() ? height() - viewport()->height() : 2 * frameWidth();
+    return lines * fontMetrics().lineSpacing() + qCeil(2 * document()->documentMargin()) + around;
 }
 
 QSize TextField::sizeHint() const
 {
-    // The layout of a plain text document counts lines, not pixels.
-    const int lines = qRound(document()->documentLayout()->documentSize().height());
     return { QPlainTextEdit::sizeHint().width(),
-        heightOfLines(std::clamp(lines, m_minimumLines, m_maximumLines)) };
+        heightOfLines(std::clamp(lineCount(), m_minimumLines, m_maximumLines)) };
 }
 
 QSize TextField::minimumSizeHint() const
@@ -83,7 +89,20 @@ QSize TextField::minimumSizeHint() const
 
 void TextField::fitHeight()
 {
+    setVerticalScrollBarPolicy(
+        lineCount() > m_maximumLines ? Qt::ScrollBarAsNeeded : Qt::ScrollBarAlwaysOff);
     updateGeometry();
+}
+
+void TextField::keyPressEvent(QKeyEvent* event)
+{
+    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool plain = (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier;
+    if (m_sendsAction && isReturn && plain) {
+        Q_EMIT action();
+    } else {
+        QPlainTextEdit::keyPressEvent(event);
+    }
 }
 
 void TextField::focusOutEvent(QFocusEvent* event)
@@ -97,9 +116,7 @@ void TextField::focusOutEvent(QFocusEvent* event)
 void TextField::resizeEvent(QResizeEvent* event)
 {
     QPlainTextEdit::resizeEvent(event);
-    if (event->oldSize().width() != event->size().width()) {
-        fitHeight();
-    }
+    fitHeight(); // the width decides how the text wraps
 }
 
 } // namespace platform

@@ -11,6 +11,7 @@ class TextField : public QPlainTextEdit {
     Q_OBJECT
     Q_PROPERTY(int minimumLines READ minimumLines WRITE setMinimumLines)
     Q_PROPERTY(int maximumLines READ maximumLines WRITE setMaximumLines)
+    Q_PROPERTY(bool sendsAction READ sendsAction WRITE setSendsAction)
 public:
     explicit TextField(QWidget* parent = nullptr);
 
@@ -28,22 +29,30 @@ public:
     int maximumLines() const { return m_maximumLines; }
     void setMaximumLines(int lines);
 
+    /// Whether Return sends action() in place of beginning a line, which Shift+Return still does.
+    bool sendsAction() const { return m_sendsAction; }
+    void setSendsAction(bool sends) { m_sendsAction = sends; }
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
 Q_SIGNALS:
     void editingEnded();
+    void action();
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
+    int lineCount() const;
     int heightOfLines(int lines) const;
     void fitHeight();
 
     int m_minimumLines = 1;
     int m_maximumLines = 6;
+    bool m_sendsAction = false;
 };
 
 } // namespace platform

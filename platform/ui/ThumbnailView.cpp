@@ -10,8 +10,17 @@ namespace platform {
 
 namespace {
 
-constexpr double padding = 8;
-constexpr double pictureRadius = 3;
+/// Small tiles, as in the rows of a list, have little room to give away.
+double paddingOf(QSize size)
+{
+    return qBound(3.0, qMin(size.width(), size.height()) / 14.0, 8.0);
+}
+
+double radiusOf(QSize size)
+{
+    return qMin(drawing::cardRadius, qMin(size.width(), size.height()) / 8.0);
+}
+
 /// Views that are resized a little share the picture that is cached.
 constexpr int sideStep = 64;
 
@@ -67,7 +76,7 @@ void ThumbnailView::hideEvent(QHideEvent* event)
 
 void ThumbnailView::fetch()
 {
-    const double wanted = (qMax(width(), height()) - 2 * padding) * devicePixelRatioF();
+    const double wanted = (qMax(width(), height()) - 2 * paddingOf(size())) * devicePixelRatioF();
     const int side = qCeil(wanted / sideStep) * sideStep;
     if (m_file.isNull() || side <= m_side) {
         return;
@@ -96,14 +105,16 @@ void ThumbnailView::paintEvent(QPaintEvent*)
 {
     fetch();
     QPainter painter(this);
-    drawing::fillCard(painter, rect(), drawing::tileColor(palette()));
+    const double padding = paddingOf(size());
+    const double radius = radiusOf(size());
+    drawing::fillCard(painter, rect(), drawing::tileColor(palette()), radius);
     const QRectF area = QRectF(rect()).adjusted(padding, padding, -padding, -padding);
     if (isLoaded()) {
-        m_picture.draw(painter, m_picture.fittingRect(area, devicePixelRatioF()), pictureRadius);
+        m_picture.draw(painter, m_picture.fittingRect(area, devicePixelRatioF()), radius / 3);
     } else if (m_ticket == 0) {
         drawing::drawPictureGlyph(painter, area, drawing::faintColor(palette()));
     }
-    drawing::strokeHairline(painter, rect(), drawing::hairlineColor(palette()));
+    drawing::strokeHairline(painter, rect(), drawing::hairlineColor(palette()), radius);
 }
 
 } // namespace platform

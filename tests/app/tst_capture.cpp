@@ -51,10 +51,9 @@ void CaptureTest::storesTheRecordAndItsPicture()
     QVERIFY(capture.dateCaptured() >= before.addMSecs(-1));
     QVERIFY(capture.dateCaptured() <= QDateTime::currentDateTimeUtc());
 
-    const QRegularExpression uuid(
-        QStringLiteral("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"));
-    QVERIFY2(uuid.match(capture.captureImageKey()).hasMatch(),
-        qPrintable(capture.captureImageKey()));
+    const QRegularExpression uuid(QStringLiteral("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"));
+    QVERIFY2(
+        uuid.match(capture.captureImageKey()).hasMatch(), qPrintable(capture.captureImageKey()));
     QCOMPARE(capture.getImageUrl(),
         Program::dataFolder() + u'/' + capture.captureImageKey() + QStringLiteral(".jpg"));
     QCOMPARE(Program::pictures(), { capture.captureImageKey() + QStringLiteral(".jpg") });
@@ -109,8 +108,8 @@ void CaptureTest::listsNewestFirst()
         texts.append(capture->captureValue());
     }
     QCOMPARE(texts,
-        (QStringList { QStringLiteral("newest"), QStringLiteral("middle"),
-            QStringLiteral("oldest") }));
+        (QStringList{
+            QStringLiteral("newest"), QStringLiteral("middle"), QStringLiteral("oldest") }));
 }
 
 void CaptureTest::listsEqualMomentsInTheOrderOfTheStore()
@@ -218,8 +217,7 @@ void CaptureTest::refusesAMissingContext()
     } catch (const platform::AssertionFailure& failure) {
         QCOMPARE(QString::fromLatin1(failure.fileName), QStringLiteral("_Capture"));
         QCOMPARE(failure.lineNumber, 12);
-        QCOMPARE(
-            failure.description, QStringLiteral("Invalid parameter not satisfying: moc_"));
+        QCOMPARE(failure.description, QStringLiteral("Invalid parameter not satisfying: moc_"));
     }
     try {
         Capture::entityInManagedObjectContext(nullptr);
@@ -227,8 +225,7 @@ void CaptureTest::refusesAMissingContext()
     } catch (const platform::AssertionFailure& failure) {
         QCOMPARE(QString::fromLatin1(failure.fileName), QStringLiteral("_Capture"));
         QCOMPARE(failure.lineNumber, 21);
-        QCOMPARE(
-            failure.description, QStringLiteral("Invalid parameter not satisfying: moc_"));
+        QCOMPARE(failure.description, QStringLiteral("Invalid parameter not satisfying: moc_"));
     }
     Program program(Start::NotLaunched);
     const auto* entity
@@ -243,9 +240,9 @@ void CaptureTest::observersOfScalarViewsSeeTheAttribute()
     Program program(Start::NotLaunched);
     const auto capture = program.keep(QStringLiteral("x"));
     QCOMPARE(capture->keyPathsForValuesAffectingValueForKey(QStringLiteral("captureTypeValue")),
-        std::set<QString> { QStringLiteral("captureType") });
+        std::set<QString>{ QStringLiteral("captureType") });
     QCOMPARE(capture->keyPathsForValuesAffectingValueForKey(QStringLiteral("isURLValue")),
-        std::set<QString> { QStringLiteral("isURL") });
+        std::set<QString>{ QStringLiteral("isURL") });
     QVERIFY(capture->keyPathsForValuesAffectingValueForKey(QStringLiteral("notes")).empty());
     int types = 0;
     int links = 0;

@@ -1,5 +1,4 @@
 #include "app/VellumcapAppDelegate.h"
-
 #include "camera/PrefsWindow.h"
 #include "journal/JournalWindow.h"
 #include "platform/services/Dispatch.h"
@@ -14,9 +13,8 @@
 #include <QFileInfo>
 #include <QTimer>
 
-#include <sys/resource.h>
-
 #include <csignal>
+#include <sys/resource.h>
 
 using platform::TerminateReply;
 using support::AlertSeen;
@@ -39,7 +37,7 @@ public:
     {
         std::signal(SIGXFSZ, SIG_IGN);
         getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit none { 0, m_before.rlim_max };
+        const rlimit none{ 0, m_before.rlim_max };
         setrlimit(RLIMIT_FSIZE, &none);
     }
     ~NoRoomOnDisk() { setrlimit(RLIMIT_FSIZE, &m_before); }
@@ -47,10 +45,10 @@ public:
     NoRoomOnDisk& operator=(const NoRoomOnDisk&) = delete;
 
 private:
-    rlimit m_before {};
+    rlimit m_before{};
 };
 
-const AlertSeen quitAlert {
+const AlertSeen quitAlert{
     QStringLiteral("Could not save changes while quitting. Quit anyway?"),
     QStringLiteral(
         "Quitting now will lose any changes you have made since the last successful save"),
@@ -90,8 +88,7 @@ void VellumcapAppDelegateTest::makesTheFolderAndTheStoreOnFirstUse()
     QVERIFY(program.delegate().managedObjectContext() != nullptr);
     QVERIFY(QFileInfo(Program::dataFolder()).isDir());
     QVERIFY(QFileInfo(Program::storePath()).isFile());
-    QCOMPARE(program.delegate().managedObjectContext(),
-        program.delegate().managedObjectContext());
+    QCOMPARE(program.delegate().managedObjectContext(), program.delegate().managedObjectContext());
 }
 
 void VellumcapAppDelegateTest::doesNotTouchTheStoreBeforeItIsAskedFor()
@@ -117,8 +114,8 @@ void VellumcapAppDelegateTest::reportsAFileWhereTheFolderShouldBe()
         QStringLiteral("Expected a folder to store application data, found a file (%1).")
             .arg(Program::dataFolder()));
     QCOMPARE(seen[1].text, QStringLiteral("Failed to initialize the store"));
-    QCOMPARE(seen[1].informativeText,
-        QStringLiteral("There was an error building up the data file."));
+    QCOMPARE(
+        seen[1].informativeText, QStringLiteral("There was an error building up the data file."));
     QVERIFY(QFileInfo(Program::dataFolder()).isFile());
     QFile::remove(Program::dataFolder());
 }
@@ -330,8 +327,8 @@ void VellumcapAppDelegateTest::validatesTheWindowItemsOnly()
     };
     QVERIFY(enabled(QStringLiteral("openJournalWindow")));
     QVERIFY(enabled(QStringLiteral("openPrefsWindow")));
-    for (const char* name : { "saveAction", "scan", "watch", "importImage", "generate",
-             "deleteCapture", "quit", "" }) {
+    for (const char* name :
+        { "saveAction", "scan", "watch", "importImage", "generate", "deleteCapture", "quit", "" }) {
         QVERIFY2(!enabled(QString::fromLatin1(name)), name);
     }
     auto* save = program.journal().window()->findChild<QAction*>(QStringLiteral("saveAction"));

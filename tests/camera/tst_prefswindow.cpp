@@ -1,5 +1,4 @@
 #include "camera/PrefsWindow.h"
-
 #include "platform/services/UserDefaults.h"
 #include "tests/support/TestMain.h"
 
@@ -78,8 +77,8 @@ void PrefsWindowTest::selectsNothingWithoutCameras()
     QCOMPARE(prefs.cameraMenu->count(), 0);
     QCOMPARE(prefs.cameraMenu->currentIndex(), -1);
     prefs.menuSelected(nullptr);
-    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey),
-        QStringLiteral("a camera that is gone"));
+    QCOMPARE(
+        UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("a camera that is gone"));
 }
 
 VELLUMCAP_TEST_MAIN(PrefsWindowTest)

@@ -1,5 +1,4 @@
 #include "imaging/ImportWindow.h"
-
 #include "platform/barcode/BarcodeObservation.h"
 #include "platform/services/Dispatch.h"
 #include "platform/ui/ImageWell.h"
@@ -34,8 +33,7 @@ void drop(ImportWindow& window, const QImage& picture)
     QMimeData data;
     data.setImageData(picture);
     const QPoint centre = window.imageWell->rect().center();
-    QDragEnterEvent enter(
-        centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+    QDragEnterEvent enter(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(window.imageWell, &enter);
     if (!enter.isAccepted()) {
         return;

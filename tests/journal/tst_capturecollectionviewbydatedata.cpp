@@ -1,6 +1,5 @@
-#include "journal/CaptureCollectionViewByDateData.h"
-
 #include "app/Capture.h"
+#include "journal/CaptureCollectionViewByDateData.h"
 #include "journal/ImageCollectionViewCell.h"
 #include "journal/ImageCollectionViewHeaderCell.h"
 #include "platform/store/ManagedObjectContext.h"
@@ -22,8 +21,8 @@ QDateTime localTime(int year, int month, int day, int hour, int minute)
     return QDateTime(QDate(year, month, day), QTime(hour, minute), Qt::LocalTime).toUTC();
 }
 
-QStringList textsOfSection(CaptureCollectionViewByDateData& data,
-    platform::CollectionView& view, int section)
+QStringList textsOfSection(
+    CaptureCollectionViewByDateData& data, platform::CollectionView& view, int section)
 {
     QStringList texts;
     for (int item = 0; item < data.numberOfItemsInSection(view, section); ++item) {
@@ -78,9 +77,8 @@ void CaptureCollectionViewByDateDataTest::midnightDividesDays()
     QFETCH(QDate, day);
     const TimeZone there(zone.constData());
     Program program(support::Start::NotLaunched);
-    const auto at = [](QDate date, QTime time) {
-        return QDateTime(date, time, Qt::LocalTime).toUTC();
-    };
+    const auto at
+        = [](QDate date, QTime time) { return QDateTime(date, time, Qt::LocalTime).toUTC(); };
     program.keep(QStringLiteral("before"), at(day.addDays(-1), QTime(23, 59)));
     program.keep(QStringLiteral("early"), at(day, QTime(1, 1)));
     program.keep(QStringLiteral("late"), at(day, QTime(23, 59)));
@@ -88,10 +86,10 @@ void CaptureCollectionViewByDateDataTest::midnightDividesDays()
     platform::CollectionView view;
     CaptureCollectionViewByDateData data(*Capture::getCaptures());
     QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
-    QCOMPARE(textsOfSection(data, view, 0), QStringList { QStringLiteral("after") });
+    QCOMPARE(textsOfSection(data, view, 0), QStringList{ QStringLiteral("after") });
     QCOMPARE(textsOfSection(data, view, 1),
-        (QStringList { QStringLiteral("late"), QStringLiteral("early") }));
-    QCOMPARE(textsOfSection(data, view, 2), QStringList { QStringLiteral("before") });
+        (QStringList{ QStringLiteral("late"), QStringLiteral("early") }));
+    QCOMPARE(textsOfSection(data, view, 2), QStringList{ QStringLiteral("before") });
 }
 
 void CaptureCollectionViewByDateDataTest::newestDayAndCaptureComeFirst()
@@ -104,12 +102,11 @@ void CaptureCollectionViewByDateDataTest::newestDayAndCaptureComeFirst()
     platform::CollectionView view;
     CaptureCollectionViewByDateData data(*Capture::getCaptures());
     QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
-    QVERIFY(std::is_sorted(
-        data.sortedKeys().begin(), data.sortedKeys().end(), std::greater<> {}));
-    QCOMPARE(textsOfSection(data, view, 0), QStringList { QStringLiteral("c1") });
-    QCOMPARE(textsOfSection(data, view, 1),
-        (QStringList { QStringLiteral("b1"), QStringLiteral("b2") }));
-    QCOMPARE(textsOfSection(data, view, 2), QStringList { QStringLiteral("a1") });
+    QVERIFY(std::is_sorted(data.sortedKeys().begin(), data.sortedKeys().end(), std::greater<>{}));
+    QCOMPARE(textsOfSection(data, view, 0), QStringList{ QStringLiteral("c1") });
+    QCOMPARE(
+        textsOfSection(data, view, 1), (QStringList{ QStringLiteral("b1"), QStringLiteral("b2") }));
+    QCOMPARE(textsOfSection(data, view, 2), QStringList{ QStringLiteral("a1") });
 }
 
 void CaptureCollectionViewByDateDataTest::headsSections_data()
@@ -129,8 +126,7 @@ void CaptureCollectionViewByDateDataTest::headsSections()
     const TimeZone there(zone.constData());
     Program program;
     program.keep(QStringLiteral("x"), localTime(2026, 6, 10, 12, 0));
-    auto* shown = program.journal()
-                      .collectionView->findChild<ImageCollectionViewHeaderCell*>();
+    auto* shown = program.journal().collectionView->findChild<ImageCollectionViewHeaderCell*>();
     QVERIFY(shown != nullptr);
     QCOMPARE(shown->label->text(), header);
     QCOMPARE(shown->fillColor(), QColor(128, 128, 128));

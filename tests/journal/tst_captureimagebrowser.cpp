@@ -45,8 +45,8 @@ void CaptureImageBrowserTest::writesSubtitles()
     QFETCH(QString, subtitle);
     const support::TimeZone there("Asia/Tokyo");
     Program program(Start::NotLaunched);
-    const auto capture = program.keep(QStringLiteral("x"),
-        QDateTime(QDate(2026, 6, 10), time, Qt::LocalTime).toUTC());
+    const auto capture = program.keep(
+        QStringLiteral("x"), QDateTime(QDate(2026, 6, 10), time, Qt::LocalTime).toUTC());
     QCOMPARE(vellumcap::CaptureImageBrowserItem(capture).imageSubtitle(), subtitle);
 }
 

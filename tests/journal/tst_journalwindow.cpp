@@ -1,9 +1,8 @@
-#include "journal/JournalWindow.h"
-
 #include "imaging/GenerateWindow.h"
 #include "imaging/ImportWindow.h"
 #include "journal/CaptureCollectionViewByDateData.h"
 #include "journal/ImageCollectionViewCell.h"
+#include "journal/JournalWindow.h"
 #include "platform/store/ManagedObjectContext.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Sheet.h"
@@ -17,11 +16,11 @@
 #include <QFileDialog>
 #include <QLabel>
 #include <QLineEdit>
-#include <QPushButton>
-#include <QTimer>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPushButton>
 #include <QSplitter>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 #include <QUndoStack>
@@ -128,25 +127,22 @@ void JournalWindowTest::showsItsTitleAndNothingAtFirst()
     QVERIFY(journal.selectedCapture() == nullptr);
     QVERIFY(journal.selectedImage->image().isNull());
     QVERIFY(!journal.selectedText->isVisible());
-    QVERIFY(journal.window()
-                ->findChild<QLabel*>(QStringLiteral("placeholderTitle"))
-                ->isVisible());
-    QCOMPARE(journal.collectionView->dataSource(),
-        &journal.captureCollectionViewByDateData());
+    QVERIFY(journal.window()->findChild<QLabel*>(QStringLiteral("placeholderTitle"))->isVisible());
+    QCOMPARE(journal.collectionView->dataSource(), &journal.captureCollectionViewByDateData());
 }
 
 void JournalWindowTest::validatesItems_data()
 {
     QTest::addColumn<QString>("selected");
     QTest::addColumn<QStringList>("enabled");
-    const QStringList always { QStringLiteral("importImage"), QStringLiteral("generate") };
+    const QStringList always{ QStringLiteral("importImage"), QStringLiteral("generate") };
     QTest::newRow("nothing") << QString() << always;
     QTest::newRow("text") << plainText
                           << always
-            + QStringList { QStringLiteral("saveImage"), QStringLiteral("deleteCapture") };
+            + QStringList{ QStringLiteral("saveImage"), QStringLiteral("deleteCapture") };
     QTest::newRow("link") << webLink
                           << always
-            + QStringList { QStringLiteral("saveImage"), QStringLiteral("openLinkInSafari"),
+            + QStringList{ QStringLiteral("saveImage"), QStringLiteral("openLinkInSafari"),
                   QStringLiteral("deleteCapture") };
 }
 
@@ -250,10 +246,10 @@ void JournalWindowTest::passesTheScriptNameOn_data()
     QTest::addColumn<QString>("name");
     const QString key = QStringLiteral("ScriptName");
     QTest::newRow("none") << QVariantMap() << QString();
-    QTest::newRow("empty") << QVariantMap { { key, QString() } } << QString();
-    QTest::newRow("number") << QVariantMap { { key, 7 } } << QString();
-    QTest::newRow("list") << QVariantMap { { key, QStringList { key } } } << QString();
-    QTest::newRow("name") << QVariantMap { { key, QStringLiteral("a.scpt") } }
+    QTest::newRow("empty") << QVariantMap{ { key, QString() } } << QString();
+    QTest::newRow("number") << QVariantMap{ { key, 7 } } << QString();
+    QTest::newRow("list") << QVariantMap{ { key, QStringList{ key } } } << QString();
+    QTest::newRow("name") << QVariantMap{ { key, QStringLiteral("a.scpt") } }
                           << QStringLiteral("a.scpt");
 }
 
@@ -326,8 +322,8 @@ void JournalWindowTest::keepsNotesWhenAnotherCaptureIsSelected()
     Program program;
     auto& journal = program.journal();
     const auto first = program.keep(QStringLiteral("first"));
-    const auto second = program.keep(
-        QStringLiteral("second"), QDateTime::currentDateTimeUtc().addSecs(1));
+    const auto second
+        = program.keep(QStringLiteral("second"), QDateTime::currentDateTimeUtc().addSecs(1));
     journal.captureSelected(first);
     QTest::keyClicks(journal.selectedNotes, QStringLiteral("of the first"));
     journal.captureSelected(second);
@@ -447,7 +443,8 @@ void JournalWindowTest::savesAPictureByteForByte()
     QVERIFY(panel != nullptr);
     QCOMPARE(panel->acceptMode(), QFileDialog::AcceptSave);
     QVERIFY(panel->findChild<QLineEdit*>()->text().startsWith(QStringLiteral("QR Capture")));
-    const QString target = QDir::tempPath() + QStringLiteral("/exported-") + capture->captureImageKey();
+    const QString target
+        = QDir::tempPath() + QStringLiteral("/exported-") + capture->captureImageKey();
     panel->findChild<QLineEdit*>()->setText(target);
     QMetaObject::invokeMethod(panel, "accept");
     QTRY_VERIFY(QFileInfo::exists(target + QStringLiteral(".jpg")));

@@ -31,10 +31,13 @@ public:
         auto* column = new QVBoxLayout(this);
         textField = new QLabel;
         column->addWidget(textField);
+        details = new QLabel;
+        column->addWidget(details);
     }
     void viewDidLoad() override { ++loads; }
     void prepareForReuse() override { ++reuses; }
 
+    QLabel* details = nullptr;
     int loads = 0;
     int reuses = 0;
 };
@@ -615,6 +618,7 @@ void CollectionViewTest::selectedTextIsReadable()
     QVERIFY(usual != QPalette::HighlightedText);
     fixture.click({ 0, 1 });
     QCOMPARE(cell->textField->foregroundRole(), QPalette::HighlightedText);
+    QCOMPARE(static_cast<const Cell*>(cell)->details->foregroundRole(), QPalette::HighlightedText);
     const QImage picture = fixture.view.itemAtIndexPath({ 0, 1 })->grab().toImage();
     QCOMPARE(
         picture.pixelColor(12, picture.height() / 2), cell->palette().color(QPalette::Highlight));

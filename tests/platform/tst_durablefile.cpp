@@ -63,7 +63,7 @@ void TestDurableFile::writesMorePartsThanOneCallTakes()
     std::vector<QByteArray> bytes;
     QByteArray whole;
     for (int index = 0; index < 3000; ++index) {
-        bytes.push_back(QByteArray(index % 7 * 100, static_cast<char>('a' + index % 26)));
+        bytes.emplace_back(index % 7 * 100, static_cast<char>('a' + index % 26));
         whole += bytes.back();
     }
     const std::vector<QByteArrayView> parts(bytes.begin(), bytes.end());

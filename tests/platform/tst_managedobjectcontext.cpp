@@ -9,7 +9,6 @@
 
 #include <random>
 
-using Qt::StringLiterals::operator""_s;
 using platform::EntityDescription;
 using platform::Error;
 using platform::ManagedObject;
@@ -228,11 +227,14 @@ void TestManagedObjectContext::fetchesInOrder()
     for (const auto* text : { "b", "c", "a" }) {
         insertCapture(context(), QLatin1StringView(text));
     }
-    QCOMPARE(m_store->texts(), (std::vector{ u"b"_s, u"c"_s, u"a"_s }));
+    QCOMPARE(m_store->texts(),
+        (std::vector{ QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("a") }));
     const auto sorted
-        = context().execute({ u"Capture"_s, { { u"captureValue"_s, true } } }).value();
-    QCOMPARE(textOf(*sorted.front()), u"a"_s);
-    QCOMPARE(textOf(*sorted.back()), u"c"_s);
+        = context()
+              .execute({ QStringLiteral("Capture"), { { QStringLiteral("captureValue"), true } } })
+              .value();
+    QCOMPARE(textOf(*sorted.front()), QStringLiteral("a"));
+    QCOMPARE(textOf(*sorted.back()), QStringLiteral("c"));
 }
 
 void TestManagedObjectContext::sortsLikeAStableSort_data()
@@ -271,7 +273,8 @@ void TestManagedObjectContext::sortsLikeAStableSort()
     std::stable_sort(expected.begin(), expected.end(), [&](const auto& left, const auto& right) {
         return ascending ? left.first < right.first : right.first < left.first;
     });
-    const auto sorted = context().execute({ u"Capture"_s, { { key, ascending } } }).value();
+    const auto sorted
+        = context().execute({ QStringLiteral("Capture"), { { key, ascending } } }).value();
     QCOMPARE(sorted.size(), expected.size());
     for (std::size_t index = 0; index < sorted.size(); ++index) {
         QCOMPARE(sorted[index]->objectID().number, expected[index].second.number);
@@ -283,37 +286,40 @@ void TestManagedObjectContext::sortsByTwoKeys()
     const auto add = [&](const QString& text, int type) {
         insertCapture(context(), text)->setValue(Type, type);
     };
-    add(u"a"_s, 2);
-    add(u"b"_s, 1);
-    add(u"c"_s, 2);
-    add(u"d"_s, 1);
+    add(QStringLiteral("a"), 2);
+    add(QStringLiteral("b"), 1);
+    add(QStringLiteral("c"), 2);
+    add(QStringLiteral("d"), 1);
     const auto sorted = context()
-                            .execute({ u"Capture"_s,
-                                { { u"captureType"_s, true }, { u"captureValue"_s, false } } })
+                            .execute({ QStringLiteral("Capture"),
+                                { { QStringLiteral("captureType"), true },
+                                    { QStringLiteral("captureValue"), false } } })
                             .value();
     QString order;
     for (const auto& capture : sorted) {
         order += textOf(*capture);
     }
-    QCOMPARE(order, u"dbca"_s);
+    QCOMPARE(order, QStringLiteral("dbca"));
 }
 
 void TestManagedObjectContext::refusesUnknownNames()
 {
     Error error;
-    QVERIFY(!context().execute({ u"Journal"_s, {} }, &error));
+    QVERIFY(!context().execute({ QStringLiteral("Journal"), {} }, &error));
     QVERIFY(error.localizedDescription.contains(u"Journal"));
-    QVERIFY(!context().execute({ u"Capture"_s, { { u"date"_s, true } } }, &error));
+    QVERIFY(!context().execute(
+        { QStringLiteral("Capture"), { { QStringLiteral("date"), true } } }, &error));
     QVERIFY(error.localizedDescription.contains(u"date"));
     QCOMPARE(error.code, static_cast<int>(StoreErrorCode::UnknownName));
-    QVERIFY(!context().execute({ u"Capture"_s, { { u"date"_s, true } } }));
+    QVERIFY(
+        !context().execute({ QStringLiteral("Capture"), { { QStringLiteral("date"), true } } }));
 }
 
 void TestManagedObjectContext::undoesATurnAsOneStep()
 {
     insertCapture(context());
     const auto second = insertCapture(context());
-    second->setValue(Notes, u"notes"_s);
+    second->setValue(Notes, QStringLiteral("notes"));
     QCOMPARE(undo().count(), 1);
     undo().undo();
     QVERIFY(m_store->captures().empty());
@@ -322,22 +328,22 @@ void TestManagedObjectContext::undoesATurnAsOneStep()
     undo().redo();
     QCOMPARE(m_store->captures().size(), std::size_t{ 2 });
     QCOMPARE(m_store->captures().back(), second);
-    QCOMPARE(std::get<QString>(second->value(Notes)), u"notes"_s);
+    QCOMPARE(std::get<QString>(second->value(Notes)), QStringLiteral("notes"));
 }
 
 void TestManagedObjectContext::beginsAStepAfterASaveAndAfterATurn()
 {
     const auto capture = insertCapture(context());
     QVERIFY(!context().save());
-    capture->setValue(Notes, u"one"_s);
+    capture->setValue(Notes, QStringLiteral("one"));
     endTurn();
-    capture->setValue(Notes, u"two"_s);
+    capture->setValue(Notes, QStringLiteral("two"));
     QCOMPARE(undo().count(), 3);
     undo().undo();
-    QCOMPARE(std::get<QString>(capture->value(Notes)), u"one"_s);
+    QCOMPARE(std::get<QString>(capture->value(Notes)), QStringLiteral("one"));
     undo().undo();
     QVERIFY(std::holds_alternative<std::monostate>(capture->value(Notes)));
-    capture->setValue(Notes, u"three"_s);
+    capture->setValue(Notes, QStringLiteral("three"));
     QCOMPARE(undo().count(), 2);
     undo().undo();
     undo().undo();
@@ -346,18 +352,18 @@ void TestManagedObjectContext::beginsAStepAfterASaveAndAfterATurn()
 
 void TestManagedObjectContext::revivesTheSameObject()
 {
-    insertCapture(context(), u"first"_s);
-    const auto capture = insertCapture(context(), u"middle"_s);
-    insertCapture(context(), u"last"_s);
+    insertCapture(context(), QStringLiteral("first"));
+    const auto capture = insertCapture(context(), QStringLiteral("middle"));
+    insertCapture(context(), QStringLiteral("last"));
     QVERIFY(!context().save());
     const QString path = m_folder->filePath(QStringLiteral("store"));
     const QByteArray saved = fileBytes(path);
     const ManagedObjectID id = capture->objectID();
     int told = 0;
-    const auto token = capture->observe(u"notes"_s, [&] { ++told; });
+    const auto token = capture->observe(QStringLiteral("notes"), [&] { ++told; });
 
     context().deleteObject(*capture);
-    QCOMPARE(m_store->texts(), (std::vector{ u"first"_s, u"last"_s }));
+    QCOMPARE(m_store->texts(), (std::vector{ QStringLiteral("first"), QStringLiteral("last") }));
     undo().undo();
     QCOMPARE(told, 1);
     QVERIFY(!capture->isDeleted());
@@ -390,14 +396,14 @@ void TestManagedObjectContext::undoesAMacroOfTheProgramWhole()
     const auto capture = insertCapture(context());
     QVERIFY(!context().save());
     bool isFileGone = false;
-    undo().beginMacro(u"Delete Capture"_s);
+    undo().beginMacro(QStringLiteral("Delete Capture"));
     undo().push(std::make_unique<FlagCommand>(isFileGone).release());
     context().deleteObject(*capture);
     QVERIFY(!context().save());
     insertCapture(context());
     undo().endMacro();
     QCOMPARE(undo().count(), 2);
-    QCOMPARE(undo().undoText(), u"Delete Capture"_s);
+    QCOMPARE(undo().undoText(), QStringLiteral("Delete Capture"));
     QVERIFY(isFileGone && capture->isDeleted());
 
     insertCapture(context());
@@ -412,27 +418,27 @@ void TestManagedObjectContext::undoesAMacroOfTheProgramWhole()
 
 void TestManagedObjectContext::undoesValuesAndTellsObservers()
 {
-    const auto capture = insertCapture(context(), u"old"_s);
+    const auto capture = insertCapture(context(), QStringLiteral("old"));
     QVERIFY(!context().save());
-    capture->setValue(Value, u"new"_s);
+    capture->setValue(Value, QStringLiteral("new"));
     int told = 0;
-    const auto token = capture->observe(u"captureValue"_s, [&] { ++told; });
+    const auto token = capture->observe(QStringLiteral("captureValue"), [&] { ++told; });
     undo().undo();
-    QCOMPARE(textOf(*capture), u"old"_s);
+    QCOMPARE(textOf(*capture), QStringLiteral("old"));
     undo().redo();
-    QCOMPARE(textOf(*capture), u"new"_s);
+    QCOMPARE(textOf(*capture), QStringLiteral("new"));
     QCOMPARE(told, 2);
 }
 
 void TestManagedObjectContext::recordsNothingOfAnObserverDuringUndo()
 {
-    const auto capture = insertCapture(context(), u"old"_s);
+    const auto capture = insertCapture(context(), QStringLiteral("old"));
     QVERIFY(!context().save());
-    capture->setValue(Value, u"new"_s);
-    const auto token
-        = capture->observe(u"captureValue"_s, [&] { capture->setValue(Notes, textOf(*capture)); });
+    capture->setValue(Value, QStringLiteral("new"));
+    const auto token = capture->observe(
+        QStringLiteral("captureValue"), [&] { capture->setValue(Notes, textOf(*capture)); });
     undo().undo();
-    QCOMPARE(std::get<QString>(capture->value(Notes)), u"old"_s);
+    QCOMPARE(std::get<QString>(capture->value(Notes)), QStringLiteral("old"));
     QCOMPARE(undo().count(), 2);
     QVERIFY(undo().canRedo());
 }
@@ -466,14 +472,14 @@ void TestManagedObjectContext::commitsEditorsUntilOneRefuses()
     QVERIFY(context().commitEditing());
     const auto capture = insertCapture(context());
     const auto first = context().registerEditor([&] {
-        capture->setValue(Notes, u"typed"_s);
+        capture->setValue(Notes, QStringLiteral("typed"));
         return true;
     });
     auto second = context().registerEditor([] { return false; });
     int thirdCalls = 0;
     const auto third = context().registerEditor([&] { return ++thirdCalls > 0; });
     QVERIFY(!context().commitEditing());
-    QCOMPARE(std::get<QString>(capture->value(Notes)), u"typed"_s);
+    QCOMPARE(std::get<QString>(capture->value(Notes)), QStringLiteral("typed"));
     QCOMPARE(thirdCalls, 0);
     second.reset();
     QVERIFY(context().commitEditing());
@@ -485,7 +491,7 @@ void TestManagedObjectContext::outlivedObjectsAreDeleted()
     const auto capture = insertCapture(context());
     m_store.reset();
     QVERIFY(capture->isDeleted());
-    QCOMPARE(textOf(*capture), u"text"_s);
+    QCOMPARE(textOf(*capture), QStringLiteral("text"));
 }
 
 void TestManagedObjectContext::savesNothingWithoutAStore()

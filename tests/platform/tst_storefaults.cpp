@@ -19,7 +19,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
 using platform::Error;
 using platform::StoreErrorCode;
 using support::fileBytes;
@@ -44,7 +43,7 @@ int writeForEver(const char* path)
         return refusedStatus;
     }
     for (int count = 0;; ++count) {
-        const QString text = u"%1/%2"_s.arg(::getpid()).arg(count);
+        const QString text = QStringLiteral("%1/%2").arg(::getpid()).arg(count);
         insertCapture(store.context, text);
         if (store.context.save()) {
             return failedStatus;
@@ -98,7 +97,7 @@ private:
     qsizetype unfinishedFiles() const
     {
         return QDir(m_folder->path())
-            .entryList({ u".unfinished*"_s }, QDir::Files | QDir::Hidden)
+            .entryList({ QStringLiteral(".unfinished*") }, QDir::Files | QDir::Hidden)
             .size();
     }
 
@@ -109,7 +108,7 @@ private:
 void TestStoreFaults::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    m_path = m_folder->filePath(u"Vellumcap.storedata"_s);
+    m_path = m_folder->filePath(QStringLiteral("Vellumcap.storedata"));
 }
 
 void TestStoreFaults::survivesKillsAtAnyMoment()
@@ -120,7 +119,7 @@ void TestStoreFaults::survivesKillsAtAnyMoment()
     {
         OpenStore store(m_path);
         for (int index = 0; index < 2000; ++index) { // so that a write takes a while
-            known.push_back(u"before/%1"_s.arg(index));
+            known.push_back(QStringLiteral("before/%1").arg(index));
             insertCapture(store.context, known.back());
         }
         QVERIFY(!store.context.save());
@@ -212,7 +211,7 @@ void TestStoreFaults::refusesASecondCoordinator()
 
 void TestStoreFaults::removesUnfinishedFilesUnderTheLockOnly()
 {
-    const QString stale = m_folder->filePath(u".unfinished-0123456789abcdef"_s);
+    const QString stale = m_folder->filePath(QStringLiteral(".unfinished-0123456789abcdef"));
     {
         const OpenStore first(m_path);
         setFileBytes(stale, "being written");
@@ -236,7 +235,7 @@ void TestStoreFaults::keepsChangesWhenTheDiskIsFull()
     {
         OpenStore store(m_path);
         QVERIFY(!store.error);
-        insertCapture(store.context, u"saved"_s);
+        insertCapture(store.context, QStringLiteral("saved"));
         QVERIFY(!store.context.save());
         const QByteArray saved = fileBytes(m_path);
 
@@ -249,22 +248,22 @@ void TestStoreFaults::keepsChangesWhenTheDiskIsFull()
         QCOMPARE(fileBytes(m_path), saved);
         QCOMPARE(unfinishedFiles(), 0);
 
-        large->setValue(Value, u"small"_s);
+        large->setValue(Value, QStringLiteral("small"));
         QVERIFY(!store.context.save());
         QVERIFY(!store.context.hasChanges());
     }
     const OpenStore store(m_path);
-    QCOMPARE(store.texts(), (std::vector{ u"saved"_s, u"small"_s }));
+    QCOMPARE(store.texts(), (std::vector{ QStringLiteral("saved"), QStringLiteral("small") }));
 }
 
 void TestStoreFaults::keepsChangesAtTheSizeLimit()
 {
     OpenStore store(m_path);
-    const auto changed = insertCapture(store.context, u"old"_s);
-    const auto deleted = insertCapture(store.context, u"deleted"_s);
+    const auto changed = insertCapture(store.context, QStringLiteral("old"));
+    const auto deleted = insertCapture(store.context, QStringLiteral("deleted"));
     QVERIFY(!store.context.save());
     const QByteArray saved = fileBytes(m_path);
-    changed->setValue(Value, u"new"_s);
+    changed->setValue(Value, QStringLiteral("new"));
     store.context.deleteObject(*deleted);
     insertCapture(store.context, QString(9000, u'x'));
 
@@ -289,9 +288,9 @@ void TestStoreFaults::keepsChangesAtTheSizeLimit()
 
 void TestStoreFaults::keepsChangesWhenTheFolderHasGone()
 {
-    const QString folder = m_folder->filePath(u"data"_s);
+    const QString folder = m_folder->filePath(QStringLiteral("data"));
     QVERIFY(QDir(m_folder->path()).mkpath(folder));
-    OpenStore store(folder + u"/store"_s);
+    OpenStore store(folder + QStringLiteral("/store"));
     QVERIFY(!store.error);
     QVERIFY(QDir(folder).removeRecursively());
     insertCapture(store.context);
@@ -306,7 +305,7 @@ void TestStoreFaults::keepsChangesWhenTheFolderHasGone()
 void TestStoreFaults::reportsAFileForAFolder()
 {
     setFileBytes(m_path, "a file");
-    const OpenStore store(m_path + u"/store"_s);
+    const OpenStore store(m_path + QStringLiteral("/store"));
     QVERIFY(store.error);
     QCOMPARE(store.error->code, ENOTDIR);
     QVERIFY(store.error->localizedDescription.contains(m_path));
@@ -315,7 +314,7 @@ void TestStoreFaults::reportsAFileForAFolder()
 
 void TestStoreFaults::reportsAMissingFolder()
 {
-    const OpenStore store(m_folder->filePath(u"none/store"_s));
+    const OpenStore store(m_folder->filePath(QStringLiteral("none/store")));
     QVERIFY(store.error);
     QCOMPARE(store.error->code, ENOENT);
 }

@@ -290,6 +290,7 @@ void ThumbnailViewTest::tileFollowsThePalette()
     const auto tileWith = [&view](QColor base, QColor text) {
         QPalette palette;
         palette.setColor(QPalette::Base, base);
+        palette.setColor(QPalette::Window, base);
         palette.setColor(QPalette::Text, text);
         view.setPalette(palette);
         return view.grab().toImage().pixelColor(20, 20).lightness();

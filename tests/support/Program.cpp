@@ -93,7 +93,7 @@ void answerNextAlert(int button, QList<AlertSeen>& seen)
             answerNextAlert(button, seen);
             return;
         }
-        AlertSeen said { alert->text(), alert->informativeText(), {} };
+        AlertSeen said{ alert->text(), alert->informativeText(), {} };
         QPushButton* pressed = nullptr;
         QList<QAbstractButton*> buttons = alert->buttons();
         std::sort(buttons.begin(), buttons.end(), [](const auto* left, const auto* right) {

@@ -1,0 +1,410 @@
+#include "imaging/CodeBitmap.h"
+#include "imaging/DragDropImageView.h"
+#include "imaging/GenerateWindow.h"
+#include "platform/barcode/QRCodeGenerator.h"
+#include "platform/services/StandardFolders.h"
+#include "platform/ui/Sheet.h"
+#include "platform/ui/TextField.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+
+#include <QClipboard>
+#include <QDrag>
+#include <QDropEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QPushButton>
+
+using support::Program;
+using vellumcap::GenerateWindow;
+
+namespace {
+
+/// The sheet on the journal of a new program, worked with keys and clicks.
+struct Sheet {
+    Sheet()
+    {
+        program.journal().generate(nullptr);
+        window = program.journal().generateWindow();
+    }
+
+    void type(const QString& text) const { QTest::keyClicks(window->textField, text); }
+    void press(int key, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        QTest::keyClick(window->textField, Qt::Key(key), modifiers);
+    }
+    void paste(const QString& text) const
+    {
+        QGuiApplication::clipboard()->setText(text);
+        window->textField->selectAll();
+        window->textField->paste();
+    }
+    static void click(QPushButton* button) { QTest::mouseClick(button, Qt::LeftButton); }
+    void generate() const { click(window->buttonGenerate); }
+    void save() const { click(window->buttonSave); }
+
+    /// What can be done: the enabled buttons, and the well when it is.
+    QString enabled() const
+    {
+        QStringList names;
+        for (const auto* button :
+            { window->buttonClose, window->buttonGenerate, window->buttonSave }) {
+            if (button->isEnabled()) {
+                names.append(button->objectName().mid(6));
+            }
+        }
+        if (window->imageWell->isEnabled()) {
+            names.append(QStringLiteral("Well"));
+        }
+        return names.join(u' ');
+    }
+
+    /// What the well says while it is empty.
+    QString hint() const
+    {
+        const auto* label = window->imageWell->findChild<QLabel*>();
+        return label->isVisible() ? label->text() : QString();
+    }
+
+    Program program;
+    GenerateWindow* window = nullptr;
+};
+
+const QString empty = QStringLiteral("Close");
+const QString edited = QStringLiteral("Close Generate");
+const QString generated = QStringLiteral("Close Save Well");
+
+QImage codeOf(const QByteArray& message)
+{
+    return vellumcap::codeBitmap(platform::QRCodeGenerator::outputImage(message));
+}
+
+} // namespace
+
+class GenerateWindowTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void startsEmpty();
+    void goesThroughItsStates();
+    void offersNothingForTheLastTextRetyped();
+    void anotherTextAfterEmptyingIsOffered();
+    void takesUndoForAnEdit();
+    void returnDoesNotGenerate_data();
+    void returnDoesNotGenerate();
+    void shiftReturnBeginsALine();
+    void encodesUtf8();
+    void drawsGreyWithHardEdges_data();
+    void drawsGreyWithHardEdges();
+    void saysHowManyBytesAreTooMany_data();
+    void saysHowManyBytesAreTooMany();
+    void goesOnAfterATextThatIsTooLong();
+    void savesTwice();
+    void generatingAloneStoresNothing();
+    void closeStoresNothing();
+    void escapeCloses();
+    void aNewSheetIsEmpty();
+    void refusesDrops();
+    void dragsTheCodeOut();
+    void dragsNothingWhileThereIsNoCode();
+};
+
+void GenerateWindowTest::startsEmpty()
+{
+    const Sheet sheet;
+    QCOMPARE(sheet.enabled(), empty);
+    QVERIFY(!sheet.window->canSave());
+    QVERIFY(!sheet.window->canGenerate());
+    QCOMPARE(sheet.window->generatedData(), QString());
+    QVERIFY(!sheet.window->generatedData().isNull());
+    QVERIFY(sheet.window->generatedImage().isNull());
+    QVERIFY(!sheet.window->imageWell->allowDrop());
+    QVERIFY(sheet.window->imageWell->allowDrag());
+    QCOMPARE(sheet.hint(), QStringLiteral("Type or paste a text above"));
+    QVERIFY(sheet.window->textField->hasFocus()
+        || sheet.window->window()->focusWidget() == sheet.window->textField);
+}
+
+void GenerateWindowTest::goesThroughItsStates()
+{
+    const Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    QCOMPARE(sheet.enabled(), edited);
+    QVERIFY(sheet.window->imageWell->image().isNull());
+    QCOMPARE(sheet.hint(), QStringLiteral("Press Generate to draw the code"));
+    QCOMPARE(sheet.window->generatedData(), QStringLiteral("abc"));
+
+    QTest::ignoreMessage(QtInfoMsg, "Generate");
+    sheet.generate();
+    QCOMPARE(sheet.enabled(), generated);
+    QCOMPARE(sheet.hint(), QString());
+    QCOMPARE(sheet.window->imageWell->image(), codeOf("abc"));
+    QCOMPARE(sheet.window->generatedImage(), codeOf("abc"));
+
+    sheet.type(QStringLiteral("d"));
+    QCOMPARE(sheet.enabled(), edited);
+    QVERIFY(sheet.window->imageWell->image().isNull());
+    sheet.generate();
+    QCOMPARE(sheet.enabled(), generated);
+    QCOMPARE(sheet.window->imageWell->image(), codeOf("abcd"));
+
+    sheet.paste(QString());
+    sheet.window->textField->clear();
+    QCOMPARE(sheet.enabled(), empty);
+    QVERIFY(sheet.window->imageWell->image().isNull());
+    QCOMPARE(sheet.window->generatedData(), QStringLiteral("abcd"));
+}
+
+void GenerateWindowTest::offersNothingForTheLastTextRetyped()
+{
+    const Sheet sheet;
+    sheet.type(QStringLiteral("x"));
+    QCOMPARE(sheet.enabled(), edited);
+    sheet.press(Qt::Key_Backspace);
+    QCOMPARE(sheet.enabled(), empty);
+    sheet.type(QStringLiteral("x"));
+    QCOMPARE(sheet.enabled(), empty);
+    QVERIFY(!sheet.window->canGenerate());
+    sheet.type(QStringLiteral("y"));
+    QCOMPARE(sheet.enabled(), edited);
+    sheet.generate();
+    QCOMPARE(sheet.window->imageWell->image(), codeOf("xy"));
+}
+
+void GenerateWindowTest::anotherTextAfterEmptyingIsOffered()
+{
+    const Sheet sheet;
+    sheet.type(QStringLiteral("x"));
+    sheet.generate();
+    sheet.press(Qt::Key_Backspace);
+    QCOMPARE(sheet.enabled(), empty);
+    sheet.type(QStringLiteral("z"));
+    QCOMPARE(sheet.enabled(), edited);
+}
+
+void GenerateWindowTest::takesUndoForAnEdit()
+{
+    const Sheet sheet;
+    sheet.paste(QStringLiteral("one"));
+    sheet.paste(QStringLiteral("two"));
+    sheet.generate();
+    QCOMPARE(sheet.enabled(), generated);
+    sheet.window->textField->undo();
+    QCOMPARE(sheet.enabled(), sheet.window->textField->stringValue().isEmpty() ? empty : edited);
+    QVERIFY(sheet.window->imageWell->image().isNull());
+}
+
+void GenerateWindowTest::returnDoesNotGenerate_data()
+{
+    QTest::addColumn<int>("key");
+    QTest::newRow("Return") << int(Qt::Key_Return);
+    QTest::newRow("Enter") << int(Qt::Key_Enter);
+}
+
+void GenerateWindowTest::returnDoesNotGenerate()
+{
+    QFETCH(int, key);
+    const Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    sheet.press(key, key == Qt::Key_Enter ? Qt::KeypadModifier : Qt::NoModifier);
+    QCOMPARE(sheet.enabled(), edited);
+    QVERIFY(sheet.window->imageWell->image().isNull());
+    QCOMPARE(sheet.window->textField->stringValue(), QStringLiteral("abc"));
+    QVERIFY(sheet.window->window()->isVisible());
+    sheet.window->setText(nullptr);
+    QCOMPARE(sheet.enabled(), edited);
+}
+
+void GenerateWindowTest::shiftReturnBeginsALine()
+{
+    const Sheet sheet;
+    sheet.type(QStringLiteral("a"));
+    sheet.press(Qt::Key_Return, Qt::ShiftModifier);
+    sheet.type(QStringLiteral("b"));
+    sheet.generate();
+    QCOMPARE(sheet.window->generatedData(), QStringLiteral("a\nb"));
+    QCOMPARE(sheet.window->imageWell->image(), codeOf("a\nb"));
+}
+
+void GenerateWindowTest::encodesUtf8()
+{
+    const Sheet sheet;
+    const QString text = QString::fromUtf8("Grüße, 漢字 \U0001F600\nзавтра");
+    sheet.paste(text);
+    sheet.generate();
+    QCOMPARE(sheet.window->generatedData(), text);
+    QCOMPARE(sheet.window->imageWell->image(), codeOf(text.toUtf8()));
+}
+
+void GenerateWindowTest::drawsGreyWithHardEdges_data()
+{
+    QTest::addColumn<int>("bytes");
+    QTest::addColumn<int>("side");
+    QTest::newRow("version 1, 23 modules") << 14 << 1024;
+    QTest::newRow("version 2, 27 modules") << 15 << 1024;
+    QTest::newRow("version 21, 103 modules") << 711 << 1023;
+    QTest::newRow("version 22, 107 modules") << 712 << 1023;
+    QTest::newRow("version 40, 179 modules") << 2331 << 1024;
+}
+
+void GenerateWindowTest::drawsGreyWithHardEdges()
+{
+    QFETCH(int, bytes);
+    QFETCH(int, side);
+    const Sheet sheet;
+    sheet.paste(QString(bytes, u'q'));
+    sheet.generate();
+    const QImage image = sheet.window->generatedImage();
+    QCOMPARE(image.format(), QImage::Format_Grayscale8);
+    QCOMPARE(image.size(), QSize(side, side));
+    QCOMPARE(sheet.window->imageWell->image().size(), QSize(side, side));
+    for (int y = 0; y < side; ++y) {
+        const uchar* line = image.constScanLine(y);
+        QVERIFY(
+            std::all_of(line, line + side, [](uchar grey) { return grey == 0 || grey == 255; }));
+    }
+}
+
+void GenerateWindowTest::saysHowManyBytesAreTooMany_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("excess");
+    QTest::newRow("one") << QString(2332, u'q') << QStringLiteral("1 byte ");
+    QTest::newRow("some") << QString(2400, u'q') << QStringLiteral("69 bytes ");
+    QTest::newRow("many") << QString(5000, u'q') << QStringLiteral("2,669 bytes ");
+    QTest::newRow("in UTF-8") << QString(778, QChar(0x6f22)) << QStringLiteral("3 bytes ");
+}
+
+void GenerateWindowTest::saysHowManyBytesAreTooMany()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, excess);
+    Sheet sheet;
+    sheet.paste(text);
+    QCOMPARE(sheet.enabled(), edited);
+    sheet.generate();
+    QCOMPARE(sheet.enabled(), empty);
+    QVERIFY(sheet.window->imageWell->image().isNull());
+    QVERIFY(sheet.window->generatedImage().isNull());
+    QVERIFY2(sheet.hint().contains(excess), qPrintable(sheet.hint()));
+    QVERIFY(sheet.program.journal().captures().empty());
+}
+
+void GenerateWindowTest::goesOnAfterATextThatIsTooLong()
+{
+    const Sheet sheet;
+    sheet.paste(QString(2332, u'q'));
+    sheet.generate();
+    sheet.window->textField->moveCursor(QTextCursor::End);
+    sheet.press(Qt::Key_Backspace);
+    QCOMPARE(sheet.enabled(), edited);
+    QCOMPARE(sheet.hint(), QStringLiteral("Press Generate to draw the code"));
+    sheet.generate();
+    QCOMPARE(sheet.enabled(), generated);
+    QCOMPARE(sheet.window->imageWell->image(), codeOf(QByteArray(2331, 'q')));
+}
+
+void GenerateWindowTest::savesTwice()
+{
+    Sheet sheet;
+    sheet.type(QStringLiteral("https://example.org/"));
+    sheet.generate();
+    sheet.save();
+    QCOMPARE(sheet.enabled(), generated);
+    QCOMPARE(sheet.program.journal().captures().size(), 1U);
+    sheet.save();
+    QCOMPARE(sheet.enabled(), generated);
+    const auto& captures = sheet.program.journal().captures();
+    QCOMPARE(captures.size(), 2U);
+    QCOMPARE(Program::pictures().size(), 2);
+    for (const auto& capture : captures) {
+        QCOMPARE(capture->captureValue(), QStringLiteral("https://example.org/"));
+        QVERIFY(capture->isURLValue());
+        QCOMPARE(capture->getImage().load().size(), QSize(1024, 1024));
+    }
+    QCOMPARE(captures[0]->getImage().load(), captures[1]->getImage().load());
+    QVERIFY(captures[0]->captureImageKey() != captures[1]->captureImageKey());
+}
+
+void GenerateWindowTest::generatingAloneStoresNothing()
+{
+    Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    sheet.generate();
+    QVERIFY(sheet.program.journal().captures().empty());
+    QVERIFY(Program::pictures().isEmpty());
+}
+
+void GenerateWindowTest::closeStoresNothing()
+{
+    Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    sheet.generate();
+    Sheet::click(sheet.window->buttonClose);
+    // The window is gone at once, the sheet ends with the next turn of the event loop.
+    QVERIFY(!sheet.window->window()->isVisible());
+    QVERIFY(platform::attachedSheet(sheet.program.journal().window()) != nullptr);
+    QTRY_VERIFY(platform::attachedSheet(sheet.program.journal().window()) == nullptr);
+    QVERIFY(sheet.program.journal().captures().empty());
+}
+
+void GenerateWindowTest::escapeCloses()
+{
+    Sheet sheet;
+    sheet.press(Qt::Key_Escape);
+    QTRY_VERIFY(platform::attachedSheet(sheet.program.journal().window()) == nullptr);
+    QVERIFY(!sheet.window->window()->isVisible());
+}
+
+void GenerateWindowTest::aNewSheetIsEmpty()
+{
+    Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    sheet.generate();
+    Sheet::click(sheet.window->buttonClose);
+    QTRY_VERIFY(platform::attachedSheet(sheet.program.journal().window()) == nullptr);
+    sheet.program.journal().generate(nullptr);
+    sheet.window = sheet.program.journal().generateWindow();
+    QCOMPARE(sheet.enabled(), empty);
+    QCOMPARE(sheet.window->textField->stringValue(), QString());
+    sheet.type(QStringLiteral("abc"));
+    QCOMPARE(sheet.enabled(), edited);
+}
+
+void GenerateWindowTest::refusesDrops()
+{
+    const Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    sheet.generate();
+    QMimeData data;
+    data.setImageData(support::plainPicture());
+    QDragEnterEvent event({ 20, 20 }, Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(sheet.window->imageWell, &event);
+    QVERIFY(!event.isAccepted());
+    QVERIFY(!sheet.window->imageWell->isHighlighted());
+}
+
+void GenerateWindowTest::dragsTheCodeOut()
+{
+    const Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    sheet.generate();
+    QTest::mousePress(sheet.window->imageWell, Qt::LeftButton);
+    const auto* drag = qApp->findChild<QDrag*>();
+    QVERIFY(drag != nullptr);
+    const QString path = drag->mimeData()->urls().value(0).toLocalFile();
+    QCOMPARE(path, platform::StandardFolders::caches() + QStringLiteral("/capture.png"));
+    const QImage file(path);
+    QCOMPARE(file.convertToFormat(QImage::Format_Grayscale8), codeOf("abc"));
+    QCOMPARE(sheet.enabled(), generated);
+}
+
+void GenerateWindowTest::dragsNothingWhileThereIsNoCode()
+{
+    const Sheet sheet;
+    sheet.type(QStringLiteral("abc"));
+    QTest::mousePress(sheet.window->imageWell, Qt::LeftButton);
+    QVERIFY(qApp->findChild<QDrag*>() == nullptr);
+}
+
+VELLUMCAP_TEST_MAIN(GenerateWindowTest)
+#include "tst_generatewindow.moc"

@@ -1,0 +1,21 @@
+#include "tests/support/CodeReading.h"
+
+#include <ZXing/ReadBarcode.h>
+
+namespace support {
+
+std::optional<QByteArray> readByZXing(const QImage& picture)
+{
+    const auto hints
+        = ZXing::DecodeHints().setFormats(ZXing::BarcodeFormat::QRCode).setIsPure(true);
+    const ZXing::ImageView view(picture.constBits(), picture.width(), picture.height(),
+        ZXing::ImageFormat::Lum, int(picture.bytesPerLine()));
+    const ZXing::Result result = ZXing::ReadBarcode(view, hints);
+    if (!result.isValid()) {
+        return std::nullopt;
+    }
+    const ZXing::ByteArray& bytes = result.bytes();
+    return QByteArray(reinterpret_cast<const char*>(bytes.data()), qsizetype(bytes.size()));
+}
+
+} // namespace support
