@@ -1,8 +1,6 @@
 """Leaves a picture of every window, empty and filled, for somebody to look at. Argument: "dark" or
 "light"; run by session.py, with --scale 2 for a dense screen."""
 
-import pathlib
-import subprocess
 import sys
 
 import desktop
@@ -16,13 +14,6 @@ TEXTS = [LINK, "Locker 42, second floor",
 
 def picture(name):
     desktop.screenshot(f"{sys.argv[1]}-{name}")
-
-
-def with_portal(scheme):
-    script = pathlib.Path(__file__).with_name("settings_portal.py")
-    portal = subprocess.Popen([sys.executable, script, scheme], stdout=subprocess.PIPE, text=True)
-    portal.stdout.readline()
-    return portal
 
 
 def show_import(app):
@@ -40,8 +31,7 @@ def show_import(app):
 
 
 def main():
-    portal = with_portal(sys.argv[1])
-    with vellumcap.start() as app:
+    with vellumcap.preferred(sys.argv[1]), vellumcap.start() as app:
         picture("journal-empty")
         show_import(app)
         picture("journal-nothing-selected")
@@ -63,7 +53,6 @@ def main():
         picture("preferences")
         desktop.keys("Escape")
         vellumcap.quit_by_keys(app)
-    portal.kill()
 
 
 main()

@@ -64,6 +64,19 @@ class Accessibility(vellumcap.WithJournal):
         app.wait_gone("dialog", "Import")
         vellumcap.journal_item(app, "https://example.org/")
 
+    def test_generate_sheet(self):
+        app = self.start()
+        app.find("push button", "Generate").press()
+        sheet = app.find("dialog", "Generate")
+        desktop.type_text(TEXT)
+        sheet.find("push button", "Generate").wait_enabled().press()
+        sheet.find("push button", "Save").wait_enabled()
+        self.assert_tab_reaches_all(sheet)
+        sheet.find("push button", "Save").press()
+        desktop.wait_until(lambda: len(vellumcap.captures()) == 3, "the capture")
+        sheet.find("push button", "Close").press()
+        app.wait_gone("dialog", "Generate")
+
     def test_preferences(self):
         app = self.start()
         desktop.keys("ctrl+comma")

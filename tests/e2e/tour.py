@@ -8,6 +8,7 @@ import vellumcap
 
 LINK = "https://example.org/menu?table=7"
 TEXT = "Locker 42, second floor"
+DRAWN = "Lend this book to the neighbours"
 steps = itertools.count(1)
 
 
@@ -25,6 +26,19 @@ def import_photograph(app, text, name):
     sheet.find("push button", "Save").wait_enabled().click()
     sheet.find("push button", "Close").click()
     app.wait_gone("dialog", "Import")
+
+
+def generate_code(app, text):
+    app.find("push button", "Generate").click()
+    sheet = app.find("dialog", "Generate")
+    sheet.find("text", "Text to encode").type(text)
+    sheet.find("push button", "Generate").wait_enabled().click()
+    sheet.find("push button", "Save").wait_enabled()
+    step("generated", f"Generate has drawn a code for: {text}")
+    sheet.find("push button", "Save").click()
+    vellumcap.journal_item(app, text)
+    sheet.find("push button", "Close").click()
+    app.wait_gone("dialog", "Generate")
 
 
 def write_notes(app, text, notes):
@@ -55,12 +69,13 @@ def main():
         import_photograph(app, TEXT, "locker.jpg")
         vellumcap.journal_item(app, TEXT)
         step("journal", "The journal lists both captures, the newest first")
+        generate_code(app, DRAWN)
         write_notes(app, TEXT, "Bring the small key")
         open_link(app)
         vellumcap.quit_by_keys(app)
-    with vellumcap.start() as app:
-        vellumcap.journal_item(app, TEXT).click()
-        step("started-again", "Started again, the program shows what it kept")
+    with vellumcap.preferred("dark"), vellumcap.start() as app:
+        vellumcap.select(app, TEXT)
+        step("started-again", "Started again on a dark desktop, it shows what it kept")
         vellumcap.quit_by_keys(app)
     print_journal()
     print(f"\nPictures of the steps: {desktop.PICTURES}")

@@ -5,6 +5,7 @@ import os
 import pathlib
 import shutil
 import subprocess
+import sys
 import unittest
 import xml.etree.ElementTree as ElementTree
 
@@ -40,6 +41,17 @@ def drag_onto(target, *what):
         desktop.drag(source.find(name="Drag me").center, target.center)
         desktop.wait_until(lambda: "dropped" in source.log, "the end of the drag")
         return source.log.split()[-1]
+
+
+@contextlib.contextmanager
+def preferred(scheme):
+    """A desktop that prefers "dark" or "light" windows, for as long as this."""
+    script = pathlib.Path(__file__).with_name("settings_portal.py")
+    with subprocess.Popen([sys.executable, script, scheme], stdout=subprocess.PIPE,
+                          text=True) as portal:
+        portal.stdout.readline()
+        yield
+        portal.kill()
 
 
 @contextlib.contextmanager
