@@ -55,25 +55,26 @@ def type_text(text):
     xdotool("type", "--clearmodifiers", "--delay", delay, text)
 
 
-def move_pointer(point):
-    xdotool("mousemove", "--sync", *point)
+def move(point):
+    """What makes xdotool move the pointer, to be followed by what it does there."""
+    return "mousemove", "--sync", *point
 
 
 def click(point, repeat=1):
-    move_pointer(point)
-    xdotool("click", "--repeat", repeat, "--delay", 60, 1)
+    xdotool(*move(point), "click", "--repeat", repeat, "--delay", 60, 1)
 
 
-def drag(start, end, steps=12, release=True):
-    """Drags with the left button, in steps as small as a hand's, and lets go at the end."""
-    move_pointer(start)
-    xdotool("mousedown", 1)
-    for step in range(1, steps + 1):
-        move_pointer([round(a + (b - a) * step / steps) for a, b in zip(start, end)])
-        time.sleep(0.02)  # the pace of the hand, not a wait
+def drag(start, end, hesitate, steps=10):
+    """Drags with the left button, at the pace of a hand; lets go at the end after `hesitate()`."""
+    way = [[round(a + (b - a) * step / steps) for a, b in zip(start, end)]
+           for step in range(1, steps + 1)]
     # A target learns of the pointer only when it moves over it.
-    move_pointer([end[0] + 1, end[1] + 1])
-    if release:
+    way.append([end[0] + 1, end[1] + 1])
+    moves = [word for point in way for word in (*move(point), "sleep", 0.02)]
+    xdotool(*move(start), "mousedown", 1, *moves)
+    try:
+        hesitate()
+    finally:
         xdotool("mouseup", 1)
 
 

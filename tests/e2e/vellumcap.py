@@ -6,6 +6,7 @@ import pathlib
 import shutil
 import subprocess
 import sys
+import time
 import unittest
 import xml.etree.ElementTree as ElementTree
 
@@ -36,11 +37,31 @@ def photograph(text, name):
 
 
 def drag_onto(target, *what):
-    """Drags from another program, which is told `what` to offer; how it says the drag ended."""
+    """Drags from another program, which is told `what` to offer, and drops it once it may."""
     with desktop.App("drag_source", *what) as source:
-        desktop.drag(source.find(name="Drag me").center, target.center)
-        desktop.wait_until(lambda: "dropped" in source.log, "the end of the drag")
-        return source.log.split()[-1]
+        drop(source, target)
+
+
+def drop(source, target):
+    """As drag_onto, from a source that is there already."""
+    def wait_until_welcome():
+        desktop.wait_until(lambda: "over: copy" in source.log, "the drag to be welcome")
+    assert drag(source, target, wait_until_welcome) == "copy"
+
+
+def drag_in_vain(target, *what):
+    """Drags what the target has to refuse."""
+    with desktop.App("drag_source", *what) as source:
+        # Nobody tells that the answer was no; it comes in a fraction of this.
+        assert drag(source, target, lambda: time.sleep(0.5)) == "none"
+
+
+def drag(source, target, hesitate):
+    """How the source says that the drag ended."""
+    desktop.wait_until(lambda: desktop.windows_of(source.process.pid), "the source's window")
+    desktop.drag(source.find(name="Drag me").center, target.center, hesitate)
+    desktop.wait_until(lambda: "dropped: " in source.log, "the end of the drag")
+    return source.log.split("dropped: ")[1].strip()
 
 
 @contextlib.contextmanager

@@ -78,8 +78,14 @@ const char* nameOf(Qt::DropAction action)
     }
 }
 
+void tell(const char* what, Qt::DropAction action)
+{
+    std::printf("%s: %s\n", what, nameOf(action));
+    std::fflush(stdout);
+}
+
 /// Stands for a file manager, browser or editor from which something is dragged. Tells on
-/// standard output how each drag ended.
+/// standard output what a drag would do at the moment, and how it ended.
 class Source : public QLabel {
 public:
     Source(Offer offer, Qt::DropActions actions)
@@ -118,10 +124,9 @@ protected:
         }
         // The target reads the data after the button is up; the drag lives until it has.
         const auto action = std::make_shared<Qt::DropAction>(Qt::IgnoreAction);
-        connect(drag, &QObject::destroyed, this, [action] {
-            std::printf("dropped: %s\n", nameOf(*action));
-            std::fflush(stdout);
-        });
+        connect(drag, &QObject::destroyed, this, [action] { tell("dropped", *action); });
+        connect(drag, &QDrag::actionChanged, this,
+            [](Qt::DropAction offered) { tell("over", offered); });
         *action = drag->exec(m_actions);
     }
 
