@@ -237,9 +237,9 @@ std::optional<CaptureList> Capture::getCaptures()
         return std::nullopt;
     }
     CaptureList captures;
-    captures.reserve(objects->size());
-    for (const auto& object : *objects) {
-        captures.push_back(std::static_pointer_cast<Capture>(object));
+    captures.reserve(static_cast<qsizetype>(objects->size()));
+    for (auto& object : *objects) {
+        captures.append(std::static_pointer_cast<Capture>(std::move(object)));
     }
     return captures;
 }

@@ -4,10 +4,10 @@
 #include "platform/ui/ImageFile.h"
 
 #include <QImage>
+#include <QList>
 
 #include <memory>
 #include <optional>
-#include <vector>
 
 namespace platform {
 class ManagedObjectContext;
@@ -17,7 +17,7 @@ namespace vellumcap {
 
 class Capture;
 using CaptureID = platform::ManagedObjectID;
-using CaptureList = std::vector<std::shared_ptr<Capture>>;
+using CaptureList = QList<std::shared_ptr<Capture>>; ///< shared by those who show it
 
 /// One code that the user keeps: its text, when it was kept, the user's notes, and the key of its
 /// picture, a JPEG file beside the store. Everybody stores, lists and deletes captures through

@@ -147,9 +147,8 @@ platform::ManagedObjectContext* VellumcapAppDelegate::managedObjectContext()
 
 QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager(QWidget* /*window*/)
 {
-    // Asked for at every change of the focus, where a failure must not be shown again and again.
-    platform::ManagedObjectContext* context = builtContext();
-    return context != nullptr ? &context->undoManager() : nullptr;
+    // Asked whenever a menu opens: not the moment to open a store, and to fail at it again.
+    return m_managedObjectContext ? &m_managedObjectContext->undoManager() : nullptr;
 }
 
 void VellumcapAppDelegate::saveAction(QObject* /*sender*/)

@@ -23,11 +23,17 @@ std::vector<int> edges(int modules, int pixels, double scale)
     return found;
 }
 
+/// Written at once, since most modules are narrower; the next module overwrites what is too much.
+constexpr size_t stride = 8;
+
+/// `line` has room for `stride` pixels after its end.
 void stretch(const uchar* modules, const std::vector<int>& columns, uchar* line)
 {
     for (size_t module = 0; module + 1 < columns.size(); ++module) {
-        std::memset(
-            line + columns[module], modules[module], size_t(columns[module + 1] - columns[module]));
+        const auto end = size_t(columns[module + 1]);
+        for (auto x = size_t(columns[module]); x < end; x += stride) {
+            std::memset(line + x, modules[module], stride);
+        }
     }
 }
 
@@ -43,15 +49,14 @@ QImage codeBitmap(const QImage& modules)
     }
     const std::vector<int> columns = edges(modules.width(), bitmap.width(), size.scale);
     const std::vector<int> rows = edges(modules.height(), bitmap.height(), size.scale);
+    const auto width = size_t(bitmap.width());
+    std::vector<uchar> line(width + stride);
+    uchar* target = bitmap.bits();
     for (int y = 0; y < modules.height(); ++y) {
-        const int first = rows[size_t(y)];
-        const int end = rows[size_t(y) + 1];
-        if (first == end) {
-            continue; // more modules than pixels
-        }
-        stretch(modules.constScanLine(y), columns, bitmap.scanLine(first));
-        for (int row = first + 1; row < end; ++row) {
-            std::memcpy(bitmap.scanLine(row), bitmap.constScanLine(first), size_t(bitmap.width()));
+        stretch(modules.constScanLine(y), columns, line.data());
+        for (int row = rows[size_t(y)]; row < rows[size_t(y) + 1]; ++row) {
+            std::memcpy(target, line.data(), width);
+            target += bitmap.bytesPerLine();
         }
     }
     return bitmap;

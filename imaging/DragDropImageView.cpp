@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QPageLayout>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QUrl>
@@ -105,9 +106,9 @@ QByteArray drawnAsPdf(QWidget& widget)
         QPdfWriter writer(&buffer);
         constexpr int pointsPerInch = 72;
         writer.setResolution(pointsPerInch);
-        writer.setPageMargins({});
-        writer.setPageSize(
-            QPageSize(QSizeF(widget.size()), QPageSize::Point, {}, QPageSize::ExactMatch));
+        const QPageSize page(
+            QSizeF(widget.size()), QPageSize::Point, QString(), QPageSize::ExactMatch);
+        writer.setPageLayout(QPageLayout(page, QPageLayout::Portrait, {}));
         QPainter painter(&writer);
         widget.render(&painter);
     }

@@ -3,6 +3,7 @@
 #include "journal/ImageCollectionViewCell.h"
 #include "journal/ImageCollectionViewHeaderCell.h"
 #include "journal/JournalWindow.h"
+#include "journal/LocalDay.h"
 #include "platform/ui/ThumbnailView.h"
 
 #include <QLabel>
@@ -15,30 +16,6 @@ namespace {
 constexpr QSizeF headerReferenceSize(180.0, 20.0);
 constexpr QColor standardGray(128, 128, 128);
 
-/// Finds the key of an instant's local day. Consecutive captures mostly share a day, and asking
-/// the time zone costs far more than comparing, so the last day's bounds are kept.
-class DayKeys {
-public:
-    QDateTime keyOf(const QDateTime& instant)
-    {
-        const qint64 milliseconds = instant.toMSecsSinceEpoch();
-        if (milliseconds < m_dayStart || milliseconds >= m_dayEnd) {
-            const QDate day = instant.toLocalTime().date();
-            const QDateTime midnight = day.startOfDay(Qt::LocalTime);
-            m_dayStart = midnight.toMSecsSinceEpoch();
-            m_dayEnd = day.addDays(1).startOfDay(Qt::LocalTime).toMSecsSinceEpoch();
-            m_key = midnight.toUTC().addSecs(m_presentOffset);
-        }
-        return m_key;
-    }
-
-private:
-    int m_presentOffset = QDateTime::currentDateTime().offsetFromUtc();
-    qint64 m_dayStart = 0;
-    qint64 m_dayEnd = 0;
-    QDateTime m_key;
-};
-
 } // namespace
 
 CaptureCollectionViewByDateData::CaptureCollectionViewByDateData(CaptureList captures)
@@ -50,26 +27,30 @@ void CaptureCollectionViewByDateData::updateCaptures(CaptureList captures)
 {
     m_dateDict.clear();
     m_captureArray = std::move(captures);
-    DayKeys days;
-    QDateTime key;
-    CaptureList* bucket = nullptr;
-    for (const auto& capture : m_captureArray) {
-        const QDateTime captureKey = days.keyOf(capture->dateCaptured());
-        if (bucket == nullptr || captureKey != key) {
-            key = captureKey;
-            bucket = &m_dateDict[key];
+    const qint64 presentOffset = QDateTime::currentDateTime().offsetFromUtc() * qint64(1000);
+    // Neighbours mostly share a day, and finding a day costs more than comparing.
+    LocalDay day;
+    std::vector<qsizetype>* bucket = nullptr;
+    for (qsizetype place = 0; place < m_captureArray.size(); ++place) {
+        const qint64 instant = m_captureArray.at(place)->dateCaptured().toMSecsSinceEpoch();
+        if (bucket == nullptr || !day.contains(instant)) {
+            day = LocalDay::of(instant);
+            bucket
+                = &m_dateDict[QDateTime::fromMSecsSinceEpoch(day.start + presentOffset, Qt::UTC)];
         }
-        bucket->push_back(capture);
+        bucket->push_back(place);
     }
     m_sortedKeys.clear();
-    for (const auto& day : m_dateDict) {
-        m_sortedKeys.append(day.first);
+    for (const auto& [dayKey, places] : m_dateDict) {
+        m_sortedKeys.append(dayKey);
     }
 }
 
-const CaptureList& CaptureCollectionViewByDateData::bucket(int section) const
+const std::shared_ptr<Capture>& CaptureCollectionViewByDateData::captureAt(
+    platform::IndexPath indexPath) const
 {
-    return m_dateDict.find(m_sortedKeys.at(section))->second;
+    const auto& bucket = m_dateDict.find(m_sortedKeys.at(indexPath.section))->second;
+    return m_captureArray.at(bucket[static_cast<std::size_t>(indexPath.item)]);
 }
 
 int CaptureCollectionViewByDateData::numberOfSectionsInCollectionView(
@@ -81,14 +62,13 @@ int CaptureCollectionViewByDateData::numberOfSectionsInCollectionView(
 int CaptureCollectionViewByDateData::numberOfItemsInSection(
     platform::CollectionView& /*collectionView*/, int section) const
 {
-    return static_cast<int>(bucket(section).size());
+    return static_cast<int>(m_dateDict.find(m_sortedKeys.at(section))->second.size());
 }
 
 platform::CollectionViewItem* CaptureCollectionViewByDateData::itemForRepresentedObjectAtIndexPath(
     platform::CollectionView& collectionView, platform::IndexPath indexPath)
 {
-    const auto& capture = bucket(indexPath.section)[static_cast<std::size_t>(indexPath.item)];
-    return cellShowing(collectionView, indexPath, *capture);
+    return cellShowing(collectionView, indexPath, *captureAt(indexPath));
 }
 
 QWidget* CaptureCollectionViewByDateData::viewForSupplementaryElementOfKind(
@@ -112,7 +92,7 @@ void CaptureCollectionViewByDateData::didSelectItemsAtIndexPaths(
         return;
     }
     const platform::IndexPath chosen = indexPaths.values().constFirst();
-    journalWindow->captureSelected(bucket(chosen.section)[static_cast<std::size_t>(chosen.item)]);
+    journalWindow->captureSelected(captureAt(chosen));
 }
 
 QSizeF CaptureCollectionViewByDateData::referenceSizeForHeaderInSection(
@@ -123,8 +103,7 @@ QSizeF CaptureCollectionViewByDateData::referenceSizeForHeaderInSection(
 
 QString CaptureCollectionViewByDateData::accessibleNameOfItem(platform::IndexPath indexPath) const
 {
-    const auto& capture = bucket(indexPath.section)[static_cast<std::size_t>(indexPath.item)];
-    return accessibleNameOf(*capture);
+    return accessibleNameOf(*captureAt(indexPath));
 }
 
 } // namespace vellumcap

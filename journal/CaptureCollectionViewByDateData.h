@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <map>
+#include <vector>
 
 namespace vellumcap {
 
@@ -44,10 +45,11 @@ public:
     QString accessibleNameOfItem(platform::IndexPath indexPath) const override;
 
 private:
-    const CaptureList& bucket(int section) const;
+    const std::shared_ptr<Capture>& captureAt(platform::IndexPath indexPath) const;
 
     CaptureList m_captureArray;
-    std::map<QDateTime, CaptureList, std::greater<>> m_dateDict;
+    /// For each day the places of its captures in the list.
+    std::map<QDateTime, std::vector<qsizetype>, std::greater<>> m_dateDict;
     QList<QDateTime> m_sortedKeys; ///< kept, since every cell asks for its section's
 };
 

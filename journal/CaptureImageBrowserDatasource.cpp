@@ -14,7 +14,7 @@ int CaptureImageBrowserDatasource::numberOfItemsInImageBrowser() const
 
 CaptureImageBrowserItem CaptureImageBrowserDatasource::itemAtIndex(int index) const
 {
-    return CaptureImageBrowserItem(captureArray[static_cast<std::size_t>(index)]);
+    return CaptureImageBrowserItem(captureArray.at(index));
 }
 
 } // namespace vellumcap

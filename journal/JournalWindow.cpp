@@ -321,7 +321,7 @@ void JournalWindow::showDetailOrPlaceholder()
     const bool showsCapture = selectedCapture() != nullptr;
     m_ui->detailPages->setCurrentWidget(showsCapture ? m_ui->detailPage : m_ui->placeholderPage);
     if (!showsCapture) {
-        describePlaceholder(*m_ui, m_captures.empty());
+        describePlaceholder(*m_ui, m_captures.isEmpty());
     }
 }
 
@@ -403,7 +403,7 @@ int JournalWindow::numberOfItemsInSection(platform::CollectionView& /*view*/, in
 platform::CollectionViewItem* JournalWindow::itemForRepresentedObjectAtIndexPath(
     platform::CollectionView& view, platform::IndexPath indexPath)
 {
-    return cellShowing(view, indexPath, *m_captures[static_cast<std::size_t>(indexPath.item)]);
+    return cellShowing(view, indexPath, *m_captures.at(indexPath.item));
 }
 
 QWidget* JournalWindow::viewForSupplementaryElementOfKind(platform::CollectionView& /*view*/,
@@ -416,8 +416,7 @@ void JournalWindow::didSelectItemsAtIndexPaths(
     platform::CollectionView& /*view*/, const QSet<platform::IndexPath>& indexPaths)
 {
     if (!indexPaths.isEmpty()) {
-        captureSelected(
-            m_captures[static_cast<std::size_t>(indexPaths.values().constFirst().item)]);
+        captureSelected(m_captures.at(indexPaths.values().constFirst().item));
     }
 }
 

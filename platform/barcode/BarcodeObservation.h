@@ -22,7 +22,7 @@ enum class Symbology {
     MaxiCode,
     Pdf417,
     Qr,
-    UpcE,
+    UpcE, ///< text as the EAN-13 that the code abbreviates
 };
 
 /// One code that was found in a picture.

@@ -9,7 +9,8 @@
 
 namespace platform {
 
-/// Asks which codes of any known symbology a bitmap holds.
+/// Asks which codes of any known symbology a bitmap holds. The search ends with the first way of
+/// reading that yields a code, so of several codes not all need to be among the results.
 class DetectBarcodesRequest {
 public:
     using CompletionHandler = std::function<void(const DetectBarcodesRequest&)>;
@@ -31,7 +32,7 @@ public:
 
     /// Fills the request's results and calls its completion handler, on this thread, before it
     /// returns. False when the bitmap could not be examined (null, or a fault inside a library);
-    /// the handler is then called with no results.
+    /// the handler is then called with no results. A request without a handler is filled only.
     bool perform(DetectBarcodesRequest& request) const;
 
 private:

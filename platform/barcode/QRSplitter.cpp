@@ -13,20 +13,23 @@ constexpr qint64 impossible = std::numeric_limits<qint64>::max() / 2;
 constexpr qint64 modeBits = 4;
 constexpr std::string_view alphanumerics = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ $%*+-./:";
 
+using Costs = std::array<qint64, 3>;
+
 /// Sixths of a bit for each byte, by mode.
-std::array<qint64, 3> costsOf(uchar byte)
-{
-    if (byte >= '0' && byte <= '9') {
-        return { 20, 33, 48 };
+constexpr auto costsOf = [] {
+    std::array<Costs, 256> costs{};
+    costs.fill({ impossible, impossible, 48 });
+    for (const char character : alphanumerics) {
+        costs[uchar(character)] = { impossible, 33, 48 };
     }
-    if (alphanumerics.find(char(byte)) != std::string_view::npos) {
-        return { impossible, 33, 48 };
+    for (uchar digit = '0'; digit <= '9'; ++digit) {
+        costs[digit] = { 20, 33, 48 };
     }
-    return { impossible, impossible, 48 };
-}
+    return costs;
+}();
 
 /// Bits of the character count, by mode.
-std::array<qint64, 3> countBits(int version)
+Costs countBits(int version)
 {
     if (version <= 9) {
         return { 10, 9, 8 };
@@ -54,36 +57,37 @@ QRSplitter::QRSplitter(int version)
     }
 }
 
-size_t QRSplitter::cheapestMode() const
-{
-    const auto byBits = [](qint64 a, qint64 b) { return wholeBits(a) < wholeBits(b); };
-    return size_t(std::min_element(m_costs.begin(), m_costs.end(), byBits) - m_costs.begin());
-}
-
 void QRSplitter::append(uchar byte)
 {
-    const auto costs = costsOf(byte);
-    const size_t before = cheapestMode();
-    const qint64 afresh = m_steps.empty() ? 0 : wholeBits(m_costs[before]) * sixths;
+    const qint64 afresh = m_bits * sixths;
     Step step{};
     for (size_t mode = 0; mode < modes; ++mode) {
         const bool goesOn = m_costs[mode] <= afresh + m_headers[mode];
-        step[mode] = QRMode(goesOn ? mode : before);
+        step[mode] = goesOn ? QRMode(mode) : m_cheapest;
         const qint64 start = goesOn ? m_costs[mode] : afresh + m_headers[mode];
-        m_costs[mode] = costs[mode] == impossible ? impossible : start + costs[mode];
+        const qint64 cost = costsOf[byte][mode];
+        m_costs[mode] = cost == impossible ? impossible : start + cost;
     }
     m_steps.push_back(step);
+    findCheapest();
 }
 
-qint64 QRSplitter::bits() const
+void QRSplitter::findCheapest()
 {
-    return m_steps.empty() ? 0 : wholeBits(m_costs[cheapestMode()]);
+    m_bits = impossible;
+    for (size_t mode = 0; mode < modes; ++mode) {
+        const qint64 bits = wholeBits(m_costs[mode]);
+        if (bits < m_bits) {
+            m_bits = bits;
+            m_cheapest = QRMode(mode);
+        }
+    }
 }
 
 std::vector<QRSegment> QRSplitter::segments() const
 {
     std::vector<QRSegment> found;
-    auto mode = QRMode(cheapestMode());
+    QRMode mode = m_cheapest;
     for (qsizetype i = qsizetype(m_steps.size()) - 1; i >= 0; --i) {
         if (found.empty() || found.back().mode != mode) {
             found.push_back({ mode, i, 0 });

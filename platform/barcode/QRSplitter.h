@@ -25,7 +25,10 @@ public:
     explicit QRSplitter(int version);
 
     void append(uchar byte);
-    qint64 bits() const; ///< of the best split of what was appended, headers included
+    qint64 bits() const
+    {
+        return m_bits;
+    } ///< of the best split of what was appended, headers included
     std::vector<QRSegment> segments() const;
 
 private:
@@ -33,12 +36,14 @@ private:
     /// The mode in which the byte before is written, on the best way to each mode.
     using Step = std::array<QRMode, modes>;
 
-    size_t cheapestMode() const;
+    void findCheapest();
 
     std::array<qint64, modes> m_headers{};
     /// Of the best split that ends in each mode. Sixths of a bit: a digit takes 20, a letter 33.
     std::array<qint64, modes> m_costs;
     std::vector<Step> m_steps;
+    QRMode m_cheapest = QRMode::Byte; ///< that the best split ends in
+    qint64 m_bits = 0;
 };
 
 } // namespace platform

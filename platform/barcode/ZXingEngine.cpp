@@ -136,7 +136,7 @@ std::optional<QList<BarcodeObservation>> ZXingEngine::read(const QImage& grey)
     }
     // One reader's exception ends all of them: let each of the others have its turn.
     for (const auto& [format, symbology] : symbologies) {
-        const auto found = tryFormats(grey, format);
+        auto found = tryFormats(grey, format);
         if (found && !found->isEmpty()) {
             return found;
         }

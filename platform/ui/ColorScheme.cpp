@@ -48,10 +48,14 @@ public:
     }
 
 public Q_SLOTS:
-    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+    // A slot that takes the arguments is refused: QtDBus does not know its own QDBusVariant
+    // before the first message.
+    void settingChanged(const QDBusMessage& signal)
     {
-        if (group == appearanceGroup && key == colorSchemeKey) {
-            m_received(value.variant());
+        const QVariantList arguments = signal.arguments();
+        if (arguments.size() == 3 && arguments.at(0).toString() == appearanceGroup
+            && arguments.at(1).toString() == colorSchemeKey) {
+            m_received(arguments.at(2));
         }
     }
 
@@ -79,7 +83,7 @@ void ColorScheme::askPortal()
     auto* listener
         = new SettingListener([this](const QVariant& setting) { follow(setting); }, this);
     bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"),
-        listener, SLOT(settingChanged(QString, QString, QDBusVariant)));
+        listener, SLOT(settingChanged(QDBusMessage)));
     QDBusMessage read = QDBusMessage::createMethodCall(
         portalService, portalPath, settingsInterface, QStringLiteral("Read"));
     read << appearanceGroup << colorSchemeKey;

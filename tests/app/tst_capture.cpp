@@ -43,7 +43,7 @@ void CaptureTest::storesTheRecordAndItsPicture()
 
     const auto captures = Capture::getCaptures();
     QVERIFY(captures);
-    QCOMPARE(captures->size(), 1U);
+    QCOMPARE(captures->size(), 1);
     const Capture& capture = *captures->front();
     QCOMPARE(capture.captureValue(), QStringLiteral("text"));
     QCOMPARE(capture.captureTypeValue(), 1);
@@ -90,7 +90,7 @@ void CaptureTest::givesEachCaptureAKeyOfItsOwn()
     Capture::storeCapture(support::plainPicture(), QStringLiteral("same"));
     Capture::storeCapture(support::plainPicture(), QStringLiteral("same"));
     const auto captures = *Capture::getCaptures();
-    QCOMPARE(captures.size(), 2U);
+    QCOMPARE(captures.size(), 2);
     QVERIFY(captures[0]->captureImageKey() != captures[1]->captureImageKey());
     QCOMPARE(Program::pictures().size(), 2);
 }
@@ -131,7 +131,7 @@ void CaptureTest::keepsARecordWhosePictureCannotBeWritten()
 {
     Program program(Start::NotLaunched);
     Capture::storeCapture(QImage(), QStringLiteral("no picture"));
-    QCOMPARE(Capture::getCaptures()->size(), 1U);
+    QCOMPARE(Capture::getCaptures()->size(), 1);
     QVERIFY(Program::pictures().isEmpty());
     QVERIFY(Capture::getCaptures()->front()->getImage().load().isNull());
 }
@@ -153,7 +153,7 @@ void CaptureTest::deletesTheRecordWithItsPicture()
     const auto gone = program.keep(QStringLiteral("gone"));
     Capture::deleteCapture(gone);
     QCOMPARE(Program::pictures(), { kept->captureImageKey() + QStringLiteral(".jpg") });
-    QCOMPARE(Capture::getCaptures()->size(), 1U);
+    QCOMPARE(Capture::getCaptures()->size(), 1);
     QCOMPARE(Capture::getCaptures()->front()->captureValue(), QStringLiteral("kept"));
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
 }
@@ -183,7 +183,7 @@ void CaptureTest::deletionIsUndoneWithItsPicture()
     Capture::deleteCapture(capture);
     QVERIFY(!QFileInfo::exists(capture->getImageUrl()));
     undo.undo();
-    QCOMPARE(Capture::getCaptures()->size(), 1U);
+    QCOMPARE(Capture::getCaptures()->size(), 1);
     QCOMPARE(Capture::getCaptures()->front()->captureValue(), QStringLiteral("precious"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), bytes);
@@ -272,7 +272,7 @@ void CaptureTest::keepsCapturesOverRestarts()
     }
     Program again(Start::NotLaunched, Data::Kept);
     const auto captures = *Capture::getCaptures();
-    QCOMPARE(captures.size(), 1U);
+    QCOMPARE(captures.size(), 1);
     QCOMPARE(captures.front()->captureValue(), text);
     QCOMPARE(captures.front()->notes(), QStringLiteral("mine"));
     QVERIFY(!captures.front()->getImage().load().isNull());

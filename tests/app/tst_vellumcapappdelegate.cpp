@@ -273,7 +273,7 @@ void VellumcapAppDelegateTest::quitAnywayQuitsWithoutSaving()
         QCOMPARE(seen[1].text, quitAlert.text);
     }
     Program again(Start::NotLaunched, support::Data::Kept);
-    QCOMPARE(Capture::getCaptures()->size(), 1U);
+    QCOMPARE(Capture::getCaptures()->size(), 1);
     QVERIFY(!Capture::getCaptures()->front()->notes());
 }
 

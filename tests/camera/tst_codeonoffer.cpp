@@ -4,6 +4,7 @@
 
 #include <array>
 #include <thread>
+#include <vector>
 
 using vellumcap::CodeOnOffer;
 
@@ -119,9 +120,10 @@ void CodeOnOfferTest::staysWholeUnderManyThreads()
     std::array<int, detections> accepted{};
     std::atomic<bool> isTorn = false;
     {
-        std::array<std::jthread, detections> workers;
-        for (std::size_t i = 0; i < workers.size(); ++i) {
-            workers.at(i) = std::jthread([&offer, &count = accepted.at(i)] {
+        std::vector<std::jthread> workers;
+        workers.reserve(accepted.size());
+        for (int& count : accepted) {
+            workers.emplace_back([&offer, &count] {
                 for (int round = 0; round < rounds; ++round) {
                     count += offer.accept(text(round % 7), picture(0xFF445566)) ? 1 : 0;
                 }

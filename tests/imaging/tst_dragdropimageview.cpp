@@ -554,7 +554,8 @@ void DragDropImageViewTest::dragsWhenTheFileCannotBeWritten()
 
 void DragDropImageViewTest::providesTiffAndPdf()
 {
-    const Well well;
+    Well well;
+    well.window.show(); // lays it out
     well.view->setImage(plainPicture({ 12, 9 }, Qt::red));
     QMimeData item;
     for (const char* type : { "image/tiff", "application/pdf", "image/png", "text/plain" }) {
@@ -567,9 +568,10 @@ void DragDropImageViewTest::providesTiffAndPdf()
     QCOMPARE(tiff.pixelColor(3, 3), QColor(Qt::red));
     const QByteArray pdf = item.data(QStringLiteral("application/pdf"));
     QVERIFY(pdf.startsWith("%PDF-"));
-    const QByteArray box = QByteArray("/MediaBox [0 0 ") + QByteArray::number(well.view->width())
-        + ' ' + QByteArray::number(well.view->height());
-    QVERIFY2(pdf.contains(box), pdf.left(600).constData());
+    const auto points = [](int pixels) { return QByteArray::number(double(pixels), 'f', 6); };
+    const QByteArray box = "/MediaBox [0 0 " + points(well.view->width()) + ' '
+        + points(well.view->height()) + ']';
+    QVERIFY2(pdf.contains(box), pdf.mid(pdf.indexOf("/MediaBox"), 60).constData());
 }
 
 void DragDropImageViewTest::zoomsItsWindowToThePicture()

@@ -120,8 +120,7 @@ void GenerateWindowTest::startsEmpty()
     QVERIFY(!sheet.window->imageWell->allowDrop());
     QVERIFY(sheet.window->imageWell->allowDrag());
     QCOMPARE(sheet.hint(), QStringLiteral("Type or paste a text above"));
-    QVERIFY(sheet.window->textField->hasFocus()
-        || sheet.window->window()->focusWidget() == sheet.window->textField);
+    QTRY_VERIFY(sheet.window->textField->hasFocus()); // one can type at once
 }
 
 void GenerateWindowTest::goesThroughItsStates()
@@ -310,11 +309,11 @@ void GenerateWindowTest::savesTwice()
     sheet.generate();
     sheet.save();
     QCOMPARE(sheet.enabled(), generated);
-    QCOMPARE(sheet.program.journal().captures().size(), 1U);
+    QCOMPARE(sheet.program.journal().captures().size(), 1);
     sheet.save();
     QCOMPARE(sheet.enabled(), generated);
     const auto& captures = sheet.program.journal().captures();
-    QCOMPARE(captures.size(), 2U);
+    QCOMPARE(captures.size(), 2);
     QCOMPARE(Program::pictures().size(), 2);
     for (const auto& capture : captures) {
         QCOMPARE(capture->captureValue(), QStringLiteral("https://example.org/"));

@@ -197,7 +197,7 @@ void ImportWindowTest::offersTheFirstOfSeveral()
     QVERIFY(offered == QStringLiteral("left") || offered == QStringLiteral("right"));
     QTest::mouseClick(window.buttonSave, Qt::LeftButton);
     waitForExaminations();
-    QCOMPARE(program.journal().captures().size(), 1U);
+    QCOMPARE(program.journal().captures().size(), 1);
     QCOMPARE(window.textField->stringValue(), QString());
 }
 
@@ -240,7 +240,7 @@ void ImportWindowTest::savesTheBitmapThatWasExamined()
     QCOMPARE(enabledButtons(window), waiting);
     QCOMPARE(window.captureState(), 0);
     QCOMPARE(window.captureData(), QStringLiteral("keep me"));
-    QCOMPARE(program.journal().captures().size(), 1U);
+    QCOMPARE(program.journal().captures().size(), 1);
     const auto& kept = *program.journal().captures().front();
     QCOMPARE(kept.captureValue(), QStringLiteral("keep me"));
     QCOMPARE(kept.getImage().load().size(), picture.size());

@@ -361,7 +361,7 @@ void JournalWindowTest::deletesTheSelectedCapture()
     QVERIFY(journal.selectedCapture() == nullptr);
     QVERIFY(!journal.selectedText->isVisible());
     QCOMPARE(days.sortedKeys().size(), 1);
-    QCOMPARE(journal.captures().size(), 2U);
+    QCOMPARE(journal.captures().size(), 2);
     QCOMPARE(journal.captures()[0]->captureValue(), QStringLiteral("a"));
     QCOMPARE(journal.captures()[1]->captureValue(), QStringLiteral("b"));
     QCOMPARE(Program::pictures().size(), 2);
@@ -379,7 +379,7 @@ void JournalWindowTest::undoBringsADeletedCaptureBack()
     Q_EMIT journal.window()->findChild<QMenu*>(QStringLiteral("menuEdit"))->aboutToShow();
     QVERIFY(itemOf(journal, "undo")->isEnabled());
     itemOf(journal, "undo")->trigger();
-    QCOMPARE(journal.captures().size(), 1U);
+    QCOMPARE(journal.captures().size(), 1);
     QVERIFY(journal.collectionView->itemAtIndexPath({ 0, 0 }) != nullptr);
     QCOMPARE(Program::pictures().size(), 1);
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
@@ -554,7 +554,7 @@ void JournalWindowTest::closingOnlyHides()
     program.keep(plainText);
     program.delegate().openJournalWindow(nullptr);
     QVERIFY(journal.window()->isVisible());
-    QCOMPARE(journal.captures().size(), 1U);
+    QCOMPARE(journal.captures().size(), 1);
 }
 
 void JournalWindowTest::survivesAStoreThatCannotBeOpened()

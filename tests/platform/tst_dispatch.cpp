@@ -98,11 +98,13 @@ void DispatchTest::finishesTheSerialQueueInItsDestructor()
 
 void DispatchTest::takesJobsFromManyThreads()
 {
+    constexpr int writerCount = 4;
     std::atomic<int> sum = 0;
     {
         platform::SerialQueue queue("aQueue");
         std::vector<std::thread> writers;
-        for (int writer = 0; writer < 4; ++writer) {
+        writers.reserve(writerCount);
+        for (int writer = 0; writer < writerCount; ++writer) {
             writers.emplace_back([&] {
                 for (int number = 0; number < jobCount; ++number) {
                     queue.async([&sum] { ++sum; });
@@ -113,7 +115,7 @@ void DispatchTest::takesJobsFromManyThreads()
             writer.join();
         }
     }
-    QCOMPARE(sum.load(), 4 * jobCount);
+    QCOMPARE(sum.load(), writerCount * jobCount);
 }
 
 void DispatchTest::goesOnAfterAnException()

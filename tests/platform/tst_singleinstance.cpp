@@ -139,7 +139,9 @@ void SingleInstanceTest::handsOverToTheFirst()
 void SingleInstanceTest::letsOneOfManyWin()
 {
     std::vector<std::unique_ptr<Process>> starts;
-    for (int number = 0; number < 6; ++number) {
+    constexpr int startCount = 6;
+    starts.reserve(startCount);
+    for (int number = 0; number < startCount; ++number) {
         starts.push_back(startProgram());
     }
     int owners = 0;

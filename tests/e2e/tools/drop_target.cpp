@@ -1,0 +1,83 @@
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDropEvent>
+#include <QFile>
+#include <QLabel>
+#include <QMimeData>
+#include <QScreen>
+#include <QTimer>
+#include <QUrl>
+
+#include <cstdio>
+
+namespace {
+
+/// Stands for a file manager or mail program that takes a file. Tells on standard output what was
+/// offered, and copies the file's bytes when it is told to, which may be much later.
+class Target : public QLabel {
+public:
+    Target(QString copy, QString signal)
+        : m_copy(std::move(copy))
+        , m_signal(std::move(signal))
+    {
+        setText(QStringLiteral("Drop here"));
+        setAccessibleName(text());
+        setAlignment(Qt::AlignCenter);
+        setFixedSize(160, 160);
+        setAcceptDrops(true);
+        setWindowFlag(Qt::WindowStaysOnTopHint);
+        connect(&m_timer, &QTimer::timeout, this, &Target::copyWhenTold);
+    }
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override { event->acceptProposedAction(); }
+
+    void dropEvent(QDropEvent* event) override
+    {
+        const QMimeData& offered = *event->mimeData();
+        m_file = offered.urls().value(0).toLocalFile();
+        std::printf("actions: %d\nformats: %s\nuris: %s\ndropped\n",
+            int(event->possibleActions().toInt()),
+            qPrintable(offered.formats().join(QLatin1Char(' '))),
+            offered.data(QStringLiteral("text/uri-list")).trimmed().constData());
+        std::fflush(stdout);
+        event->acceptProposedAction();
+        m_timer.start(50);
+    }
+
+private:
+    void copyWhenTold()
+    {
+        if (!QFile::exists(m_signal)) {
+            return;
+        }
+        m_timer.stop();
+        std::printf("%s\n", QFile::copy(m_file, m_copy) ? "copied" : "nothing to copy");
+        std::fflush(stdout);
+    }
+
+    QString m_copy;
+    QString m_signal;
+    QString m_file;
+    QTimer m_timer;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QApplication application(argc, argv);
+    QCommandLineParser parser;
+    parser.addPositionalArgument(QStringLiteral("copy"), QStringLiteral("Where the copy goes."));
+    parser.addPositionalArgument(
+        QStringLiteral("signal"), QStringLiteral("The file copied when this one exists."));
+    parser.process(application);
+    const QStringList arguments = parser.positionalArguments();
+    if (arguments.size() != 2) {
+        parser.showHelp(EXIT_FAILURE);
+    }
+    Target target(arguments.at(0), arguments.at(1));
+    target.move(8, QGuiApplication::primaryScreen()->availableGeometry().bottom() - 180);
+    target.show();
+    return QApplication::exec();
+}

@@ -1,0 +1,44 @@
+#include "imaging/DragDropImageView.h"
+#include "platform/ui/Application.h"
+
+#include <QVBoxLayout>
+
+#include <cstdio>
+
+namespace {
+
+/// A window with a well in it, which tells on standard output of the drops it has taken.
+class Window : public QWidget, public vellumcap::DragDropImageViewDelegate {
+public:
+    explicit Window(const QImage& picture)
+    {
+        auto* view = new vellumcap::DragDropImageView;
+        view->setAccessibleName(QStringLiteral("Well"));
+        view->setImage(picture);
+        view->setDelegate(this);
+        (new QVBoxLayout(this))->addWidget(view);
+        m_view = view;
+        setWindowTitle(QStringLiteral("Image well"));
+        setGeometry(500, 100, 300, 300);
+    }
+
+    void dropComplete(const std::optional<QString>& path) override
+    {
+        std::printf("took: %s, %d x %d, %s\n", qPrintable(path.value_or(QStringLiteral("no file"))),
+            m_view->image().width(), m_view->image().height(), qPrintable(windowTitle()));
+        std::fflush(stdout);
+    }
+
+private:
+    vellumcap::DragDropImageView* m_view = nullptr;
+};
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    platform::Application application(argc, argv);
+    Window window(argc > 1 ? QImage(QString::fromLocal8Bit(argv[1])) : QImage());
+    window.show();
+    return QApplication::exec();
+}
