@@ -64,18 +64,21 @@ def click(point, repeat=1):
     xdotool(*move(point), "click", "--repeat", repeat, "--delay", 60, 1)
 
 
-def drag(start, end, hesitate, steps=10):
-    """Drags with the left button, at the pace of a hand; lets go at the end after `hesitate()`."""
+def drag(start, end, ready=lambda: True, steps=10):
+    """Drags with the left button, at the pace of a hand; lets go at the end once `ready()`."""
     way = [[round(a + (b - a) * step / steps) for a, b in zip(start, end)]
            for step in range(1, steps + 1)]
-    # A target learns of the pointer only when it moves over it.
-    way.append([end[0] + 1, end[1] + 1])
-    moves = [word for point in way for word in (*move(point), "sleep", 0.02)]
-    xdotool(*move(start), "mousedown", 1, *moves)
+    xdotool(*move(start), "mousedown", 1)
     try:
-        hesitate()
+        xdotool(*(word for point in way for word in (*move(point), "sleep", 0.02)))
+        wait_until(lambda: hover(end) or ready(), "the moment to drop")
     finally:
         xdotool("mouseup", 1)
+
+
+def hover(point):
+    """Source and target learn of the pointer only when it moves, and may have been busy before."""
+    xdotool(*move((point[0] + 1, point[1] + 1)), "sleep", 0.02, *move(point), "sleep", 0.02)
 
 
 def screenshot(name):

@@ -33,7 +33,7 @@ class Journal(vellumcap.WithJournal):
         app = self.start()
         vellumcap.select(app, TEXT)
         notes = app.find("text", "Notes")
-        notes.type("Clé à gauche, 東京 🗝")
+        self.paste_into(notes, "Clé à gauche, 東京 🗝")
         desktop.keys("Return")
         desktop.type_text("<b>second</b> & last line")
         self.assertNotIn("notes", vellumcap.capture_of(TEXT))

@@ -44,22 +44,28 @@ def drag_onto(target, *what):
 
 def drop(source, target):
     """As drag_onto, from a source that is there already."""
-    def wait_until_welcome():
-        desktop.wait_until(lambda: "over: copy" in source.log, "the drag to be welcome")
-    assert drag(source, target, wait_until_welcome) == "copy"
+    outcome = drag(source, target, lambda: "over: copy" in source.log)
+    assert outcome == "copy", outcome
 
 
 def drag_in_vain(target, *what):
     """Drags what the target has to refuse."""
+    refusal = 0.5  # seconds; nobody tells when the answer was no, which takes a fraction of this
     with desktop.App("drag_source", *what) as source:
-        # Nobody tells that the answer was no; it comes in a fraction of this.
-        assert drag(source, target, lambda: time.sleep(0.5)) == "none"
+        begun = []
+
+        def has_hovered():
+            if not begun and "dragging" in source.log:
+                begun.append(time.monotonic())
+            return begun and time.monotonic() > begun[0] + refusal
+        outcome = drag(source, target, has_hovered)
+        assert outcome == "none", outcome
 
 
-def drag(source, target, hesitate):
+def drag(source, target, ready):
     """How the source says that the drag ended."""
     desktop.wait_until(lambda: desktop.windows_of(source.process.pid), "the source's window")
-    desktop.drag(source.find(name="Drag me").center, target.center, hesitate)
+    desktop.drag(source.find(name="Drag me").center, target.center, ready)
     desktop.wait_until(lambda: "dropped: " in source.log, "the end of the drag")
     return source.log.split("dropped: ")[1].strip()
 

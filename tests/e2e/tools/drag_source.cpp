@@ -127,6 +127,8 @@ protected:
         connect(drag, &QObject::destroyed, this, [action] { tell("dropped", *action); });
         connect(drag, &QDrag::actionChanged, this,
             [](Qt::DropAction offered) { tell("over", offered); });
+        std::puts("dragging");
+        std::fflush(stdout);
         *action = drag->exec(m_actions);
     }
 

@@ -32,6 +32,13 @@ public:
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override { event->acceptProposedAction(); }
 
+    void dragMoveEvent(QDragMoveEvent* event) override
+    {
+        std::puts("over");
+        std::fflush(stdout);
+        event->acceptProposedAction();
+    }
+
     void dropEvent(QDropEvent* event) override
     {
         const QMimeData& offered = *event->mimeData();
