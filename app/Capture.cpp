@@ -230,7 +230,7 @@ std::optional<CaptureList> Capture::getCaptures()
         return std::nullopt;
     }
     platform::Error error;
-    const auto objects
+    auto objects
         = context->execute({ entityName(), { { QStringLiteral("dateCaptured"), false } } }, &error);
     if (!objects) {
         platform::log(QStringLiteral("Error! %1").arg(error.localizedDescription));

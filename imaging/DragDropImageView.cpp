@@ -89,7 +89,7 @@ QByteArray encoded(const QImage& image, const char* format)
 QString writeCapture(const QImage& image)
 {
     const QString folder = platform::StandardFolders::caches();
-    const QString path = folder + QStringLiteral("/capture.png");
+    QString path = folder + QStringLiteral("/capture.png");
     const QByteArray png = encoded(image, "PNG");
     if (!png.isEmpty() && !platform::FileManager::createDirectory(folder)) {
         const QByteArrayView parts[]{ png };
@@ -213,10 +213,12 @@ void DragDropImageView::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     auto& shown = m_preview.isNull() ? m_picture : m_preview;
+    QPalette colors = palette();
+    colors.setCurrentColorGroup(QPalette::Active); // empty is not faded
     // A code needs light around it, on a dark desktop too.
-    drawing::fillCard(painter, rect(),
-        shown.isNull() ? drawing::tileColor(palette()) : QColor(Qt::white), radius);
-    drawing::strokeHairline(painter, rect(), drawing::hairlineColor(palette()), radius);
+    drawing::fillCard(
+        painter, rect(), shown.isNull() ? drawing::tileColor(colors) : QColor(Qt::white), radius);
+    drawing::strokeHairline(painter, rect(), drawing::hairlineColor(colors), radius);
     const double margin = m_preview.isNull() ? padding : 0;
     const QRectF area = QRectF(rect()).adjusted(margin, margin, -margin, -margin);
     shown.draw(painter, shown.fittingRect(area, devicePixelRatioF()));

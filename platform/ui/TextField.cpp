@@ -2,6 +2,7 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QKeyEvent>
+#include <QScrollBar>
 #include <QTextDocument>
 #include <QtMath>
 
@@ -17,6 +18,9 @@ TextField::TextField(QWidget* parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(this, &QPlainTextEdit::textChanged, this, &TextField::fitHeight);
+    // A new text is wrapped only after it was announced.
+    connect(document()->documentLayout(), &QAbstractTextDocumentLayout::documentSizeChanged, this,
+        &TextField::fitHeight);
 }
 
 QString TextField::stringValue() const
@@ -117,6 +121,9 @@ void TextField::resizeEvent(QResizeEvent* event)
 {
     QPlainTextEdit::resizeEvent(event);
     fitHeight(); // the width decides how the text wraps
+    if (lineCount() <= m_maximumLines) {
+        verticalScrollBar()->setValue(0); // what was scrolled to the cursor has room by now
+    }
 }
 
 } // namespace platform

@@ -30,6 +30,33 @@ def show_import(app):
     app.wait_gone("dialog", "Import")
 
 
+def paste(field, text):
+    with vellumcap.clipboard(text, "--text"):
+        field.click()
+        desktop.keys("ctrl+a", "ctrl+v")
+        desktop.wait_until(lambda: field.text == text, "the pasted text")
+
+
+def show_generate(app):
+    app.find("push button", "Generate").click()
+    sheet = app.find("dialog", "Generate")
+    field = sheet.find("text", "Text to encode")
+    picture("generate-empty")
+    for name, text in (("short", LINK), ("long", TEXTS[-1])):
+        paste(field, text)
+        sheet.find("push button", "Generate").wait_enabled()
+        picture(f"generate-{name}-edited")
+        sheet.find("push button", "Generate").click()
+        sheet.find("push button", "Save").wait_enabled()
+        picture(f"generate-{name}")
+    paste(field, "No code holds this. " * 120)
+    sheet.find("push button", "Generate").wait_enabled().click()
+    sheet.find("label", containing="too long")
+    picture("generate-too-long")
+    sheet.find("push button", "Close").click()
+    app.wait_gone("dialog", "Generate")
+
+
 def main():
     with vellumcap.preferred(sys.argv[1]), vellumcap.start() as app:
         picture("journal-empty")
@@ -45,6 +72,7 @@ def main():
         app.find("dialog")
         picture("save-panel")
         desktop.keys("Escape")
+        show_generate(app)
         desktop.keys("alt+f")
         picture("menu")
         desktop.keys("Escape")

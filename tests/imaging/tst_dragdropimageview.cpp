@@ -569,8 +569,8 @@ void DragDropImageViewTest::providesTiffAndPdf()
     const QByteArray pdf = item.data(QStringLiteral("application/pdf"));
     QVERIFY(pdf.startsWith("%PDF-"));
     const auto points = [](int pixels) { return QByteArray::number(double(pixels), 'f', 6); };
-    const QByteArray box = "/MediaBox [0 0 " + points(well.view->width()) + ' '
-        + points(well.view->height()) + ']';
+    const QByteArray box
+        = "/MediaBox [0 0 " + points(well.view->width()) + ' ' + points(well.view->height()) + ']';
     QVERIFY2(pdf.contains(box), pdf.mid(pdf.indexOf("/MediaBox"), 60).constData());
 }
 

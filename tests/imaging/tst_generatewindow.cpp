@@ -14,6 +14,7 @@
 #include <QLabel>
 #include <QMimeData>
 #include <QPushButton>
+#include <QScrollBar>
 
 using support::Program;
 using vellumcap::GenerateWindow;
@@ -92,6 +93,7 @@ private Q_SLOTS:
     void returnDoesNotGenerate_data();
     void returnDoesNotGenerate();
     void shiftReturnBeginsALine();
+    void fieldGrowsWithItsText();
     void encodesUtf8();
     void drawsGreyWithHardEdges_data();
     void drawsGreyWithHardEdges();
@@ -222,6 +224,16 @@ void GenerateWindowTest::shiftReturnBeginsALine()
     sheet.generate();
     QCOMPARE(sheet.window->generatedData(), QStringLiteral("a\nb"));
     QCOMPARE(sheet.window->imageWell->image(), codeOf("a\nb"));
+}
+
+void GenerateWindowTest::fieldGrowsWithItsText()
+{
+    const Sheet sheet;
+    const auto* field = sheet.window->textField;
+    const int before = field->height();
+    sheet.paste(QStringLiteral("words that wrap ").repeated(20));
+    QTRY_VERIFY(field->height() > before + field->fontMetrics().lineSpacing());
+    QCOMPARE(field->verticalScrollBar()->value(), 0);
 }
 
 void GenerateWindowTest::encodesUtf8()

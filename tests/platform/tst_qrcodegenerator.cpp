@@ -8,7 +8,10 @@
 #include <memory>
 #include <random>
 
-using namespace platform;
+using platform::QRMode;
+using platform::QRSegment;
+using platform::QRSplitter;
+namespace QRCodeGenerator = platform::QRCodeGenerator;
 
 namespace {
 
