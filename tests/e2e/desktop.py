@@ -55,30 +55,36 @@ def type_text(text):
     xdotool("type", "--clearmodifiers", "--delay", delay, text)
 
 
-def move(point):
-    """What makes xdotool move the pointer, to be followed by what it does there."""
-    return "mousemove", "--sync", *point
-
-
 def click(point, repeat=1):
-    xdotool(*move(point), "click", "--repeat", repeat, "--delay", 60, 1)
+    xdotool("mousemove", *point, "click", "--repeat", repeat, "--delay", 60, 1)
 
 
-def drag(start, end, ready=lambda: True, steps=10):
-    """Drags with the left button, at the pace of a hand; lets go at the end once `ready()`."""
-    way = [[round(a + (b - a) * step / steps) for a, b in zip(start, end)]
-           for step in range(1, steps + 1)]
-    xdotool(*move(start), "mousedown", 1)
+def drag(start, end, ready=lambda: True):
+    """Drags with the left button, and lets go at the end once `ready()`."""
+    xdotool("mousemove", *start, "mousedown", 1)
     try:
-        xdotool(*(word for point in way for word in (*move(point), "sleep", 0.02)))
-        wait_until(lambda: hover(end) or ready(), "the moment to drop")
+        # Over a new window, a source on a busy machine may answer for its data too late, and is
+        # asked only once when the drag enters: a user would try again, too.
+        wait_until(lambda: drag_along(start, end) or hover_until(ready, end), "the moment to drop")
     finally:
         xdotool("mouseup", 1)
 
 
-def hover(point):
+def drag_along(start, end):
+    """Few steps, with time to answer for every window on the way."""
+    begun = [start[0] + 20, start[1] - 20]
+    xdotool(*(word for point in (start, begun, end)
+              for word in ("mousemove", *point, "sleep", 0.1)))
+
+
+def hover_until(ready, point, tries=20):
     """Source and target learn of the pointer only when it moves, and may have been busy before."""
-    xdotool(*move((point[0] + 1, point[1] + 1)), "sleep", 0.02, *move(point), "sleep", 0.02)
+    beside = [point[0] + 1, point[1] + 1]
+    for _ in range(tries):
+        if ready():
+            return True
+        xdotool("mousemove", *beside, "sleep", 0.02, "mousemove", *point, "sleep", 0.02)
+    return False
 
 
 def screenshot(name):

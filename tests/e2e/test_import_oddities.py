@@ -31,8 +31,7 @@ class ImportOddities(unittest.TestCase):
     def pasting(self, *what):
         """The owner of the clipboard has to live until the picture has been read."""
         with vellumcap.clipboard(*what):
-            self.well.click()
-            desktop.wait_until(lambda: self.well.focused, "focus on the well")
+            self.well.take_focus()
             desktop.keys("ctrl+v")
             yield
 

@@ -44,7 +44,7 @@ def drag_onto(target, *what):
 
 def drop(source, target):
     """As drag_onto, from a source that is there already."""
-    outcome = drag(source, target, lambda: "over: copy" in source.log)
+    outcome = drag(source, target, lambda: source.log.endswith("over: copy\n"))
     assert outcome == "copy", outcome
 
 
