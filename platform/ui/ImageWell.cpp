@@ -1,6 +1,7 @@
 #include "platform/ui/ImageWell.h"
 
 #include "platform/services/Dispatch.h"
+#include "platform/services/StandardFolders.h"
 #include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 #include "platform/ui/PictureMimeData.h"
@@ -235,7 +236,7 @@ void ImageWell::chooseFile()
     if (m_state->dialog != nullptr) {
         return;
     }
-    auto* dialog = new QFileDialog(this, tr("Choose a Picture"));
+    auto* dialog = new QFileDialog(this, tr("Choose a Picture"), StandardFolders::pictures());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setNameFilters({ pictureFilter(), tr("All Files (*)") });

@@ -2,7 +2,7 @@
 
 #include <QHashFunctions>
 
-#include <compare>
+#include <tuple>
 
 namespace platform {
 
@@ -10,7 +10,11 @@ namespace platform {
 struct IndexPath {
     int section = 0;
     int item = 0;
-    auto operator<=>(const IndexPath&) const = default;
+    bool operator==(const IndexPath&) const = default;
+    bool operator<(const IndexPath& other) const
+    {
+        return std::tie(section, item) < std::tie(other.section, other.item);
+    }
 };
 
 inline size_t qHash(const IndexPath& path, size_t seed = 0) noexcept

@@ -17,7 +17,6 @@
 
 using platform::Symbology;
 using support::Program;
-using vellumcap::Capture;
 using vellumcap::ImportWindow;
 
 namespace {

@@ -4,7 +4,6 @@
 
 using support::Program;
 using support::Start;
-using vellumcap::Capture;
 using vellumcap::CaptureImageBrowserDatasource;
 
 class CaptureImageBrowserTest : public QObject {

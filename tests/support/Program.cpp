@@ -52,7 +52,7 @@ QStringList Program::pictures()
 std::shared_ptr<vellumcap::Capture> Program::keep(const QString& text, const QDateTime& moment)
 {
     auto* context = m_delegate.managedObjectContext();
-    const auto capture = vellumcap::Capture::insertInManagedObjectContext(context);
+    auto capture = vellumcap::Capture::insertInManagedObjectContext(context);
     capture->setCaptureTypeValue(1);
     capture->setCaptureValue(text);
     capture->setDateCaptured(moment);
