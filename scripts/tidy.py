@@ -92,7 +92,9 @@ def main():
                 to_check[source].touch()
             else:
                 failed += 1
-                print(job.result().stdout or job.result().stderr, flush=True)
+                # A clang-tidy that was killed says nothing by itself.
+                print(f"{source}: status {job.result().returncode}\n"
+                      f"{job.result().stdout or job.result().stderr}", flush=True)
     forget_old_stamps()
     if failed:
         sys.exit(f"clang-tidy: {failed} of {len(to_check)} sources have faults")
