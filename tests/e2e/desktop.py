@@ -174,6 +174,11 @@ class Element:
         wait_until(lambda: self.enabled, f"{self.role} {self.name!r} to be enabled")
         return self
 
+    def wait_active(self):
+        """Until keys reach this window, which they do not while another is still going."""
+        wait_until(lambda: self.has_state("active"), f"{self.role} {self.name!r} to be active")
+        return self
+
     def click(self, repeat=1):
         """A real click in the middle."""
         click(self.center, repeat)

@@ -68,7 +68,7 @@ class Quit(vellumcap.WithJournal):
         before = (folder / vellumcap.STORE.name).read_bytes()
         self.edit_notes(app)
         alert = self.refuse_to_quit(app, "The disk is full. Free some space, then try again.")
-        alert.find("push button", "Cancel").click()
+        alert.find("push button", "Cancel").press()
         notes = app.find("text", "Notes")
         self.assertEqual(notes.text, NOTES)
         self.assertEqual((folder / vellumcap.STORE.name).read_bytes(), before)
@@ -104,7 +104,7 @@ class Quit(vellumcap.WithJournal):
         before = (elsewhere / vellumcap.STORE.name).read_bytes()
         alert = self.refuse_to_quit(
             app, "Its folder does not exist. Make the folder, then try again.")
-        alert.find("push button", "Quit anyway").click()
+        alert.find("push button", "Quit anyway").press()
         self.assertEqual(app.wait_ended(), 0)
         self.assertEqual((elsewhere / vellumcap.STORE.name).read_bytes(), before)
         self.assertEqual(vellumcap.DATA.read_text(), "in the way")

@@ -24,6 +24,7 @@ def start(**how):
 
 
 def quit_by_keys(app):
+    app.find("frame", "Vellumcap").wait_active()
     desktop.keys("ctrl+q")
     return app.wait_ended()
 
