@@ -289,11 +289,7 @@ void JournalWindow::refreshLists()
 
 void JournalWindow::undoChangedStore()
 {
-    if (selectedCapture() == nullptr) {
-        captureSelected(nullptr);
-    } else {
-        captureSelected(selectedCapture());
-    }
+    captureSelected(selectedCapture()); // changed, or gone
     Capture::saveCapture(nullptr);
     refreshLists();
 }
