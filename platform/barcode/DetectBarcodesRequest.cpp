@@ -1,76 +1,20 @@
 #include "platform/barcode/DetectBarcodesRequest.h"
 
+#include "platform/barcode/Detector.h"
 #include "platform/barcode/GreyPicture.h"
-#include "platform/barcode/ZBarEngine.h"
-#include "platform/barcode/ZXingEngine.h"
+#include "platform/barcode/LiveScan.h"
 
 #include <QTransform>
 
-#include <algorithm>
 #include <utility>
 
 namespace platform {
 namespace {
 
-using Observations = QList<BarcodeObservation>;
-
-// The shortest side of the smallest symbol there is (a Data Matrix of 8 x 18 modules).
-constexpr int smallestCode = 8;
-constexpr int comfortableSide = 2000; // pixels; larger pictures are first read smaller
-constexpr int largestReadHalved = 1000; // pixels; below, half the size has too few per module
-
-/// Tries engine after engine and size after size over one picture until a code turns up.
-class Search {
-public:
-    explicit Search(QImage grey)
-        : m_grey(std::move(grey))
-    {
-    }
-
-    Observations codes();
-    bool failed() const { return m_failed; }
-
-private:
-    Observations read(BarcodeEngine& engine, const QImage& grey, int factor);
-
-    QImage m_grey;
-    bool m_failed = false;
-};
-
-Observations Search::read(BarcodeEngine& engine, const QImage& grey, int factor)
+// Turns what was found in a picture into what is found in its mirror image, or back.
+QPolygonF mirrored(const QPolygonF& corners, int width)
 {
-    auto found = engine.read(grey);
-    if (!found) {
-        m_failed = true;
-        return {};
-    }
-    for (BarcodeObservation& code : *found) {
-        code.corners = QTransform::fromScale(factor, factor).map(code.corners);
-    }
-    return *found;
-}
-
-Observations Search::codes()
-{
-    const int side = std::max(m_grey.width(), m_grey.height());
-    const int comfortable = std::max(1, qRound(double(side) / comfortableSide));
-    const QImage first = comfortable > 1 ? shrunk(m_grey, comfortable) : m_grey;
-    ZXingEngine zxing;
-    Observations found = read(zxing, first, comfortable);
-    if (found.isEmpty() && comfortable > 1) {
-        found = read(zxing, m_grey, 1);
-    }
-    if (found.isEmpty() && comfortable != 2 && side > largestReadHalved) {
-        found = read(zxing, shrunk(m_grey, 2), 2);
-    }
-    if (found.isEmpty()) {
-        found = read(zxing, inverted(first), comfortable);
-    }
-    if (found.isEmpty()) {
-        ZBarEngine zbar;
-        found = read(zbar, first, comfortable);
-    }
-    return found;
+    return QTransform(-1, 0, 0, 1, width, 0).map(corners);
 }
 
 } // namespace
@@ -80,25 +24,40 @@ DetectBarcodesRequest::DetectBarcodesRequest(CompletionHandler completionHandler
 {
 }
 
-ImageRequestHandler::ImageRequestHandler(QImage bitmap)
+ImageRequestHandler::ImageRequestHandler(QImage bitmap, ImageRequestOptions options)
     : m_bitmap(std::move(bitmap))
+    , m_options(std::move(options))
 {
 }
 
 bool ImageRequestHandler::perform(DetectBarcodesRequest& request) const
 {
     request.m_results.clear();
-    const QImage grey = greyPicture(m_bitmap);
-    bool examined = !grey.isNull();
-    if (examined && std::min(grey.width(), grey.height()) >= smallestCode) {
-        Search search(grey);
-        request.m_results = search.codes();
-        examined = !request.m_results.isEmpty() || !search.failed();
+    QImage grey = greyPicture(m_bitmap);
+    if (m_options.orientation == ImageOrientation::Mirrored) {
+        grey.mirror(true, false);
+    }
+    std::optional<Detection> detection;
+    if (!grey.isNull()) {
+        LiveScan* scan = m_options.liveScan.get();
+        detection
+            = detectCodes(grey, scan != nullptr ? std::optional(scan->nextFrame()) : std::nullopt);
+        if (scan != nullptr) {
+            scan->setLocated(detection ? detection->located : QRect());
+        }
+    }
+    if (detection) {
+        request.m_results = std::move(detection->codes);
+        if (m_options.orientation == ImageOrientation::Mirrored) {
+            for (BarcodeObservation& code : request.m_results) {
+                code.corners = mirrored(code.corners, grey.width());
+            }
+        }
     }
     if (request.m_completionHandler) {
         request.m_completionHandler(request);
     }
-    return examined;
+    return detection.has_value();
 }
 
 } // namespace platform

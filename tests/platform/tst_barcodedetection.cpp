@@ -67,6 +67,7 @@ private Q_SLOTS:
     void readsTurnedCodes_data();
     void readsTurnedCodes();
     void readsInvertedCodes();
+    void readsWhatWasMirroredForShow();
     void tellsWhereTheCodeIs_data();
     void tellsWhereTheCodeIs();
     void findsNothing_data();
@@ -230,6 +231,26 @@ void BarcodeDetection::readsInvertedCodes()
     picture.invertPixels();
 
     QCOMPARE(textIn(picture), QStringLiteral("white on black"));
+}
+
+void BarcodeDetection::readsWhatWasMirroredForShow()
+{
+    QImage shown(400, 300, QImage::Format_RGB32);
+    shown.fill(Qt::white);
+    const QImage code = drawnCode(Symbology::Aztec, QStringLiteral("from the left"), 4);
+    QPainter(&shown).drawImage(100, 60, code);
+    const QRectF upright = codeRect(code, QPoint(100, 60), 4);
+    shown.mirror(true, false);
+
+    DetectBarcodesRequest request(nullptr);
+    QVERIFY(
+        ImageRequestHandler(shown, { platform::ImageOrientation::Mirrored, {} }).perform(request));
+
+    QCOMPARE(request.results().size(), 1);
+    QCOMPARE(request.results().first().payloadStringValue, QStringLiteral("from the left"));
+    const QRectF found = request.results().first().corners.boundingRect();
+    QVERIFY(std::abs(found.right() - (400 - upright.left())) < 8);
+    QVERIFY(std::abs(found.top() - upright.top()) < 8);
 }
 
 void BarcodeDetection::tellsWhereTheCodeIs_data()
