@@ -71,11 +71,11 @@ void PrefsWindow::updateMenu()
     cameraMenu->clear();
     for (const MediaType type : { MediaType::Video, MediaType::Muxed }) {
         for (const CaptureDevice& device : CaptureDevice::devicesWithMediaType(type)) {
-            cameraMenu->addItem(device.localizedName);
-            m_devices.append(device.uniqueID);
+            cameraMenu->addItem(device.localizedName());
+            m_devices.append(device.uniqueID());
         }
     }
-    const qsizetype standardIndex = standard ? m_devices.indexOf(standard->uniqueID) : -1;
+    const qsizetype standardIndex = standard ? m_devices.indexOf(standard->uniqueID()) : -1;
     const qsizetype storedIndex = stored ? m_devices.indexOf(*stored) : -1;
     cameraMenu->setCurrentIndex(static_cast<int>(storedIndex >= 0 ? storedIndex : standardIndex));
     cameraMenu->setEnabled(!m_devices.isEmpty());

@@ -2,6 +2,11 @@
 
 namespace platform {
 
+struct CaptureDevice::State {
+    QString uniqueID;
+    QString localizedName;
+};
+
 QList<CaptureDevice> CaptureDevice::devicesWithMediaType(MediaType)
 {
     return {};
@@ -10,6 +15,16 @@ QList<CaptureDevice> CaptureDevice::devicesWithMediaType(MediaType)
 std::optional<CaptureDevice> CaptureDevice::defaultDeviceWithMediaType(MediaType)
 {
     return std::nullopt;
+}
+
+const QString& CaptureDevice::uniqueID() const
+{
+    return m_state->uniqueID;
+}
+
+const QString& CaptureDevice::localizedName() const
+{
+    return m_state->localizedName;
 }
 
 } // namespace platform

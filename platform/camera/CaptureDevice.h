@@ -1,22 +1,80 @@
 #pragma once
 
+#include "platform/services/Error.h"
+
 #include <QList>
+#include <QSize>
 #include <QString>
 
+#include <functional>
+#include <memory>
 #include <optional>
 
 namespace platform {
 
 enum class MediaType { Video, Muxed };
 
-/// A camera, as far as choosing one needs it. There is no layer beneath yet that finds cameras:
-/// every computer looks as if it had none.
-struct CaptureDevice {
-    QString uniqueID; ///< stable over restarts
-    QString localizedName;
+enum class FocusMode { Locked = 0, AutoFocus = 1, ContinuousAutoFocus = 2 };
+enum class ExposureMode { Locked = 0, AutoExpose = 1, ContinuousAutoExposure = 2 };
+enum class WhiteBalanceMode { Locked = 0, AutoWhiteBalance = 1, ContinuousAutoWhiteBalance = 2 };
 
+struct FrameRateRange {
+    double minFrameRate = 0; ///< frames a second
+    double maxFrameRate = 0;
+};
+
+/// What a camera delivers while it runs.
+struct CaptureDeviceFormat {
+    QString mediaSubType; ///< the encoding's name in the camera system, such as "YUY2"
+    QSize dimensions;
+    QList<FrameRateRange> videoSupportedFrameRateRanges;
+};
+
+/// A camera. Copies are handles on the same camera, which may be pulled out at any time; then
+/// nothing is supported and nothing can be set. Main thread, but for observations.
+class CaptureDevice {
+public:
+    /// The cameras in the system's order. Muxed (sound and picture in one) is offered by none.
     static QList<CaptureDevice> devicesWithMediaType(MediaType type);
     static std::optional<CaptureDevice> defaultDeviceWithMediaType(MediaType type);
+    static std::optional<CaptureDevice> deviceWithUniqueID(const QString& uniqueID);
+
+    const QString& uniqueID() const; ///< stable over restarts
+    const QString& localizedName() const;
+
+    bool isSuspended() const; ///< a shutter or privacy switch is closed
+    bool isInUseByAnotherApplication() const;
+
+    bool isFocusModeSupported(FocusMode mode) const;
+    bool isExposureModeSupported(ExposureMode mode) const;
+    bool isWhiteBalanceModeSupported(WhiteBalanceMode mode) const;
+
+    /// Exclusive right to set modes, until unlockForConfiguration(). False, with the reason in
+    /// `error`, when another program holds it.
+    [[nodiscard]] bool lockForConfiguration(Error* error = nullptr);
+    void setFocusMode(FocusMode mode);
+    void setExposureMode(ExposureMode mode);
+    void setWhiteBalanceMode(WhiteBalanceMode mode);
+    void unlockForConfiguration();
+
+    /// The format that a session takes from this camera.
+    CaptureDeviceFormat activeFormat() const;
+
+    enum class Adjustment { Focus, Exposure, WhiteBalance };
+    /// Ends when it goes.
+    class Observation {
+    public:
+        virtual ~Observation() = default;
+    };
+    /// Calls `observer` whenever the camera begins or ends to adjust itself, on any thread.
+    [[nodiscard]] std::unique_ptr<Observation> observe(
+        Adjustment adjustment, std::function<void(bool adjusting)> observer);
+
+private:
+    struct State;
+    explicit CaptureDevice(std::shared_ptr<State> state);
+
+    std::shared_ptr<State> m_state;
 };
 
 } // namespace platform

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <QList>
+#include <QSize>
+#include <QString>
+
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace platform {
+
+/// One way in which a camera can deliver its picture.
+struct CameraFormat {
+    /// Named after their GStreamer formats; the order is that of preference.
+    enum class Encoding { BGRx, BGRA, RGBx, RGBA, BGR, RGB, YUY2, UYVY, NV12, I420, GRAY8, JPEG };
+
+    Encoding encoding = Encoding::BGRx;
+    QSize size;
+    int rateNumerator = 0; ///< the highest rate offered, in frames a second
+    int rateDenominator = 1;
+    double lowestRate = 0;
+};
+
+/// A camera as the system tells of it: a node of PipeWire, or a V4L2 device where no PipeWire
+/// daemon runs.
+struct CameraNode {
+    QString name; ///< stable: node.name, or the device's path
+    QString description; ///< for people: node.description, or the driver's name for the card
+    QString devicePath; ///< of the V4L2 device behind it; empty when there is none
+    quint32 id = 0; ///< of the node; not stable
+    bool isInUse = false; ///< it runs and another program is linked to it
+    QList<CameraFormat> formats;
+};
+
+/// The cameras of this computer, followed on a thread of its own. Any thread.
+class CameraRegistry {
+public:
+    /// Connects on first use (about 10 ms), by the camera portal when the program runs in a
+    /// sandbox, and to V4L2 when there is no daemon.
+    static CameraRegistry& shared();
+    ~CameraRegistry();
+
+    enum class Source { PipeWire, Portal, V4L2 };
+    Source source() const;
+
+    /// Snapshots. Formats are known once a camera is listed.
+    QList<CameraNode> cameras() const;
+    std::optional<CameraNode> camera(const QString& name) const;
+    /// The system's default camera, else the first; empty when there is none.
+    QString defaultCamera() const;
+
+    /// A descriptor of a PipeWire connection for the reader of a stream, owned by the caller; -1
+    /// where a reader connects by itself.
+    int openRemote() const;
+
+    /// Ends when it goes.
+    class Observation;
+    /// Calls `observer` after cameras came, went or changed, on the registry's thread.
+    [[nodiscard]] std::unique_ptr<Observation> observe(std::function<void()> observer);
+
+private:
+    CameraRegistry();
+    struct State;
+    std::shared_ptr<State> m_state;
+};
+
+} // namespace platform

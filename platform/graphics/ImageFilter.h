@@ -1,0 +1,47 @@
+#pragma once
+
+#include <QImage>
+#include <QList>
+#include <QString>
+
+#include <atomic>
+#include <memory>
+
+namespace platform {
+
+/// One step of tone adjustment with one number, which may be set while pictures go through it.
+/// Any thread, but for the name.
+class ImageFilter {
+public:
+    enum class Kind {
+        ExposureAdjust, ///< multiplies linear light by 2^value (value: photographic stops, EV)
+        ColorControls, ///< contrast: (v - 0.5) * value + 0.5 on encoded values
+    };
+
+    explicit ImageFilter(Kind kind);
+
+    const QString& name() const { return m_name; }
+    void setName(const QString& name) { m_name = name; }
+
+    Kind kind() const { return m_kind; }
+    double value() const { return m_value; }
+    void setValue(double value) { m_value = value; }
+
+    /// The result for an encoded (IEC 61966-2-1, sRGB) component, 0 black to 1 white; not limited
+    /// to that range.
+    double applied(double component) const;
+
+private:
+    Kind m_kind;
+    QString m_name;
+    std::atomic<double> m_value;
+};
+
+enum class Mirroring { Off, LeftRight };
+
+/// `bitmap` (Format_RGB32) through the filters, in this order, each component rounded once at the
+/// end; mirrored when asked. The result lies in the bitmap pool.
+QImage filtered(
+    const QImage& bitmap, const QList<std::shared_ptr<ImageFilter>>& filters, Mirroring mirroring);
+
+} // namespace platform
