@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QByteArray>
+#include <QImage>
+#include <QList>
+#include <QSize>
+#include <QString>
+
+#include <optional>
+
+namespace cameras {
+
+/// One way in which a virtual camera delivers its picture, such as "YUY2:1280x720@30".
+struct CameraMode {
+    /// BGRx, BGRA, RGBx, RGB, YUY2, UYVY, NV12, I420, GRAY8 or JPEG
+    QString encoding;
+    QSize size; ///< even
+    int rate = 30; ///< frames a second
+
+    static std::optional<CameraMode> parsed(const QString& text);
+    bool operator==(const CameraMode&) const = default;
+};
+
+/// A frame as it lies in a buffer.
+struct CameraFrame {
+    QByteArray bytes;
+    int stride = 0; ///< of the first plane; 0 when compressed
+};
+
+/// What a camera sees of `picture`: centred on white, made smaller where it does not fit.
+QImage seenPicture(const QImage& picture, QSize size);
+
+/// `seen` has the size of the mode. Colours by ITU-R BT.601, limited range.
+CameraFrame encodedFrame(const QImage& seen, const QString& encoding);
+
+/// The most bytes that a frame can need.
+int largestFrame(const CameraMode& mode);
+
+} // namespace cameras

@@ -1,0 +1,127 @@
+#include "tests/support/CameraRig.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/TestMain.h"
+
+#include <QElapsedTimer>
+
+using support::CameraRig;
+
+/// Judges the rig by an ordinary program that watches, before others trust it.
+class CameraRigTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void sendsWhatItShows_data();
+    void sendsWhatItShows();
+    void freezesAndThaws();
+    void comesAndGoes();
+};
+
+namespace {
+
+/// A reader of GStreamer's that writes its frames as BGRx to its standard output.
+void watch(QProcess& reader, const QString& name, const QStringList& between)
+{
+    CameraRig::start(reader, QStringLiteral("gst-launch-1.0"),
+        QStringList{ QStringLiteral("-q"), QStringLiteral("pipewiresrc"),
+            QStringLiteral("always-copy=true"), QStringLiteral("target-object=") + name }
+            + between
+            + QStringList{ QStringLiteral("!"), QStringLiteral("videoconvert"), QStringLiteral("!"),
+                QStringLiteral("video/x-raw,format=BGRx"), QStringLiteral("!"),
+                QStringLiteral("fdsink"), QStringLiteral("fd=1") });
+}
+
+QColor colorOf(QProcess& reader)
+{
+    if (reader.bytesAvailable() < 4) {
+        return {};
+    }
+    const QByteArray pixel = reader.read(4);
+    const auto level = [&pixel](int at) { return static_cast<uchar>(pixel[at]); };
+    return { level(2), level(1), level(0) };
+}
+
+bool isNear(const QColor& left, const QColor& right)
+{
+    return qAbs(left.red() - right.red()) < 12 && qAbs(left.green() - right.green()) < 12
+        && qAbs(left.blue() - right.blue()) < 12;
+}
+
+} // namespace
+
+void CameraRigTest::sendsWhatItShows_data()
+{
+    QTest::addColumn<QStringList>("between");
+    for (const char* raw : { "BGRx", "BGRA", "RGBx", "RGB", "YUY2", "UYVY", "NV12", "I420" }) {
+        QTest::newRow(raw) << QStringList{ QStringLiteral("!"),
+            QStringLiteral("video/x-raw,format=%1,width=640,height=480,framerate=30/1")
+                .arg(QString::fromLatin1(raw)) };
+    }
+    QTest::newRow("JPEG") << QStringList{ QStringLiteral("!"),
+        QStringLiteral("image/jpeg,width=640,height=480,framerate=30/1"), QStringLiteral("!"),
+        QStringLiteral("jpegdec") };
+}
+
+void CameraRigTest::sendsWhatItShows()
+{
+    QFETCH(QStringList, between);
+    CameraRig rig;
+    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
+        .description = QStringLiteral("Camera A"),
+        .size = { 640, 480 },
+        .encoding = QString::fromLatin1(QTest::currentDataTag()) });
+    const QColor color(180, 90, 40);
+    camera->show(support::plainPicture(QSize(640, 480), color));
+    QProcess reader;
+    watch(reader, QStringLiteral("cam.a"), between);
+    QTRY_VERIFY_WITH_TIMEOUT(reader.bytesAvailable() >= 640 * 480 * 4, 20000);
+    const QColor seen = colorOf(reader);
+    QVERIFY2(isNear(seen, color), qPrintable(seen.name()));
+    QCOMPARE(camera->links(), 1);
+    reader.kill();
+    reader.waitForFinished();
+    QTRY_COMPARE(camera->links(), 0);
+}
+
+void CameraRigTest::freezesAndThaws()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
+        .description = QStringLiteral("Camera A"),
+        .size = { 64, 48 },
+        .encoding = QStringLiteral("BGRx") });
+    QProcess reader;
+    watch(reader, QStringLiteral("cam.a"), {});
+    QTRY_VERIFY_WITH_TIMEOUT(reader.bytesAvailable() > 0, 20000);
+    camera->freeze();
+    // What was on its way arrives.
+    while (reader.waitForReadyRead(150)) {
+        reader.readAllStandardOutput();
+    }
+    QVERIFY(!reader.waitForReadyRead(200));
+    QCOMPARE(camera->links(), 1);
+    camera->thaw();
+    QVERIFY(reader.waitForReadyRead(20000));
+    reader.kill();
+    reader.waitForFinished();
+}
+
+void CameraRigTest::comesAndGoes()
+{
+    QElapsedTimer timer;
+    timer.start();
+    CameraRig rig;
+    qInfo("Ready within %lld ms", timer.elapsed());
+    const auto listed = [] {
+        return CameraRig::output(
+            QStringLiteral("pw-cli"), { QStringLiteral("ls"), QStringLiteral("Node") });
+    };
+    QVERIFY(!listed().contains("cam.a"));
+    const auto camera = rig.addCamera(
+        { .name = QStringLiteral("cam.a"), .description = QStringLiteral("Camera A") });
+    QVERIFY(listed().contains("cam.a"));
+    camera->unplug();
+    QTRY_VERIFY(!listed().contains("cam.a"));
+}
+
+VELLUMCAP_TEST_MAIN(CameraRigTest)
+#include "tst_camerarig.moc"

@@ -1,0 +1,353 @@
+#include "tests/support/CameraRig.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QThread>
+
+#include <csignal>
+#include <functional>
+#include <sys/prctl.h>
+
+namespace support {
+
+namespace {
+
+constexpr auto patience = std::chrono::seconds(20); // on a machine that is busy with other tests
+
+const QByteArray busConfiguration = R"(<busconfig>
+  <type>session</type>
+  <listen>unix:dir=%1</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+
+// No sound, none of the cameras of the machine; WirePlumber's Bluetooth part ends it where
+// systemd's run folder is missing.
+const QByteArray sessionManagerMain = R"(alsa_monitor.enabled = false
+v4l2_monitor.enabled = false
+libcamera_monitor.enabled = false
+)";
+const QByteArray sessionManagerBluetooth = R"(bluez_monitor.enabled = false
+bluez_midi_monitor = { enabled = false }
+)";
+
+void waitUntil(const std::function<bool()>& condition, const char* what)
+{
+    const QDeadlineTimer deadline(patience);
+    while (!condition()) {
+        if (deadline.hasExpired()) {
+            qFatal("Waited in vain for %s", what);
+        }
+        QThread::msleep(5);
+    }
+}
+
+void end(QProcess& process)
+{
+    process.terminate();
+    if (!process.waitForFinished(2000)) {
+        process.kill();
+        process.waitForFinished();
+    }
+}
+
+void write(const QString& path, const QByteArray& content)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+        qFatal("Cannot write %ls", qUtf16Printable(path));
+    }
+}
+
+QJsonObject properties(const QJsonValue& object)
+{
+    return object[QStringLiteral("info")][QStringLiteral("props")].toObject();
+}
+
+} // namespace
+
+RigCamera::RigCamera(const CameraWish& wish, const QString& folder)
+    : m_name(wish.name)
+    , m_folder(folder)
+{
+    QStringList arguments{ wish.name, wish.description,
+        QStringLiteral("%1:%2x%3@%4")
+            .arg(wish.encoding)
+            .arg(wish.size.width())
+            .arg(wish.size.height())
+            .arg(wish.rate) };
+    arguments += wish.furtherModes;
+    if (!wish.picture.isEmpty()) {
+        arguments += { QStringLiteral("--picture"), wish.picture };
+    }
+    for (auto each = wish.properties.cbegin(); each != wish.properties.cend(); ++each) {
+        arguments += { QStringLiteral("--property"), each.key() + u'=' + each.value() };
+    }
+    for (const QString& control : wish.controls) {
+        arguments += { QStringLiteral("--control"), control };
+    }
+    CameraRig::start(m_process, CameraRig::tool(QStringLiteral("virtual_camera")), arguments);
+    waitUntil(
+        [this] {
+            m_process.waitForReadyRead(10);
+            m_said += m_process.readAllStandardOutput();
+            return m_said.startsWith("ready\n");
+        },
+        "a camera");
+}
+
+RigCamera::~RigCamera()
+{
+    unplug();
+}
+
+void RigCamera::freeze()
+{
+    command("freeze");
+}
+
+void RigCamera::thaw()
+{
+    command("thaw");
+}
+
+void RigCamera::show(const QString& file)
+{
+    command("image " + QFileInfo(file).absoluteFilePath().toUtf8());
+}
+
+void RigCamera::show(const QImage& picture)
+{
+    const QString file = m_folder + QStringLiteral("/%1.bmp").arg(m_process.processId());
+    if (!picture.save(file)) {
+        qFatal("Cannot write %ls", qUtf16Printable(file));
+    }
+    show(file);
+}
+
+void RigCamera::setModes(const QStringList& modes)
+{
+    command("formats " + modes.join(u' ').toUtf8());
+}
+
+void RigCamera::refuse()
+{
+    command("refuse");
+}
+
+void RigCamera::unplug()
+{
+    m_process.kill();
+    m_process.waitForFinished();
+}
+
+int RigCamera::links() const
+{
+    const auto objects = QJsonDocument::fromJson(
+        CameraRig::output(QStringLiteral("pw-dump"), { QStringLiteral("--no-colors") }))
+                             .array();
+    QJsonValue id;
+    for (const QJsonValue& object : objects) {
+        if (properties(object)[QStringLiteral("node.name")].toString() == m_name) {
+            id = object[QStringLiteral("id")];
+        }
+    }
+    return int(std::count_if(objects.begin(), objects.end(), [&id](const QJsonValue& object) {
+        return object[QStringLiteral("info")][QStringLiteral("output-node-id")] == id
+            && !id.isUndefined() && !id.isNull();
+    }));
+}
+
+QStringList RigCamera::controlsSet() const
+{
+    m_process.waitForReadyRead(0);
+    m_said += m_process.readAllStandardOutput();
+    QStringList set;
+    for (const QByteArray& line : m_said.split('\n')) {
+        if (line.startsWith("control ")) {
+            set.append(QString::fromUtf8(line.mid(8)));
+        }
+    }
+    return set;
+}
+
+void RigCamera::command(const QByteArray& line)
+{
+    m_said += m_process.readAllStandardOutput();
+    const qsizetype before = m_said.size();
+    m_process.write(line + '\n');
+    waitUntil(
+        [&] {
+            m_process.waitForReadyRead(10);
+            m_said += m_process.readAllStandardOutput();
+            return m_said.indexOf("done " + line + '\n', before) >= 0;
+        },
+        line.constData());
+}
+
+CameraRig::CameraRig(Start start)
+{
+    QDir(m_folder.path()).mkpath(QStringLiteral("run"));
+    QFile::setPermissions(m_folder.filePath(QStringLiteral("run")),
+        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    for (const char* name : { "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "PIPEWIRE_REMOTE",
+             "PIPEWIRE_RUNTIME_DIR", "XDG_CURRENT_DESKTOP", "XDG_DESKTOP_PORTAL_DIR" }) {
+        m_environmentBefore.insert(name, qgetenv(name));
+        qunsetenv(name);
+    }
+    qputenv("XDG_RUNTIME_DIR", m_folder.filePath(QStringLiteral("run")).toUtf8());
+    startBus();
+    if (start == Start::Running) {
+        startPipeWire();
+    }
+}
+
+CameraRig::~CameraRig()
+{
+    stopPortal();
+    stopPipeWire();
+    end(m_bus);
+    for (auto each = m_environmentBefore.cbegin(); each != m_environmentBefore.cend(); ++each) {
+        if (each->isNull()) {
+            qunsetenv(each.key());
+        } else {
+            qputenv(each.key(), *each);
+        }
+    }
+}
+
+std::unique_ptr<RigCamera> CameraRig::addCamera(const CameraWish& wish)
+{
+    return std::unique_ptr<RigCamera>(new RigCamera(wish, m_folder.path()));
+}
+
+void CameraRig::setDefaultCamera(const QString& name)
+{
+    output(QStringLiteral("pw-metadata"),
+        { QStringLiteral("0"), QStringLiteral("default.configured.video.source"),
+            QStringLiteral("{\"name\":\"%1\"}").arg(name) });
+}
+
+void CameraRig::startBus()
+{
+    const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
+    write(configuration, QByteArray(busConfiguration).replace("%1", m_folder.path().toUtf8()));
+    start(m_bus, QStringLiteral("dbus-daemon"),
+        { QStringLiteral("--config-file=") + configuration, QStringLiteral("--nofork"),
+            QStringLiteral("--nopidfile"), QStringLiteral("--print-address") });
+    waitUntil(
+        [this] {
+            m_bus.waitForReadyRead(10);
+            return m_bus.canReadLine();
+        },
+        "the bus");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus.readLine().trimmed());
+}
+
+void CameraRig::startPipeWire()
+{
+    const QString config = m_folder.filePath(QStringLiteral("config"));
+    write(config + QStringLiteral("/wireplumber/main.lua.d/80-rig.lua"), sessionManagerMain);
+    write(config + QStringLiteral("/wireplumber/bluetooth.lua.d/80-rig.lua"),
+        sessionManagerBluetooth);
+    auto environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
+    environment.insert(
+        QStringLiteral("XDG_STATE_HOME"), m_folder.filePath(QStringLiteral("state")));
+    m_pipeWire.setProcessEnvironment(environment);
+    m_sessionManager.setProcessEnvironment(environment);
+    start(m_pipeWire, QStringLiteral("pipewire"), {});
+    const QString socket = m_folder.filePath(QStringLiteral("run/pipewire-0"));
+    waitUntil([&socket] { return QFile::exists(socket); }, "PipeWire");
+    start(m_sessionManager, QStringLiteral("wireplumber"), {});
+    waitUntil(
+        [] {
+            return output(
+                QStringLiteral("pw-cli"), { QStringLiteral("ls"), QStringLiteral("Metadata") })
+                .contains("metadata.name = \"default\"");
+        },
+        "WirePlumber");
+}
+
+void CameraRig::stopPipeWire()
+{
+    end(m_sessionManager);
+    end(m_pipeWire);
+}
+
+void CameraRig::startPortal(Answer answer)
+{
+    const QString portals = m_folder.filePath(QStringLiteral("portals"));
+    write(portals + QStringLiteral("/rig.portal"),
+        "[portal]\nDBusName=org.freedesktop.impl.portal.desktop.rig\n"
+        "Interfaces=org.freedesktop.impl.portal.Access;org.freedesktop.impl.portal.Lockdown;\n"
+        "UseIn=rig\n");
+    qputenv("XDG_DESKTOP_PORTAL_DIR", portals.toUtf8());
+    qputenv("XDG_CURRENT_DESKTOP", "rig");
+    start(m_permissions, QStringLiteral("/usr/libexec/xdg-permission-store"), {});
+    const auto call = [](const QStringList& arguments) {
+        return output(QStringLiteral("gdbus"),
+            QStringList{ QStringLiteral("call"), QStringLiteral("--session") } + arguments);
+    };
+    const auto isServed = [](const char* service) {
+        QProcess wait;
+        start(wait, QStringLiteral("gdbus"),
+            { QStringLiteral("wait"), QStringLiteral("--session"), QStringLiteral("--timeout=20"),
+                QString::fromLatin1(service) });
+        return wait.waitForFinished(-1) && wait.exitCode() == 0;
+    };
+    waitUntil([&] { return isServed("org.freedesktop.impl.portal.PermissionStore"); },
+        "the permission store");
+    call({ QStringLiteral("-d"), QStringLiteral("org.freedesktop.impl.portal.PermissionStore"),
+        QStringLiteral("-o"), QStringLiteral("/org/freedesktop/impl/portal/PermissionStore"),
+        QStringLiteral("-m"),
+        QStringLiteral("org.freedesktop.impl.portal.PermissionStore.SetPermission"),
+        QStringLiteral("devices"), QStringLiteral("true"), QStringLiteral("camera"), QString(),
+        answer == Answer::Granted ? QStringLiteral("[\"yes\"]") : QStringLiteral("[\"no\"]") });
+    start(m_portal, QStringLiteral("/usr/libexec/xdg-desktop-portal"), {});
+    waitUntil([&] { return isServed("org.freedesktop.portal.Desktop"); }, "the portal");
+}
+
+void CameraRig::stopPortal()
+{
+    end(m_portal);
+    end(m_permissions);
+}
+
+void CameraRig::start(QProcess& process, const QString& program, const QStringList& arguments)
+{
+    process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    process.setStandardErrorFile(QProcess::nullDevice(), QIODevice::Append);
+    process.start(program, arguments);
+    if (!process.waitForStarted()) {
+        qFatal("Cannot start %ls", qUtf16Printable(program));
+    }
+}
+
+QByteArray CameraRig::output(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    start(process, program, arguments);
+    if (!process.waitForFinished(-1) || process.exitCode() != 0) {
+        qFatal("%ls has failed", qUtf16Printable(program));
+    }
+    return process.readAllStandardOutput();
+}
+
+QString CameraRig::tool(const QString& name)
+{
+    return QCoreApplication::applicationDirPath() + u'/' + name;
+}
+
+} // namespace support
