@@ -159,11 +159,13 @@ struct VirtualCamera::State {
     CameraMode mode;
     CameraFrame frame;
     bool isReady = false;
+    bool isWatched = false;
     bool isFrozen = false;
     bool refuses = false;
     bool failed = false;
     quint64 sequence = 0;
     QByteArray input; ///< what is not yet a whole line
+    QByteArray answer = "ready"; ///< once the camera is listed
 
     pw_main_loop* loop = nullptr;
     pw_stream* stream = nullptr;
@@ -228,7 +230,7 @@ bool VirtualCamera::State::connect()
         result.state_changed = [](void* data, pw_stream_state, pw_stream_state now,
                                    const char* error) { from(data)->changeState(now, error); };
         result.param_changed = [](void* data, uint32_t id, const spa_pod* pod) {
-            if (pod != nullptr && id == SPA_PARAM_Format) {
+            if (id == SPA_PARAM_Format) {
                 from(data)->agreeOn(pod);
             } else if (pod != nullptr && id == SPA_PARAM_Props) {
                 from(data)->noteControls(pod);
@@ -274,6 +276,13 @@ void VirtualCamera::State::offer(const QString& modes)
             properties.modes.append(*each);
         }
     }
+    if (isWatched) { // as cameras of hardware do that are switched to another mode
+        isReady = false;
+        isWatched = false;
+        pw_stream_destroy(stream);
+        connect();
+        return;
+    }
     Parameters parameters;
     for (const CameraMode& each : properties.modes) {
         parameters.addFormat(each);
@@ -283,6 +292,10 @@ void VirtualCamera::State::offer(const QString& modes)
 
 void VirtualCamera::State::agreeOn(const spa_pod* format)
 {
+    isWatched = format != nullptr;
+    if (!isWatched) {
+        return;
+    }
     if (refuses) {
         pw_stream_set_error(stream, -EBUSY, "the camera refuses");
         return;
@@ -293,8 +306,7 @@ void VirtualCamera::State::agreeOn(const spa_pod* format)
     uint32_t raw = SPA_VIDEO_FORMAT_UNKNOWN;
     spa_rectangle size{};
     spa_fraction rate{};
-    for (const spa_pod_prop* each = spa_pod_find_prop(format, nullptr, SPA_FORMAT_VIDEO_format);
-         each != nullptr; each = nullptr) {
+    if (const auto* each = spa_pod_find_prop(format, nullptr, SPA_FORMAT_VIDEO_format)) {
         spa_pod_get_id(&each->value, &raw);
     }
     if (const auto* each = spa_pod_find_prop(format, nullptr, SPA_FORMAT_VIDEO_size)) {
@@ -377,7 +389,7 @@ void VirtualCamera::State::changeState(pw_stream_state now, const char* error)
     beat(now == PW_STREAM_STATE_STREAMING);
     if (now == PW_STREAM_STATE_PAUSED && !isReady) {
         isReady = true;
-        say("ready");
+        say(answer);
     } else if ((now == PW_STREAM_STATE_ERROR && !refuses)
         || (now == PW_STREAM_STATE_UNCONNECTED && isReady)) {
         std::fprintf(stderr, "virtual_camera: %s\n", error != nullptr ? error : "thrown out");
@@ -413,7 +425,11 @@ void VirtualCamera::State::obey(const QString& command)
         }
         expose();
     } else if (word == QLatin1String("formats")) {
+        answer = "done " + command.toUtf8();
         offer(rest);
+        if (!isReady) {
+            return;
+        }
     } else if (word == QLatin1String("refuse")) {
         refuses = true;
     } else if (word == QLatin1String("quit")) {

@@ -23,7 +23,7 @@ std::optional<CameraControl> parsedControl(const QString& text)
 /// has been pulled out. Lines of standard input:
 ///   image FILE      shows another picture
 ///   freeze, thaw    stays listed, but sends no frames; sends them again
-///   formats MODE... offers these formats from now on; whoever watches must agree on one anew
+///   formats MODE... offers these formats instead; while somebody watches, it goes and returns
 ///   refuse          fails for everybody who wants to watch from now on
 ///   quit
 int main(int argc, char** argv)

@@ -70,7 +70,7 @@ class Camera:
         self._command(f"image {pathlib.Path(picture).resolve()}")
 
     def set_modes(self, *modes):
-        """Offers other formats, which ends the present stream's."""
+        """Offers these instead; while somebody watches, it goes and returns."""
         self._command(" ".join(("formats", *modes)))
 
     def refuse(self):

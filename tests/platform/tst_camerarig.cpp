@@ -13,6 +13,8 @@ private Q_SLOTS:
     void sendsWhatItShows_data();
     void sendsWhatItShows();
     void freezesAndThaws();
+    void changesItsFormat();
+    void refuses();
     void comesAndGoes();
 };
 
@@ -101,6 +103,45 @@ void CameraRigTest::freezesAndThaws()
     QCOMPARE(camera->links(), 1);
     camera->thaw();
     QVERIFY(reader.waitForReadyRead(20000));
+    reader.kill();
+    reader.waitForFinished();
+}
+
+void CameraRigTest::changesItsFormat()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
+        .description = QStringLiteral("Camera A"),
+        .size = { 64, 48 },
+        .encoding = QStringLiteral("BGRx") });
+    const auto readSize = [](int width) {
+        return QStringList{ QStringLiteral("!"),
+            QStringLiteral("video/x-raw,width=%1").arg(width) };
+    };
+    QProcess before;
+    watch(before, QStringLiteral("cam.a"), readSize(64));
+    QTRY_VERIFY_WITH_TIMEOUT(before.bytesAvailable() > 0, 20000);
+    before.kill();
+    before.waitForFinished();
+    QTRY_COMPARE(camera->links(), 0);
+    camera->setModes({ QStringLiteral("BGRx:32x24@30") });
+    QProcess after;
+    watch(after, QStringLiteral("cam.a"), readSize(32));
+    QTRY_VERIFY_WITH_TIMEOUT(after.bytesAvailable() > 0, 20000);
+    after.kill();
+    after.waitForFinished();
+}
+
+void CameraRigTest::refuses()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera(
+        { .name = QStringLiteral("cam.a"), .description = QStringLiteral("Camera A") });
+    camera->refuse();
+    QProcess reader;
+    watch(reader, QStringLiteral("cam.a"), {});
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 1, 20000);
+    QVERIFY(!reader.waitForReadyRead(300));
     reader.kill();
     reader.waitForFinished();
 }

@@ -36,7 +36,7 @@ public:
     void thaw();
     void show(const QString& file);
     void show(const QImage& picture);
-    void setModes(const QStringList& modes); ///< offers others, which ends the present stream's
+    void setModes(const QStringList& modes); ///< while watched, it goes and returns
     void refuse(); ///< fails for everybody who wants to watch from now on
     void unplug();
 
