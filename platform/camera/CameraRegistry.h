@@ -22,6 +22,12 @@ struct CameraFormat {
     double lowestRate = 0;
 };
 
+/// A control of a camera that can be set by way of PipeWire, where the device cannot be opened.
+struct CameraControl {
+    quint32 id = 0; ///< V4L2_CID_...
+    QList<int> choices; ///< of a menu; empty for others
+};
+
 /// A camera as the system tells of it: a node of PipeWire, or a V4L2 device where no PipeWire
 /// daemon runs.
 struct CameraNode {
@@ -29,39 +35,54 @@ struct CameraNode {
     QString description; ///< for people: node.description, or the driver's name for the card
     QString devicePath; ///< of the V4L2 device behind it; empty when there is none
     quint32 id = 0; ///< of the node; not stable
+    bool isRunning = false; ///< PipeWire is taking pictures from it, for whomever
     bool isInUse = false; ///< it runs and another program is linked to it
     QList<CameraFormat> formats;
+    QList<CameraControl> controls;
 };
 
 /// The cameras of this computer, followed on a thread of its own. Any thread.
 class CameraRegistry {
 public:
     /// Connects on first use (about 10 ms), by the camera portal when the program runs in a
-    /// sandbox, and to V4L2 when there is no daemon.
+    /// sandbox (or $VELLUMCAP_CAMERA_PORTAL is set, to try it outside of one), and to V4L2 when
+    /// there is no daemon. A daemon that ends or comes later is followed.
     static CameraRegistry& shared();
+    /// One more, for an environment of its own.
+    CameraRegistry();
     ~CameraRegistry();
+    CameraRegistry(const CameraRegistry&) = delete;
+    CameraRegistry& operator=(const CameraRegistry&) = delete;
 
     enum class Source { PipeWire, Portal, V4L2 };
     Source source() const;
 
-    /// Snapshots. Formats are known once a camera is listed.
+    /// Snapshots, in the order in which the cameras came. Formats are known once a camera is
+    /// listed. The first request waits for the first listing, but not long: while the portal
+    /// asks the user, there are no cameras.
     QList<CameraNode> cameras() const;
     std::optional<CameraNode> camera(const QString& name) const;
     /// The system's default camera, else the first; empty when there is none.
     QString defaultCamera() const;
 
+    /// Sets a control by way of PipeWire. False when the camera has gone or lacks it.
+    [[nodiscard]] bool setControl(const QString& name, quint32 id, int value);
+
     /// A descriptor of a PipeWire connection for the reader of a stream, owned by the caller; -1
     /// where a reader connects by itself.
     int openRemote() const;
 
-    /// Ends when it goes.
-    class Observation;
-    /// Calls `observer` after cameras came, went or changed, on the registry's thread.
+    /// Ends when it goes, which waits for a call that is running.
+    class Observation {
+    public:
+        virtual ~Observation() = default;
+    };
+    /// Calls `observer` after cameras came, went or changed, on the registry's thread. It must
+    /// not take long, nor set controls.
     [[nodiscard]] std::unique_ptr<Observation> observe(std::function<void()> observer);
 
 private:
-    CameraRegistry();
-    struct State;
+    class State;
     std::shared_ptr<State> m_state;
 };
 

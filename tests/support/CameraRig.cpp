@@ -236,7 +236,7 @@ void CameraRig::setDefaultCamera(const QString& name)
 {
     output(QStringLiteral("pw-metadata"),
         { QStringLiteral("0"), QStringLiteral("default.configured.video.source"),
-            QStringLiteral("{\"name\":\"%1\"}").arg(name) });
+            QStringLiteral("{\"name\":\"%1\"}").arg(name), QStringLiteral("Spa:String:JSON") });
 }
 
 void CameraRig::startBus()

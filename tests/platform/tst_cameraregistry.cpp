@@ -1,0 +1,327 @@
+#include "platform/camera/CameraRegistry.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/TestMain.h"
+
+#include <QElapsedTimer>
+
+#include <atomic>
+#include <fcntl.h>
+#include <unistd.h>
+
+using platform::CameraFormat;
+using platform::CameraRegistry;
+using support::CameraRig;
+using support::CameraWish;
+
+class CameraRegistryTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void listsNothingWithoutCameras();
+    void listsTwoOfOneDescription();
+    void tellsFormats();
+    void tellsDevicePathAndControls();
+    void followsTheDefault();
+    void followsPlugging();
+    void followsFormats();
+    void tellsUseByOthers();
+    void setsControls();
+    void doesWithoutDaemon();
+    void survivesTheDaemon();
+    void meetsADaemonThatComesLater();
+    void endsObservations();
+    void opensThePortal();
+    void isRefusedByThePortal();
+    void doesWithoutPortal();
+};
+
+namespace {
+
+CameraWish wish(const char* name, const char* description)
+{
+    return { .name = QString::fromLatin1(name), .description = QString::fromLatin1(description) };
+}
+
+QStringList names(const CameraRegistry& registry)
+{
+    QStringList result;
+    for (const auto& camera : registry.cameras()) {
+        result.append(camera.name);
+    }
+    return result;
+}
+
+/// Sets a variable for as long as it lives.
+class Variable {
+public:
+    Variable(const char* name, const char* value)
+        : m_name(name)
+    {
+        qputenv(name, value);
+    }
+    ~Variable() { qunsetenv(m_name); }
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+private:
+    const char* m_name;
+};
+
+} // namespace
+
+void CameraRegistryTest::listsNothingWithoutCameras()
+{
+    const CameraRig rig;
+    QElapsedTimer timer;
+    timer.start();
+    const CameraRegistry registry;
+    QCOMPARE(names(registry), QStringList());
+    qInfo("First listing after %lld ms", timer.elapsed());
+    QCOMPARE(registry.defaultCamera(), QString());
+    QCOMPARE(registry.source(), CameraRegistry::Source::PipeWire);
+    QVERIFY(!registry.camera(QStringLiteral("cam.a")).has_value());
+    QCOMPARE(registry.openRemote(), -1);
+}
+
+void CameraRegistryTest::listsTwoOfOneDescription()
+{
+    CameraRig rig;
+    const auto first = rig.addCamera(wish("cam.b", "Camera"));
+    const auto second = rig.addCamera(wish("cam.a", "Camera"));
+    const CameraRegistry registry;
+    const auto cameras = registry.cameras();
+    QCOMPARE(cameras.size(), 2);
+    QCOMPARE(cameras.at(0).name, QStringLiteral("cam.b"));
+    QCOMPARE(cameras.at(1).name, QStringLiteral("cam.a"));
+    QCOMPARE(cameras.at(0).description, QStringLiteral("Camera"));
+    QCOMPARE(cameras.at(1).description, QStringLiteral("Camera"));
+    QVERIFY(cameras.at(0).id != cameras.at(1).id);
+}
+
+void CameraRegistryTest::tellsFormats()
+{
+    CameraRig rig;
+    CameraWish asked = wish("cam.a", "Camera A");
+    asked.furtherModes = { QStringLiteral("JPEG:1920x1080@30"), QStringLiteral("NV12:640x480@15") };
+    const auto camera = rig.addCamera(asked);
+    const CameraRegistry registry;
+    QCOMPARE(registry.cameras().size(), 1);
+    const auto formats = registry.cameras().first().formats;
+    QCOMPARE(formats.size(), 3);
+    QCOMPARE(formats.at(0).encoding, CameraFormat::Encoding::YUY2);
+    QCOMPARE(formats.at(0).size, QSize(1280, 720));
+    QCOMPARE(formats.at(0).rateNumerator, 30);
+    QCOMPARE(formats.at(0).rateDenominator, 1);
+    QCOMPARE(formats.at(0).lowestRate, 30.0);
+    QCOMPARE(formats.at(1).encoding, CameraFormat::Encoding::JPEG);
+    QCOMPARE(formats.at(1).size, QSize(1920, 1080));
+    QCOMPARE(formats.at(2).encoding, CameraFormat::Encoding::NV12);
+    QCOMPARE(formats.at(2).rateNumerator, 15);
+}
+
+void CameraRegistryTest::tellsDevicePathAndControls()
+{
+    CameraRig rig;
+    CameraWish asked = wish("cam.a", "Camera A");
+    asked.properties = { { QStringLiteral("api.v4l2.path"), QStringLiteral("/dev/none") } };
+    asked.controls = { QStringLiteral("0x9a090c"), QStringLiteral("0x9a0901=1,3") };
+    const auto camera = rig.addCamera(asked);
+    const CameraRegistry registry;
+    const auto node = registry.camera(QStringLiteral("cam.a"));
+    QVERIFY(node.has_value());
+    QCOMPARE(node->devicePath, QStringLiteral("/dev/none"));
+    QCOMPARE(node->controls.size(), 2);
+    QCOMPARE(node->controls.at(0).id, 0x9a090cu);
+    QCOMPARE(node->controls.at(0).choices, QList<int>());
+    QCOMPARE(node->controls.at(1).id, 0x9a0901u);
+    QCOMPARE(node->controls.at(1).choices, (QList<int>{ 1, 3 }));
+}
+
+void CameraRegistryTest::followsTheDefault()
+{
+    CameraRig rig;
+    auto first = rig.addCamera(wish("cam.a", "Camera A"));
+    auto second = rig.addCamera(wish("cam.b", "Camera B"));
+    const CameraRegistry registry;
+    rig.setDefaultCamera(QStringLiteral("cam.b"));
+    QTRY_COMPARE(registry.defaultCamera(), QStringLiteral("cam.b"));
+    rig.setDefaultCamera(QStringLiteral("cam.a"));
+    QTRY_COMPARE(registry.defaultCamera(), QStringLiteral("cam.a"));
+    first.reset();
+    QTRY_COMPARE(registry.defaultCamera(), QStringLiteral("cam.b"));
+    second.reset();
+    QTRY_COMPARE(registry.defaultCamera(), QString());
+}
+
+void CameraRegistryTest::followsPlugging()
+{
+    CameraRig rig;
+    CameraRegistry registry;
+    QCOMPARE(names(registry), QStringList());
+    std::atomic<int> changes = 0;
+    const auto observation = registry.observe([&changes] { ++changes; });
+    auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QVERIFY(changes > 0);
+    changes = 0;
+    camera->unplug();
+    QTRY_COMPARE(names(registry), QStringList());
+    QVERIFY(changes > 0);
+    camera = rig.addCamera(wish("cam.a", "Camera A"));
+    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+}
+
+void CameraRegistryTest::followsFormats()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    const CameraRegistry registry;
+    QCOMPARE(registry.cameras().size(), 1);
+    camera->setModes({ QStringLiteral("BGRx:320x240@15"), QStringLiteral("JPEG:640x480@30") });
+    const auto sizes = [&registry] {
+        QList<QSize> result;
+        for (const auto& node : registry.cameras()) {
+            for (const CameraFormat& format : node.formats) {
+                result.append(format.size);
+            }
+        }
+        return result;
+    };
+    QTRY_COMPARE(sizes(), (QList<QSize>{ { 320, 240 }, { 640, 480 } }));
+}
+
+void CameraRegistryTest::tellsUseByOthers()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    const CameraRegistry registry;
+    const auto node = [&registry] { return registry.camera(QStringLiteral("cam.a")).value(); };
+    QVERIFY(!node().isInUse);
+    QVERIFY(!node().isRunning);
+    QProcess other;
+    CameraRig::start(other, QStringLiteral("gst-launch-1.0"),
+        { QStringLiteral("-q"), QStringLiteral("pipewiresrc"), QStringLiteral("always-copy=true"),
+            QStringLiteral("target-object=cam.a"), QStringLiteral("!"),
+            QStringLiteral("video/x-raw"), QStringLiteral("!"), QStringLiteral("fakesink") });
+    QTRY_VERIFY_WITH_TIMEOUT(node().isInUse, 5000);
+    QVERIFY(node().isRunning);
+    other.kill();
+    other.waitForFinished();
+    QTRY_VERIFY_WITH_TIMEOUT(!node().isInUse, 5000);
+}
+
+void CameraRegistryTest::setsControls()
+{
+    CameraRig rig;
+    CameraWish asked = wish("cam.a", "Camera A");
+    asked.controls = { QStringLiteral("0x9a090c"), QStringLiteral("0x9a0901=1,3") };
+    const auto camera = rig.addCamera(asked);
+    CameraRegistry registry;
+    QCOMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QVERIFY(registry.setControl(QStringLiteral("cam.a"), 0x9a090c, 1));
+    QVERIFY(registry.setControl(QStringLiteral("cam.a"), 0x9a0901, 3));
+    QTRY_COMPARE(camera->controlsSet(),
+        (QStringList{ QStringLiteral("0x9a090c 1"), QStringLiteral("0x9a0901 3") }));
+    QVERIFY(!registry.setControl(QStringLiteral("cam.a"), 0x9a0902, 1));
+    QVERIFY(!registry.setControl(QStringLiteral("cam.b"), 0x9a090c, 1));
+}
+
+void CameraRegistryTest::doesWithoutDaemon()
+{
+    const CameraRig rig(CameraRig::Start::NotRunning);
+    QElapsedTimer timer;
+    timer.start();
+    CameraRegistry registry;
+    registry.cameras();
+    QVERIFY2(timer.elapsed() < 200, "It waited for a daemon that is not there");
+    QCOMPARE(registry.source(), CameraRegistry::Source::V4L2);
+    QVERIFY(!registry.setControl(QStringLiteral("cam.a"), 0x9a090c, 1));
+}
+
+void CameraRegistryTest::survivesTheDaemon()
+{
+    CameraRig rig;
+    auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    const CameraRegistry registry;
+    QCOMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    for (int round = 0; round < 3; ++round) {
+        rig.stopPipeWire();
+        QTRY_COMPARE(registry.source(), CameraRegistry::Source::V4L2);
+        QVERIFY(!names(registry).contains(QStringLiteral("cam.a")));
+        rig.startPipeWire();
+        camera = rig.addCamera(wish("cam.a", "Camera A"));
+        QTRY_COMPARE(registry.source(), CameraRegistry::Source::PipeWire);
+        QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    }
+}
+
+void CameraRegistryTest::meetsADaemonThatComesLater()
+{
+    CameraRig rig(CameraRig::Start::NotRunning);
+    const CameraRegistry registry;
+    QCOMPARE(registry.source(), CameraRegistry::Source::V4L2);
+    rig.startPipeWire();
+    const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    QTRY_COMPARE(registry.source(), CameraRegistry::Source::PipeWire);
+    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+}
+
+void CameraRegistryTest::endsObservations()
+{
+    CameraRig rig;
+    CameraRegistry registry;
+    std::atomic<int> kept = 0;
+    std::atomic<int> ended = 0;
+    const auto observation = registry.observe([&kept] { ++kept; });
+    auto other = registry.observe([&ended] { ++ended; });
+    auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    QTRY_VERIFY(ended > 0);
+    other.reset();
+    const int before = ended;
+    kept = 0;
+    camera.reset();
+    QTRY_VERIFY(kept > 0);
+    QCOMPARE(ended, before);
+}
+
+void CameraRegistryTest::opensThePortal()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    rig.startPortal(CameraRig::Answer::Granted);
+    const Variable sandbox("VELLUMCAP_CAMERA_PORTAL", "1");
+    const CameraRegistry registry;
+    QCOMPARE(registry.source(), CameraRegistry::Source::Portal);
+    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QCOMPARE(registry.defaultCamera(), QStringLiteral("cam.a"));
+    const int remote = registry.openRemote();
+    QVERIFY(remote >= 0);
+    QVERIFY((fcntl(remote, F_GETFD) & FD_CLOEXEC) != 0);
+    ::close(remote);
+}
+
+void CameraRegistryTest::isRefusedByThePortal()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    rig.startPortal(CameraRig::Answer::Refused);
+    const Variable sandbox("VELLUMCAP_CAMERA_PORTAL", "1");
+    CameraRegistry registry;
+    std::atomic<int> changes = 0;
+    const auto observation = registry.observe([&changes] { ++changes; });
+    QTRY_VERIFY(changes > 0);
+    QCOMPARE(names(registry), QStringList());
+    QCOMPARE(registry.defaultCamera(), QString());
+    QCOMPARE(registry.openRemote(), -1);
+}
+
+void CameraRegistryTest::doesWithoutPortal()
+{
+    const CameraRig rig;
+    const Variable sandbox("VELLUMCAP_CAMERA_PORTAL", "1");
+    const CameraRegistry registry;
+    QCOMPARE(names(registry), QStringList());
+    QCOMPARE(registry.openRemote(), -1);
+}
+
+VELLUMCAP_TEST_MAIN(CameraRegistryTest)
+#include "tst_cameraregistry.moc"
