@@ -43,6 +43,8 @@ public:
     const QString& localizedName() const;
 
     bool isSuspended() const; ///< a shutter or privacy switch is closed
+    /// Where there is no PipeWire this is to be asked before a session starts: afterwards the
+    /// device is busy with that.
     bool isInUseByAnotherApplication() const;
 
     bool isFocusModeSupported(FocusMode mode) const;
@@ -52,6 +54,7 @@ public:
     /// Exclusive right to set modes, until unlockForConfiguration(). False, with the reason in
     /// `error`, when another program holds it.
     [[nodiscard]] bool lockForConfiguration(Error* error = nullptr);
+    /// Nothing happens where it is not locked or the mode is not supported.
     void setFocusMode(FocusMode mode);
     void setExposureMode(ExposureMode mode);
     void setWhiteBalanceMode(WhiteBalanceMode mode);
@@ -66,7 +69,8 @@ public:
     public:
         virtual ~Observation() = default;
     };
-    /// Calls `observer` whenever the camera begins or ends to adjust itself, on any thread.
+    /// Calls `observer` whenever the camera begins or ends to adjust itself, on any thread. Only
+    /// some tell of their focus, and none of the others.
     [[nodiscard]] std::unique_ptr<Observation> observe(
         Adjustment adjustment, std::function<void(bool adjusting)> observer);
 

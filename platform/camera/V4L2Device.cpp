@@ -1,6 +1,5 @@
 #include "platform/camera/V4L2Device.h"
 
-#include <QCollator>
 #include <QDir>
 #include <QFile>
 
@@ -209,12 +208,10 @@ QList<CameraFormat> V4L2Device::formats() const
 QList<CameraNode> v4l2Cameras(const QString& folder)
 {
     QStringList names = QDir(folder).entryList(
-        { QStringLiteral("video*") }, QDir::System | QDir::Files, QDir::NoSort);
-    QCollator byNumber(QLocale::c());
-    byNumber.setNumericMode(true);
-    std::sort(names.begin(), names.end(), [&](const QString& left, const QString& right) {
-        return byNumber.compare(left, right) < 0;
-    });
+        { QStringLiteral("video[0-9]*") }, QDir::System | QDir::Files, QDir::NoSort);
+    const auto number = [](const QString& name) { return QStringView(name).mid(5).toInt(); };
+    std::sort(names.begin(), names.end(),
+        [&](const QString& left, const QString& right) { return number(left) < number(right); });
     QList<CameraNode> cameras;
     for (const QString& name : names) {
         const QString path = folder + u'/' + name;

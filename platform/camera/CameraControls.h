@@ -1,0 +1,47 @@
+#pragma once
+
+#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CaptureDevice.h"
+
+namespace platform {
+
+class V4L2Device;
+
+/// The settings of one camera, by its device, or by PipeWire where the device cannot be opened.
+/// Main thread. The camera may be pulled out at any time; then nothing is supported or set.
+class CameraControls {
+public:
+    explicit CameraControls(CameraNode node);
+    ~CameraControls();
+    CameraControls(const CameraControls&) = delete;
+    CameraControls& operator=(const CameraControls&) = delete;
+
+    bool isSupported(FocusMode mode) const;
+    bool isSupported(ExposureMode mode) const;
+    bool isSupported(WhiteBalanceMode mode) const;
+    void set(FocusMode mode);
+    void set(ExposureMode mode);
+    void set(WhiteBalanceMode mode);
+
+    /// Others can set nothing as long as this lives. Zero, or the errno of the refusal.
+    [[nodiscard]] int claimPriority();
+
+    bool isCovered() const; ///< by a shutter
+    bool isBusy() const; ///< see V4L2Device
+
+private:
+    bool has(quint32 control) const;
+    bool has(quint32 control, int choice) const;
+    void set(quint32 control, int value);
+    std::optional<int> automaticExposure() const;
+
+    CameraNode m_node;
+    std::unique_ptr<V4L2Device> m_device; ///< null where it cannot be opened
+};
+
+/// Calls `observer` whenever the device begins or ends to focus, on a thread of its own that ends
+/// with the observation; null where the device does not tell.
+std::unique_ptr<CaptureDevice::Observation> observeFocus(
+    const QString& devicePath, std::function<void(bool adjusting)> observer);
+
+} // namespace platform
