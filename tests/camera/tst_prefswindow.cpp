@@ -1,5 +1,7 @@
 #include "camera/PrefsWindow.h"
+#include "platform/camera/CameraRegistry.h"
 #include "platform/services/UserDefaults.h"
+#include "tests/support/CameraRig.h"
 #include "tests/support/TestMain.h"
 
 #include <QCheckBox>
@@ -20,18 +22,50 @@ const QString cameraKey = QStringLiteral("pref-camera-id");
 class PrefsWindowTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
     void init();
+    void cleanup();
     void showsStoredValues();
     void writesContrastAsItMoves();
     void writesMirroring();
     void selectsNothingWithoutCameras();
+    void selectsTheDefaultCamera();
+    void selectsTheStoredCamera();
+    void replacesAnAbsentCamera();
+    void keepsCamerasOfOneNameApart();
+    void listsAnewWhenShown();
+
+private:
+    std::unique_ptr<support::RigCamera> plugIn(const char* name, const char* description);
+
+    std::unique_ptr<support::CameraRig> m_rig;
 };
+
+void PrefsWindowTest::initTestCase()
+{
+    m_rig = std::make_unique<support::CameraRig>();
+}
 
 void PrefsWindowTest::init()
 {
     for (const QString& key : { contrastKey, mirrorKey, cameraKey }) {
         UserDefaults::standard().removeObject(key);
     }
+}
+
+void PrefsWindowTest::cleanup()
+{
+    QTRY_COMPARE(platform::CameraRegistry::shared().cameras().size(), 0);
+}
+
+/// Returns once the program knows of it.
+std::unique_ptr<support::RigCamera> PrefsWindowTest::plugIn(
+    const char* name, const char* description)
+{
+    const QString id = QString::fromLatin1(name);
+    auto camera = m_rig->addCamera({ .name = id, .description = QString::fromLatin1(description) });
+    [&id] { QTRY_VERIFY(platform::CameraRegistry::shared().camera(id).has_value()); }();
+    return camera;
 }
 
 void PrefsWindowTest::showsStoredValues()
@@ -79,6 +113,80 @@ void PrefsWindowTest::selectsNothingWithoutCameras()
     prefs.menuSelected(nullptr);
     QCOMPARE(
         UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("a camera that is gone"));
+}
+
+void PrefsWindowTest::selectsTheDefaultCamera()
+{
+    const auto first = plugIn("cam.a", "Camera A");
+    const auto second = plugIn("cam.b", "Camera B");
+    m_rig->setDefaultCamera(QStringLiteral("cam.b"));
+    QTRY_COMPARE(platform::CameraRegistry::shared().defaultCamera(), QStringLiteral("cam.b"));
+    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    prefs.showWindow(nullptr);
+    QCOMPARE(prefs.devices(), (QStringList{ QStringLiteral("cam.a"), QStringLiteral("cam.b") }));
+    QCOMPARE(prefs.cameraMenu->currentText(), QStringLiteral("Camera B"));
+    QVERIFY(!UserDefaults::standard().stringForKey(cameraKey).has_value());
+}
+
+void PrefsWindowTest::selectsTheStoredCamera()
+{
+    const auto first = plugIn("cam.a", "Camera A");
+    const auto second = plugIn("cam.b", "Camera B");
+    for (const char* name : { "cam.a", "cam.b" }) {
+        UserDefaults::standard().setString(cameraKey, QString::fromLatin1(name));
+        PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+        prefs.showWindow(nullptr);
+        QCOMPARE(prefs.devices().at(prefs.cameraMenu->currentIndex()), QString::fromLatin1(name));
+    }
+}
+
+void PrefsWindowTest::replacesAnAbsentCamera()
+{
+    const auto first = plugIn("cam.a", "Camera A");
+    const QString absent = QStringLiteral("a camera that is gone");
+    UserDefaults::standard().setString(cameraKey, absent);
+    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    prefs.showWindow(nullptr);
+    QCOMPARE(prefs.cameraMenu->currentText(), QStringLiteral("Camera A"));
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
+    QTest::keyClick(prefs.cameraMenu, Qt::Key_Down); // there is no other
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
+    prefs.menuSelected(prefs.cameraMenu);
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("cam.a"));
+}
+
+void PrefsWindowTest::keepsCamerasOfOneNameApart()
+{
+    const auto first = plugIn("cam.a", "Camera");
+    const auto second = plugIn("cam.b", "Camera");
+    UserDefaults::standard().setString(cameraKey, QStringLiteral("cam.a"));
+    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    prefs.showWindow(nullptr);
+    QCOMPARE(prefs.cameraMenu->count(), 2);
+    QCOMPARE(prefs.cameraMenu->itemText(0), QStringLiteral("Camera"));
+    QCOMPARE(prefs.cameraMenu->itemText(1), QStringLiteral("Camera"));
+    QCOMPARE(prefs.devices(), (QStringList{ QStringLiteral("cam.a"), QStringLiteral("cam.b") }));
+    QCOMPARE(prefs.cameraMenu->currentIndex(), 0);
+    QTest::keyClick(prefs.cameraMenu, Qt::Key_Down);
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("cam.b"));
+}
+
+void PrefsWindowTest::listsAnewWhenShown()
+{
+    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    prefs.showWindow(nullptr);
+    QCOMPARE(prefs.cameraMenu->count(), 0);
+    QVERIFY(!prefs.cameraMenu->isEnabled());
+    auto camera = plugIn("cam.a", "Camera A");
+    QCOMPARE(prefs.cameraMenu->count(), 0);
+    prefs.showWindow(nullptr);
+    QCOMPARE(prefs.devices(), QStringList{ QStringLiteral("cam.a") });
+    QVERIFY(prefs.cameraMenu->isEnabled());
+    camera.reset();
+    QTRY_COMPARE(platform::CameraRegistry::shared().cameras().size(), 0);
+    QCOMPARE(prefs.cameraMenu->count(), 1);
+    prefs.showWindow(nullptr);
+    QCOMPARE(prefs.cameraMenu->count(), 0);
 }
 
 VELLUMCAP_TEST_MAIN(PrefsWindowTest)

@@ -102,7 +102,10 @@ class Camera:
 
 
 class Cameras:
+    """Programs that start from now on see these cameras."""
+
     def __init__(self):
+        os.environ.pop("VELLUMCAP_CAMERA_PORTAL", None)
         for folder, text in CONFIGURATION.items():
             path = FOLDER / "config" / "wireplumber" / folder
             path.mkdir(parents=True, exist_ok=True)

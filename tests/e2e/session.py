@@ -115,6 +115,8 @@ class Session:
         set_variable("GSETTINGS_BACKEND", "memory")
         set_variable("QT_QPA_PLATFORM", "xcb")
         set_variable("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1")
+        # Behind the portal, which is not there, the machine's own cameras are out of sight.
+        set_variable("VELLUMCAP_CAMERA_PORTAL", "1")
         if self.scale != 1:
             set_variable("QT_SCALE_FACTOR", str(self.scale))
         set_variable("SESSION_SCALE", str(self.scale))

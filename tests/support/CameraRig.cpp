@@ -201,8 +201,9 @@ CameraRig::CameraRig(Start start)
     QDir(m_folder.path()).mkpath(QStringLiteral("run"));
     QFile::setPermissions(m_folder.filePath(QStringLiteral("run")),
         QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    for (const char* name : { "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "PIPEWIRE_REMOTE",
-             "PIPEWIRE_RUNTIME_DIR", "XDG_CURRENT_DESKTOP", "XDG_DESKTOP_PORTAL_DIR" }) {
+    for (const char* name :
+        { "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR",
+            "XDG_CURRENT_DESKTOP", "XDG_DESKTOP_PORTAL_DIR", "VELLUMCAP_CAMERA_PORTAL" }) {
         m_environmentBefore.insert(name, qgetenv(name));
         qunsetenv(name);
     }

@@ -6,7 +6,8 @@
 namespace support {
 
 /// Gives the process folders of its own in place of the user's (HOME and every XDG folder), UTC,
-/// an English locale, an offscreen screen unless another is asked for, and no session bus.
+/// an English locale, an offscreen screen unless another is asked for, no session bus
+/// and no camera.
 /// Made before the application object; everything is gone with it.
 class Sandbox {
 public:
