@@ -13,7 +13,7 @@ public:
 
     /// Asks for access, on a thread of its own that calls `answered` once.
     explicit CameraPortal(std::function<void(bool granted)> answered);
-    /// Waits for that thread, which gives up at once.
+    /// Waits for that thread, which does not wait for the user any longer.
     ~CameraPortal();
     CameraPortal(const CameraPortal&) = delete;
     CameraPortal& operator=(const CameraPortal&) = delete;

@@ -83,6 +83,7 @@ private:
     mutable std::mutex m_mutex; // for the following
     mutable std::condition_variable m_listed;
     mutable bool m_isListed = false; ///< or has been waited for in vain
+    bool m_isPublished = false;
     Source m_source;
     CameraListing m_listing;
 
@@ -212,9 +213,13 @@ void CameraRegistry::State::publish(Source source, CameraListing listing)
 {
     {
         const std::lock_guard lock(m_mutex);
+        if (m_isPublished && source == m_source && listing == m_listing) {
+            return;
+        }
         m_source = source;
         m_listing = std::move(listing);
         m_isListed = true;
+        m_isPublished = true;
     }
     m_listed.notify_all();
     const std::lock_guard lock(m_observing);

@@ -20,12 +20,16 @@ struct CameraFormat {
     int rateNumerator = 0; ///< the highest rate offered, in frames a second
     int rateDenominator = 1;
     double lowestRate = 0;
+
+    bool operator==(const CameraFormat&) const = default;
 };
 
 /// A control of a camera that can be set by way of PipeWire, where the device cannot be opened.
 struct CameraControl {
     quint32 id = 0; ///< V4L2_CID_...
     QList<int> choices; ///< of a menu; empty for others
+
+    bool operator==(const CameraControl&) const = default;
 };
 
 /// A camera as the system tells of it: a node of PipeWire, or a V4L2 device where no PipeWire
@@ -39,6 +43,8 @@ struct CameraNode {
     bool isInUse = false; ///< it runs and another program is linked to it
     QList<CameraFormat> formats;
     QList<CameraControl> controls;
+
+    bool operator==(const CameraNode&) const = default;
 };
 
 /// The cameras of this computer, followed on a thread of its own. Any thread.

@@ -10,6 +10,8 @@ namespace platform {
 struct CameraListing {
     QList<CameraNode> cameras;
     QString defaultCamera; ///< a name that may be absent; empty when the system has no opinion
+
+    bool operator==(const CameraListing&) const = default;
 };
 
 /// The cameras of one connection to PipeWire, followed. Lives on the context's loop: made, called
