@@ -79,7 +79,7 @@ class Camera:
 
     def unplug(self):
         self.process.kill()
-        self.process.wait()
+        self.process.communicate()
 
     def links(self):
         """How many streams are linked to it."""
