@@ -2,6 +2,8 @@
 
 #include "platform/services/Dispatch.h"
 
+#include <QtGlobal>
+
 #include <memory>
 
 namespace platform {
@@ -30,7 +32,7 @@ public:
     /// True: of frames that arrive while the delegate is busy only the newest is kept, and handed
     /// over next. False: they queue up, to a bound.
     void setAlwaysDiscardsLateVideoFrames(bool discards);
-    void setVideoSettings(PixelFormat format);
+    void setVideoSettings(PixelFormat format); ///< BGRA is the only one
     /// Frames reach `delegate` on `queue` as long as it lives.
     void setSampleBufferDelegate(
         std::weak_ptr<SampleBufferDelegate> delegate, std::shared_ptr<SerialQueue> queue);

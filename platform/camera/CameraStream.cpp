@@ -1,0 +1,203 @@
+#include "platform/camera/CameraStream.h"
+
+#include "platform/camera/CameraPipeline.h"
+#include "platform/camera/FormatChoice.h"
+#include "platform/services/Dispatch.h"
+#include "platform/services/Log.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <utility>
+
+namespace platform {
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto patienceWithFrame = 2s; // then the camera is called stalled
+constexpr auto patienceWithStall = 30s; // then it is opened anew
+constexpr auto firstRetry = 250ms; // a camera that changes its formats fails once
+constexpr auto laterRetry = 2s;
+constexpr auto checkInterval = 500ms;
+
+bool offers(const CameraNode& camera, const CameraFormat& format)
+{
+    return std::any_of(
+        camera.formats.cbegin(), camera.formats.cend(), [&format](const CameraFormat& offered) {
+            return offered.encoding == format.encoding && offered.size == format.size;
+        });
+}
+
+} // namespace
+
+/// From start() to stop(). The atomic members are shared with the thread of the frames.
+struct CameraStream::Run {
+    QString camera;
+    std::unique_ptr<CameraRegistry::Observation> observation;
+    std::unique_ptr<CameraPipeline> pipeline; // null between two attempts
+    CameraFormat format; // of the pipeline
+    Clock::time_point openedAt;
+    Clock::time_point retryAt; // when there is no pipeline
+    int attempt = 0; // what an earlier one reports is old
+    int failures = 0; // since the last frame
+    bool isLogged = false;
+
+    quint64 frameCount = 0; // of the thread of the frames
+    std::atomic<Clock::time_point> lastFrameAt = Clock::time_point();
+    std::atomic<bool> isFrameAwaited = false; // the main thread wants to know of the next one
+};
+
+CameraStream::CameraStream(Receivers receivers)
+    : m_receivers(std::move(receivers))
+{
+}
+
+CameraStream::~CameraStream()
+{
+    close();
+}
+
+void CameraStream::start(const QString& camera)
+{
+    stop();
+    m_run = std::make_shared<Run>();
+    m_run->camera = camera;
+    if (camera.isEmpty()) {
+        setInterruption(Interruption::NoCamera);
+        return;
+    }
+    m_run->observation = CameraRegistry::shared().observe(
+        [this, guard = std::weak_ptr(m_run)] { dispatchMain(guard, [this] { check(); }); });
+    check();
+    checkRegularly();
+}
+
+void CameraStream::stop()
+{
+    close();
+    m_run.reset();
+    setInterruption(Interruption::None);
+}
+
+void CameraStream::checkRegularly()
+{
+    dispatchMainAfter(checkInterval, m_run, [this] {
+        check();
+        checkRegularly();
+    });
+}
+
+void CameraStream::check()
+{
+    const std::optional<CameraNode> camera = CameraRegistry::shared().camera(m_run->camera);
+    if (!camera) {
+        close();
+        m_run->retryAt = {};
+        m_run->failures = 0;
+        setInterruption(Interruption::Unplugged);
+    } else if (m_run->pipeline && !offers(*camera, m_run->format)) {
+        open(); // it has changed what it offers, upon which the frames just cease
+    } else if (m_run->pipeline) {
+        checkStall();
+    } else if (Clock::now() >= m_run->retryAt) {
+        open();
+    }
+}
+
+void CameraStream::checkStall()
+{
+    const Clock::time_point lastFrameAt = m_run->lastFrameAt;
+    const bool hasFrame = lastFrameAt >= m_run->openedAt;
+    const auto silence = Clock::now() - (hasFrame ? lastFrameAt : m_run->openedAt);
+    if (hasFrame && silence < patienceWithFrame) {
+        m_run->failures = 0;
+        setInterruption(Interruption::None);
+        return;
+    }
+    if (silence >= patienceWithFrame) {
+        if (m_run->pipeline->isOpen()) {
+            setInterruption(Interruption::Stalled);
+        } else {
+            tellOfRefusal(QStringLiteral("It does not answer"));
+        }
+        m_run->isFrameAwaited = true;
+    }
+    if (silence >= patienceWithStall) {
+        open();
+    }
+}
+
+void CameraStream::open()
+{
+    close();
+    const std::optional<CameraNode> camera = CameraRegistry::shared().camera(m_run->camera);
+    const std::optional<CameraFormat> format
+        = camera ? chosenFormat(camera->formats) : std::nullopt;
+    if (!format) {
+        refuse(QStringLiteral("It offers no format that can be read"));
+        return;
+    }
+    m_run->format = *format;
+    m_run->openedAt = Clock::now();
+    m_run->isFrameAwaited = true;
+    const std::weak_ptr<Run> guard = m_run;
+    const auto takeFrame = [this, guard, run = m_run.get()](GstSample* sample) {
+        run->lastFrameAt = Clock::now();
+        m_receivers.frame(SampleBuffer(sample, ++run->frameCount));
+        if (run->isFrameAwaited.exchange(false)) {
+            dispatchMain(guard, [this] { check(); });
+        }
+    };
+    const auto takeFailure = [this, guard, attempt = ++m_run->attempt](const QString& reason) {
+        dispatchMain(guard, [this, attempt, reason] {
+            if (attempt == m_run->attempt) {
+                refuse(reason);
+            }
+        });
+    };
+    m_run->pipeline = std::make_unique<CameraPipeline>(*camera, *format,
+        CameraPipeline::Receivers{ .frame = takeFrame, .failure = takeFailure }, m_formerEnd);
+}
+
+void CameraStream::close()
+{
+    if (m_run && m_run->pipeline) {
+        m_formerEnd = m_run->pipeline->closed();
+        m_run->pipeline.reset();
+    }
+}
+
+void CameraStream::refuse(const QString& reason)
+{
+    close();
+    ++m_run->attempt;
+    ++m_run->failures;
+    const auto delay = m_run->failures == 1 ? firstRetry : laterRetry;
+    m_run->retryAt = Clock::now() + delay;
+    dispatchMainAfter(delay, m_run, [this] { check(); });
+    if (!CameraRegistry::shared().camera(m_run->camera)) {
+        check();
+    } else if (m_run->failures > 1) {
+        tellOfRefusal(reason);
+    }
+}
+
+void CameraStream::tellOfRefusal(const QString& reason)
+{
+    if (!std::exchange(m_run->isLogged, true)) {
+        log(QStringLiteral("The camera %1 cannot be used: %2").arg(m_run->camera, reason));
+    }
+    setInterruption(Interruption::Refused);
+}
+
+void CameraStream::setInterruption(Interruption interruption)
+{
+    if (std::exchange(m_interruption, interruption) != interruption) {
+        m_receivers.interruption();
+    }
+}
+
+} // namespace platform

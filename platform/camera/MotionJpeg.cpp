@@ -1,0 +1,75 @@
+#include "platform/camera/MotionJpeg.h"
+
+#include "platform/camera/PixelConversion.h"
+#include "platform/graphics/BitmapPool.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <turbojpeg.h>
+
+namespace platform {
+namespace {
+
+struct Destroy {
+    void operator()(void* decoder) const { tjDestroy(decoder); }
+};
+
+/// A whole picture ends with the marker EOI, though cameras pad it. (Within the coded data 0xff
+/// is never followed by 0xd9.)
+bool isComplete(std::span<const unsigned char> bytes)
+{
+    constexpr std::array<unsigned char, 2> endOfImage = { 0xff, 0xd9 };
+    return std::find_end(bytes.begin(), bytes.end(), endOfImage.begin(), endOfImage.end())
+        != bytes.end();
+}
+
+/// The decoder offers eighths of the picture's size.
+QSize decodedSize(QSize picture, QSize area)
+{
+    if (area.isEmpty()) {
+        return picture;
+    }
+    const QSize wanted = picture.scaled(area, Qt::KeepAspectRatio);
+    for (int eighths = 1; eighths < 8; ++eighths) {
+        const tjscalingfactor scale = { eighths, 8 };
+        const QSize size(TJSCALED(picture.width(), scale), TJSCALED(picture.height(), scale));
+        if (size.width() >= wanted.width() && size.height() >= wanted.height()) {
+            return size;
+        }
+    }
+    return picture;
+}
+
+} // namespace
+
+QImage decodedMotionJpeg(std::span<const unsigned char> bytes, QSize area)
+{
+    thread_local const std::unique_ptr<void, Destroy> decoder(tjInitDecompress());
+    int width = 0;
+    int height = 0;
+    int subsampling = 0;
+    int colorSpace = 0;
+    if (!decoder || !isComplete(bytes)
+        || tjDecompressHeader3(decoder.get(), bytes.data(), bytes.size(), &width, &height,
+               &subsampling, &colorSpace)
+            != 0
+        || width <= 0 || height <= 0 || width > largestPictureSide || height > largestPictureSide) {
+        return {};
+    }
+    const QSize size = decodedSize(QSize(width, height), area);
+    QImage bitmap = pooledBitmap(size);
+    if (bitmap.isNull()) {
+        return {};
+    }
+    const int failed = tjDecompress2(decoder.get(), bytes.data(), bytes.size(), bitmap.bits(),
+        size.width(), int(bitmap.bytesPerLine()), size.height(), TJPF_BGRX,
+        TJFLAG_FASTDCT | TJFLAG_LIMITSCANS);
+    // A warning is for a picture that is there, if not as it was meant: cameras pad their data.
+    if (failed != 0 && tjGetErrorCode(decoder.get()) != TJERR_WARNING) {
+        return {};
+    }
+    return bitmap;
+}
+
+} // namespace platform

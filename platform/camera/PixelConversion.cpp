@@ -1,0 +1,259 @@
+#include "platform/camera/PixelConversion.h"
+
+#include "platform/camera/MotionJpeg.h"
+#include "platform/graphics/BitmapPool.h"
+
+#include <algorithm>
+#include <array>
+#include <gst/gst.h>
+#include <gst/video/video.h>
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace platform {
+namespace {
+
+/// A buffer's bytes, mapped for reading.
+class MappedBuffer {
+public:
+    explicit MappedBuffer(GstBuffer* buffer)
+        : m_buffer(buffer)
+        , m_isMapped(buffer && gst_buffer_map(buffer, &m_map, GST_MAP_READ))
+    {
+    }
+    ~MappedBuffer()
+    {
+        if (m_isMapped) {
+            gst_buffer_unmap(m_buffer, &m_map);
+        }
+    }
+    MappedBuffer(const MappedBuffer&) = delete;
+    MappedBuffer& operator=(const MappedBuffer&) = delete;
+
+    std::span<guint8> bytes() const
+    {
+        return m_isMapped ? std::span(m_map.data, m_map.size) : std::span<guint8>();
+    }
+
+private:
+    GstBuffer* const m_buffer;
+    GstMapInfo m_map = {};
+    const bool m_isMapped;
+};
+
+bool isAcceptable(QSize size)
+{
+    return !size.isEmpty() && size.width() <= largestPictureSide
+        && size.height() <= largestPictureSide;
+}
+
+QSize fitted(QSize picture, QSize area)
+{
+    if (area.isEmpty() || (picture.width() <= area.width() && picture.height() <= area.height())) {
+        return picture;
+    }
+    return picture.scaled(area, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+}
+
+/// How the sample's bytes are laid out: by its caps, or by its buffer where that says more.
+std::optional<GstVideoInfo> layoutOf(GstSample* sample)
+{
+    GstCaps* caps = gst_sample_get_caps(sample);
+    GstVideoInfo info;
+    if (!caps || !gst_video_info_from_caps(&info, caps)
+        || !isAcceptable(QSize(info.width, info.height))
+        || GST_VIDEO_INFO_N_PLANES(&info) > GST_VIDEO_MAX_PLANES) {
+        return std::nullopt;
+    }
+    // Cameras send BT.601 (the UVC standard's default), whatever the size of the picture.
+    if (GST_VIDEO_INFO_IS_YUV(&info)
+        && !gst_structure_has_field(gst_caps_get_structure(caps, 0), "colorimetry")) {
+        info.colorimetry.matrix = GST_VIDEO_COLOR_MATRIX_BT601;
+    }
+    info.interlace_mode = GST_VIDEO_INTERLACE_MODE_PROGRESSIVE;
+    if (const GstVideoMeta* meta = gst_buffer_get_video_meta(gst_sample_get_buffer(sample))) {
+        if (meta->n_planes != GST_VIDEO_INFO_N_PLANES(&info)) {
+            return std::nullopt;
+        }
+        std::copy_n(meta->stride, meta->n_planes, info.stride);
+        std::copy_n(meta->offset, meta->n_planes, info.offset);
+    }
+    return info;
+}
+
+/// Whether every plane lies within the bytes that came: what a camera claims is not trusted.
+bool fits(const GstVideoInfo& info, std::size_t byteCount)
+{
+    for (guint component = 0; component < GST_VIDEO_INFO_N_COMPONENTS(&info); ++component) {
+        const auto plane = GST_VIDEO_INFO_COMP_PLANE(&info, component);
+        const auto rows = std::size_t(GST_VIDEO_INFO_COMP_HEIGHT(&info, component));
+        const auto rowBytes = std::size_t(GST_VIDEO_INFO_COMP_WIDTH(&info, component))
+            * std::size_t(GST_VIDEO_INFO_COMP_PSTRIDE(&info, component));
+        const gint stride = GST_VIDEO_INFO_PLANE_STRIDE(&info, plane);
+        const gsize offset = GST_VIDEO_INFO_PLANE_OFFSET(&info, plane);
+        if (stride < 0 || std::size_t(stride) < rowBytes || offset > byteCount
+            || byteCount - offset < std::size_t(stride) * (rows - 1) + rowBytes) {
+            return false;
+        }
+    }
+    return true;
+}
+
+GstVideoFrame frameOver(const GstVideoInfo& info, guint8* bytes)
+{
+    GstVideoFrame frame = {};
+    frame.info = info;
+    for (guint plane = 0; plane < GST_VIDEO_INFO_N_PLANES(&info); ++plane) {
+        frame.data[plane] = bytes + GST_VIDEO_INFO_PLANE_OFFSET(&info, plane);
+    }
+    return frame;
+}
+
+/// Converts pictures of one layout to bitmaps of one size; kept, since setting it up costs more
+/// than a frame of it.
+class Converter {
+public:
+    Converter(const GstVideoInfo& from, QSize size)
+        : m_from(from)
+        , m_size(size)
+    {
+        gst_video_info_set_format(
+            &m_to, GST_VIDEO_FORMAT_BGRx, guint(size.width()), guint(size.height()));
+        m_to.fps_n = from.fps_n;
+        m_to.fps_d = from.fps_d;
+        // Two taps when scaling: no more than a preview needs.
+        GstStructure* options
+            = gst_structure_new("options", GST_VIDEO_CONVERTER_OPT_RESAMPLER_METHOD,
+                GST_TYPE_VIDEO_RESAMPLER_METHOD, GST_VIDEO_RESAMPLER_METHOD_LINEAR,
+                GST_VIDEO_CONVERTER_OPT_THREADS, G_TYPE_UINT, 1U, nullptr);
+        m_converter.reset(gst_video_converter_new(&m_from, &m_to, options));
+    }
+
+    bool serves(const GstVideoInfo& from, QSize size) const
+    {
+        return m_size == size && gst_video_info_is_equal(&m_from, &from);
+    }
+
+    QImage convert(guint8* bytes) const
+    {
+        QImage bitmap = m_converter ? pooledBitmap(m_size) : QImage();
+        if (bitmap.isNull()) {
+            return {};
+        }
+        GstVideoInfo to = m_to;
+        to.stride[0] = int(bitmap.bytesPerLine());
+        const GstVideoFrame source = frameOver(m_from, bytes);
+        GstVideoFrame target = frameOver(to, bitmap.bits());
+        gst_video_converter_frame(m_converter.get(), &source, &target);
+        return bitmap;
+    }
+
+private:
+    struct Free {
+        void operator()(GstVideoConverter* converter) const { gst_video_converter_free(converter); }
+    };
+
+    GstVideoInfo m_from;
+    GstVideoInfo m_to = {};
+    QSize m_size;
+    std::unique_ptr<GstVideoConverter, Free> m_converter;
+};
+
+QImage convertedBytes(const GstVideoInfo& info, guint8* bytes, QSize size)
+{
+    thread_local std::unique_ptr<Converter> converter;
+    if (!converter || !converter->serves(info, size)) {
+        converter = std::make_unique<Converter>(info, size);
+    }
+    return converter->convert(bytes);
+}
+
+/// An image over the sample's own bytes, where they are what an image has.
+QImage wrapped(GstSample* sample, const GstVideoInfo& info)
+{
+    struct Hold {
+        GstSample* sample;
+        MappedBuffer mapped;
+    };
+    const auto format = GST_VIDEO_INFO_FORMAT(&info);
+    if ((format != GST_VIDEO_FORMAT_BGRx && format != GST_VIDEO_FORMAT_BGRA)
+        || GST_VIDEO_INFO_PLANE_STRIDE(&info, 0) % 4 != 0
+        || GST_VIDEO_INFO_PLANE_OFFSET(&info, 0) % 4 != 0) {
+        return {};
+    }
+    auto hold = std::unique_ptr<Hold>(
+        new Hold{ gst_sample_ref(sample), MappedBuffer(gst_sample_get_buffer(sample)) });
+    const guint8* bytes = hold->mapped.bytes().data() + GST_VIDEO_INFO_PLANE_OFFSET(&info, 0);
+    return QImage(
+        bytes, info.width, info.height, GST_VIDEO_INFO_PLANE_STRIDE(&info, 0), QImage::Format_RGB32,
+        [](void* data) {
+            auto* held = static_cast<Hold*>(data);
+            GstSample* last = held->sample;
+            delete held;
+            gst_sample_unref(last);
+        },
+        hold.release());
+}
+
+QImage decodedJpeg(GstSample* sample, QSize area)
+{
+    const MappedBuffer mapped(gst_sample_get_buffer(sample));
+    QImage picture = decodedMotionJpeg(mapped.bytes(), area);
+    const QSize size = fitted(picture.size(), area);
+    if (picture.isNull() || size == picture.size()) {
+        return picture;
+    }
+    GstVideoInfo info;
+    gst_video_info_set_format(
+        &info, GST_VIDEO_FORMAT_BGRx, guint(picture.width()), guint(picture.height()));
+    info.stride[0] = int(picture.bytesPerLine());
+    return convertedBytes(info, picture.bits(), size);
+}
+
+bool isJpeg(GstSample* sample)
+{
+    const GstCaps* caps = gst_sample_get_caps(sample);
+    return caps && gst_structure_has_name(gst_caps_get_structure(caps, 0), "image/jpeg");
+}
+
+} // namespace
+
+QSize announcedSize(GstSample* sample)
+{
+    const GstCaps* caps = gst_sample_get_caps(sample);
+    int width = 0;
+    int height = 0;
+    if (caps) {
+        const GstStructure* structure = gst_caps_get_structure(caps, 0);
+        gst_structure_get_int(structure, "width", &width);
+        gst_structure_get_int(structure, "height", &height);
+    }
+    const QSize size(width, height);
+    return isAcceptable(size) ? size : QSize();
+}
+
+QImage convertedPixels(GstSample* sample, QSize area)
+{
+    if (!gst_sample_get_buffer(sample)) {
+        return {};
+    }
+    if (isJpeg(sample)) {
+        return decodedJpeg(sample, area);
+    }
+    const std::optional<GstVideoInfo> info = layoutOf(sample);
+    const MappedBuffer mapped(gst_sample_get_buffer(sample));
+    if (!info || !fits(*info, mapped.bytes().size())) {
+        return {};
+    }
+    const QSize picture(info->width, info->height);
+    const QSize size = fitted(picture, area);
+    if (size == picture) {
+        if (const QImage image = wrapped(sample, *info); !image.isNull()) {
+            return image;
+        }
+    }
+    return convertedBytes(*info, mapped.bytes().data(), size);
+}
+
+} // namespace platform
