@@ -24,26 +24,9 @@ bool isComplete(std::span<const unsigned char> bytes)
         != bytes.end();
 }
 
-/// The decoder offers eighths of the picture's size.
-QSize decodedSize(QSize picture, QSize area)
-{
-    if (area.isEmpty()) {
-        return picture;
-    }
-    const QSize wanted = picture.scaled(area, Qt::KeepAspectRatio);
-    for (int eighths = 1; eighths < 8; ++eighths) {
-        const tjscalingfactor scale = { eighths, 8 };
-        const QSize size(TJSCALED(picture.width(), scale), TJSCALED(picture.height(), scale));
-        if (size.width() >= wanted.width() && size.height() >= wanted.height()) {
-            return size;
-        }
-    }
-    return picture;
-}
-
 } // namespace
 
-QImage decodedMotionJpeg(std::span<const unsigned char> bytes, QSize area)
+QImage decodedMotionJpeg(std::span<const unsigned char> bytes)
 {
     thread_local const std::unique_ptr<void, Destroy> decoder(tjInitDecompress());
     int width = 0;
@@ -57,14 +40,12 @@ QImage decodedMotionJpeg(std::span<const unsigned char> bytes, QSize area)
         || width <= 0 || height <= 0 || width > largestPictureSide || height > largestPictureSide) {
         return {};
     }
-    const QSize size = decodedSize(QSize(width, height), area);
-    QImage bitmap = pooledBitmap(size);
+    QImage bitmap = pooledBitmap(QSize(width, height));
     if (bitmap.isNull()) {
         return {};
     }
     const int failed = tjDecompress2(decoder.get(), bytes.data(), bytes.size(), bitmap.bits(),
-        size.width(), int(bitmap.bytesPerLine()), size.height(), TJPF_BGRX,
-        TJFLAG_FASTDCT | TJFLAG_LIMITSCANS);
+        width, int(bitmap.bytesPerLine()), height, TJPF_BGRX, TJFLAG_FASTDCT | TJFLAG_LIMITSCANS);
     // A warning is for a picture that is there, if not as it was meant: cameras pad their data.
     if (failed != 0 && tjGetErrorCode(decoder.get()) != TJERR_WARNING) {
         return {};

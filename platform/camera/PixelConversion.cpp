@@ -4,12 +4,12 @@
 #include "platform/graphics/BitmapPool.h"
 
 #include <algorithm>
-#include <array>
 #include <gst/gst.h>
 #include <gst/video/video.h>
 #include <memory>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace platform {
 namespace {
@@ -31,9 +31,10 @@ public:
     MappedBuffer(const MappedBuffer&) = delete;
     MappedBuffer& operator=(const MappedBuffer&) = delete;
 
-    std::span<guint8> bytes() const
+    std::span<const guint8> bytes() const
     {
-        return m_isMapped ? std::span(m_map.data, m_map.size) : std::span<guint8>();
+        return m_isMapped ? std::span<const guint8>(m_map.data, m_map.size)
+                          : std::span<const guint8>();
     }
 
 private:
@@ -100,28 +101,24 @@ bool fits(const GstVideoInfo& info, std::size_t byteCount)
     return true;
 }
 
-GstVideoFrame frameOver(const GstVideoInfo& info, guint8* bytes)
+/// `bytes` are only read where the frame is a source.
+GstVideoFrame frameOver(const GstVideoInfo& info, const guint8* bytes)
 {
     GstVideoFrame frame = {};
     frame.info = info;
     for (guint plane = 0; plane < GST_VIDEO_INFO_N_PLANES(&info); ++plane) {
-        frame.data[plane] = bytes + GST_VIDEO_INFO_PLANE_OFFSET(&info, plane);
+        frame.data[plane] = const_cast<guint8*>(bytes) + GST_VIDEO_INFO_PLANE_OFFSET(&info, plane);
     }
     return frame;
 }
 
-/// Converts pictures of one layout to bitmaps of one size; kept, since setting it up costs more
-/// than a frame of it.
+/// Converts pictures of one layout to another; kept, since setting it up costs more than a frame.
 class Converter {
 public:
-    Converter(const GstVideoInfo& from, QSize size)
+    Converter(const GstVideoInfo& from, const GstVideoInfo& to)
         : m_from(from)
-        , m_size(size)
+        , m_to(to)
     {
-        gst_video_info_set_format(
-            &m_to, GST_VIDEO_FORMAT_BGRx, guint(size.width()), guint(size.height()));
-        m_to.fps_n = from.fps_n;
-        m_to.fps_d = from.fps_d;
         // Two taps when scaling: no more than a preview needs.
         GstStructure* options
             = gst_structure_new("options", GST_VIDEO_CONVERTER_OPT_RESAMPLER_METHOD,
@@ -130,23 +127,20 @@ public:
         m_converter.reset(gst_video_converter_new(&m_from, &m_to, options));
     }
 
-    bool serves(const GstVideoInfo& from, QSize size) const
+    bool serves(const GstVideoInfo& from, const GstVideoInfo& to) const
     {
-        return m_size == size && gst_video_info_is_equal(&m_from, &from);
+        return gst_video_info_is_equal(&m_from, &from) && gst_video_info_is_equal(&m_to, &to);
     }
 
-    QImage convert(guint8* bytes) const
+    bool convert(const guint8* from, guint8* to) const
     {
-        QImage bitmap = m_converter ? pooledBitmap(m_size) : QImage();
-        if (bitmap.isNull()) {
-            return {};
+        if (!m_converter) {
+            return false;
         }
-        GstVideoInfo to = m_to;
-        to.stride[0] = int(bitmap.bytesPerLine());
-        const GstVideoFrame source = frameOver(m_from, bytes);
-        GstVideoFrame target = frameOver(to, bitmap.bits());
+        const GstVideoFrame source = frameOver(m_from, from);
+        GstVideoFrame target = frameOver(m_to, to);
         gst_video_converter_frame(m_converter.get(), &source, &target);
-        return bitmap;
+        return true;
     }
 
 private:
@@ -155,18 +149,74 @@ private:
     };
 
     GstVideoInfo m_from;
-    GstVideoInfo m_to = {};
-    QSize m_size;
+    GstVideoInfo m_to;
     std::unique_ptr<GstVideoConverter, Free> m_converter;
 };
 
-QImage convertedBytes(const GstVideoInfo& info, guint8* bytes, QSize size)
-{
-    thread_local std::unique_ptr<Converter> converter;
-    if (!converter || !converter->serves(info, size)) {
-        converter = std::make_unique<Converter>(info, size);
+/// What one thread keeps from frame to frame.
+class Workshop {
+public:
+    static Workshop& ofThisThread()
+    {
+        thread_local Workshop workshop;
+        return workshop;
     }
-    return converter->convert(bytes);
+
+    QImage bitmap(const GstVideoInfo& from, const guint8* bytes)
+    {
+        QImage result = pooledBitmap(QSize(from.width, from.height));
+        if (result.isNull()) {
+            return {};
+        }
+        GstVideoInfo to = layout(GST_VIDEO_FORMAT_BGRx, from, result.size());
+        to.stride[0] = int(result.bytesPerLine());
+        return serving(m_painter, from, to).convert(bytes, result.bits()) ? result : QImage();
+    }
+
+    /// Scaled as it is encoded, then converted: that is the fewest bytes, and the fast way of the
+    /// library.
+    QImage scaledBitmap(const GstVideoInfo& from, const guint8* bytes, QSize size)
+    {
+        const GstVideoInfo to = layout(GST_VIDEO_INFO_FORMAT(&from), from, size);
+        m_scaled.resize(GST_VIDEO_INFO_SIZE(&to));
+        return serving(m_scaler, from, to).convert(bytes, m_scaled.data())
+            ? bitmap(to, m_scaled.data())
+            : QImage();
+    }
+
+private:
+    static GstVideoInfo layout(GstVideoFormat format, const GstVideoInfo& of, QSize size)
+    {
+        GstVideoInfo info;
+        gst_video_info_set_format(&info, format, guint(size.width()), guint(size.height()));
+        if (format == GST_VIDEO_INFO_FORMAT(&of)) {
+            info.colorimetry = of.colorimetry;
+        }
+        info.chroma_site = of.chroma_site;
+        info.fps_n = of.fps_n;
+        info.fps_d = of.fps_d;
+        return info;
+    }
+
+    static const Converter& serving(
+        std::optional<Converter>& converter, const GstVideoInfo& from, const GstVideoInfo& to)
+    {
+        if (!converter || !converter->serves(from, to)) {
+            converter.emplace(from, to);
+        }
+        return *converter;
+    }
+
+    std::optional<Converter> m_scaler;
+    std::optional<Converter> m_painter;
+    std::vector<guint8> m_scaled;
+};
+
+QImage convertedBytes(const GstVideoInfo& info, const guint8* bytes, QSize size)
+{
+    return size == QSize(info.width, info.height)
+        ? Workshop::ofThisThread().bitmap(info, bytes)
+        : Workshop::ofThisThread().scaledBitmap(info, bytes, size);
 }
 
 /// An image over the sample's own bytes, where they are what an image has.
@@ -196,27 +246,6 @@ QImage wrapped(GstSample* sample, const GstVideoInfo& info)
         hold.release());
 }
 
-QImage decodedJpeg(GstSample* sample, QSize area)
-{
-    const MappedBuffer mapped(gst_sample_get_buffer(sample));
-    QImage picture = decodedMotionJpeg(mapped.bytes(), area);
-    const QSize size = fitted(picture.size(), area);
-    if (picture.isNull() || size == picture.size()) {
-        return picture;
-    }
-    GstVideoInfo info;
-    gst_video_info_set_format(
-        &info, GST_VIDEO_FORMAT_BGRx, guint(picture.width()), guint(picture.height()));
-    info.stride[0] = int(picture.bytesPerLine());
-    return convertedBytes(info, picture.bits(), size);
-}
-
-bool isJpeg(GstSample* sample)
-{
-    const GstCaps* caps = gst_sample_get_caps(sample);
-    return caps && gst_structure_has_name(gst_caps_get_structure(caps, 0), "image/jpeg");
-}
-
 } // namespace
 
 QSize announcedSize(GstSample* sample)
@@ -233,16 +262,19 @@ QSize announcedSize(GstSample* sample)
     return isAcceptable(size) ? size : QSize();
 }
 
+bool isCompressed(GstSample* sample)
+{
+    const GstCaps* caps = gst_sample_get_caps(sample);
+    return caps && gst_structure_has_name(gst_caps_get_structure(caps, 0), "image/jpeg");
+}
+
 QImage convertedPixels(GstSample* sample, QSize area)
 {
-    if (!gst_sample_get_buffer(sample)) {
-        return {};
-    }
-    if (isJpeg(sample)) {
-        return decodedJpeg(sample, area);
+    const MappedBuffer mapped(gst_sample_get_buffer(sample));
+    if (isCompressed(sample)) {
+        return decodedMotionJpeg(mapped.bytes());
     }
     const std::optional<GstVideoInfo> info = layoutOf(sample);
-    const MappedBuffer mapped(gst_sample_get_buffer(sample));
     if (!info || !fits(*info, mapped.bytes().size())) {
         return {};
     }
@@ -254,6 +286,19 @@ QImage convertedPixels(GstSample* sample, QSize area)
         }
     }
     return convertedBytes(*info, mapped.bytes().data(), size);
+}
+
+QImage scaledPixels(const QImage& picture, QSize area)
+{
+    const QSize size = fitted(picture.size(), area);
+    if (picture.isNull() || size == picture.size()) {
+        return picture;
+    }
+    GstVideoInfo info;
+    gst_video_info_set_format(
+        &info, GST_VIDEO_FORMAT_BGRx, guint(picture.width()), guint(picture.height()));
+    info.stride[0] = int(picture.bytesPerLine());
+    return convertedBytes(info, picture.constBits(), size);
 }
 
 } // namespace platform

@@ -49,7 +49,9 @@ QImage SampleBuffer::pixels() const
 
 QImage SampleBuffer::pixelsWithin(QSize area) const
 {
-    return convertedPixels(m_frame->sample, area);
+    // Decoding is most of the work, and whoever wants all pixels shares it.
+    return isCompressed(m_frame->sample) ? scaledPixels(pixels(), area)
+                                         : convertedPixels(m_frame->sample, area);
 }
 
 } // namespace platform

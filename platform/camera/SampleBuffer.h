@@ -23,8 +23,8 @@ public:
     /// cannot be decoded.
     QImage pixels() const;
 
-    /// The pixels scaled to fit into `area`, never enlarged. Converted by each call, for less than
-    /// scaling pixels() would cost. Null when the frame cannot be decoded.
+    /// The pixels scaled to fit into `area`, never enlarged; converted by each call, for less than
+    /// all pixels cost where they are not compressed. Null when the frame cannot be decoded.
     QImage pixelsWithin(QSize area) const;
 
 private:
