@@ -3,7 +3,6 @@
 #include "platform/services/FileDescriptor.h"
 
 #include <array>
-#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <gst/app/gstappsink.h>
@@ -185,7 +184,6 @@ struct CameraPipeline::Run {
     std::mutex mutex; // held while a receiver runs
     std::condition_variable ending;
     bool isEnding = false;
-    std::atomic<bool> isOpen = false;
     std::promise<void> closing;
     std::shared_future<void> closed = closing.get_future().share();
 };
@@ -256,8 +254,6 @@ void CameraPipeline::Run::playUntilEnd()
     }
     if (gst_element_set_state(pipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
         fail(QStringLiteral("It cannot be opened"));
-    } else {
-        isOpen = true;
     }
     std::unique_lock lock(mutex);
     ending.wait(lock, [this] { return isEnding; });
@@ -298,11 +294,6 @@ CameraPipeline::~CameraPipeline()
     const std::lock_guard lock(m_run->mutex);
     m_run->isEnding = true;
     m_run->ending.notify_all();
-}
-
-bool CameraPipeline::isOpen() const
-{
-    return m_run->isOpen;
 }
 
 std::shared_future<void> CameraPipeline::closed() const

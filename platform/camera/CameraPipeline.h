@@ -30,9 +30,6 @@ public:
     CameraPipeline(const CameraPipeline&) = delete;
     CameraPipeline& operator=(const CameraPipeline&) = delete;
 
-    /// Whether the camera has agreed to send frames. Any thread.
-    bool isOpen() const;
-
     /// Ready when the camera has been let go of.
     std::shared_future<void> closed() const;
 

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto patienceWithFrame = 2s; // then the camera is called stalled
-constexpr auto patienceWithStall = 30s; // then it is opened anew
+constexpr auto patienceWithStall = 10s; // then it is opened anew
 constexpr auto firstRetry = 250ms; // a camera that changes its formats fails once
 constexpr auto laterRetry = 2s;
 constexpr auto checkInterval = 500ms;
@@ -101,13 +101,13 @@ void CameraStream::check()
     } else if (m_run->pipeline && !offers(*camera, m_run->format)) {
         open(); // it has changed what it offers, upon which the frames just cease
     } else if (m_run->pipeline) {
-        checkStall();
+        checkStall(*camera);
     } else if (Clock::now() >= m_run->retryAt) {
         open();
     }
 }
 
-void CameraStream::checkStall()
+void CameraStream::checkStall(const CameraNode& camera)
 {
     const Clock::time_point lastFrameAt = m_run->lastFrameAt;
     const bool hasFrame = lastFrameAt >= m_run->openedAt;
@@ -118,10 +118,10 @@ void CameraStream::checkStall()
         return;
     }
     if (silence >= patienceWithFrame) {
-        if (m_run->pipeline->isOpen()) {
+        if (hasFrame || camera.isRunning) {
             setInterruption(Interruption::Stalled);
         } else {
-            tellOfRefusal(QStringLiteral("It does not answer"));
+            tellOfRefusal(QStringLiteral("It does not start"));
         }
         m_run->isFrameAwaited = true;
     }

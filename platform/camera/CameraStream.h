@@ -11,6 +11,8 @@
 
 namespace platform {
 
+struct CameraNode;
+
 /// Keeps the frames of one camera coming: opens it, watches over it, and takes it up again when it
 /// comes back. Main thread; nothing here waits for a camera.
 class CameraStream {
@@ -42,7 +44,7 @@ private:
 
     void check();
     void checkRegularly();
-    void checkStall();
+    void checkStall(const CameraNode& camera);
     void open();
     void close();
     void refuse(const QString& reason);

@@ -1,0 +1,494 @@
+#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CaptureConnection.h"
+#include "platform/camera/CaptureDeviceInput.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/camera/CaptureVideoPreviewLayer.h"
+#include "platform/camera/SampleBuffer.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/TestMain.h"
+
+#include <QDir>
+#include <QPainter>
+#include <QSignalSpy>
+
+#include <atomic>
+#include <functional>
+#include <future>
+#include <mutex>
+
+using platform::CaptureSession;
+using platform::SampleBuffer;
+using support::CameraRig;
+using support::CameraWish;
+using support::RigCamera;
+using Interruption = platform::CaptureSession::Interruption;
+
+/// Sessions with cameras of PipeWire that need no hardware.
+class CaptureSessionTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void cleanup();
+    void handsOutWhatTheCameraSees_data();
+    void handsOutWhatTheCameraSees();
+    void countsTheFramesOfARun();
+    void tellsThatThereIsNoCamera();
+    void tellsOfAStall();
+    void takesAnUnpluggedCameraUpAgain();
+    void neverShowsAnotherCamera();
+    void servesTwoCamerasAtOnce();
+    void followsAChangeOfFormat();
+    void followsAChangeOfFormatWhileItRuns();
+    void tellsOfARefusal();
+    void letsGoOfTheCamera();
+    void survivesHasteWithStartAndStop();
+    void survivesItsEndAtAnyMoment_data();
+    void survivesItsEndAtAnyMoment();
+    void givesABusyDelegateTheNewestFrame();
+    void keepsMemoryFlat();
+    void leavesNoThreadBehind();
+
+private:
+    CameraRig m_rig;
+};
+
+namespace {
+
+constexpr QSize cameraSize(640, 480);
+constexpr int patience = 20000;
+
+/// Four quarters: red, green, blue, grey.
+QImage quarters()
+{
+    QImage picture(cameraSize, QImage::Format_RGB32);
+    QPainter painter(&picture);
+    const QRect quarter(QPoint(0, 0), cameraSize / 2);
+    painter.fillRect(quarter, QColor(200, 30, 30));
+    painter.fillRect(quarter.translated(quarter.width(), 0), QColor(30, 200, 30));
+    painter.fillRect(quarter.translated(0, quarter.height()), QColor(30, 30, 200));
+    painter.fillRect(quarter.translated(quarter.width(), quarter.height()), QColor(90, 90, 90));
+    return picture;
+}
+
+QString wrongQuarter(const QImage& seen, const QImage& expected)
+{
+    for (const QPoint eighths : { QPoint(1, 1), QPoint(7, 1), QPoint(1, 7), QPoint(7, 7) }) {
+        const auto at = [eighths](const QImage& image) {
+            return image.pixelColor(
+                image.width() * eighths.x() / 8, image.height() * eighths.y() / 8);
+        };
+        const QColor is = at(seen);
+        const QColor should = at(expected);
+        const int off = std::max({ qAbs(is.red() - should.red()), qAbs(is.green() - should.green()),
+            qAbs(is.blue() - should.blue()) });
+        if (off > 12) {
+            return QStringLiteral("%1 instead of %2").arg(is.name(), should.name());
+        }
+    }
+    return {};
+}
+
+/// Remembers what it is given. `act`, if set, runs with each frame.
+class Watcher : public platform::SampleBufferDelegate {
+public:
+    explicit Watcher(std::function<void()> act = {})
+        : m_act(std::move(act))
+    {
+    }
+
+    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput&, const SampleBuffer& frame,
+        const platform::CaptureConnection&) override
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_sequences.append(frame.sequence());
+            m_pixels = frame.pixels();
+        }
+        if (m_act) {
+            m_act();
+        }
+    }
+
+    qsizetype count() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_sequences.size();
+    }
+    QList<quint64> sequences() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_sequences;
+    }
+    QImage pixels() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_pixels;
+    }
+    void forget()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_sequences.clear();
+        m_pixels = {};
+    }
+
+private:
+    const std::function<void()> m_act;
+    mutable std::mutex m_mutex;
+    QList<quint64> m_sequences;
+    QImage m_pixels;
+};
+
+/// A session as a window sets it up.
+struct Scene {
+    explicit Scene(const QString& camera, std::function<void()> act = {})
+        : watcher(std::make_shared<Watcher>(std::move(act)))
+    {
+        session->addInput(platform::CaptureDeviceInput::create(
+            platform::CaptureDevice::deviceWithUniqueID(camera)));
+        output->setAlwaysDiscardsLateVideoFrames(true);
+        output->setVideoSettings(platform::CaptureVideoDataOutput::PixelFormat::BGRA);
+        output->setSampleBufferDelegate(watcher, queue);
+        session->addOutput(output);
+        session->setInterruptionObserver([this] { told.append(session->interruption()); });
+    }
+
+    const std::shared_ptr<platform::SerialQueue> queue
+        = std::make_shared<platform::SerialQueue>("aQueue");
+    std::shared_ptr<CaptureSession> session = std::make_shared<CaptureSession>();
+    std::shared_ptr<platform::CaptureVideoDataOutput> output
+        = std::make_shared<platform::CaptureVideoDataOutput>();
+    std::shared_ptr<Watcher> watcher;
+    QList<Interruption> told; ///< each interruption that was told of
+};
+
+CameraWish wish(const QString& name, const QString& encoding = QStringLiteral("YUY2"))
+{
+    return { .name = name,
+        .description = QStringLiteral("Camera ") + name,
+        .size = cameraSize,
+        .encoding = encoding };
+}
+
+const QString cameraA = QStringLiteral("cam.a");
+const QString cameraB = QStringLiteral("cam.b");
+
+int threadCount()
+{
+    return int(QDir(QStringLiteral("/proc/self/task"))
+                   .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+                   .size());
+}
+
+} // namespace
+
+void CaptureSessionTest::cleanup()
+{
+    // So that the next test's camera is not taken for this one's.
+    QTRY_VERIFY_WITH_TIMEOUT(platform::CameraRegistry::shared().cameras().isEmpty(), patience);
+}
+
+void CaptureSessionTest::handsOutWhatTheCameraSees_data()
+{
+    QTest::addColumn<QString>("encoding");
+    for (const char* name :
+        { "BGRx", "BGRA", "RGBx", "RGB", "YUY2", "UYVY", "NV12", "I420", "JPEG" }) {
+        QTest::newRow(name) << QString::fromLatin1(name);
+    }
+}
+
+void CaptureSessionTest::handsOutWhatTheCameraSees()
+{
+    QFETCH(QString, encoding);
+
+    const auto camera = m_rig.addCamera(wish(cameraA, encoding));
+    camera->show(quarters());
+    Scene scene(cameraA);
+    platform::CaptureVideoPreviewLayer preview(scene.session);
+    preview.setFrameSize(QSize(160, 160));
+    preview.connection()->setVideoMirrored(true);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    const QImage pixels = scene.watcher->pixels();
+    QCOMPARE(pixels.format(), QImage::Format_RGB32);
+    QCOMPARE(pixels.size(), cameraSize);
+    QCOMPARE(wrongQuarter(pixels, quarters()), QString());
+    QTRY_VERIFY_WITH_TIMEOUT(!preview.picture().isNull(), patience);
+    QCOMPARE(preview.picture().size(), QSize(160, 120));
+    QCOMPARE(wrongQuarter(preview.picture(), quarters().mirrored(true, false)), QString());
+    QCOMPARE(scene.session->interruption(), Interruption::None);
+    QVERIFY(scene.told.isEmpty());
+}
+
+void CaptureSessionTest::countsTheFramesOfARun()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    Scene scene(cameraA);
+    for (int run = 0; run < 2; ++run) {
+        scene.watcher->forget();
+        scene.session->startRunning();
+        QVERIFY(scene.session->isRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() >= 3, patience);
+        scene.session->stopRunning();
+        QVERIFY(!scene.session->isRunning());
+        const QList<quint64> sequences = scene.watcher->sequences();
+        QVERIFY(sequences.first() < 30);
+        QVERIFY(std::is_sorted(sequences.cbegin(), sequences.cend(), std::less_equal()));
+    }
+}
+
+void CaptureSessionTest::tellsThatThereIsNoCamera()
+{
+    CaptureSession session;
+    int calls = 0;
+    session.setInterruptionObserver([&calls] { ++calls; });
+    session.addInput(nullptr);
+    session.startRunning();
+    QVERIFY(session.isRunning());
+    QCOMPARE(session.interruption(), Interruption::NoCamera);
+    QCOMPARE(calls, 0);
+    QTRY_COMPARE(calls, 1);
+    session.stopRunning();
+    QCOMPARE(session.interruption(), Interruption::None);
+}
+
+void CaptureSessionTest::tellsOfAStall()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    camera->freeze();
+    QTRY_COMPARE_WITH_TIMEOUT(scene.told, QList<Interruption>{ Interruption::Stalled }, patience);
+    scene.watcher->forget();
+    camera->thaw();
+    QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::None, patience);
+    QVERIFY(scene.watcher->count() > 0);
+}
+
+void CaptureSessionTest::takesAnUnpluggedCameraUpAgain()
+{
+    auto camera = m_rig.addCamera(wish(cameraA));
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    camera->unplug();
+    QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::Unplugged, patience);
+    QVERIFY(scene.session->isRunning());
+    camera.reset();
+    scene.watcher->forget();
+    camera = m_rig.addCamera(wish(cameraA, QStringLiteral("JPEG")));
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::None, patience);
+    QCOMPARE(scene.told.last(), Interruption::None);
+}
+
+void CaptureSessionTest::neverShowsAnotherCamera()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto other = m_rig.addCamera(wish(cameraB));
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    camera->unplug();
+    QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::Unplugged, patience);
+    scene.watcher->forget();
+    QTest::qWait(1000); // time in which the session manager could link the other one
+    QCOMPARE(scene.watcher->count(), 0);
+    QCOMPARE(other->links(), 0);
+}
+
+void CaptureSessionTest::servesTwoCamerasAtOnce()
+{
+    const auto first = m_rig.addCamera(wish(cameraA));
+    const auto second = m_rig.addCamera(wish(cameraB));
+    const QImage red = support::plainPicture(cameraSize, QColor(200, 30, 30));
+    const QImage blue = support::plainPicture(cameraSize, QColor(30, 30, 200));
+    first->show(red);
+    second->show(blue);
+    Scene sceneA(cameraA);
+    Scene sceneB(cameraB);
+    sceneA.session->startRunning();
+    sceneB.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(sceneA.watcher->count() > 5 && sceneB.watcher->count() > 5, patience);
+    QCOMPARE(wrongQuarter(sceneA.watcher->pixels(), red), QString());
+    QCOMPARE(wrongQuarter(sceneB.watcher->pixels(), blue), QString());
+    sceneA.session->stopRunning();
+    sceneB.watcher->forget();
+    QTRY_VERIFY_WITH_TIMEOUT(sceneB.watcher->count() > 5, patience);
+}
+
+void CaptureSessionTest::followsAChangeOfFormat()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    scene.session->stopRunning();
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
+    camera->setModes({ QStringLiteral("NV12:320x240@30") });
+    scene.session->startRunning();
+    QTRY_COMPARE_WITH_TIMEOUT(scene.watcher->pixels().size(), QSize(320, 240), patience);
+    QCOMPARE(scene.session->interruption(), Interruption::None);
+}
+
+void CaptureSessionTest::followsAChangeOfFormatWhileItRuns()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    camera->setModes({ QStringLiteral("NV12:320x240@30") });
+    QTRY_COMPARE_WITH_TIMEOUT(scene.watcher->pixels().size(), QSize(320, 240), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::None, patience);
+}
+
+void CaptureSessionTest::tellsOfARefusal()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    camera->refuse();
+    QTest::ignoreMessage(
+        QtInfoMsg, QRegularExpression(QStringLiteral("The camera cam.a cannot be used: .+")));
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::Refused, patience);
+    QCOMPARE(scene.watcher->count(), 0);
+}
+
+void CaptureSessionTest::letsGoOfTheCamera()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    QCOMPARE(camera->links(), 1);
+    scene.session->stopRunning();
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
+    scene.session->startRunning();
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 1, patience);
+    scene.session.reset();
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
+}
+
+void CaptureSessionTest::survivesHasteWithStartAndStop()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    Scene scene(cameraA);
+    for (int round = 0; round < 50; ++round) {
+        scene.session->startRunning();
+        if (round % 3 == 0) {
+            QTest::qWait(round);
+        }
+        scene.session->stopRunning();
+        if (round % 5 == 0) {
+            QCoreApplication::processEvents();
+        }
+    }
+    // What is being handled may still end.
+    platform::SerialQueue& queue = *scene.queue;
+    std::promise<void> handled;
+    queue.async([&handled] { handled.set_value(); });
+    handled.get_future().wait();
+    scene.watcher->forget();
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
+    QCOMPARE(scene.watcher->count(), 0);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 3, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 1, patience);
+    QCOMPARE(scene.session->interruption(), Interruption::None);
+}
+
+void CaptureSessionTest::survivesItsEndAtAnyMoment_data()
+{
+    QTest::addColumn<int>("milliseconds");
+    for (const int delay : { 0, 1, 3, 8, 15, 25, 40, 60, 100, 150 }) {
+        QTest::addRow("%d ms", delay) << delay;
+    }
+}
+
+void CaptureSessionTest::survivesItsEndAtAnyMoment()
+{
+    QFETCH(int, milliseconds);
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    for (int round = 0; round < 5; ++round) {
+        Scene scene(cameraA);
+        auto preview = std::make_unique<platform::CaptureVideoPreviewLayer>(scene.session);
+        preview->setFrameSize(QSize(64, 48));
+        scene.session->startRunning();
+        QTest::qWait(milliseconds);
+        scene.session->stopRunning();
+        if (round % 2 == 0) {
+            preview.reset();
+        }
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
+}
+
+void CaptureSessionTest::givesABusyDelegateTheNewestFrame()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    std::promise<void> goOn;
+    std::atomic<bool> isFirst = true;
+    Scene scene(cameraA, [&goOn, &isFirst] {
+        if (isFirst.exchange(false)) {
+            goOn.get_future().wait();
+        }
+    });
+    platform::CaptureVideoPreviewLayer preview(scene.session);
+    preview.setFrameSize(QSize(64, 48));
+    int pictures = 0;
+    preview.setPictureObserver([&pictures] { ++pictures; });
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() == 1, patience);
+    // The preview goes on while the delegate is busy.
+    const int before = pictures;
+    QTRY_VERIFY_WITH_TIMEOUT(pictures > before + 10, patience);
+    QCOMPARE(scene.watcher->count(), 1);
+    goOn.set_value();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() >= 2, patience);
+    const QList<quint64> sequences = scene.watcher->sequences();
+    QVERIFY2(sequences[1] > sequences[0] + 8, "old frames had queued up");
+}
+
+void CaptureSessionTest::keepsMemoryFlat()
+{
+    const auto residentKilobytes = [] {
+        QFile statistics(QStringLiteral("/proc/self/statm"));
+        return statistics.open(QFile::ReadOnly)
+            ? statistics.readAll().split(' ').at(1).toLongLong() * 4
+            : 0;
+    };
+    CameraWish large = wish(cameraA);
+    large.size = QSize(1920, 1080);
+    const auto camera = m_rig.addCamera(large);
+    Scene scene(cameraA);
+    scene.session->startRunning();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 60, patience);
+    const qint64 before = residentKilobytes();
+    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 300, 3 * patience);
+    const qint64 after = residentKilobytes();
+    QVERIFY2(after < before + before / 10,
+        qPrintable(QStringLiteral("%1 kB, then %2 kB").arg(before).arg(after)));
+}
+
+void CaptureSessionTest::leavesNoThreadBehind()
+{
+    const auto camera = m_rig.addCamera(wish(cameraA));
+    const int before = threadCount();
+    {
+        Scene scene(cameraA);
+        const platform::CaptureVideoPreviewLayer preview(scene.session);
+        for (int round = 0; round < 3; ++round) {
+            scene.watcher->forget();
+            scene.session->startRunning();
+            QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+            QVERIFY(threadCount() > before);
+            scene.session->stopRunning();
+        }
+    }
+    // GLib's thread pool keeps a thread for a quarter of a minute.
+    QTRY_VERIFY_WITH_TIMEOUT(threadCount() <= before, 2 * patience);
+}
+
+VELLUMCAP_TEST_MAIN(CaptureSessionTest)
+#include "tst_capturesession.moc"
