@@ -39,7 +39,6 @@ private Q_SLOTS:
     void neverShowsAnotherCamera();
     void servesTwoCamerasAtOnce();
     void followsAChangeOfFormat();
-    void followsAChangeOfFormatWhileItRuns();
     void tellsOfARefusal();
     void letsGoOfTheCamera();
     void survivesHasteWithStartAndStop();
@@ -277,8 +276,11 @@ void CaptureSessionTest::takesAnUnpluggedCameraUpAgain()
     QVERIFY(scene.session->isRunning());
     camera.reset();
     scene.watcher->forget();
-    camera = m_rig.addCamera(wish(cameraA, QStringLiteral("JPEG")));
+    CameraWish other = wish(cameraA, QStringLiteral("JPEG"));
+    other.size = QSize(320, 240);
+    camera = m_rig.addCamera(other);
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
+    QCOMPARE(scene.watcher->pixels().size(), QSize(320, 240));
     QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::None, patience);
     QCOMPARE(scene.told.last(), Interruption::None);
 }
@@ -330,17 +332,6 @@ void CaptureSessionTest::followsAChangeOfFormat()
     scene.session->startRunning();
     QTRY_COMPARE_WITH_TIMEOUT(scene.watcher->pixels().size(), QSize(320, 240), patience);
     QCOMPARE(scene.session->interruption(), Interruption::None);
-}
-
-void CaptureSessionTest::followsAChangeOfFormatWhileItRuns()
-{
-    const auto camera = m_rig.addCamera(wish(cameraA));
-    Scene scene(cameraA);
-    scene.session->startRunning();
-    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
-    camera->setModes({ QStringLiteral("NV12:320x240@30") });
-    QTRY_COMPARE_WITH_TIMEOUT(scene.watcher->pixels().size(), QSize(320, 240), patience);
-    QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::None, patience);
 }
 
 void CaptureSessionTest::tellsOfARefusal()

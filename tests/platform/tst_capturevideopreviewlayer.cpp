@@ -1,0 +1,169 @@
+#include "platform/camera/CaptureConnection.h"
+#include "platform/camera/CaptureDeviceInput.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/camera/CaptureVideoPreviewLayer.h"
+#include "platform/graphics/ImageFilter.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/TestMain.h"
+
+#include <QDeadlineTimer>
+#include <QPainter>
+
+#include <thread>
+
+using platform::CaptureVideoPreviewLayer;
+using platform::ImageFilter;
+using support::CameraRig;
+
+class CaptureVideoPreviewLayerTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init();
+    void cleanup();
+    void hasNoConnectionWithoutInput();
+    void isNeverLargerThanTheSource();
+    void keepsItsPictureWhenTheSessionStops();
+    void followsFiltersMirroringAndSizeWhileItIsStopped();
+    void callsItsObserverOnceForManyPictures();
+
+private:
+    std::shared_ptr<CaptureVideoPreviewLayer> shown(QSize area);
+
+    CameraRig m_rig;
+    std::unique_ptr<support::RigCamera> m_camera;
+    std::shared_ptr<platform::CaptureSession> m_session;
+};
+
+namespace {
+
+constexpr QSize cameraSize(320, 240);
+constexpr int patience = 20000;
+const QColor dark(80, 60, 40);
+
+/// Dark on the left, white on the right.
+QImage darkAndWhite()
+{
+    QImage picture = support::plainPicture(cameraSize, Qt::white);
+    QPainter(&picture).fillRect(0, 0, cameraSize.width() / 2, cameraSize.height(), dark);
+    return picture;
+}
+
+int leftRed(const CaptureVideoPreviewLayer& layer)
+{
+    const QImage picture = layer.picture();
+    return picture.pixelColor(picture.width() / 8, picture.height() / 2).red();
+}
+
+} // namespace
+
+void CaptureVideoPreviewLayerTest::init()
+{
+    m_camera = m_rig.addCamera({ .name = QStringLiteral("cam.a"),
+        .description = QStringLiteral("Camera A"),
+        .size = cameraSize,
+        .encoding = QStringLiteral("BGRx") });
+    m_camera->show(darkAndWhite());
+    m_session = std::make_shared<platform::CaptureSession>();
+    m_session->addInput(platform::CaptureDeviceInput::create(
+        platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))));
+}
+
+void CaptureVideoPreviewLayerTest::cleanup()
+{
+    m_session.reset();
+    m_camera.reset();
+    QTRY_VERIFY_WITH_TIMEOUT(
+        !platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a")), patience);
+}
+
+/// A layer with its first picture; the session runs.
+std::shared_ptr<CaptureVideoPreviewLayer> CaptureVideoPreviewLayerTest::shown(QSize area)
+{
+    auto layer = std::make_shared<CaptureVideoPreviewLayer>(m_session);
+    layer->setFrameSize(area);
+    m_session->startRunning();
+    const bool isShown = QTest::qWaitFor([&layer] { return !layer->picture().isNull(); }, patience);
+    return isShown ? layer : nullptr;
+}
+
+void CaptureVideoPreviewLayerTest::hasNoConnectionWithoutInput()
+{
+    const auto session = std::make_shared<platform::CaptureSession>();
+    CaptureVideoPreviewLayer layer(session);
+    QVERIFY(!layer.connection());
+    session->addInput(platform::CaptureDeviceInput::create(
+        platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))));
+    QVERIFY(layer.connection());
+    QVERIFY(layer.connection()->isVideoMirroringSupported());
+    QCOMPARE(layer.connection(), layer.connection());
+}
+
+void CaptureVideoPreviewLayerTest::isNeverLargerThanTheSource()
+{
+    const auto layer = shown(QSize(4000, 4000));
+    QVERIFY(layer);
+    QCOMPARE(layer->picture().size(), cameraSize);
+}
+
+void CaptureVideoPreviewLayerTest::keepsItsPictureWhenTheSessionStops()
+{
+    const auto layer = shown(QSize(160, 120));
+    QVERIFY(layer);
+    m_session->stopRunning();
+    QTRY_COMPARE_WITH_TIMEOUT(m_camera->links(), 0, patience);
+    QCOMPARE(layer->picture().size(), QSize(160, 120));
+    QVERIFY(qAbs(leftRed(*layer) - dark.red()) < 12);
+}
+
+void CaptureVideoPreviewLayerTest::followsFiltersMirroringAndSizeWhileItIsStopped()
+{
+    const auto layer = shown(QSize(160, 120));
+    QVERIFY(layer);
+    m_session->stopRunning();
+    QTRY_COMPARE_WITH_TIMEOUT(m_camera->links(), 0, patience);
+
+    const auto exposure = std::make_shared<ImageFilter>(ImageFilter::Kind::ExposureAdjust);
+    exposure->setName(QStringLiteral("exposure"));
+    const auto expected = [&exposure](int component) {
+        return qRound(qMin(exposure->applied(component / 255.0), 1.0) * 255);
+    };
+    const int plain = leftRed(*layer);
+    exposure->setValue(1);
+    layer->setFilters({ exposure });
+    QCOMPARE(layer->filterNamed(QStringLiteral("exposure")), exposure);
+    QVERIFY(!layer->filterNamed(QStringLiteral("contrast")));
+    QVERIFY(expected(plain) > plain + 10);
+    QTRY_COMPARE_WITH_TIMEOUT(leftRed(*layer), expected(plain), patience);
+    exposure->setValue(-1);
+    layer->setNeedsDisplay();
+    QTRY_COMPARE_WITH_TIMEOUT(leftRed(*layer), expected(plain), patience);
+    layer->connection()->setVideoMirrored(true);
+    layer->setNeedsDisplay();
+    QTRY_COMPARE_WITH_TIMEOUT(leftRed(*layer), expected(255), patience);
+    layer->setFrameSize(QSize(240, 240));
+    QTRY_COMPARE_WITH_TIMEOUT(layer->picture().size(), QSize(240, 180), patience);
+}
+
+void CaptureVideoPreviewLayerTest::callsItsObserverOnceForManyPictures()
+{
+    const auto layer = shown(QSize(32, 24));
+    QVERIFY(layer);
+    QCoreApplication::processEvents();
+    int calls = 0;
+    layer->setPictureObserver([&calls] { ++calls; });
+    // The main thread is busy while some frames come.
+    const QDeadlineTimer deadline(patience);
+    for (int count = 0; count < 5; ++count) {
+        const qint64 before = layer->picture().cacheKey();
+        while (layer->picture().cacheKey() == before) {
+            QVERIFY(!deadline.hasExpired());
+            std::this_thread::yield();
+        }
+    }
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(calls == 1 || calls == 2); // another may have come meanwhile
+}
+
+VELLUMCAP_TEST_MAIN(CaptureVideoPreviewLayerTest)
+#include "tst_capturevideopreviewlayer.moc"
