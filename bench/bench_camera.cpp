@@ -13,6 +13,7 @@
 #include <QBuffer>
 #include <QElapsedTimer>
 #include <QGuiApplication>
+#include <QThread>
 
 #include <benchmark/benchmark.h>
 #include <cstring>
@@ -114,6 +115,9 @@ void startToFirstPicture(benchmark::State& state)
     const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
         .description = QStringLiteral("Camera A"),
         .size = QSize(1920, 1080) });
+    while (!platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))) {
+        QThread::msleep(1);
+    }
     for (auto _ : state) {
         const auto session = std::make_shared<platform::CaptureSession>();
         session->addInput(platform::CaptureDeviceInput::create(

@@ -138,13 +138,21 @@ private:
     QImage m_pixels;
 };
 
+/// The device, once the program has learnt of the camera.
+std::optional<platform::CaptureDevice> device(const QString& camera)
+{
+    (void)QTest::qWaitFor(
+        [&camera] { return platform::CaptureDevice::deviceWithUniqueID(camera).has_value(); },
+        patience);
+    return platform::CaptureDevice::deviceWithUniqueID(camera);
+}
+
 /// A session as a window sets it up.
 struct Scene {
     explicit Scene(const QString& camera, std::function<void()> act = {})
         : watcher(std::make_shared<Watcher>(std::move(act)))
     {
-        session->addInput(platform::CaptureDeviceInput::create(
-            platform::CaptureDevice::deviceWithUniqueID(camera)));
+        session->addInput(platform::CaptureDeviceInput::create(device(camera)));
         output->setAlwaysDiscardsLateVideoFrames(true);
         output->setVideoSettings(platform::CaptureVideoDataOutput::PixelFormat::BGRA);
         output->setSampleBufferDelegate(watcher, queue);

@@ -64,6 +64,8 @@ void CaptureVideoPreviewLayerTest::init()
         .size = cameraSize,
         .encoding = QStringLiteral("BGRx") });
     m_camera->show(darkAndWhite());
+    QTRY_VERIFY_WITH_TIMEOUT(
+        platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a")), patience);
     m_session = std::make_shared<platform::CaptureSession>();
     m_session->addInput(platform::CaptureDeviceInput::create(
         platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))));

@@ -190,7 +190,7 @@ void FrameMailboxTest::mayGoWithoutItsQueue()
     Gate gate;
     auto queue = std::make_shared<SerialQueue>("frames");
     const std::weak_ptr<SerialQueue> watched = queue;
-    auto mailbox = std::make_unique<Mailbox>(queue, 1, [](int) { });
+    auto mailbox = std::make_unique<Mailbox>(queue, 1, [](int) {});
     queue->async([&gate] { gate.pass(); });
     gate.awaitEntry();
     mailbox->put(1);
