@@ -3,7 +3,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdarg>
-#include <cstring>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <linux/videodev2.h>
@@ -155,7 +154,7 @@ int describe(const Device& device, v4l2_queryctrl& query)
 int describe(v4l2_capability& capability)
 {
     capability = {};
-    std::strcpy(reinterpret_cast<char*>(capability.card), "Fake Camera");
+    qstrncpy(reinterpret_cast<char*>(capability.card), "Fake Camera", sizeof capability.card);
     capability.device_caps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
     capability.capabilities = capability.device_caps | V4L2_CAP_DEVICE_CAPS;
     return 0;
@@ -331,9 +330,15 @@ void setFakeEvents(const QString& path, bool offered)
 
 } // namespace cameras
 
-// In place of the C library's functions.
+// In place of the C library's functions, whose symbols these are.
+extern "C" {
+int fakeOpen(const char* path, int flags, ...) asm("open");
+int fakeIoctl(int descriptor, unsigned long code, ...) asm("ioctl");
+int fakeClose(int descriptor) asm("close");
+int fakePoll(pollfd* polled, nfds_t count, int timeout) asm("poll");
+}
 
-extern "C" int open(const char* path, int flags, ...)
+int fakeOpen(const char* path, int flags, ...)
 {
     const int fake = cameras::openFake(path);
     if (fake >= 0) {
@@ -347,7 +352,7 @@ extern "C" int open(const char* path, int flags, ...)
     return real(path, flags, mode);
 }
 
-extern "C" int ioctl(int descriptor, unsigned long code, ...) noexcept
+int fakeIoctl(int descriptor, unsigned long code, ...)
 {
     std::va_list arguments;
     va_start(arguments, code);
@@ -367,7 +372,7 @@ extern "C" int ioctl(int descriptor, unsigned long code, ...) noexcept
     return real(descriptor, code, argument);
 }
 
-extern "C" int close(int descriptor)
+int fakeClose(int descriptor)
 {
     {
         const std::lock_guard lock(cameras::world().mutex);
@@ -387,7 +392,7 @@ extern "C" int close(int descriptor)
 }
 
 // An event of the device's is urgent data; of the descriptor that stands for it, data.
-extern "C" int poll(pollfd* polled, nfds_t count, int timeout)
+int fakePoll(pollfd* polled, nfds_t count, int timeout)
 {
     static auto* const real = cameras::next<int(pollfd*, nfds_t, int)>("poll");
     std::vector<pollfd> standIns(polled, polled + count);

@@ -51,6 +51,10 @@ spa_rectangle rectangle(QSize size)
 /// Parameters of a stream, with the memory that they lie in.
 class Parameters {
 public:
+    Parameters() { spa_pod_builder_init(&m_builder, m_memory, sizeof m_memory); }
+    Parameters(const Parameters&) = delete;
+    Parameters& operator=(const Parameters&) = delete;
+
     void addFormat(const CameraMode& mode);
     void addControl(const CameraControl& control);
     void addBuffers(int size, int stride);
@@ -62,7 +66,7 @@ private:
     void append(void* pod) { m_list[m_count++] = static_cast<spa_pod*>(pod); }
 
     uint8_t m_memory[16384];
-    spa_pod_builder m_builder = SPA_POD_BUILDER_INIT(m_memory, sizeof m_memory);
+    spa_pod_builder m_builder{};
     const spa_pod* m_list[64]{};
     uint32_t m_count = 0;
 };

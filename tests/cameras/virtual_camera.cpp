@@ -5,7 +5,9 @@
 
 namespace {
 
-using namespace cameras;
+using cameras::CameraControl;
+using cameras::CameraMode;
+using cameras::VirtualCamera;
 
 std::optional<CameraControl> parsedControl(const QString& text)
 {

@@ -274,6 +274,7 @@ void CameraRegistryTest::endsObservations()
     const auto observation = registry.observe([&kept] { ++kept; });
     auto other = registry.observe([&ended] { ++ended; });
     auto camera = rig.addCamera(wish("cam.a", "Camera A"));
+    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
     QTRY_VERIFY(ended > 0);
     other.reset();
     const int before = ended;

@@ -9,8 +9,19 @@
 #include <linux/videodev2.h>
 #include <mutex>
 
-using namespace platform;
 using cameras::FakeProfile;
+using platform::CameraFormat;
+using platform::CameraNode;
+using platform::CameraRegistry;
+using platform::CaptureDevice;
+using platform::CaptureDeviceFormat;
+using platform::Error;
+using platform::ExposureMode;
+using platform::FocusMode;
+using platform::MediaType;
+using platform::posixErrorDomain;
+using platform::V4L2Device;
+using platform::WhiteBalanceMode;
 using support::CameraRig;
 using support::CameraWish;
 using support::RigCamera;
@@ -439,7 +450,7 @@ void CaptureDeviceTest::listsV4L2Devices()
     const QString tenth = folder.filePath(QStringLiteral("video10"));
     cameras::addFakeDevice(tenth, FakeProfile::Full);
     cameras::addFakeDevice(second, FakeProfile::Plain);
-    const QList<CameraNode> nodes = v4l2Cameras(folder.path());
+    const QList<CameraNode> nodes = platform::v4l2Cameras(folder.path());
     QCOMPARE(nodes.size(), 2); // the others are files
     QCOMPARE(nodes.at(0).name, second);
     QCOMPARE(nodes.at(1).name, tenth);

@@ -158,7 +158,7 @@ int RigCamera::links() const
         CameraRig::output(QStringLiteral("pw-dump"), { QStringLiteral("--no-colors") }))
                              .array();
     QJsonValue id;
-    for (const QJsonValue& object : objects) {
+    for (const auto& object : objects) {
         if (properties(object)[QStringLiteral("node.name")].toString() == m_name) {
             id = object[QStringLiteral("id")];
         }
