@@ -1,10 +1,12 @@
 #include "app/Resources.h"
 #include "app/VellumcapAppDelegate.h"
 #include "platform/instance/SingleInstance.h"
+#include "platform/script/ScriptThreads.h"
 #include "platform/ui/Appearance.h"
 #include "platform/ui/Application.h"
 
 #include <QIcon>
+#include <QScopeGuard>
 
 int main(int argc, char** argv)
 {
@@ -19,5 +21,6 @@ int main(int argc, char** argv)
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/vellumcap.svg")));
     const platform::Appearance appearance;
     application.setDelegate(&delegate);
+    const auto scriptsFinished = qScopeGuard([] { platform::finishScripts(); });
     return application.run();
 }

@@ -1,0 +1,204 @@
+#include "platform/script/Script.h"
+
+#include "platform/script/LuaState.h"
+#include "platform/script/ScriptThreads.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QList>
+
+#include <clocale>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr char chunkKey = 0; // its address is the compiled file's place in the registry
+constexpr std::size_t longestDescription = 8192; // bytes
+
+struct Call {
+    QByteArray function; ///< empty: the top level alone
+    QList<QByteArray> arguments;
+};
+
+/// Lua itself is indifferent to the user's language, and so are scripts: 1.5 is no "1,5".
+class PlainLocale {
+public:
+    PlainLocale()
+    {
+        static const locale_t plain = ::newlocale(LC_ALL_MASK, "C.UTF-8", nullptr);
+        m_previous = ::uselocale(plain);
+    }
+    ~PlainLocale() { ::uselocale(m_previous); }
+    PlainLocale(const PlainLocale&) = delete;
+    PlainLocale& operator=(const PlainLocale&) = delete;
+
+private:
+    locale_t m_previous;
+};
+
+// What Lua calls leaves by a long jump when it fails, past every destructor: these functions keep
+// no object that has one.
+
+int loadFile(lua_State* lua)
+{
+    const auto* path = static_cast<const char*>(lua_touserdata(lua, 1));
+    if (luaL_loadfilex(lua, path, "t") != LUA_OK) {
+        return lua_error(lua);
+    }
+    lua_rawsetp(lua, LUA_REGISTRYINDEX, &chunkKey);
+    return 0;
+}
+
+/// Replaces the values above `first` by one text.
+int describeResults(lua_State* lua, int first)
+{
+    const int last = lua_gettop(lua);
+    if (last <= first) {
+        lua_pushliteral(lua, "nil");
+        return 1;
+    }
+    luaL_checkstack(lua, LUA_MINSTACK, nullptr);
+    luaL_Buffer text;
+    luaL_buffinit(lua, &text);
+    for (int index = first + 1; index <= last; ++index) {
+        if (index > first + 1) {
+            luaL_addstring(&text, ", ");
+        }
+        luaL_tolstring(lua, index, nullptr);
+        luaL_addvalue(&text);
+    }
+    luaL_pushresult(&text);
+    return 1;
+}
+
+int perform(lua_State* lua)
+{
+    const auto& call = *static_cast<const Call*>(lua_touserdata(lua, 1));
+    lua_rawgetp(lua, LUA_REGISTRYINDEX, &chunkKey);
+    if (call.function.isEmpty()) {
+        lua_call(lua, 0, LUA_MULTRET);
+        return describeResults(lua, 1);
+    }
+    lua_call(lua, 0, 0);
+    lua_pushglobaltable(lua);
+    lua_pushlstring(lua, call.function.constData(), static_cast<std::size_t>(call.function.size()));
+    if (lua_gettable(lua, -2) == LUA_TNIL) {
+        return luaL_error(lua, "the script has no function '%s'", call.function.constData());
+    }
+    const int count = static_cast<int>(call.arguments.size());
+    luaL_checkstack(lua, count, "too many arguments");
+    for (const QByteArray& argument : call.arguments) {
+        lua_pushlstring(lua, argument.constData(), static_cast<std::size_t>(argument.size()));
+    }
+    lua_call(lua, count, LUA_MULTRET);
+    return describeResults(lua, 2);
+}
+
+int describeError(lua_State* lua)
+{
+    if (lua_tostring(lua, 1) == nullptr) {
+        if (luaL_callmeta(lua, 1, "__tostring") == 0) {
+            lua_pushfstring(lua, "(error object is a %s value)", luaL_typename(lua, 1));
+        }
+        lua_replace(lua, 1);
+    }
+    luaL_traceback(lua, lua, lua_tostring(lua, 1), 1);
+    return 1;
+}
+
+/// The text on top of the stack.
+QString topText(lua_State* lua)
+{
+    if (lua_type(lua, -1) != LUA_TSTRING) { // an error object that nobody could describe
+        return QString::fromLatin1(lua_typename(lua, lua_type(lua, -1)));
+    }
+    std::size_t size = 0;
+    const char* bytes = lua_tolstring(lua, -1, &size);
+    if (size <= longestDescription) {
+        return QString::fromUtf8(bytes, static_cast<qsizetype>(size));
+    }
+    return QString::fromUtf8(bytes, longestDescription) + QStringLiteral("…");
+}
+
+/// Calls `function` with a pointer, protected.
+Script::Outcome protectedCall(lua_State* lua, lua_CFunction function, const void* argument,
+    lua_CFunction messageHandler = nullptr)
+{
+    const PlainLocale plainLocale;
+    lua_settop(lua, 0);
+    if (messageHandler != nullptr) {
+        lua_pushcfunction(lua, messageHandler);
+    }
+    const int handlerIndex = lua_gettop(lua);
+    lua_pushcfunction(lua, function);
+    lua_pushlightuserdata(lua, const_cast<void*>(argument));
+    if (lua_pcall(lua, 1, 1, handlerIndex) != LUA_OK) {
+        return ScriptError{ topText(lua) };
+    }
+    return topText(lua);
+}
+
+} // namespace
+
+struct Script::State {
+    State() = default;
+    ~State()
+    {
+        const ScriptThreads::InScript inScript; // finalizers run
+        const PlainLocale plainLocale;
+        lua.close();
+    }
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    Outcome run(const Call& call)
+    {
+        const ScriptThreads::InScript inScript;
+        return protectedCall(lua.get(), perform, &call, describeError);
+    }
+
+    LuaState lua;
+};
+
+Script::Script(std::unique_ptr<State> state)
+    : m_state(std::move(state))
+{
+}
+
+Script::~Script() = default;
+Script::Script(Script&&) noexcept = default;
+Script& Script::operator=(Script&&) noexcept = default;
+
+std::variant<Script, ScriptError> Script::load(const QString& path)
+{
+    auto state = std::make_unique<State>();
+    if (const auto& error = state->lua.error()) {
+        return ScriptError{ *error };
+    }
+    const QByteArray name = QFile::encodeName(path);
+    const auto compile = [&] {
+        const ScriptThreads::InScript inScript; // a file may be a pipe that says nothing
+        return protectedCall(state->lua.get(), loadFile, name.constData());
+    };
+    if (auto outcome = compile(); auto* error = std::get_if<ScriptError>(&outcome)) {
+        return std::move(*error);
+    }
+    return Script(std::move(state));
+}
+
+Script::Outcome Script::executeHandler(const QString& name, const QStringList& arguments)
+{
+    Call call{ name.toUtf8(), {} };
+    for (const QString& argument : arguments) {
+        call.arguments.append(argument.toUtf8());
+    }
+    return m_state->run(call);
+}
+
+Script::Outcome Script::execute()
+{
+    return m_state->run({});
+}
+
+} // namespace platform

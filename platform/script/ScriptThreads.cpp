@@ -1,0 +1,163 @@
+#include "platform/script/ScriptThreads.h"
+
+#include "platform/services/Log.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <deque>
+#include <exception>
+#include <mutex>
+#include <pthread.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+#include <utility>
+
+namespace platform {
+namespace {
+
+constexpr std::size_t threadLimit = 32;
+
+std::atomic<bool> interrupted = false;
+
+struct State {
+    std::mutex mutex;
+    std::condition_variable changed;
+    std::deque<Job> waiting;
+    std::size_t running = 0; ///< threads
+    std::size_t inProgram = 0; ///< those of them that are not in a script
+    bool abandoned = false;
+};
+
+/// Never destroyed, since abandoned threads outlive every static object.
+State& shared()
+{
+    static State& state = *new State;
+    return state;
+}
+
+thread_local bool isOurs = false;
+
+void run(const Job& job)
+{
+    try {
+        job();
+    } catch (const std::exception& exception) {
+        log(QStringLiteral("A job failed: %1").arg(QString::fromUtf8(exception.what())));
+    }
+}
+
+/// The next job; empty, and one thread less, when there is none.
+Job next(State& state)
+{
+    const std::lock_guard lock(state.mutex);
+    if (interrupted || state.waiting.empty()) {
+        --state.running;
+        --state.inProgram;
+        state.changed.notify_all();
+        return {};
+    }
+    Job job = std::move(state.waiting.front());
+    state.waiting.pop_front();
+    return job;
+}
+
+void work()
+{
+    pthread_setname_np(pthread_self(), "script");
+    isOurs = true;
+    while (const Job job = next(shared())) {
+        run(job);
+    }
+}
+
+[[noreturn]] void stopForGood()
+{
+    while (true) {
+        ::pause();
+    }
+}
+
+} // namespace
+
+void dispatchScript(Job job)
+{
+    State& state = shared();
+    const std::lock_guard lock(state.mutex);
+    if (interrupted) {
+        return;
+    }
+    state.waiting.push_back(std::move(job));
+    if (state.running == threadLimit) {
+        return;
+    }
+    try {
+        std::thread(work).detach();
+        ++state.running;
+        ++state.inProgram;
+    } catch (const std::system_error& error) {
+        log(QStringLiteral("A script has to wait: %1").arg(QString::fromUtf8(error.what())));
+    }
+}
+
+void finishScripts(const ScriptPatience& patience)
+{
+    State& state = shared();
+    std::deque<Job> dropped;
+    std::unique_lock lock(state.mutex);
+    const auto allEnded = [&state] { return state.running == 0; };
+    state.changed.wait_for(lock, patience.untilInterrupted, allEnded);
+    interrupted = true;
+    dropped.swap(state.waiting);
+    lock.unlock();
+    dropped.clear(); // what it holds may want the lock
+    lock.lock();
+    state.changed.wait_for(lock, patience.untilAbandoned, allEnded);
+    state.abandoned = true;
+    state.changed.wait(lock, [&state] { return state.inProgram == 0; });
+}
+
+namespace ScriptThreads {
+
+bool areInterrupted()
+{
+    return interrupted;
+}
+
+InScript::InScript()
+{
+    if (isOurs) {
+        State& state = shared();
+        const std::lock_guard lock(state.mutex);
+        --state.inProgram;
+        state.changed.notify_all();
+    }
+}
+
+InScript::~InScript()
+{
+    if (!isOurs) {
+        return;
+    }
+    State& state = shared();
+    std::unique_lock lock(state.mutex);
+    if (state.abandoned) {
+        lock.unlock();
+        stopForGood();
+    }
+    ++state.inProgram;
+}
+
+void logFromScript(const QString& line)
+{
+    State& state = shared();
+    const std::lock_guard lock(state.mutex);
+    if (!state.abandoned) {
+        log(line);
+    }
+}
+
+} // namespace ScriptThreads
+
+} // namespace platform

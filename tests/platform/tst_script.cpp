@@ -1,0 +1,555 @@
+#include "platform/script/Script.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/TestMain.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <array>
+#include <clocale>
+#include <csignal>
+#include <fcntl.h>
+#include <thread>
+#include <unistd.h>
+
+using platform::Script;
+using platform::ScriptError;
+
+class ScriptTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    /// As in the program, and not as Qt Test has it.
+    void initTestCase() { std::signal(SIGPIPE, SIG_DFL); }
+    void handsArgumentsOverExactly_data();
+    void handsArgumentsOverExactly();
+    void describesResults_data();
+    void describesResults();
+    void runsTheTopLevelBeforeTheHandler();
+    void runsNothingWhileLoading();
+    void saysWhyItWasNotLoaded_data();
+    void saysWhyItWasNotLoaded();
+    void refusesPrecompiledChunks();
+    void saysWhyItFailed_data();
+    void saysWhyItFailed();
+    void holdsMemoryWithinBounds_data();
+    void holdsMemoryWithinBounds();
+    void survivesDeepRecursion_data();
+    void survivesDeepRecursion();
+    void leavesTheProgramAlone_data();
+    void leavesTheProgramAlone();
+    void runsCommands();
+    void printsIntoTheLog_data();
+    void printsIntoTheLog();
+    void stopsLoggingWhatIsTooMuch();
+    void outlivesItsFile();
+    void sharesNothingWithOthers();
+
+private:
+    QString write(const QByteArray& text, const QString& name = QStringLiteral("a.scpt")) const;
+    Script loaded(const QByteArray& text) const;
+    QString result(const QByteArray& text, const QStringList& arguments = {}) const;
+    QString error(const QByteArray& text) const;
+
+    QTemporaryDir m_folder;
+};
+
+QString ScriptTest::write(const QByteArray& text, const QString& name) const
+{
+    const QString path = m_folder.filePath(name);
+    support::writeFile(path, text);
+    return path;
+}
+
+Script ScriptTest::loaded(const QByteArray& text) const
+{
+    auto script = Script::load(write(text));
+    if (const auto* error = std::get_if<ScriptError>(&script)) {
+        qFatal("%s", qUtf8Printable(error->message));
+    }
+    return std::move(std::get<Script>(script));
+}
+
+/// What the handler "h" of the script `text` returns, or a text that no row expects.
+QString ScriptTest::result(const QByteArray& text, const QStringList& arguments) const
+{
+    const auto outcome = loaded(text).executeHandler(QStringLiteral("h"), arguments);
+    const auto* result = std::get_if<QString>(&outcome);
+    return result != nullptr ? *result : QStringLiteral("failed: ") + error(text);
+}
+
+/// Why the handler "h" of the script `text` failed; empty when it did not.
+QString ScriptTest::error(const QByteArray& text) const
+{
+    const auto outcome = loaded(text).executeHandler(QStringLiteral("h"), {});
+    const auto* error = std::get_if<ScriptError>(&outcome);
+    return error != nullptr ? error->message : QString();
+}
+
+void ScriptTest::handsArgumentsOverExactly_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::newRow("one") << QStringList{ QStringLiteral("https://example.org/") };
+    QTest::newRow("none") << QStringList{};
+    QTest::newRow("empty") << QStringList{ QString() };
+    QTest::newRow("many") << QStringList(300, QStringLiteral("a"));
+    QTest::newRow("other scripts") << QStringList{ QStringLiteral("Grüße 読む 😀 e\u0301") };
+    QTest::newRow("quotes") << QStringList{ QStringLiteral(R"("a" 'b' `c` \n ]] --[[ %s $(id))") };
+    QTest::newRow("line ends") << QStringList{ QStringLiteral("a\nb\r\nc\rd\u2028e\u0085") };
+    QString controls;
+    for (char16_t unit = 0; unit < 0x20; ++unit) {
+        controls += QChar(unit);
+    }
+    QTest::newRow("control characters") << QStringList{ controls + QChar(0x7f) };
+    QTest::newRow("null character in the middle")
+        << QStringList{ QStringLiteral("a") + QChar(0) + QStringLiteral("b"), QStringLiteral("c") };
+    QTest::newRow("long") << QStringList{ QString(100'000, u'x') };
+}
+
+void ScriptTest::handsArgumentsOverExactly()
+{
+    QFETCH(QStringList, arguments);
+
+    // In hexadecimal digits, so that nothing on the way back can hide a difference.
+    QByteArray expected;
+    for (const QString& argument : arguments) {
+        expected += argument.toUtf8().toHex() + '\n';
+    }
+    const QString path = m_folder.filePath(QStringLiteral("seen"));
+    const QByteArray script = "function h(...)\n"
+                              "  local file = io.open('"
+        + path.toUtf8()
+        + "', 'w')\n"
+          "  for _, text in ipairs { ... } do\n"
+          "    assert(type(text) == 'string')\n"
+          "    local hex = text:gsub('.', function(byte)\n"
+          "      return ('%02x'):format(byte:byte()) end)\n"
+          "    file:write(hex, '\\n')\n"
+          "  end\n"
+          "  file:close()\n"
+          "  return 'done'\n"
+          "end\n";
+    QCOMPARE(result(script, arguments), QStringLiteral("done"));
+    QFile seen(path);
+    QVERIFY(seen.open(QFile::ReadOnly));
+    QCOMPARE(seen.readAll(), expected);
+}
+
+void ScriptTest::describesResults_data()
+{
+    QTest::addColumn<QByteArray>("expression");
+    QTest::addColumn<QString>("description");
+    const auto row = [](const char* expression, const QString& description) {
+        QTest::newRow(expression) << QByteArray(expression) << description;
+    };
+    row("", QStringLiteral("nil"));
+    row("nil", QStringLiteral("nil"));
+    row("'text'", QStringLiteral("text"));
+    row("''", QString());
+    row("1.5", QStringLiteral("1.5"));
+    row("1 << 62", QStringLiteral("4611686018427387904"));
+    row("true, nil, 'a'", QStringLiteral("true, nil, a"));
+    row("setmetatable({}, { __tostring = function() return 'mine' end })", QStringLiteral("mine"));
+    row("'\\255'", QStringLiteral("\uFFFD"));
+    row("('x'):rep(10000)", QString(8192, u'x') + QStringLiteral("…"));
+    row("#{ table.unpack({}, 1, 1000) }, table.unpack({}, 1, 3)",
+        QStringLiteral("0, nil, nil, nil"));
+}
+
+void ScriptTest::describesResults()
+{
+    QFETCH(QByteArray, expression);
+    QFETCH(QString, description);
+
+    QCOMPARE(result("function h() return " + expression + " end"), description);
+    const auto outcome = loaded("return " + expression).execute();
+    QCOMPARE(std::get<QString>(outcome), description);
+}
+
+void ScriptTest::runsTheTopLevelBeforeTheHandler()
+{
+    QCOMPARE(result("count = (count or 0) + 1\n"
+                    "local mine = 'top'\n"
+                    "function h(a, b) return mine, count, a, b end",
+                 { QStringLiteral("1"), QStringLiteral("2") }),
+        QStringLiteral("top, 1, 1, 2"));
+    // The name is a key of the table of globals, whatever it is made of.
+    auto script = loaded("_G['a\\0b ü'] = function() return 'odd' end");
+    const auto outcome
+        = script.executeHandler(QStringLiteral("a") + QChar(0) + QStringLiteral("b ü"), {});
+    QCOMPARE(std::get<QString>(outcome), QStringLiteral("odd"));
+}
+
+void ScriptTest::runsNothingWhileLoading()
+{
+    const QString path = m_folder.filePath(QStringLiteral("made"));
+    const QByteArray text = "io.open('" + path.toUtf8() + "', 'w'):close()";
+    auto script = loaded(text);
+    QVERIFY(!QFile::exists(path));
+    QCOMPARE(std::get<QString>(script.execute()), QStringLiteral("nil"));
+    QVERIFY(QFile::exists(path));
+}
+
+void ScriptTest::saysWhyItWasNotLoaded_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("syntax") << QByteArray("function h(\nend")
+                            << QStringLiteral(":2: <name> or '...' expected near 'end'");
+    QTest::newRow("not Lua") << QByteArray("tell application \"Finder\"\n")
+                             << QStringLiteral(":1: syntax error near 'application'");
+    QTest::newRow("unfinished text")
+        << QByteArray("x = [[") << QStringLiteral("unfinished long string");
+    QTest::newRow("binary") << QByteArray("\0\1\2\3", 4) << QStringLiteral("unexpected symbol");
+    QTest::newRow("nested") << "x = " + QByteArray(100'000, '(')
+                            << QStringLiteral("C stack overflow");
+}
+
+void ScriptTest::saysWhyItWasNotLoaded()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, reason);
+
+    const QString path = write(text);
+    const auto script = Script::load(path);
+    const auto* error = std::get_if<ScriptError>(&script);
+    QVERIFY(error != nullptr);
+    QVERIFY2(error->message.contains(reason), qUtf8Printable(error->message));
+
+    QFile::remove(path);
+    const auto missing = Script::load(path);
+    QCOMPARE(std::get<ScriptError>(missing).message,
+        QStringLiteral("cannot open ") + path + QStringLiteral(": No such file or directory"));
+    const auto folder = Script::load(m_folder.path());
+    QVERIFY(std::get<ScriptError>(folder).message.startsWith(
+        QStringLiteral("cannot read ") + m_folder.path()));
+}
+
+void ScriptTest::refusesPrecompiledChunks()
+{
+    const QString path = m_folder.filePath(QStringLiteral("compiled"));
+    auto compiler = loaded("local file = io.open('" + path.toUtf8()
+        + "', 'wb')\n"
+          "file:write(string.dump(function() return 'ran' end))\n"
+          "file:close()");
+    QCOMPARE(std::get<QString>(compiler.execute()), QStringLiteral("nil"));
+    const auto script = Script::load(path);
+    QVERIFY(std::get<ScriptError>(script).message.contains(
+        QStringLiteral("attempt to load a binary chunk (mode is 't')")));
+
+    // Nor from within.
+    for (const QByteArray& call :
+        { QByteArray("load(string.dump(h))"), QByteArray("load(string.dump(h), 'h', 'b')"),
+            "loadfile('" + path.toUtf8() + "', 'b')" }) {
+        QVERIFY(result("function h() return select(2, " + call + ") end")
+                    .endsWith(QStringLiteral("attempt to load a binary chunk (mode is 't')")));
+    }
+    QVERIFY(error("function h() dofile('" + path.toUtf8() + "') end")
+                .contains(QStringLiteral("attempt to load a binary chunk")));
+    QVERIFY(error("package.path = '" + m_folder.path().toUtf8()
+        + "/?'\n"
+          "function h() require 'compiled' end")
+                .contains(QStringLiteral("attempt to load a binary chunk")));
+
+    write("return { name = ... }", QStringLiteral("module.lua"));
+    QCOMPARE(result("package.path = '" + m_folder.path().toUtf8()
+                 + "/?.lua'\n"
+                   "local environment = { x = 7 }\n"
+                   "function h() return require('module').name,\n"
+                   "  load('return x', 'x', 't', environment)(), load('return x')() end"),
+        QStringLiteral("module, 7, nil"));
+}
+
+void ScriptTest::saysWhyItFailed_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    QTest::addColumn<QString>("message"); ///< its first line begins so, or ends so
+    const auto row = [](const char* name, const char* text, const char* message) {
+        QTest::newRow(name) << QByteArray(text) << QString::fromUtf8(message);
+    };
+    row("no handler", "x = 1", "the script has no function 'h'");
+    row("no function", "h = 'text'", "attempt to call a string value");
+    row("raised", "function h() error('out of luck') end", "a.scpt:1: out of luck");
+    row("raised bare", "function h() error('Grüße', 0) end", "Grüße");
+    row("raised by the top level", "error('at the top', 0)\nfunction h() end", "at the top");
+    row("table", "function h() error({}) end", "(error object is a table value)");
+    row("nothing", "function h() error() end", "(error object is a nil value)");
+    row("described",
+        "function h() error(setmetatable({}, { __tostring = function()\n"
+        "  return 'described' end })) end",
+        "described");
+    row("badly described",
+        "function h() error(setmetatable({}, { __tostring = function()\n"
+        "  return error('again', 0) end })) end",
+        "again");
+    row("arithmetic", "function h() return 1 + nil end",
+        "a.scpt:1: attempt to perform arithmetic "
+        "on a nil value");
+    row("exit", "function h() os.exit(0) end",
+        "a.scpt:1: os.exit: a script ends by returning, and never the program");
+    row("exit at the top", "os.exit(true, true)",
+        "a.scpt:1: os.exit: a script ends by returning, and never the program");
+}
+
+void ScriptTest::saysWhyItFailed()
+{
+    QFETCH(QByteArray, text);
+    QFETCH(QString, message);
+
+    const QString said = error(text);
+    QVERIFY2(said.section(u'\n', 0, 0).endsWith(message), qUtf8Printable(said));
+    if (QByteArray(QTest::currentDataTag()) != "badly described") {
+        QVERIFY2(said.contains(QStringLiteral("\nstack traceback:\n\t")), qUtf8Printable(said));
+    }
+}
+
+void ScriptTest::holdsMemoryWithinBounds_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    const auto row
+        = [](const char* name, const char* body) { QTest::newRow(name) << QByteArray(body); };
+    row("10 GB string",
+        "local part = ('x'):rep(1024 * 1024)\n"
+        "return #table.concat(setmetatable({}, {\n"
+        "  __len = function() return 10240 end,\n"
+        "  __index = function() return part end }))");
+    row("300 MB string", "return #('x'):rep(300 * 1024 * 1024)");
+    row("doubling string", "local s = 'x' while true do s = s .. s end");
+    row("table", "local t = {} for i = 1, math.huge do t[i] = i end");
+    row("tables", "local t = {} while true do t = { t } end");
+    row("file", "return io.open('/dev/zero'):read('a')");
+    row("replacement", "return (('x'):rep(1000000):gsub('x', ('y'):rep(1000)))");
+    row("coroutines",
+        "local t = {} while true do\n"
+        "  t[#t + 1] = coroutine.create(function() end) end");
+    row("code", "return load(function() return ('x=1;'):rep(100000) end)");
+    row("caught and repeated",
+        "for i = 1, 20 do\n"
+        "  assert(not pcall(string.rep, 'x', 300 * 1024 * 1024)) end\n"
+        "return ('x'):rep(300 * 1024 * 1024)");
+}
+
+void ScriptTest::holdsMemoryWithinBounds()
+{
+    QFETCH(QByteArray, body);
+
+    const QString said = error("function h() " + body + " end");
+    const QString described = said.isEmpty() ? result("function h() " + body + " end") : said;
+    QVERIFY2(described.contains(QStringLiteral("not enough memory")), qUtf8Printable(described));
+    QVERIFY(error("function h() return ('x'):rep(10 << 30) end")
+                .contains(QStringLiteral("resulting string too large")));
+    // The next one has all of its memory.
+    QCOMPARE(result("function h() return #('x'):rep(100 * 1024 * 1024) end"),
+        QStringLiteral("104857600"));
+}
+
+void ScriptTest::survivesDeepRecursion_data()
+{
+    QTest::addColumn<QByteArray>("text");
+    const auto row
+        = [](const char* name, const char* text) { QTest::newRow(name) << QByteArray(text); };
+    row("calls", "function h() return 1 + h() end");
+    row("protected calls",
+        "function h() local fine, reason = pcall(h)\n"
+        "  error(reason, 0) end");
+    row("callbacks", "function h() return (('x'):gsub('x', h)) end");
+    row("coroutines", "function h() return coroutine.wrap(h)() end");
+    row("comparisons", "function h() table.sort({ 1, 2, 3 }, h) end");
+    row("descriptions",
+        "t = setmetatable({}, { __tostring = function(t) return tostring(t) end })\n"
+        "function h() return tostring(t) end");
+    row("indices",
+        "t = setmetatable({}, { __index = function(t, k) return t[k .. 'x'] end })\n"
+        "function h() return t.x end");
+    row("code", "function h() assert(load('x = ' .. ('{'):rep(100000))) end");
+    row("error handlers",
+        "function h() return select(2, xpcall(h, function() error('x') end)) end\n"
+        "local inner = h h = function() error(tostring(inner()) .. 'overflow') end");
+    row("module",
+        "package.preload.m = function() package.loaded.m = nil return require 'm' end\n"
+        "function h() require 'm' end");
+}
+
+void ScriptTest::survivesDeepRecursion()
+{
+    QFETCH(QByteArray, text);
+
+    // As on the thread where scripts run, whose stack is not that of the main thread.
+    QString said;
+    std::thread([&] { said = error(text); }).join();
+    QVERIFY2(said.contains(QStringLiteral("overflow")), qUtf8Printable(said));
+}
+
+void ScriptTest::leavesTheProgramAlone_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QString>("description");
+    const auto row = [](const char* name, const char* body, const char* description) {
+        QTest::newRow(name) << QByteArray(body) << QString::fromUtf8(description);
+    };
+    row("locale", "return os.setlocale('C.UTF-8'), os.setlocale('', 'all'), os.setlocale()",
+        "nil, nil, C");
+    row("hook", "return (pcall(debug.sethook))", "false");
+    row("standard input", "return io.read('a'), io.read(1)", ", nil");
+    row("closing the output", "return io.close(), io.stdout:close(), io.stderr:close()",
+        "nil, nil, cannot close standard file");
+    row("all descriptors",
+        "local kept = {}\n"
+        "local fine, reason = pcall(function()\n"
+        "  while true do kept[#kept + 1] = assert(io.open('/dev/null')) end end)\n"
+        "local count = #kept\n"
+        "kept = nil\n"
+        "return reason, count > 100, io.type(io.open('/dev/null'))",
+        "a.scpt:3: io.open: too many open files, true, file");
+    row("forgotten files",
+        "for i = 1, 5000 do io.output('/dev/null') io.lines('/dev/null') end\n"
+        "return 'fine'",
+        "fine");
+    row("broken pipe",
+        "local command = io.popen('exec true', 'w')\n"
+        "local fine\n"
+        "repeat fine = command:write(('x'):rep(100000)) and command:flush()\n"
+        "until not fine\n"
+        "command:close()\n"
+        "return fine",
+        "nil");
+    row("finalizer", "setmetatable({}, { __gc = function() error('late') end }) return 1", "1");
+    row("registry", "debug.getregistry()._LOADED = nil debug.getregistry()[1] = nil return 1", "1");
+}
+
+void ScriptTest::leavesTheProgramAlone()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QString, description);
+
+    const QByteArray before = std::setlocale(LC_ALL, nullptr);
+    const QString said = result("function h() " + body + " end");
+    QVERIFY2(said.endsWith(description), qUtf8Printable(said));
+    QCOMPARE(QByteArray(std::setlocale(LC_ALL, nullptr)), before);
+    QVERIFY(::fcntl(STDOUT_FILENO, F_GETFD) != -1);
+}
+
+void ScriptTest::runsCommands()
+{
+    QCOMPARE(result("function h() return os.execute() end"), QStringLiteral("true"));
+    QCOMPARE(
+        result("function h() return os.execute('exit 0') end"), QStringLiteral("true, exit, 0"));
+    QCOMPARE(
+        result("function h() return os.execute('exit 3') end"), QStringLiteral("nil, exit, 3"));
+    QCOMPARE(result("function h() return os.execute('kill -TERM $$') end"),
+        QStringLiteral("nil, signal, 15"));
+    QVERIFY(error("function h() os.execute('true\\0false') end")
+                .contains(QStringLiteral("a command cannot hold a zero byte")));
+    QCOMPARE(
+        result("function h() return io.popen('echo heard'):read() end"), QStringLiteral("heard"));
+    // A command is stopped by a broken pipe and by the keyboard, as under any other program.
+    QCOMPARE(result("function h()\n"
+                    "  local command = io.popen('grep SigIgn: /proc/self/status')\n"
+                    "  return command:read('a'):match('%x+')\n"
+                    "end")
+                 .toULongLong(nullptr, 16)
+            & ((1U << (SIGPIPE - 1)) | (1U << (SIGINT - 1))),
+        0ULL);
+}
+
+void ScriptTest::printsIntoTheLog_data()
+{
+    QTest::addColumn<QByteArray>("body");
+    QTest::addColumn<QStringList>("lines");
+    const auto row = [](const char* name, const char* body, const QStringList& lines) {
+        QTest::newRow(name) << QByteArray(body) << lines;
+    };
+    row("nothing", "", {});
+    row("print", "print('a', 1, nil, true) print()",
+        { QStringLiteral("a\\u00091\\u0009nil\\u0009true"), QString() });
+    row("write", "io.write('a', 1) io.write('b\\nc')",
+        { QStringLiteral("a1b"), QStringLiteral("c") });
+    row("standard streams",
+        "io.stderr:write('error\\n') io.stdout:write('output\\n') print('both')",
+        { QStringLiteral("error"), QStringLiteral("output"), QStringLiteral("both") });
+    row("lines in one", "print('one\\ntwo')", { QStringLiteral("one"), QStringLiteral("two") });
+    row("not the log's own", "print('\\27[2J\\r\\0')",
+        { QStringLiteral("\\u001b[2J\\u000d\\u0000") });
+    row("no Unicode", "print('\\255')", { QStringLiteral("\uFFFD") });
+    row("described", "print(setmetatable({}, { __tostring = function() return 'it' end }))",
+        { QStringLiteral("it") });
+    row("long", "print(('x'):rep(50000000)) print('next')",
+        { QString(4097, u'x') + QStringLiteral("…"), QStringLiteral("next") });
+    row("buffered", "io.stdout:setvbuf('full') print('a') print('b')",
+        { QStringLiteral("a"), QStringLiteral("b") });
+    row("own names", "table = nil tostring = nil print('a', 2)", { QStringLiteral("a\\u00092") });
+    row("before an error", "print('seen') error('x')", { QStringLiteral("seen") });
+}
+
+void ScriptTest::printsIntoTheLog()
+{
+    QFETCH(QByteArray, body);
+    QFETCH(QStringList, lines);
+
+    const support::LogLines log;
+    static_cast<void>(
+        loaded("function h() " + body + " end").executeHandler(QStringLiteral("h"), {}));
+    QCOMPARE(support::LogLines::all(), lines);
+}
+
+void ScriptTest::stopsLoggingWhatIsTooMuch()
+{
+    const support::LogLines log;
+    QCOMPARE(result("function h() for i = 1, 200000 do print(('x'):rep(99)) end return 1 end"),
+        QStringLiteral("1"));
+    const QStringList lines = support::LogLines::all();
+    QCOMPARE(lines.last(), QStringLiteral("The script prints too much; the rest is left out"));
+    QCOMPARE(lines.size(), 1024 * 1024 / 100 + 2);
+}
+
+void ScriptTest::outlivesItsFile()
+{
+    // Deleted, and replaced, both before and while it runs.
+    const QByteArray text
+        = "function h(path)\n"
+          "  assert(os.remove(path))\n"
+          "  local before = later()\n"
+          "  io.open(path, 'w'):write('function h() return \"new\" end'):close()\n"
+          "  return before, later()\n"
+          "end\n"
+          "function later() return 'old' end\n";
+    const QString path = write(text);
+    QCOMPARE(result(text, { path }), QStringLiteral("old, old"));
+    const auto replaced = Script::load(path);
+    auto script = loaded("function h() return 'unlinked' end");
+    QVERIFY(QFile::remove(path));
+    const auto outcome = script.executeHandler(QStringLiteral("h"), {});
+    QCOMPARE(std::get<QString>(outcome), QStringLiteral("unlinked"));
+    QVERIFY(std::holds_alternative<Script>(replaced));
+}
+
+void ScriptTest::sharesNothingWithOthers()
+{
+    const QString path = write("count = 0\n"
+                               "function h(own)\n"
+                               "  for i = 1, 300000 do\n"
+                               "    count = count + 1\n"
+                               "    string.last, io.last = own, own\n"
+                               "  end\n"
+                               "  return count, string.last == own and io.last == own\n"
+                               "end\n");
+    std::array<QString, 4> seen;
+    std::array<std::thread, 4> threads;
+    for (std::size_t index = 0; index < threads.size(); ++index) {
+        threads[index] = std::thread([&, index] {
+            auto script = Script::load(path);
+            const auto outcome = std::get<Script>(script).executeHandler(
+                QStringLiteral("h"), { QString::number(index) });
+            seen[index] = std::get<QString>(outcome);
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (const QString& each : seen) {
+        QCOMPARE(each, QStringLiteral("300000, true"));
+    }
+}
+
+VELLUMCAP_TEST_MAIN(ScriptTest)
+
+#include "tst_script.moc"

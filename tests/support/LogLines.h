@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QStringList>
+
+namespace support {
+
+/// Collects what is logged for as long as this lives, from any thread, in place of printing it.
+/// One at a time.
+class LogLines {
+public:
+    LogLines();
+    ~LogLines();
+    LogLines(const LogLines&) = delete;
+    LogLines& operator=(const LogLines&) = delete;
+
+    static QStringList all();
+    static bool contain(const QString& line) { return all().contains(line); }
+};
+
+/// Makes the file with its folder; false when that failed.
+bool writeFile(const QString& path, const QByteArray& contents);
+
+} // namespace support
