@@ -4,6 +4,7 @@
 #include "platform/script/ScriptThreads.h"
 #include "platform/ui/Appearance.h"
 #include "platform/ui/Application.h"
+#include "watch/ScriptWatchCommand.h"
 
 #include <QIcon>
 #include <QScopeGuard>
@@ -13,8 +14,14 @@ int main(int argc, char** argv)
     platform::Application application(argc, argv);
     vellumcap::loadResources();
     vellumcap::VellumcapAppDelegate delegate;
-    const auto instance = platform::SingleInstance::claim(
-        [&delegate] { delegate.applicationShouldHandleReopen(); });
+    const auto instance = platform::SingleInstance::claim({
+        .reopen = [&delegate] { delegate.applicationShouldHandleReopen(); },
+        .performAction = [&delegate](const QString& name) { delegate.performAction(name); },
+        .watch =
+            [](const QVariantMap& arguments) {
+                vellumcap::ScriptWatchCommand(arguments).performDefaultImplementation();
+            },
+    });
     if (instance == nullptr) {
         return 0;
     }

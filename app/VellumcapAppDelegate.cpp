@@ -211,6 +211,14 @@ void VellumcapAppDelegate::openPrefsWindow(QObject* sender)
     m_prefsWindow->window()->activateWindow();
 }
 
+void VellumcapAppDelegate::performAction(const QString& name)
+{
+    if (name.compare(QStringLiteral("Watch"), Qt::CaseInsensitive) == 0) {
+        openJournalWindow(nullptr);
+        m_journalWindow->watch(static_cast<QObject*>(nullptr));
+    }
+}
+
 bool VellumcapAppDelegate::respondsTo(const QAction& item) const
 {
     return item.objectName() == QStringLiteral("saveAction") || validateMenuItem(item);

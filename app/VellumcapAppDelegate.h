@@ -50,6 +50,9 @@ public:
     void saveAction(QObject* sender);
     void openJournalWindow(QObject* sender);
     void openPrefsWindow(QObject* sender);
+    /// An action of the launcher: "Watch" is pressing Watch in the journal, which comes to the
+    /// front. Any other does nothing.
+    void performAction(const QString& name);
 
     bool respondsTo(const QAction& item) const override;
     bool validateMenuItem(const QAction& item) const override;

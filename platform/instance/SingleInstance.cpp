@@ -1,5 +1,6 @@
 #include "platform/instance/SingleInstance.h"
 
+#include "platform/instance/ScriptingInterface.h"
 #include "platform/services/Log.h"
 
 #include <QDBusAbstractAdaptor>
@@ -49,23 +50,15 @@ class ApplicationAdaptor : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Application")
 public:
-    ApplicationAdaptor(QObject* object, std::function<void()> reopen)
+    ApplicationAdaptor(QObject* object, const InstanceRequests& requests)
         : QDBusAbstractAdaptor(object)
-        , m_reopen(std::move(reopen))
+        , m_reopen(requests.reopen)
+        , m_performAction(requests.performAction)
     {
     }
 
 public Q_SLOTS:
-    void Activate(const QVariantMap& platformData)
-    {
-        // Where the window system plug-in looks for the right to raise a window.
-        const QByteArray token = platformData.value(tokenKey).toString().toUtf8();
-        if (!token.isEmpty() && !token.contains('\0')) {
-            qputenv(tokenVariable, token);
-        }
-        const auto used = qScopeGuard([] { qunsetenv(tokenVariable); });
-        m_reopen();
-    }
+    void Activate(const QVariantMap& platformData) { withToken(platformData, m_reopen); }
 
     /// The program opens no files; to be asked to is to be started again.
     void Open(const QStringList& /*uris*/, const QVariantMap& platformData)
@@ -73,13 +66,26 @@ public Q_SLOTS:
         Activate(platformData);
     }
 
-    void ActivateAction(const QString& /*action*/, const QVariantList& /*parameter*/,
-        const QVariantMap& /*platformData*/)
+    void ActivateAction(
+        const QString& action, const QVariantList& /*parameter*/, const QVariantMap& platformData)
     {
+        withToken(platformData, [&] { m_performAction(action); });
     }
 
 private:
+    static void withToken(const QVariantMap& platformData, const std::function<void()>& request)
+    {
+        // Where the window system plug-in looks for the right to raise a window.
+        const QByteArray token = platformData.value(tokenKey).toString().toUtf8();
+        if (!token.isEmpty() && !token.contains('\0')) {
+            qputenv(tokenVariable, token);
+        }
+        const auto used = qScopeGuard([] { qunsetenv(tokenVariable); });
+        request();
+    }
+
     std::function<void()> m_reopen;
+    std::function<void(const QString&)> m_performAction;
 };
 
 enum class HandOver { Done, OwnerGone };
@@ -106,21 +112,22 @@ HandOver handOver(QDBusConnection& bus)
 } // namespace
 
 struct SingleInstance::State {
-    explicit State(std::function<void()> reopen)
+    explicit State(InstanceRequests requests)
+        : object(std::move(requests.watch))
     {
-        new ApplicationAdaptor(&object, std::move(reopen));
+        new ApplicationAdaptor(&object, requests);
     }
 
-    QObject object; ///< owns the adaptor
+    ScriptingInterface object; ///< owns the adaptors
     bool isOnBus = false;
 };
 
 SingleInstance::SingleInstance() = default;
 
-std::unique_ptr<SingleInstance> SingleInstance::claim(std::function<void()> reopen)
+std::unique_ptr<SingleInstance> SingleInstance::claim(InstanceRequests requests)
 {
     std::unique_ptr<SingleInstance> instance(new SingleInstance);
-    instance->m_state = std::make_unique<State>(std::move(reopen));
+    instance->m_state = std::make_unique<State>(std::move(requests));
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
         return instance;

@@ -17,11 +17,27 @@ void say(const QByteArray& line)
     std::fflush(stdout);
 }
 
+QByteArray described(const QVariantMap& arguments)
+{
+    QByteArrayList words;
+    for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
+        words += argument.key().toUtf8() + '=' + argument.value().typeName() + ':'
+            + argument.value().toString().toUtf8();
+    }
+    return '{' + words.join(' ') + '}';
+}
+
 /// What a start of the program does: claims, and runs until its standard input ends.
 int runAsStart(QCoreApplication& application)
 {
-    const auto instance = platform::SingleInstance::claim(
-        [] { say("reopened " + qgetenv("XDG_ACTIVATION_TOKEN")); });
+    const auto instance = platform::SingleInstance::claim({
+        .reopen = [] { say("reopened " + qgetenv("XDG_ACTIVATION_TOKEN")); },
+        .performAction =
+            [](const QString& name) {
+                say("action " + name.toUtf8() + ' ' + qgetenv("XDG_ACTIVATION_TOKEN"));
+            },
+        .watch = [](const QVariantMap& arguments) { say("watch " + described(arguments)); },
+    });
     if (instance == nullptr) {
         say("handed over");
         return 0;
@@ -62,6 +78,7 @@ public:
         m_said += readAllStandardOutput();
         return m_said.contains(line + '\n');
     }
+    const QByteArray& all() const { return m_said; }
     bool hasEnded() const { return state() == NotRunning; }
 
 private:
@@ -83,6 +100,7 @@ private Q_SLOTS:
     void endsWhereTheOwnerHangs();
     void answersOtherApplications_data();
     void answersOtherApplications();
+    void describesItsInterface();
     void goesOnWithoutABus();
     void goesOnWhenTheBusIsLost();
 
@@ -179,38 +197,83 @@ void SingleInstanceTest::endsWhereTheOwnerHangs()
 void SingleInstanceTest::answersOtherApplications_data()
 {
     QTest::addColumn<QStringList>("call");
-    QTest::addColumn<bool>("reopens");
+    QTest::addColumn<QByteArray>("answer");
+    const auto row = [](const char* name, const QStringList& call, const char* answer) {
+        QTest::newRow(name) << call << QByteArray(answer);
+    };
     const auto none = QStringLiteral("{}");
-    QTest::newRow("activate") << QStringList{ QStringLiteral("Activate"),
-        QStringLiteral("{'activation-token': <'from-elsewhere'>}") }
-                              << true;
-    QTest::newRow("open") << QStringList{ QStringLiteral("Open"), QStringLiteral("['file:///a']"),
-        none } << true;
-    QTest::newRow("another action") << QStringList{ QStringLiteral("ActivateAction"),
-        QStringLiteral("unknown"), QStringLiteral("[<1>]"), none }
-                                    << false;
+    const auto token = QStringLiteral("{'activation-token': <'from-elsewhere'>}");
+    const auto application = [](const char* method) {
+        return QStringLiteral("org.freedesktop.Application.") + QString::fromLatin1(method);
+    };
+    row("activate", { application("Activate"), token }, "reopened from-elsewhere");
+    row("open", { application("Open"), QStringLiteral("['file:///a']"), none }, "reopened ");
+    row("action",
+        { application("ActivateAction"), QStringLiteral("Watch"), QStringLiteral("[]"), token },
+        "action Watch from-elsewhere");
+    row("action with a parameter",
+        { application("ActivateAction"), QStringLiteral("x"), QStringLiteral("[<1>]"), none },
+        "action x ");
+
+    const auto watch = [](const char* arguments) {
+        return QStringList{ QStringLiteral("org.vellumcap.Vellumcap.Watch"),
+            QString::fromUtf8(arguments) };
+    };
+    row("watch", watch("{}"), "watch {}");
+    row("watch with all",
+        watch("{'OpenInBackground': <true>, 'CloseOnFirstScan': <'YES'>, 'SaveCapture': <1.5>,"
+              " 'ScriptName': <'Grüße.scpt'>}"),
+        "watch {CloseOnFirstScan=QString:YES OpenInBackground=bool:true SaveCapture=double:1.5"
+        " ScriptName=QString:Grüße.scpt}");
+    row("numbers",
+        watch("{'a': <byte 65>, 'b': <int16 -2>, 'c': <uint32 3>, 'd': <int64 -4>,"
+              " 'e': <uint64 18446744073709551615>, 'f': <uint16 5>}"),
+        "watch {a=uchar:A b=short:-2 c=uint:3 d=qlonglong:-4 e=qulonglong:18446744073709551615"
+        " f=ushort:5}");
+    row("variants in variants", watch("{'a': <<<true>>>, 'b': <<'x'>>, 'c': <<[<true>]>>}"),
+        "watch {a=bool:true b=QString:x}");
+    row("of no use",
+        watch("{'a': <[true]>, 'b': <@as []>, 'c': <['x', 'y']>, 'd': <{'x': <1>}>,"
+              " 'e': <(1, 'x')>, 'f': <b'bytes'>, 'g': <objectpath '/a'>, 'h': <signature 's'>,"
+              " 'i': <@a{sv} {}>, 'j': <{uint32 1: (true, [<'x'>])}>}"),
+        "watch {}");
 }
 
 void SingleInstanceTest::answersOtherApplications()
 {
     QFETCH(QStringList, call);
-    QFETCH(bool, reopens);
+    QFETCH(QByteArray, answer);
 
     const auto program = startProgram();
     QTRY_VERIFY(program->said("owner"));
-    const QString method = QStringLiteral("org.freedesktop.Application.") + call.takeFirst();
     QProcess caller;
     caller.start(QStringLiteral("gdbus"),
         QStringList{ QStringLiteral("call"), QStringLiteral("--address"), m_address,
             QStringLiteral("--dest"), QStringLiteral("org.vellumcap.Vellumcap"),
             QStringLiteral("--object-path"), QStringLiteral("/org/vellumcap/Vellumcap"),
-            QStringLiteral("--method"), method }
+            QStringLiteral("--method") }
             + call);
     QVERIFY(caller.waitForFinished());
     QVERIFY2(caller.exitCode() == 0, caller.readAllStandardError().constData());
-    program->write("\n"); // what it says to this comes after what it said to the call
-    QTRY_VERIFY(program->said("alive"));
-    QCOMPARE(program->said("reopened ") || program->said("reopened from-elsewhere"), reopens);
+    QCOMPARE(caller.readAllStandardOutput(), QByteArray("()\n"));
+    QTRY_VERIFY2(program->said(answer), program->all().constData());
+}
+
+void SingleInstanceTest::describesItsInterface()
+{
+    const auto program = startProgram();
+    QTRY_VERIFY(program->said("owner"));
+    QProcess caller;
+    caller.start(QStringLiteral("gdbus"),
+        { QStringLiteral("introspect"), QStringLiteral("--address"), m_address,
+            QStringLiteral("--dest"), QStringLiteral("org.vellumcap.Vellumcap"),
+            QStringLiteral("--object-path"), QStringLiteral("/org/vellumcap/Vellumcap") });
+    QVERIFY(caller.waitForFinished());
+    const QByteArray description = caller.readAllStandardOutput().simplified();
+    QVERIFY2(description.contains("interface org.vellumcap.Vellumcap { methods: "),
+        description.constData());
+    QVERIFY(description.contains("Watch(in a{sv} arguments); signals: properties: };"));
+    QVERIFY(description.contains("interface org.freedesktop.Application {"));
 }
 
 void SingleInstanceTest::goesOnWithoutABus()

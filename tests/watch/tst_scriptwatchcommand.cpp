@@ -1,0 +1,258 @@
+#include "journal/JournalWindow.h"
+#include "platform/services/UserDefaults.h"
+#include "platform/ui/Sheet.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+#include "watch/ScriptWatchCommand.h"
+#include "watch/WatchWindow.h"
+
+#include <limits>
+
+using support::Program;
+using vellumcap::ScriptWatchCommand;
+
+namespace {
+
+const auto openInBackground = QStringLiteral("OpenInBackground");
+const auto closeOnFirstScan = QStringLiteral("CloseOnFirstScan");
+const auto saveCapture = QStringLiteral("SaveCapture");
+const auto scriptName = QStringLiteral("ScriptName");
+
+const auto backgroundKey = QStringLiteral("watch-openURLInBackground");
+const auto saveKey = QStringLiteral("watch-saveCapture");
+const auto closeKey = QStringLiteral("watch-closeOnFirstScan");
+const auto runKey = QStringLiteral("watch-runAppleScript");
+
+platform::UserDefaults& defaults()
+{
+    return platform::UserDefaults::standard();
+}
+
+void setAll(bool value)
+{
+    for (const QString& key : { backgroundKey, saveKey, closeKey, runKey }) {
+        defaults().setBool(key, value);
+    }
+}
+
+QWidget* sheetOf(Program& program)
+{
+    return platform::attachedSheet(program.journal().window());
+}
+
+} // namespace
+
+class ScriptWatchCommandTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void turnsValuesIntoBooleans_data();
+    void turnsValuesIntoBooleans();
+    void writesEachOption_data();
+    void writesEachOption();
+    void writesFalseForWhatIsLeftOut();
+    void writesInOrder();
+    void opensAWatchWindowLater();
+    void preselectsTheScript_data();
+    void preselectsTheScript();
+    void opensNothingOverASheet();
+    void opensNothingWithoutACamera();
+    void waitsForTheLaunch();
+    void isDroppedWhenTheProgramGoes();
+};
+
+void ScriptWatchCommandTest::turnsValuesIntoBooleans_data()
+{
+    QTest::addColumn<QVariant>("value");
+    QTest::addColumn<bool>("isTrue");
+    const auto row = [](const char* name, const QVariant& value, bool isTrue) {
+        QTest::newRow(name) << value << isTrue;
+    };
+    row("true", true, true);
+    row("false", false, false);
+    row("1", 1, true);
+    row("0", 0, false);
+    row("-1", -1, true);
+    row("byte", QVariant::fromValue(uchar{ 2 }), true);
+    row("256", QVariant::fromValue(qlonglong{ 256 }), true);
+    row("greatest", std::numeric_limits<qulonglong>::max(), true);
+    row("0.5", 0.5, true);
+    row("-0.0", -0.0, false);
+    row("no number", std::numeric_limits<double>::quiet_NaN(), false);
+    row("infinity", std::numeric_limits<double>::infinity(), true);
+    for (const char* text : { "YES", "yes", "Y", "true", "TRUE", "t", "yellow", "1", "9 lives",
+             "007", "+1", "-3", " \t\nyes", "  -0004" }) {
+        row(text, QString::fromUtf8(text), true);
+    }
+    for (const char* text : { "", " ", "NO", "no", "false", "off", "on", "0", "000", "0x1", "-",
+             "+", "-0", ".5", "--1", "- 1", "ja", "\u0661" }) {
+        row(qPrintable(QStringLiteral("not %1").arg(QString::fromUtf8(text))),
+            QString::fromUtf8(text), false);
+    }
+    row("null character", QChar(0) + QStringLiteral("true"), false);
+    row("huge text", QString(10'000'000, u' ') + QLatin1Char('1'), true);
+    row("nothing", QVariant(), false);
+    row("bytes", QByteArray("1"), false);
+    row("list", QVariantList{ true }, false);
+    row("texts", QStringList{ QStringLiteral("YES") }, false);
+    row("table", QVariantMap{ { openInBackground, true } }, false);
+}
+
+void ScriptWatchCommandTest::turnsValuesIntoBooleans()
+{
+    QFETCH(QVariant, value);
+    QFETCH(bool, isTrue);
+
+    const Program program;
+    setAll(!isTrue);
+    ScriptWatchCommand({ { saveCapture, value } }).performDefaultImplementation();
+    QCOMPARE(defaults().boolForKey(saveKey), isTrue);
+}
+
+void ScriptWatchCommandTest::writesEachOption_data()
+{
+    QTest::addColumn<QString>("argument");
+    QTest::addColumn<QString>("key");
+    QTest::newRow("background") << openInBackground << backgroundKey;
+    QTest::newRow("save") << saveCapture << saveKey;
+    QTest::newRow("close") << closeOnFirstScan << closeKey;
+}
+
+void ScriptWatchCommandTest::writesEachOption()
+{
+    QFETCH(QString, argument);
+    QFETCH(QString, key);
+
+    const Program program;
+    setAll(false);
+    ScriptWatchCommand({ { argument, true } }).performDefaultImplementation();
+    for (const QString& each : { backgroundKey, saveKey, closeKey, runKey }) {
+        QCOMPARE(defaults().boolForKey(each), each == key);
+    }
+}
+
+void ScriptWatchCommandTest::writesFalseForWhatIsLeftOut()
+{
+    const Program program;
+    setAll(true);
+    ScriptWatchCommand({ { QStringLiteral("watch-runAppleScript"), false },
+                           { QStringLiteral("RunAppleScript"), false } })
+        .performDefaultImplementation();
+    for (const QString& key : { backgroundKey, saveKey, closeKey }) {
+        QCOMPARE(defaults().stringForKey(key), std::optional(QStringLiteral("false")));
+    }
+    QVERIFY(defaults().boolForKey(runKey)); // never written
+}
+
+void ScriptWatchCommandTest::writesInOrder()
+{
+    const Program program;
+    QStringList written;
+    std::vector<std::unique_ptr<platform::UserDefaults::Observation>> observations;
+    for (const QString& key : { closeKey, saveKey, backgroundKey, runKey }) {
+        observations.push_back(defaults().observe(key, [&written, key] { written.append(key); }));
+    }
+    ScriptWatchCommand({}).performDefaultImplementation();
+    QCOMPARE(written, QStringList({ backgroundKey, saveKey, closeKey }));
+}
+
+void ScriptWatchCommandTest::opensAWatchWindowLater()
+{
+    Program program;
+    program.journal().setScanAvailable(true);
+    ScriptWatchCommand({}).performDefaultImplementation();
+    QVERIFY(sheetOf(program) == nullptr);
+    QTRY_VERIFY(sheetOf(program) != nullptr);
+    QVERIFY(program.journal().watchWindow() != nullptr);
+    QCOMPARE(sheetOf(program), program.journal().watchWindow()->window());
+    program.journal().watchWindow()->cancelCapture(nullptr);
+}
+
+void ScriptWatchCommandTest::preselectsTheScript_data()
+{
+    QTest::addColumn<QVariantMap>("arguments");
+    QTest::addColumn<std::optional<QString>>("name");
+    const auto row = [](const char* name, const QVariant& value, const char* expected) {
+        QTest::newRow(name) << QVariantMap{ { scriptName, value } }
+                            << (expected != nullptr ? std::optional(QString::fromUtf8(expected))
+                                                    : std::nullopt);
+    };
+    QTest::newRow("left out") << QVariantMap() << std::optional<QString>();
+    row("empty", QStringLiteral(""), nullptr);
+    row("null", QString(), nullptr);
+    row("name", QStringLiteral("Grüße 1.scpt"), "Grüße 1.scpt");
+    row("no extension", QStringLiteral("Grüße"), "Grüße");
+    row("longest", QString(255, u'a'), QByteArray(255, 'a').constData());
+    row("longer than a name can be", QString(256, u'a'), nullptr);
+    row("number", 7, nullptr);
+    row("list", QVariantList{ QStringLiteral("a.scpt") }, nullptr);
+}
+
+void ScriptWatchCommandTest::preselectsTheScript()
+{
+    QFETCH(QVariantMap, arguments);
+    QFETCH(std::optional<QString>, name);
+
+    Program program;
+    program.journal().setScanAvailable(true);
+    ScriptWatchCommand(arguments).performDefaultImplementation();
+    QTRY_VERIFY(sheetOf(program) != nullptr);
+    QCOMPARE(program.journal().watchWindow()->scriptedScriptName(), name);
+    program.journal().watchWindow()->cancelCapture(nullptr);
+}
+
+void ScriptWatchCommandTest::opensNothingOverASheet()
+{
+    Program program;
+    program.journal().setScanAvailable(true);
+    setAll(false);
+    program.journal().importImage(nullptr);
+    QWidget* import = sheetOf(program);
+    QVERIFY(import != nullptr);
+    ScriptWatchCommand({ { saveCapture, true } }).performDefaultImplementation();
+    QCoreApplication::sendPostedEvents();
+    QCOMPARE(sheetOf(program), import);
+    QVERIFY(program.journal().watchWindow() == nullptr);
+    QVERIFY(defaults().boolForKey(saveKey));
+}
+
+void ScriptWatchCommandTest::opensNothingWithoutACamera()
+{
+    Program program;
+    program.journal().setScanAvailable(false);
+    setAll(false);
+    ScriptWatchCommand({ { closeOnFirstScan, true } }).performDefaultImplementation();
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(sheetOf(program) == nullptr);
+    QVERIFY(program.journal().watchWindow() == nullptr);
+    QVERIFY(defaults().boolForKey(closeKey));
+}
+
+void ScriptWatchCommandTest::waitsForTheLaunch()
+{
+    // As when the bus has started the program for the command.
+    Program program(support::Start::NotLaunched);
+    ScriptWatchCommand({}).performDefaultImplementation();
+    program.delegate().applicationDidFinishLaunching();
+    program.journal().setScanAvailable(true);
+    QTRY_VERIFY(sheetOf(program) != nullptr);
+    program.journal().watchWindow()->cancelCapture(nullptr);
+
+    Program another(support::Start::NotLaunched);
+    ScriptWatchCommand({ { saveCapture, true } }).performDefaultImplementation();
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(another.delegate().journalWindow() == nullptr);
+    QVERIFY(defaults().boolForKey(saveKey));
+}
+
+void ScriptWatchCommandTest::isDroppedWhenTheProgramGoes()
+{
+    platform::Application::shared().setDelegate(nullptr);
+    setAll(false);
+    ScriptWatchCommand({ { saveCapture, true } }).performDefaultImplementation();
+    QCoreApplication::sendPostedEvents();
+    QVERIFY(defaults().boolForKey(saveKey));
+}
+
+VELLUMCAP_TEST_MAIN(ScriptWatchCommandTest)
+
+#include "tst_scriptwatchcommand.moc"

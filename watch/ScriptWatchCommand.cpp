@@ -1,0 +1,96 @@
+#include "watch/ScriptWatchCommand.h"
+
+#include "app/VellumcapAppDelegate.h"
+#include "journal/JournalWindow.h"
+#include "platform/services/Dispatch.h"
+#include "platform/services/UserDefaults.h"
+
+#include <QString>
+
+#include <cmath>
+
+namespace vellumcap {
+
+namespace {
+
+const auto openInBackground = QStringLiteral("OpenInBackground");
+const auto closeOnFirstScan = QStringLiteral("CloseOnFirstScan");
+const auto saveCapture = QStringLiteral("SaveCapture");
+const auto scriptName = QStringLiteral("ScriptName");
+
+constexpr qsizetype longestFileName = 255;
+
+bool isTrue(QStringView text)
+{
+    qsizetype index = 0;
+    while (index < text.size() && text[index].isSpace()) {
+        ++index;
+    }
+    if (index < text.size() && (text[index] == u'+' || text[index] == u'-')) {
+        ++index;
+    }
+    while (index < text.size() && text[index] == u'0') {
+        ++index;
+    }
+    return index < text.size() && QStringView(u"YyTt123456789").contains(text[index]);
+}
+
+bool boolValue(const QVariant& value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Bool:
+    case QMetaType::UChar:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Double:
+        return value.toDouble() != 0.0 && !std::isnan(value.toDouble());
+    case QMetaType::QString:
+        return isTrue(value.toString());
+    default:
+        return false;
+    }
+}
+
+/// No file has a longer name.
+QString nameValue(const QVariant& value)
+{
+    const QString name
+        = value.typeId() == QMetaType::QString ? value.toString() : QStringLiteral("");
+    return name.size() <= longestFileName ? name : QStringLiteral("");
+}
+
+} // namespace
+
+ScriptWatchCommand::ScriptWatchCommand(const QVariantMap& arguments)
+{
+    for (const QString& key : { openInBackground, closeOnFirstScan, saveCapture }) {
+        m_options.insert(key, boolValue(arguments.value(key)));
+    }
+    m_options.insert(scriptName, nameValue(arguments.value(scriptName)));
+}
+
+void ScriptWatchCommand::performDefaultImplementation() const
+{
+    auto& defaults = platform::UserDefaults::standard();
+    const auto write = [&](const QString& defaultsKey, const QString& key) {
+        defaults.setBool(defaultsKey, m_options.value(key).toBool());
+    };
+    write(QStringLiteral("watch-openURLInBackground"), openInBackground);
+    write(QStringLiteral("watch-saveCapture"), saveCapture);
+    write(QStringLiteral("watch-closeOnFirstScan"), closeOnFirstScan);
+    // Looked up in its turn: a command may come before the program has finished launching, and
+    // when it is just going.
+    platform::dispatchMain([options = m_options] {
+        const auto* delegate
+            = dynamic_cast<const VellumcapAppDelegate*>(platform::Application::shared().delegate());
+        if (delegate != nullptr && delegate->journalWindow() != nullptr) {
+            delegate->journalWindow()->watch(options);
+        }
+    });
+}
+
+} // namespace vellumcap
