@@ -1,0 +1,30 @@
+-- Sends every code to a web hook, as {"text": "..."}.
+-- Needs curl. Write the address of your hook here, or set VELLUMCAP_HOOK.
+
+local hook = os.getenv("VELLUMCAP_HOOK") or "http://localhost:8080/codes"
+
+-- One word for the shell, whatever is in it. No word can hold a zero byte.
+local function quoted(text)
+    text = text:gsub("\0", "")
+    return "'" .. text:gsub("'", "'\\''") .. "'"
+end
+
+-- A text in JSON.
+local function json(text)
+    text = text:gsub('[%c"\\]', function(character)
+        return ("\\u%04x"):format(character:byte())
+    end)
+    return '"' .. text .. '"'
+end
+
+function scanned_code(text)
+    -- The text goes through a pipe: the arguments of a command can be seen by every user.
+    local command = "curl --silent --show-error --fail --max-time 20 --output /dev/null"
+        .. " --header 'Content-Type: application/json' --data-binary @- --url " .. quoted(hook)
+    local curl = assert(io.popen(command, "w"))
+    curl:write('{"text": ', json(text), "}")
+    local done, how, status = curl:close()
+    if not done then
+        error(("curl: %s %d"):format(how, status))
+    end
+end
