@@ -4,9 +4,11 @@
 #include "platform/services/Dispatch.h"
 #include "platform/services/StandardFolders.h"
 #include "platform/store/ManagedObjectContext.h"
+#include "platform/ui/Sheet.h"
 #include "platform/ui/TextField.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
+#include "watch/WatchWindow.h"
 
 #include <QAction>
 #include <QDir>
@@ -78,6 +80,8 @@ private Q_SLOTS:
     void opensEachWindowOnce();
     void validatesTheWindowItemsOnly();
     void makesTheScriptsFolder();
+    void performsActionsOfTheLauncher_data();
+    void performsActionsOfTheLauncher();
 };
 
 void VellumcapAppDelegateTest::makesTheFolderAndTheStoreOnFirstUse()
@@ -346,6 +350,39 @@ void VellumcapAppDelegateTest::makesTheScriptsFolder()
     QVERIFY(!QFileInfo::exists(folder));
     program.delegate().applicationDidFinishLaunching();
     QTRY_VERIFY(QFileInfo(folder).isDir());
+}
+
+void VellumcapAppDelegateTest::performsActionsOfTheLauncher_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<bool>("isKnown");
+    QTest::newRow("as the launcher has it") << QStringLiteral("Watch") << true;
+    QTest::newRow("small letters") << QStringLiteral("watch") << true;
+    QTest::newRow("another") << QStringLiteral("watch-everything") << false;
+    QTest::newRow("none") << QString() << false;
+}
+
+void VellumcapAppDelegateTest::performsActionsOfTheLauncher()
+{
+    QFETCH(QString, name);
+    QFETCH(bool, isKnown);
+
+    Program program;
+    program.journal().setScanAvailable(true);
+    program.journal().window()->hide();
+    program.delegate().performAction(name);
+    QCOMPARE(program.journal().window()->isVisible(), isKnown);
+    QCOMPARE(program.journal().watchWindow() != nullptr, isKnown);
+    if (isKnown) {
+        QCOMPARE(platform::attachedSheet(program.journal().window()),
+            program.journal().watchWindow()->window());
+        program.journal().watchWindow()->cancelCapture(nullptr);
+    }
+
+    // Before the program has launched, as when the bus has started it for the action.
+    Program launching(Start::NotLaunched);
+    launching.delegate().performAction(name);
+    QCOMPARE(launching.delegate().journalWindow() != nullptr, isKnown);
 }
 
 VELLUMCAP_TEST_MAIN(VellumcapAppDelegateTest)

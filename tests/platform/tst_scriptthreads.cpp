@@ -27,9 +27,9 @@ private Q_SLOTS:
     void runsAJobBesideThoseThatDoNotEnd();
     void startsNoMoreThanItsThreads();
     void goesOnAfterAnException();
+    void dropsWhatWaits(); // nothing runs in this process afterwards
     void quits_data();
     void quits();
-    void dropsWhatWaits(); // the last one: nothing runs afterwards
 };
 
 namespace {
@@ -113,6 +113,36 @@ void ScriptThreadsTest::goesOnAfterAnException()
     QCOMPARE(done.get_future().wait_for(seconds(30)), std::future_status::ready);
 }
 
+void ScriptThreadsTest::dropsWhatWaits()
+{
+    std::promise<void> released;
+    const std::shared_future<void> release = released.get_future().share();
+    std::atomic<int> begun = 0;
+    auto held = std::make_shared<int>(1);
+    const std::weak_ptr<int> observed = held;
+    for (int number = 0; number < threadLimit; ++number) {
+        platform::dispatchScript([&begun, release] {
+            ++begun;
+            release.wait();
+        });
+    }
+    platform::dispatchScript([&begun, held] { begun += 1000 * *held; });
+    held.reset();
+    QTRY_COMPARE(begun.load(), threadLimit);
+
+    // Code of the program is never abandoned: this waits for its end.
+    std::thread finishing([] { platform::finishScripts(shortPatience); });
+    QTRY_VERIFY(observed.expired());
+    released.set_value();
+    finishing.join();
+    QCOMPARE(begun.load(), threadLimit);
+
+    platform::dispatchScript([&begun] { ++begun; });
+    platform::finishScripts(shortPatience);
+    QCOMPARE(begun.load(), threadLimit);
+    QVERIFY(platform::ScriptThreads::areInterrupted());
+}
+
 void ScriptThreadsTest::quits_data()
 {
     QTest::addColumn<QByteArray>("text"); ///< empty: the file is a pipe to which nobody writes
@@ -193,36 +223,6 @@ void ScriptThreadsTest::quits()
         QCOMPARE(line >= 0, !outcome.isEmpty());
         QVERIFY2(said.indexOf(outcome, line) >= 0, said.constData());
     }
-}
-
-void ScriptThreadsTest::dropsWhatWaits()
-{
-    std::promise<void> released;
-    const std::shared_future<void> release = released.get_future().share();
-    std::atomic<int> begun = 0;
-    auto held = std::make_shared<int>(1);
-    const std::weak_ptr<int> observed = held;
-    for (int number = 0; number < threadLimit; ++number) {
-        platform::dispatchScript([&begun, release] {
-            ++begun;
-            release.wait();
-        });
-    }
-    platform::dispatchScript([&begun, held] { begun += 1000 * *held; });
-    held.reset();
-    QTRY_COMPARE(begun.load(), threadLimit);
-
-    // Code of the program is never abandoned: this waits for its end.
-    std::thread finishing([] { platform::finishScripts(shortPatience); });
-    QTRY_VERIFY(observed.expired());
-    released.set_value();
-    finishing.join();
-    QCOMPARE(begun.load(), threadLimit);
-
-    platform::dispatchScript([&begun] { ++begun; });
-    platform::finishScripts(shortPatience);
-    QCOMPARE(begun.load(), threadLimit);
-    QVERIFY(platform::ScriptThreads::areInterrupted());
 }
 
 int main(int argc, char** argv)
