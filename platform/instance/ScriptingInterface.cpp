@@ -45,8 +45,8 @@ void ScriptingInterface::Watch(const QVariantMap& arguments)
 {
     QVariantMap plain;
     for (auto argument = arguments.begin(); argument != arguments.end(); ++argument) {
-        if (QVariant value = plainValue(argument.value()); value.isValid()) {
-            plain.insert(argument.key(), std::move(value));
+        if (const QVariant value = plainValue(argument.value()); value.isValid()) {
+            plain.insert(argument.key(), value);
         }
     }
     m_watch(plain);

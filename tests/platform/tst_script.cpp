@@ -55,7 +55,7 @@ private:
 
 QString ScriptTest::write(const QByteArray& text, const QString& name) const
 {
-    const QString path = m_folder.filePath(name);
+    QString path = m_folder.filePath(name);
     support::writeFile(path, text);
     return path;
 }

@@ -28,7 +28,7 @@ private Q_SLOTS:
 private:
     QString write(const QByteArray& text) const
     {
-        const QString path = m_folder.filePath(QStringLiteral("a script.scpt"));
+        QString path = m_folder.filePath(QStringLiteral("a script.scpt"));
         support::writeFile(path, text);
         return path;
     }
