@@ -321,7 +321,10 @@ void ScriptTest::holdsMemoryWithinBounds_data()
     row("coroutines",
         "local t = {} while true do\n"
         "  t[#t + 1] = coroutine.create(function() end) end");
-    row("code", "return load(function() return ('x=1;'):rep(100000) end)");
+    row("code",
+        "local piece = 'x = [['\n"
+        "return load(function()\n"
+        "  local last = piece piece = ('y'):rep(1000000) return last end)");
     row("caught and repeated",
         "for i = 1, 20 do\n"
         "  assert(not pcall(string.rep, 'x', 300 * 1024 * 1024)) end\n"
