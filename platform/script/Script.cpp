@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QList>
 
+#include <algorithm>
 #include <clocale>
 #include <utility>
 
@@ -50,23 +51,33 @@ int loadFile(lua_State* lua)
     return 0;
 }
 
-/// Replaces the values above `first` by one text.
+/// Pushes one text for the values above `first`, no longer than is shown and one byte.
 int describeResults(lua_State* lua, int first)
 {
     const int last = lua_gettop(lua);
-    if (last <= first) {
+    if (last == first) {
         lua_pushliteral(lua, "nil");
         return 1;
     }
     luaL_checkstack(lua, LUA_MINSTACK, nullptr);
+    for (int index = first + 1; index <= last; ++index) {
+        luaL_tolstring(lua, index, nullptr);
+        lua_replace(lua, index);
+    }
     luaL_Buffer text;
     luaL_buffinit(lua, &text);
     for (int index = first + 1; index <= last; ++index) {
         if (index > first + 1) {
             luaL_addstring(&text, ", ");
         }
-        luaL_tolstring(lua, index, nullptr);
-        luaL_addvalue(&text);
+        std::size_t size = 0;
+        const char* bytes = lua_tolstring(lua, index, &size);
+        const std::size_t taken = luaL_bufflen(&text);
+        const std::size_t room = longestDescription + 1 - std::min(taken, longestDescription + 1);
+        luaL_addlstring(&text, bytes, std::min(size, room));
+        if (luaL_bufflen(&text) > longestDescription) {
+            break;
+        }
     }
     luaL_pushresult(&text);
     return 1;

@@ -151,6 +151,9 @@ void ScriptTest::describesResults_data()
     row("setmetatable({}, { __tostring = function() return 'mine' end })", QStringLiteral("mine"));
     row("'\\255'", QStringLiteral("\uFFFD"));
     row("('x'):rep(10000)", QString(8192, u'x') + QStringLiteral("…"));
+    row("('x'):rep(100 * 1024 * 1024)", QString(8192, u'x') + QStringLiteral("…"));
+    row("table.unpack({}, 1, 100000)",
+        QStringLiteral("nil, ").repeated(100000).left(8192) + QStringLiteral("…"));
     row("#{ table.unpack({}, 1, 1000) }, table.unpack({}, 1, 3)",
         QStringLiteral("0, nil, nil, nil"));
 }
