@@ -17,6 +17,7 @@ if(VELLUMCAP_SANITIZE)
   # false paths through the instrumentation.
   add_compile_options(-fsanitize=${VELLUMCAP_SANITIZE} -fno-sanitize-recover=all -O1 -g1
     -Wno-null-dereference)
+  add_compile_definitions(VELLUMCAP_SANITIZED)
   add_link_options(-fsanitize=${VELLUMCAP_SANITIZE})
 endif()
 

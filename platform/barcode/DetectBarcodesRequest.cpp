@@ -1,8 +1,8 @@
 #include "platform/barcode/DetectBarcodesRequest.h"
 
-#include "platform/barcode/Detector.h"
 #include "platform/barcode/GreyPicture.h"
 #include "platform/barcode/LiveScan.h"
+#include "platform/barcode/isolation/DecoderPool.h"
 
 #include <QTransform>
 
@@ -40,8 +40,8 @@ bool ImageRequestHandler::perform(DetectBarcodesRequest& request) const
     std::optional<Detection> detection;
     if (!grey.isNull()) {
         LiveScan* scan = m_options.liveScan.get();
-        detection
-            = detectCodes(grey, scan != nullptr ? std::optional(scan->nextFrame()) : std::nullopt);
+        detection = decoder::Pool::shared().detect(
+            grey, scan != nullptr ? std::optional(scan->nextFrame()) : std::nullopt);
         if (scan != nullptr) {
             scan->setLocated(detection ? detection->located : QRect());
         }

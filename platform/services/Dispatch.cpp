@@ -106,6 +106,11 @@ private:
     bool m_finished = false;
 };
 
+struct {
+    std::mutex mutex; // guards what follows
+    std::vector<Job> jobs;
+} lastJobs;
+
 WorkerPool& globalPool(QualityOfService quality)
 {
     static WorkerPool userInitiated(
@@ -121,8 +126,20 @@ void dispatchGlobal(QualityOfService quality, Job job)
     globalPool(quality).submit(std::move(job));
 }
 
+void beforeGlobalQueuesFinish(Job job)
+{
+    const std::lock_guard lock(lastJobs.mutex);
+    lastJobs.jobs.push_back(std::move(job));
+}
+
 void finishGlobalQueues()
 {
+    std::vector<Job> jobs;
+    {
+        const std::lock_guard lock(lastJobs.mutex);
+        jobs.swap(lastJobs.jobs);
+    }
+    std::for_each(jobs.begin(), jobs.end(), run);
     globalPool(QualityOfService::UserInitiated).finish();
     globalPool(QualityOfService::Utility).finish();
 }

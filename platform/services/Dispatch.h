@@ -20,6 +20,10 @@ enum class QualityOfService {
 /// order of submission. Any thread.
 void dispatchGlobal(QualityOfService quality, Job job);
 
+/// Has finishGlobalQueues() run `job` first: one that cuts short what jobs of the queues wait for.
+/// Any thread.
+void beforeGlobalQueuesFinish(Job job);
+
 /// Waits until every job of the global queues has ended, and ends their threads. Called once,
 /// when the application goes; jobs that are submitted later are dropped.
 void finishGlobalQueues();

@@ -151,6 +151,10 @@ void DispatchTest::finishesTheGlobalQueues()
             platform::dispatchGlobal(quality, [&done] { ++done; });
         }
     }
+    std::promise<void> released;
+    platform::dispatchGlobal(
+        QualityOfService::UserInitiated, [&released] { released.get_future().wait(); });
+    platform::beforeGlobalQueuesFinish([&released] { released.set_value(); });
     platform::finishGlobalQueues();
     QCOMPARE(done.load(), 2 * jobCount);
 
