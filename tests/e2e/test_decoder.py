@@ -1,0 +1,110 @@
+"""A decoder that is killed, or hangs, costs no more than the picture that it was reading."""
+
+import os
+import pathlib
+import shutil
+import signal
+import time
+import unittest
+
+import desktop
+import vellumcap
+
+FIRST = "Before the fault"
+LOST = "Lost"
+NEXT = "After the fault"
+TIME_LIMIT = 10  # seconds that a decoder may take over a picture
+
+
+def processes():
+    return [int(entry.name) for entry in pathlib.Path("/proc").iterdir() if entry.name.isdigit()]
+
+
+def status_of(pid):
+    """The fields of /proc/PID/stat from the state on; none when there is no such process."""
+    try:
+        return pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
+    except OSError:
+        return []
+
+
+def decoders_of(app):
+    return [pid for pid in processes() if status_of(pid)[1:2] == [str(app.process.pid)]]
+
+
+def has_stopped(pid):
+    return status_of(pid)[:1] == ["T"]
+
+
+class Decoder(unittest.TestCase):
+    def setUp(self):
+        shutil.rmtree(vellumcap.DATA, ignore_errors=True)
+        self.app = desktop.stop_after(self, vellumcap.start())
+        self.assertEqual(decoders_of(self.app), [], "started before it was needed")
+        self.sheet = vellumcap.open_import(self.app)
+        self.show(FIRST)
+        vellumcap.wait_for_text(self.sheet, FIRST)
+        self.decoders = decoders_of(self.app)
+        self.assertTrue(self.decoders)
+
+    def show(self, text):
+        path = vellumcap.photograph(text, "code.png")
+        vellumcap.drag_onto(self.sheet.find(name="Picture to read"), path)
+
+    def signal_decoders(self, number):
+        for pid in self.decoders:
+            os.kill(pid, number)
+
+    def stop_decoders(self):
+        self.signal_decoders(signal.SIGSTOP)
+        desktop.wait_until(lambda: all(map(has_stopped, self.decoders)), "the decoders to stop")
+
+    def wait_for_line(self, line):
+        desktop.wait_until(lambda: line in self.app.log, f"the line {line!r} in the log")
+
+    def assert_next_is_read(self):
+        self.show(NEXT)
+        vellumcap.wait_for_text(self.sheet, NEXT)
+        new = decoders_of(self.app)
+        self.assertTrue(new)
+        self.assertTrue(set(new).isdisjoint(self.decoders), "the old ones are gone")
+
+    def assert_window_goes_on(self):
+        """It does at once what a user asks for, and keeps what was read before."""
+        begun = time.monotonic()
+        vellumcap.close_import(self.app)
+        self.sheet = vellumcap.open_import(self.app)
+        self.assertLess(time.monotonic() - begun, TIME_LIMIT / 2)
+
+    def test_killed_while_idle(self):
+        self.signal_decoders(signal.SIGKILL)
+        self.assert_next_is_read()
+        self.wait_for_line("The decoder was ended by signal 9 (Killed) while it had nothing to do")
+
+    def test_killed_over_a_picture(self):
+        self.stop_decoders()
+        self.show(LOST)
+        self.assert_window_goes_on()
+        self.signal_decoders(signal.SIGKILL)
+        self.wait_for_line("The decoder was ended by signal 9 (Killed); its picture counts as")
+        self.assert_next_is_read()
+
+    def test_stopped_over_a_picture(self):
+        self.stop_decoders()
+        self.show(LOST)
+        self.assert_window_goes_on()
+        self.wait_for_line("The decoder gave no answer in time; its picture counts as having no")
+        self.assert_next_is_read()
+        self.assertNotIn(LOST, [capture["captureValue"] for capture in vellumcap.captures()])
+
+    def test_quitting_does_not_wait(self):
+        self.stop_decoders()
+        self.show(LOST)
+        vellumcap.close_import(self.app)
+        begun = time.monotonic()
+        self.assertEqual(vellumcap.quit_by_keys(self.app), 0)
+        self.assertLess(time.monotonic() - begun, TIME_LIMIT / 2)
+        self.assertTrue(all(status_of(pid)[:1] in ([], ["Z"]) for pid in self.decoders))
+
+
+unittest.main()
