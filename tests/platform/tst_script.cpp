@@ -1,5 +1,6 @@
 #include "platform/script/Script.h"
 #include "tests/support/LogLines.h"
+#include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
 
 #include <QFile>

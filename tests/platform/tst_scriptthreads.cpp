@@ -3,6 +3,7 @@
 #include "platform/script/ScriptThreads.h"
 #include "platform/services/Log.h"
 #include "tests/support/LogLines.h"
+#include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
 
 #include <QProcess>
@@ -202,7 +203,7 @@ void ScriptThreadsTest::quits()
     if (text.isEmpty()) {
         QCOMPARE(::mkfifo(path.toUtf8().constData(), S_IRWXU), 0);
     } else {
-        QVERIFY(support::writeFile(path, "function h() print 'begun' " + text + " end"));
+        support::writeFile(path, "function h() print 'begun' " + text + " end");
     }
     QProcess program;
     program.setProcessChannelMode(QProcess::MergedChannels);

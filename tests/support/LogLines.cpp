@@ -1,9 +1,5 @@
 #include "tests/support/LogLines.h"
 
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-
 #include <mutex>
 
 namespace support {
@@ -37,13 +33,6 @@ QStringList LogLines::all()
 {
     const std::lock_guard lock(mutex);
     return lines;
-}
-
-bool writeFile(const QString& path, const QByteArray& contents)
-{
-    QFile file(path);
-    return QDir().mkpath(QFileInfo(path).path()) && file.open(QFile::WriteOnly)
-        && file.write(contents) == contents.size();
 }
 
 } // namespace support

@@ -17,7 +17,4 @@ public:
     static bool contain(const QString& line) { return all().contains(line); }
 };
 
-/// Makes the file with its folder; false when that failed.
-bool writeFile(const QString& path, const QByteArray& contents);
-
 } // namespace support

@@ -2,7 +2,9 @@
 
 #include <QBuffer>
 #include <QColor>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QRandomGenerator>
 
 namespace support {
@@ -58,7 +60,8 @@ QByteArray animatedGif()
 void writeFile(const QString& path, const QByteArray& content)
 {
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size()) {
+    if (!QDir().mkpath(QFileInfo(path).path()) || !file.open(QIODevice::WriteOnly)
+        || file.write(content) != content.size()) {
         qFatal("cannot write %s", qPrintable(path));
     }
 }

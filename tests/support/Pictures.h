@@ -14,6 +14,7 @@ QByteArray turnedJpeg(const QImage& image);
 /// Two frames of 2 x 2 pixels: red, then blue.
 QByteArray animatedGif();
 
+/// Makes the folder too; ends the process when it cannot.
 void writeFile(const QString& path, const QByteArray& content);
 
 } // namespace support

@@ -1,5 +1,6 @@
 #include "platform/services/StandardFolders.h"
 #include "tests/support/LogLines.h"
+#include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
 #include "watch/ScriptFolder.h"
 
@@ -67,7 +68,7 @@ void ScriptFolderTest::listsWhatHasTheExtension()
 
     const LogLines log;
     const QString path = folder() + QLatin1Char('/') + name;
-    QVERIFY(support::writeFile(path, "-- Lua"));
+    support::writeFile(path, "-- Lua");
     const auto scripts = scanScriptFolder();
     QCOMPARE(scripts.keys(), isListed ? QStringList{ name } : QStringList());
     if (isListed) {
@@ -89,7 +90,7 @@ void ScriptFolderTest::listsFoldersAndLinksToo()
 void ScriptFolderTest::logsWhatItFinds()
 {
     const LogLines log;
-    QVERIFY(support::writeFile(folder() + QStringLiteral("/my script.scpt"), {}));
+    support::writeFile(folder() + QStringLiteral("/my script.scpt"), {});
     scanScriptFolder();
     QCOMPARE(LogLines::all(),
         QStringList{ QStringLiteral("Found a script! file://") + folder()
@@ -100,8 +101,7 @@ void ScriptFolderTest::keepsItsOrder()
 {
     const LogLines log;
     for (int number = 0; number < 30; ++number) {
-        QVERIFY(support::writeFile(
-            folder() + QStringLiteral("/%1.scpt").arg(number * 7 % 30), "-- Lua"));
+        support::writeFile(folder() + QStringLiteral("/%1.scpt").arg(number * 7 % 30), "-- Lua");
     }
     const auto scripts = scanScriptFolder();
     QCOMPARE(scripts.size(), 30);
@@ -120,12 +120,12 @@ void ScriptFolderTest::makesTheFolder()
 void ScriptFolderTest::listsNothingWhereThereIsNoFolder()
 {
     const LogLines log;
-    QVERIFY(support::writeFile(platform::StandardFolders::configuration(), "in the way"));
+    support::writeFile(platform::StandardFolders::configuration(), "in the way");
     QVERIFY(vellumcap::scriptFolder().isEmpty());
     QVERIFY(scanScriptFolder().isEmpty());
 
     init();
-    QVERIFY(support::writeFile(folder(), "in the way, too"));
+    support::writeFile(folder(), "in the way, too");
     QVERIFY(scanScriptFolder().isEmpty());
     QCOMPARE(LogLines::all(), QStringList());
 }

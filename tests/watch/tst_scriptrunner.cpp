@@ -1,5 +1,6 @@
 #include "platform/script/ScriptThreads.h"
 #include "tests/support/LogLines.h"
+#include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
 #include "watch/ScriptRunner.h"
 
