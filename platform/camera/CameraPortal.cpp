@@ -88,7 +88,7 @@ bool CameraPortal::Question::ask(QDBusConnection& bus)
 bool CameraPortal::isNeeded()
 {
     return QFile::exists(name("/.flatpak-info")) || qEnvironmentVariableIsSet("SNAP")
-        || qEnvironmentVariableIsSet("VELLUMCAP_CAMERA_PORTAL");
+        || !qEnvironmentVariableIsEmpty("VELLUMCAP_CAMERA_PORTAL");
 }
 
 CameraPortal::CameraPortal(std::function<void(bool)> answered)

@@ -8,7 +8,7 @@ namespace platform {
 /// The way to the cameras out of a sandbox: org.freedesktop.portal.Camera, which may ask the user.
 class CameraPortal {
 public:
-    /// True in a Flatpak or Snap, or when $VELLUMCAP_CAMERA_PORTAL is set.
+    /// True in a Flatpak or Snap, or when $VELLUMCAP_CAMERA_PORTAL is not empty.
     static bool isNeeded();
 
     /// Asks for access, on a thread of its own that calls `answered` once.

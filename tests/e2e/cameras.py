@@ -14,6 +14,10 @@ import signal
 import subprocess
 
 import desktop
+import gi
+
+gi.require_version("Gio", "2.0")
+from gi.repository import Gio, GLib  # noqa: E402
 
 FOLDER = desktop.FOLDER / "cameras"
 PR_SET_PDEATHSIG = 1
@@ -30,6 +34,17 @@ libcamera_monitor.enabled = false
 bluez_midi_monitor = { enabled = false }
 """,
 }
+
+
+def look_for_cameras_by(portal):
+    """"1" hides the cameras of the machine from programs that start from now on, "" shows those of
+    the session. Programs that the bus starts are told, too."""
+    os.environ["VELLUMCAP_CAMERA_PORTAL"] = portal
+    Gio.bus_get_sync(Gio.BusType.SESSION).call_sync(
+        "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        "UpdateActivationEnvironment",
+        GLib.Variant("(a{ss})", ({"VELLUMCAP_CAMERA_PORTAL": portal},)), None,
+        Gio.DBusCallFlags.NONE, -1, None)
 
 
 def end_with_parent():
@@ -105,7 +120,7 @@ class Cameras:
     """Programs that start from now on see these cameras."""
 
     def __init__(self):
-        os.environ.pop("VELLUMCAP_CAMERA_PORTAL", None)
+        look_for_cameras_by("")
         for folder, text in CONFIGURATION.items():
             path = FOLDER / "config" / "wireplumber" / folder
             path.mkdir(parents=True, exist_ok=True)
@@ -123,6 +138,7 @@ class Cameras:
 
     def start_pipewire(self):
         socket = pathlib.Path(os.environ["XDG_RUNTIME_DIR"]) / "pipewire-0"
+        socket.unlink(missing_ok=True)  # of one that was killed
         self.daemon = spawn("pipewire", env=self.environment)
         desktop.wait_until(socket.exists, "PipeWire")
         self.manager = spawn("wireplumber", env=self.environment)
@@ -147,3 +163,4 @@ class Cameras:
         for camera in self.plugged:
             camera.unplug()
         self.stop_pipewire()
+        look_for_cameras_by("1")
