@@ -1,14 +1,57 @@
 #include "camera/CaptureWindow.h"
 
-#include "platform/ui/Application.h"
+#include "app/Capture.h"
+#include "app/VellumcapAppDelegate.h"
+#include "journal/JournalWindow.h"
+#include "platform/camera/CameraView.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/services/Log.h"
+#include "platform/services/Workspace.h"
+#include "platform/ui/ImageView.h"
+#include "platform/ui/Sheet.h"
+#include "platform/ui/TextField.h"
 #include "ui_CaptureWindow.h"
 
 #include <QDialog>
+#include <QUrl>
+
+#include <initializer_list>
 
 namespace vellumcap {
 
+namespace {
+
+using platform::CaptureDevice;
+using platform::ExposureMode;
+using platform::FocusMode;
+using platform::WhiteBalanceMode;
+
+/// Sets the first of the modes that the camera supports, if it lets itself be configured.
+template <typename Mode>
+void setFirstSupported(CaptureDevice& device, bool (CaptureDevice::*isSupported)(Mode) const,
+    void (CaptureDevice::*set)(Mode), std::initializer_list<Mode> modes)
+{
+    for (const Mode mode : modes) {
+        if ((device.*isSupported)(mode)) {
+            if (device.lockForConfiguration()) {
+                (device.*set)(mode);
+                device.unlockForConfiguration();
+            }
+            return;
+        }
+    }
+}
+
+/// What is told of a change is its kind alone: a value was set. There is no context.
+void logAdjustment(const QString& what)
+{
+    platform::log(QStringLiteral("Camera %1 is adjusting {kind = 1} - (null)").arg(what));
+}
+
+} // namespace
+
 CaptureWindow::CaptureWindow(const QString& windowNibName)
-    : WindowController(windowNibName)
+    : ScanningWindow(windowNibName, FramePipeline::WhileOffering::Ignored)
     , m_ui(std::make_unique<Ui::CaptureWindow>())
 {
 }
@@ -19,21 +62,119 @@ std::unique_ptr<QWidget> CaptureWindow::loadWindow()
 {
     auto window = std::make_unique<QDialog>();
     m_ui->setupUi(window.get());
-    connect(m_ui->buttonCancel, &QPushButton::clicked, this,
-        [this] { cancelCapture(m_ui->buttonCancel); });
+    textField = m_ui->textField;
+    buttonCancel = m_ui->buttonCancel;
+    buttonSkip = m_ui->buttonSkip;
+    buttonSave = m_ui->buttonSave;
+    buttonOpenLink = m_ui->buttonOpenLink;
+    capturedImageView = m_ui->capturedImageView;
+    cameraImageView = m_ui->cameraImageView;
+    capturedImageView->hide();
+    connect(buttonCancel, &QPushButton::clicked, this, [this] { cancelCapture(buttonCancel); });
+    connect(buttonSkip, &QPushButton::clicked, this, [this] { skipCapture(buttonSkip); });
+    connect(buttonSave, &QPushButton::clicked, this, [this] { saveCapture(buttonSave); });
+    connect(buttonOpenLink, &QPushButton::clicked, this, [this] { openLink(buttonOpenLink); });
     return window;
+}
+
+void CaptureWindow::prepareControls()
+{
+    offer().setCaptureState(0);
+    enableButtonsForScanning();
+}
+
+void CaptureWindow::configureDevice(CaptureDevice& device)
+{
+    if (device.isSuspended() || device.isInUseByAnotherApplication()) {
+        return;
+    }
+    setFirstSupported(device, &CaptureDevice::isFocusModeSupported, &CaptureDevice::setFocusMode,
+        { FocusMode::ContinuousAutoFocus, FocusMode::AutoFocus });
+    setFirstSupported(device, &CaptureDevice::isExposureModeSupported,
+        &CaptureDevice::setExposureMode,
+        { ExposureMode::ContinuousAutoExposure, ExposureMode::AutoExpose });
+    setFirstSupported(device, &CaptureDevice::isWhiteBalanceModeSupported,
+        &CaptureDevice::setWhiteBalanceMode,
+        { WhiteBalanceMode::ContinuousAutoWhiteBalance, WhiteBalanceMode::AutoWhiteBalance });
+}
+
+void CaptureWindow::outputWasAdded(const std::optional<CaptureDevice>& device)
+{
+    m_device = device;
+    if (!m_device) {
+        return;
+    }
+    using Adjustment = CaptureDevice::Adjustment;
+    m_adjustments = {
+        m_device->observe(Adjustment::Focus, [](bool) { logAdjustment(QStringLiteral("focus")); }),
+        m_device->observe(
+            Adjustment::Exposure, [](bool) { logAdjustment(QStringLiteral("exposure")); }),
+        m_device->observe(
+            Adjustment::WhiteBalance, [](bool) { logAdjustment(QStringLiteral("white balance")); }),
+    };
+}
+
+void CaptureWindow::confirmCapture()
+{
+    const QString text = captureData().value_or(QString());
+    textField->setStringValue(text);
+    capturedImageView->setImage(capturedImage());
+    capturedImageView->show();
+    if (mCaptureSession()) {
+        mCaptureSession()->stopRunning();
+    }
+    buttonOpenLink->setEnabled(Capture::isUrl(text));
+    buttonSave->setEnabled(true);
+    buttonSkip->setEnabled(true);
+    buttonCancel->setEnabled(true);
+}
+
+void CaptureWindow::resumeCapturing()
+{
+    textField->setStringValue(QString());
+    capturedImageView->setImage(QImage());
+    capturedImageView->hide();
+    offer().setCapturedImage(QImage());
+    if (mCaptureSession()) {
+        mCaptureSession()->startRunning();
+    }
+    enableButtonsForScanning();
+    offer().setCaptureState(0);
+}
+
+void CaptureWindow::enableButtonsForScanning()
+{
+    buttonOpenLink->setEnabled(false);
+    buttonSave->setEnabled(false);
+    buttonSkip->setEnabled(false);
+    buttonCancel->setEnabled(true);
+}
+
+void CaptureWindow::skipCapture(QObject* /*sender*/)
+{
+    resumeCapturing();
+}
+
+void CaptureWindow::saveCapture(QObject* sender)
+{
+    Capture::storeCapture(capturedImage(), captureData().value_or(QString()));
+    VellumcapAppDelegate::shared().journalWindow()->refreshLists();
+    skipCapture(sender);
+}
+
+void CaptureWindow::openLink(QObject* /*sender*/)
+{
+    platform::Workspace::open(QUrl(captureData().value_or(QString()), QUrl::StrictMode));
 }
 
 void CaptureWindow::cancelCapture(QObject* /*sender*/)
 {
-    platform::Application::shared().endSheet(window());
+    if (mCaptureSession() && mCaptureSession()->isRunning()) {
+        mCaptureSession()->stopRunning();
+    }
+    releaseSession();
+    platform::endSheet(window());
     window()->hide();
-}
-
-bool CaptureWindow::windowShouldClose(QWidget* /*window*/)
-{
-    cancelCapture(nullptr);
-    return false;
 }
 
 } // namespace vellumcap

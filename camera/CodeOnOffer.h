@@ -9,6 +9,12 @@
 
 namespace vellumcap {
 
+/// A code, and the prepared picture it was found in.
+struct AcceptedCode {
+    QString text;
+    QImage picture;
+};
+
 /// What a window shares with the detections that run for it on worker threads: the code on offer
 /// and the picture it was found in. Each property is read and written whole, from any thread.
 class CodeOnOffer {

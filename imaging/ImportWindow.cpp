@@ -48,7 +48,7 @@ void ImportWindow::setImage(QObject* /*sender*/)
     if (bitmap.isNull()) {
         return;
     }
-    examine(bitmap, m_offer, [this, guard = lifeGuard()] {
+    examine(bitmap, {}, m_offer, [this, guard = lifeGuard()](const AcceptedCode& /*code*/) {
         platform::dispatchMain(guard, [this] { confirmCapture(); });
     });
 }

@@ -23,7 +23,8 @@ bool isNamed(const QAction& item, const char* name)
 
 bool isForEveryWindow(const QAction& item)
 {
-    return isNamed(item, "closeWindow") || isNamed(item, "quit");
+    return isNamed(item, "closeWindow") || isNamed(item, "quit")
+        || isNamed(item, "openPrefsWindow");
 }
 
 /// Null for any other item.
@@ -108,7 +109,8 @@ void MainMenu::focusChanged(QWidget* old, QWidget* now)
     validate(UndoManager::AskUnlessItFailed);
 }
 
-/// The menu bar is the main window's, and so are its keys.
+/// The menu bar is the main window's, and so are its keys; a sheet has them too, so that the
+/// preferences can be changed while it follows them.
 void MainMenu::shareWithKeyWindow()
 {
     QWidget* key = m_application.activeWindow();

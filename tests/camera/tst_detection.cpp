@@ -10,6 +10,7 @@
 #include <utility>
 
 using platform::Symbology;
+using vellumcap::AcceptedCode;
 using vellumcap::CodeOnOffer;
 
 namespace {
@@ -70,7 +71,8 @@ void Detection::init()
 /// does not see Qt's reference counting.
 void Detection::examineAndWait(QImage picture)
 {
-    vellumcap::examine(std::move(picture), m_offer, [accepted = m_accepted] { ++*accepted; });
+    vellumcap::examine(std::move(picture), {}, m_offer,
+        [accepted = m_accepted](const AcceptedCode&) { ++*accepted; });
     QTRY_COMPARE(m_offer.use_count(), 1);
 }
 
@@ -141,8 +143,8 @@ void Detection::acceptsOnAWorker()
 {
     auto worker = std::make_shared<std::atomic<std::thread::id>>();
 
-    vellumcap::examine(qrCode(QStringLiteral("worker")), m_offer,
-        [worker] { *worker = std::this_thread::get_id(); });
+    vellumcap::examine(qrCode(QStringLiteral("worker")), {}, m_offer,
+        [worker](const AcceptedCode&) { *worker = std::this_thread::get_id(); });
     QTRY_COMPARE(m_offer.use_count(), 1);
 
     QVERIFY(worker->load() != std::thread::id());
@@ -151,8 +153,8 @@ void Detection::acceptsOnAWorker()
 
 void Detection::outlivesTheWindow()
 {
-    vellumcap::examine(
-        qrCode(QStringLiteral("late")), m_offer, [accepted = m_accepted] { ++*accepted; });
+    vellumcap::examine(qrCode(QStringLiteral("late")), {}, m_offer,
+        [accepted = m_accepted](const AcceptedCode&) { ++*accepted; });
     m_offer.reset();
 
     QTRY_COMPARE(m_accepted->load(), 1);

@@ -1,0 +1,212 @@
+#include "camera/ScanningWindow.h"
+
+#include "camera/FramePreparation.h"
+#include "platform/camera/CameraView.h"
+#include "platform/camera/CaptureConnection.h"
+#include "platform/camera/CaptureDevice.h"
+#include "platform/camera/CaptureDeviceInput.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/camera/CaptureVideoPreviewLayer.h"
+#include "platform/graphics/ImageFilter.h"
+#include "platform/services/Dispatch.h"
+
+#include <QWidget>
+
+namespace vellumcap {
+
+namespace {
+
+using platform::CaptureDevice;
+using platform::CaptureSession;
+using platform::ImageFilter;
+
+constexpr auto exposureName = "exposure";
+constexpr auto contrastName = "contrast";
+
+QString string(const char* latin1)
+{
+    return QString::fromLatin1(latin1);
+}
+
+/// A camera that has been unplugged since it was chosen gives way to the default one.
+std::optional<CaptureDevice> cameraToUse(const std::optional<QString>& chosenID)
+{
+    using platform::MediaType;
+    std::optional<CaptureDevice> device;
+    if (chosenID) {
+        device = CaptureDevice::deviceWithUniqueID(*chosenID);
+    }
+    for (const MediaType type : { MediaType::Video, MediaType::Muxed }) {
+        if (!device) {
+            device = CaptureDevice::defaultDeviceWithMediaType(type);
+        }
+    }
+    return device;
+}
+
+std::shared_ptr<ImageFilter> namedFilter(ImageFilter::Kind kind, const char* name)
+{
+    auto filter = std::make_shared<ImageFilter>(kind);
+    filter->setName(string(name));
+    return filter;
+}
+
+QString captionFor(CaptureSession::Interruption interruption)
+{
+    using Interruption = CaptureSession::Interruption;
+    switch (interruption) {
+    case Interruption::None:
+        return {};
+    case Interruption::NoCamera:
+        return QStringLiteral("No camera is connected");
+    case Interruption::Unplugged:
+        return QStringLiteral("The camera was unplugged\n\nPlug it in again to go on");
+    case Interruption::Stalled:
+        return QStringLiteral("The camera sends no picture");
+    case Interruption::Refused:
+        return QStringLiteral("The camera cannot be opened\n\nAnother program may be using it");
+    }
+    Q_UNREACHABLE();
+}
+
+} // namespace
+
+ScanningWindow::ScanningWindow(
+    const QString& windowNibName, FramePipeline::WhileOffering whileOffering)
+    : WindowController(windowNibName)
+    , m_whileOffering(whileOffering)
+{
+}
+
+ScanningWindow::~ScanningWindow()
+{
+    m_contrastObservation.reset();
+    m_mirrorObservation.reset();
+}
+
+void ScanningWindow::windowDidLoad()
+{
+    window()->setWindowTitle(QStringLiteral("Capture"));
+    prepareControls();
+    m_session = std::make_shared<CaptureSession>();
+    m_session->setInterruptionObserver([this] { showInterruption(); });
+    const auto chosenID
+        = platform::UserDefaults::standard().stringForKey(QStringLiteral("pref-camera-id"));
+    observePreferences();
+    auto device = cameraToUse(chosenID);
+    if (device) {
+        configureDevice(*device);
+    }
+    m_deviceInput = platform::CaptureDeviceInput::create(device);
+    m_session->addInput(m_deviceInput);
+    addOutput();
+    outputWasAdded(device);
+    buildCoreFilterArray(); // for the scanner; there is no preview yet
+    addPreview();
+    buildCoreFilterArray(); // for the preview
+    m_session->startRunning();
+    showInterruption();
+    sessionWasStarted();
+}
+
+void ScanningWindow::observePreferences()
+{
+    auto& defaults = platform::UserDefaults::standard();
+    m_contrastObservation = defaults.observe(
+        QStringLiteral("pref-camera-contrast"), [this] { buildCoreFilterArray(); });
+    m_mirrorObservation
+        = defaults.observe(QStringLiteral("pref-mirror-video"), [this] { followMirroring(); });
+}
+
+void ScanningWindow::addOutput()
+{
+    using platform::CaptureVideoDataOutput;
+    m_videoDataOutput = std::make_shared<CaptureVideoDataOutput>();
+    m_videoDataOutput->setAlwaysDiscardsLateVideoFrames(true);
+    m_videoDataOutput->setVideoSettings(CaptureVideoDataOutput::PixelFormat::BGRA);
+    m_pipeline = std::make_shared<FramePipeline>(FramePipeline::Setup{
+        .offer = m_offer,
+        .whileOffering = m_whileOffering,
+        .accepted =
+            [this, guard = lifeGuard()](const AcceptedCode& code) {
+                platform::dispatchMain(guard, [this, code] { codeWasAccepted(code); });
+            },
+    });
+    m_videoDataOutput->setSampleBufferDelegate(
+        m_pipeline, std::make_shared<platform::SerialQueue>("aQueue"));
+    m_session->addOutput(m_videoDataOutput);
+}
+
+void ScanningWindow::buildCoreFilterArray()
+{
+    using Kind = ImageFilter::Kind;
+    if (!m_previewF1) {
+        m_previewF1 = namedFilter(Kind::ExposureAdjust, exposureName);
+        m_previewF2 = namedFilter(Kind::ColorControls, contrastName);
+        m_scannerF1 = namedFilter(Kind::ExposureAdjust, exposureName);
+        m_scannerF2 = namedFilter(Kind::ColorControls, contrastName);
+    }
+    const double setting
+        = platform::UserDefaults::standard().doubleForKey(QStringLiteral("pref-camera-contrast"));
+    const double exposure = 0.5 + setting / 100;
+    const double contrast = setting / 100 + 1;
+    if (m_preview) {
+        m_preview->filterNamed(string(exposureName))->setValue(exposure);
+        m_preview->filterNamed(string(contrastName))->setValue(contrast);
+        m_preview->setNeedsDisplay();
+    }
+    m_scannerF1->setValue(exposure);
+    m_scannerF2->setValue(contrast);
+}
+
+void ScanningWindow::addPreview()
+{
+    m_preview = std::make_shared<platform::CaptureVideoPreviewLayer>(m_session);
+    m_preview->setVideoGravity(platform::CaptureVideoPreviewLayer::VideoGravity::ResizeAspect);
+    m_preview->setFilters({ m_previewF1, m_previewF2 });
+    followMirroring();
+    cameraImageView->setLayer(m_preview);
+    m_pipeline->setPreparation({ m_scannerF1, m_scannerF2 }, m_preview->connection());
+}
+
+void ScanningWindow::followMirroring()
+{
+    const auto connection = m_preview ? m_preview->connection() : nullptr;
+    if (connection && connection->isVideoMirroringSupported()) {
+        connection->setAutomaticallyAdjustsVideoMirroring(false);
+        connection->setVideoMirrored(isVideoMirrored());
+        m_preview->setNeedsDisplay();
+    }
+}
+
+void ScanningWindow::showInterruption()
+{
+    if (m_session) {
+        cameraImageView->setCaption(captionFor(m_session->interruption()));
+    }
+}
+
+void ScanningWindow::releaseSession()
+{
+    cameraImageView->setLayer(nullptr);
+    m_session.reset();
+    m_deviceInput.reset();
+    m_videoDataOutput.reset();
+    m_preview.reset();
+}
+
+void ScanningWindow::windowWillClose()
+{
+    if (m_session) {
+        m_session->stopRunning();
+    }
+}
+
+bool ScanningWindow::windowShouldClose(QWidget* /*window*/)
+{
+    cancelCapture(nullptr);
+    return false;
+}
+
+} // namespace vellumcap

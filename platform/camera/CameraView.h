@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+#include <memory>
+
+namespace platform {
+
+class CaptureVideoPreviewLayer;
+
+/// Shows a preview layer: the whole picture in the middle, or a caption in its place. Main thread.
+class CameraView : public QWidget {
+    Q_OBJECT
+public:
+    explicit CameraView(QWidget* parent = nullptr);
+    ~CameraView() override;
+
+    void setLayer(std::shared_ptr<CaptureVideoPreviewLayer> layer); ///< null empties the view
+    /// Plain text that is shown instead of the picture; empty shows the picture.
+    void setCaption(const QString& caption);
+    const QString& caption() const { return m_caption; }
+
+    /// Where the picture lies, in the view's coordinates; empty when none is shown.
+    QRectF pictureRect() const;
+
+    QSize sizeHint() const override;
+
+Q_SIGNALS:
+    void pictureChanged();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void fitLayer();
+
+    std::shared_ptr<CaptureVideoPreviewLayer> m_layer;
+    QString m_caption;
+};
+
+} // namespace platform

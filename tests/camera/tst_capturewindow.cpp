@@ -1,0 +1,536 @@
+#include "camera/CaptureWindow.h"
+#include "platform/camera/CameraView.h"
+#include "platform/camera/CaptureConnection.h"
+#include "platform/camera/CaptureDeviceInput.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/camera/CaptureVideoPreviewLayer.h"
+#include "platform/graphics/ImageFilter.h"
+#include "platform/services/UserDefaults.h"
+#include "platform/ui/ImageView.h"
+#include "platform/ui/Sheet.h"
+#include "platform/ui/TextField.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+
+#include <QPainter>
+#include <QPushButton>
+
+using platform::CaptureDevice;
+using platform::Symbology;
+using platform::UserDefaults;
+using support::CameraRig;
+using support::CameraWish;
+using support::Program;
+using support::RigCamera;
+using vellumcap::CaptureWindow;
+
+namespace {
+
+const QString cameraKey = QStringLiteral("pref-camera-id");
+const QString contrastKey = QStringLiteral("pref-camera-contrast");
+const QString mirrorKey = QStringLiteral("pref-mirror-video");
+
+const QString scanning = QStringLiteral("buttonCancel");
+const QString confirming = QStringLiteral("buttonCancel buttonSave buttonSkip");
+const QString confirmingLink = QStringLiteral("buttonCancel buttonSave buttonSkip buttonOpenLink");
+
+constexpr QSize frameSize(640, 480);
+
+/// A sheet of paper, darker on the left, with the code a little left of the middle.
+QImage paper(const QString& text = {})
+{
+    QImage picture = support::plainPicture(frameSize, QColor(230, 230, 230));
+    QPainter painter(&picture);
+    painter.fillRect(0, 0, 100, frameSize.height(), QColor(60, 60, 60));
+    if (!text.isEmpty()) {
+        const QImage code = support::drawnCode(Symbology::Qr, text, 6);
+        painter.drawImage(160, (frameSize.height() - code.height()) / 2, code);
+    }
+    return picture;
+}
+
+CaptureWindow& openScan(Program& program)
+{
+    program.journal().scan(nullptr);
+    return *program.journal().captureWindow();
+}
+
+QString enabledButtons(const CaptureWindow& window)
+{
+    QStringList names;
+    for (const auto* button :
+        { window.buttonCancel, window.buttonSave, window.buttonSkip, window.buttonOpenLink }) {
+        if (button->isEnabled()) {
+            names.append(button->objectName());
+        }
+    }
+    return names.join(QLatin1Char(' '));
+}
+
+bool showsLivePicture(const CaptureWindow& window)
+{
+    return !window.cameraImageView->pictureRect().isEmpty();
+}
+
+/// The brightness of the preview near its left and its right edge.
+std::pair<int, int> edges(const CaptureWindow& window)
+{
+    const QImage picture = window.preview()->picture();
+    return { qGray(picture.pixel(picture.width() / 20, picture.height() / 2)),
+        qGray(picture.pixel(picture.width() * 19 / 20, picture.height() / 2)) };
+}
+
+bool isListed(const QString& name)
+{
+    return CaptureDevice::deviceWithUniqueID(name).has_value();
+}
+
+} // namespace
+
+class CaptureWindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void scansAtFirst();
+    void choosesTheCamera_data();
+    void choosesTheCamera();
+    void filtersByContrast_data();
+    void filtersByContrast();
+    void followsContrastAndMirroring();
+    void mirrorsOnExactlyOne_data();
+    void mirrorsOnExactlyOne();
+    void offersTheFirstCode();
+    void enablesOpenLinkForLinksOnly_data();
+    void enablesOpenLinkForLinksOnly();
+    void offersTheSameCodeOnce();
+    void savesCodeAndPicture();
+    void savesMirroredAndReadsUnmirrored();
+    void cancelWhileConfirmingStoresNothing();
+    void cancelLetsGoOfTheCamera();
+    void escapeCancels();
+    void aNewWindowOffersTheCodeAgain();
+    void aCameraThatIsPulledOutLeavesACaption();
+    void aFrozenCameraLeavesACaption();
+    void survivesWithoutACamera();
+
+private:
+    std::unique_ptr<RigCamera> plugIn(const QString& name, const QImage& picture);
+
+    std::unique_ptr<CameraRig> m_rig;
+};
+
+void CaptureWindowTest::initTestCase()
+{
+    m_rig = std::make_unique<CameraRig>();
+}
+
+void CaptureWindowTest::init()
+{
+    for (const QString& key : { cameraKey, contrastKey, mirrorKey }) {
+        UserDefaults::standard().removeObject(key);
+    }
+}
+
+void CaptureWindowTest::cleanup()
+{
+    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
+}
+
+std::unique_ptr<RigCamera> CaptureWindowTest::plugIn(const QString& name, const QImage& picture)
+{
+    CameraWish wish{ name, QStringLiteral("Camera ") + name };
+    wish.size = frameSize;
+    auto camera = m_rig->addCamera(wish);
+    camera->show(picture);
+    if (!QTest::qWaitFor([&name] { return isListed(name); })) {
+        qFatal("The camera is not listed");
+    }
+    return camera;
+}
+
+void CaptureWindowTest::scansAtFirst()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+
+    QCOMPARE(window.window()->windowTitle(), QStringLiteral("Capture"));
+    QCOMPARE(window.captureState(), 0);
+    QCOMPARE(enabledButtons(window), scanning);
+    QVERIFY(window.mCaptureSession()->isRunning());
+    QVERIFY(!window.capturedImageView->isVisible());
+    QVERIFY(!window.captureData());
+    QCOMPARE(window.textField->stringValue(), QString());
+    QTRY_VERIFY(showsLivePicture(window));
+    QCOMPARE(window.cameraImageView->caption(), QString());
+}
+
+void CaptureWindowTest::choosesTheCamera_data()
+{
+    QTest::addColumn<QString>("stored");
+    QTest::addColumn<QString>("standard");
+    QTest::addColumn<QString>("used");
+
+    QTest::newRow("the stored one") << "b"
+                                    << "a"
+                                    << "b";
+    QTest::newRow("the default one") << QString() << "b"
+                                     << "b";
+    QTest::newRow("the stored one is gone") << "c"
+                                            << "b"
+                                            << "b";
+}
+
+void CaptureWindowTest::choosesTheCamera()
+{
+    QFETCH(QString, stored);
+    QFETCH(QString, standard);
+    QFETCH(QString, used);
+    const auto first = plugIn(QStringLiteral("a"), paper());
+    const auto second = plugIn(QStringLiteral("b"), paper());
+    m_rig->setDefaultCamera(standard);
+    QTRY_COMPARE(CaptureDevice::defaultDeviceWithMediaType(platform::MediaType::Video)->uniqueID(),
+        standard);
+    if (!stored.isEmpty()) {
+        UserDefaults::standard().setString(cameraKey, stored);
+    }
+    Program program;
+
+    auto& window = openScan(program);
+
+    QCOMPARE(window.mCaptureDevice()->uniqueID(), used);
+    QCOMPARE(window.mCaptureDeviceInput()->device().uniqueID(), used);
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey).value_or(QString()), stored);
+    QTRY_COMPARE(used == QStringLiteral("a") ? first->links() : second->links(), 1);
+
+    // A choice that is made now is for the next window.
+    UserDefaults::standard().setString(cameraKey, QStringLiteral("a"));
+    QCOMPARE(window.mCaptureDevice()->uniqueID(), used);
+}
+
+void CaptureWindowTest::filtersByContrast_data()
+{
+    QTest::addColumn<std::optional<double>>("stored");
+    QTest::addColumn<double>("exposure");
+    QTest::addColumn<double>("contrast");
+
+    QTest::newRow("unset") << std::optional<double>() << 0.5 << 1.0;
+    QTest::newRow("0") << std::optional(0.0) << 0.5 << 1.0;
+    QTest::newRow("50") << std::optional(50.0) << 1.0 << 1.5;
+    QTest::newRow("-50") << std::optional(-50.0) << 0.0 << 0.5;
+}
+
+void CaptureWindowTest::filtersByContrast()
+{
+    QFETCH(std::optional<double>, stored);
+    QFETCH(double, exposure);
+    QFETCH(double, contrast);
+    if (stored) {
+        UserDefaults::standard().setDouble(contrastKey, *stored);
+    }
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+
+    auto& window = openScan(program);
+
+    QCOMPARE(window.previewF1()->name(), QStringLiteral("exposure"));
+    QCOMPARE(window.previewF2()->name(), QStringLiteral("contrast"));
+    for (const auto& filter : { window.previewF1(), window.scannerF1() }) {
+        QCOMPARE(filter->kind(), platform::ImageFilter::Kind::ExposureAdjust);
+        QCOMPARE(filter->value(), exposure);
+    }
+    for (const auto& filter : { window.previewF2(), window.scannerF2() }) {
+        QCOMPARE(filter->kind(), platform::ImageFilter::Kind::ColorControls);
+        QCOMPARE(filter->value(), contrast);
+    }
+    QCOMPARE(window.preview()->filterNamed(QStringLiteral("exposure")), window.previewF1());
+    QCOMPARE(window.preview()->filterNamed(QStringLiteral("contrast")), window.previewF2());
+    // 230 and 60 out of 255, through the filters.
+    const auto expected = [&window](double component) {
+        const double exposed = window.previewF1()->applied(component);
+        return qRound(std::clamp(window.previewF2()->applied(exposed), 0.0, 1.0) * 255);
+    };
+    QTRY_VERIFY(showsLivePicture(window));
+    constexpr int colourConversion = 3; // levels lost on the way through YUV
+    QVERIFY(qAbs(edges(window).first - expected(60 / 255.0)) <= colourConversion);
+    QVERIFY(qAbs(edges(window).second - expected(230 / 255.0)) <= colourConversion);
+}
+
+void CaptureWindowTest::followsContrastAndMirroring()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_VERIFY(showsLivePicture(window));
+    const auto before = edges(window);
+    QVERIFY(before.first < before.second);
+
+    UserDefaults::standard().setInteger(mirrorKey, 1);
+    QVERIFY(window.preview()->connection()->isVideoMirrored());
+    QTRY_VERIFY(edges(window).first > edges(window).second);
+
+    UserDefaults::standard().setDouble(contrastKey, -50);
+    QCOMPARE(window.previewF1()->value(), 0.0);
+    QCOMPARE(window.scannerF2()->value(), 0.5);
+    QTRY_VERIFY(edges(window).first - edges(window).second < before.second - before.first - 40);
+}
+
+void CaptureWindowTest::mirrorsOnExactlyOne_data()
+{
+    QTest::addColumn<int>("stored");
+    QTest::addColumn<bool>("mirrored");
+
+    QTest::newRow("1") << 1 << true;
+    QTest::newRow("0") << 0 << false;
+    QTest::newRow("2") << 2 << false;
+    QTest::newRow("-1") << -1 << false;
+}
+
+void CaptureWindowTest::mirrorsOnExactlyOne()
+{
+    QFETCH(int, stored);
+    QFETCH(bool, mirrored);
+    UserDefaults::standard().setInteger(mirrorKey, stored);
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+
+    auto& window = openScan(program);
+
+    QCOMPARE(window.preview()->connection()->isVideoMirrored(), mirrored);
+    QVERIFY(!window.preview()->connection()->automaticallyAdjustsVideoMirroring());
+    QTRY_VERIFY(showsLivePicture(window));
+    QCOMPARE(edges(window).first > edges(window).second, mirrored);
+}
+
+void CaptureWindowTest::offersTheFirstCode()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_VERIFY(showsLivePicture(window));
+    QCOMPARE(window.captureState(), 0);
+
+    camera->show(paper(QStringLiteral("first")));
+
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("first"));
+    QCOMPARE(window.captureState(), 1);
+    QCOMPARE(window.captureData(), QStringLiteral("first"));
+    QCOMPARE(window.capturedImage().size(), frameSize);
+    QVERIFY(window.capturedImageView->isVisible());
+    QCOMPARE(window.capturedImageView->image(), window.capturedImage());
+    QCOMPARE(enabledButtons(window), confirming);
+    QVERIFY(!window.mCaptureSession()->isRunning());
+    QTRY_COMPARE(camera->links(), 0);
+}
+
+void CaptureWindowTest::enablesOpenLinkForLinksOnly_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("buttons");
+
+    QTest::newRow("link") << "https://example.org/a" << confirmingLink;
+    QTest::newRow("bare host") << "example.org" << confirming;
+}
+
+void CaptureWindowTest::enablesOpenLinkForLinksOnly()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, buttons);
+    const auto camera = plugIn(QStringLiteral("a"), paper(text));
+    Program program;
+
+    auto& window = openScan(program);
+
+    QTRY_COMPARE(window.textField->stringValue(), text);
+    QCOMPARE(enabledButtons(window), buttons);
+}
+
+void CaptureWindowTest::offersTheSameCodeOnce()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("A")));
+    Program program;
+    auto& window = openScan(program);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("A"));
+
+    QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
+
+    QCOMPARE(window.captureState(), 0);
+    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(window.captureData(), QStringLiteral("A"));
+    QVERIFY(window.capturedImage().isNull());
+    QVERIFY(!window.capturedImageView->isVisible());
+    QCOMPARE(enabledButtons(window), scanning);
+    QVERIFY(window.mCaptureSession()->isRunning());
+    // Ten pictures with the same code in them pass by.
+    int pictures = 0;
+    connect(window.cameraImageView, &platform::CameraView::pictureChanged, this,
+        [&pictures] { ++pictures; });
+    QTRY_VERIFY(pictures >= 10);
+    QCOMPARE(window.captureState(), 0);
+
+    camera->show(paper(QStringLiteral("B")));
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("B"));
+    window.skipCapture(nullptr);
+    camera->show(paper(QStringLiteral("A")));
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("A"));
+}
+
+void CaptureWindowTest::savesCodeAndPicture()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("keep me")));
+    Program program;
+    auto& window = openScan(program);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("keep me"));
+    const QImage shown = window.capturedImage();
+
+    QTest::mouseClick(window.buttonSave, Qt::LeftButton);
+
+    QCOMPARE(program.journal().captures().size(), 1);
+    const auto capture = program.journal().captures().front();
+    QCOMPARE(capture->captureValue(), QStringLiteral("keep me"));
+    QCOMPARE(QImage(capture->getImageUrl()).size(), shown.size());
+    QCOMPARE(Program::pictures().size(), 1);
+    QVERIFY(window.mCaptureSession()->isRunning());
+    QCOMPARE(window.captureState(), 0);
+
+    camera->show(paper(QStringLiteral("me too")));
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("me too"));
+    window.saveCapture(nullptr);
+    QCOMPARE(program.journal().captures().size(), 2);
+    QCOMPARE(program.journal().captures().front()->captureValue(), QStringLiteral("me too"));
+}
+
+void CaptureWindowTest::savesMirroredAndReadsUnmirrored()
+{
+    UserDefaults::standard().setInteger(mirrorKey, 1);
+    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("looking glass")));
+    Program program;
+
+    auto& window = openScan(program);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("looking glass"));
+
+    const QImage picture = window.capturedImage();
+    QVERIFY(qGray(picture.pixel(20, 20)) > qGray(picture.pixel(picture.width() - 20, 20)));
+}
+
+void CaptureWindowTest::cancelWhileConfirmingStoresNothing()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("not this")));
+    Program program;
+    auto& window = openScan(program);
+    QTRY_COMPARE(window.captureState(), 1);
+
+    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    QVERIFY(!window.window()->isVisible());
+    QCOMPARE(program.journal().captures().size(), 0);
+    QVERIFY(Program::pictures().isEmpty());
+}
+
+void CaptureWindowTest::cancelLetsGoOfTheCamera()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_COMPARE(camera->links(), 1);
+
+    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+
+    QVERIFY(!window.mCaptureSession());
+    QVERIFY(!window.mCaptureDeviceInput());
+    QVERIFY(!window.mCaptureVideoDataOutput());
+    QVERIFY(!window.preview());
+    QCOMPARE(window.mCaptureDevice()->uniqueID(), QStringLiteral("a"));
+    QTRY_COMPARE(camera->links(), 0);
+    // What is still under way for a window that was cancelled does no harm.
+    window.confirmCapture();
+    window.resumeCapturing();
+    UserDefaults::standard().setDouble(contrastKey, 20);
+    UserDefaults::standard().setInteger(mirrorKey, 1);
+    QCOMPARE(window.scannerF2()->value(), 1.2);
+}
+
+void CaptureWindowTest::escapeCancels()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+
+    QTest::keyClick(window.window(), Qt::Key_Escape);
+
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    QVERIFY(!window.mCaptureSession());
+}
+
+void CaptureWindowTest::aNewWindowOffersTheCodeAgain()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("again")));
+    Program program;
+    auto& first = openScan(program);
+    QTRY_COMPARE(first.textField->stringValue(), QStringLiteral("again"));
+    first.cancelCapture(nullptr);
+
+    auto& second = openScan(program);
+
+    QTRY_COMPARE(second.textField->stringValue(), QStringLiteral("again"));
+}
+
+void CaptureWindowTest::aCameraThatIsPulledOutLeavesACaption()
+{
+    auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_VERIFY(showsLivePicture(window));
+
+    camera->unplug();
+
+    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("unplugged")));
+    QVERIFY(!showsLivePicture(window));
+    camera.reset();
+    camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("back")));
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("back"));
+    window.cancelCapture(nullptr);
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+}
+
+void CaptureWindowTest::aFrozenCameraLeavesACaption()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_VERIFY(showsLivePicture(window));
+
+    camera->freeze();
+    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("no picture")));
+
+    camera->thaw();
+    QTRY_VERIFY(showsLivePicture(window));
+    QCOMPARE(window.cameraImageView->caption(), QString());
+}
+
+void CaptureWindowTest::survivesWithoutACamera()
+{
+    Program program;
+    QVERIFY(!program.journal().scanAvailable());
+    program.journal().scan(nullptr);
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+
+    program.journal().setScanAvailable(true); // as if it had been pulled out since
+    auto& window = openScan(program);
+
+    QVERIFY(!window.mCaptureDevice());
+    QVERIFY(!window.mCaptureDeviceInput());
+    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("No camera")));
+    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+}
+
+VELLUMCAP_TEST_MAIN(CaptureWindowTest)
+#include "tst_capturewindow.moc"
