@@ -1,9 +1,14 @@
 #pragma once
 
-#include "platform/ui/WindowController.h"
+#include "camera/ScanningWindow.h"
+#include "platform/ui/MenuResponder.h"
+#include "watch/ScriptFolder.h"
 
-#include <memory>
-#include <optional>
+#include <vector>
+
+class QCheckBox;
+class QComboBox;
+class QToolButton;
 
 namespace Ui {
 class WatchWindow;
@@ -11,25 +16,58 @@ class WatchWindow;
 
 namespace vellumcap {
 
-class WatchWindow : public platform::WindowController {
+/// Scans all the time and acts on every new code by itself: opens links and, as the options say,
+/// stores the code, ends the watch, runs a script of the user's. A sheet of the journal; a new one
+/// for every watch. Main thread.
+class WatchWindow final : public ScanningWindow, public platform::MenuResponder {
     Q_OBJECT
 public:
     explicit WatchWindow(const QString& windowNibName);
     ~WatchWindow() override;
 
+    // Outlets, null until the window is loaded.
+    QWidget* disclosureView = nullptr; ///< the options panel
+    QToolButton* disclosureTriangle = nullptr; ///< checked: the panel is open
+    QComboBox* appleScriptMenu = nullptr; ///< an item's tag is its user data
+
+    /// The scripts that were found when the window was loaded.
+    const ScriptTable& appleScripts() const { return m_appleScripts; }
     /// File name of the script to preselect; absent unless another program asked for one.
     const std::optional<QString>& scriptedScriptName() const { return m_scriptedScriptName; }
     void setScriptedScriptName(const QString& name) { m_scriptedScriptName = name; }
 
-    void cancelCapture(QObject* sender);
+    /// Acts on the last code: shows, opens and stores it, ends the watch, runs the script.
+    void processCapture();
+    void saveCapture();
+    void clickTriangle(QObject* sender);
+    void appleScriptPopupAction(QObject* sender);
+    void openScriptFolder(QObject* sender);
+    void cancelCapture(QObject* sender) override;
+    void performClose(QObject* sender);
+
+    bool respondsTo(const QAction& item) const override;
+    bool validateMenuItem(const QAction& item) const override;
+    void perform(QAction& item) override;
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
-    bool windowShouldClose(QWidget* window) override;
+    void prepareControls() override;
+    void configureDevice(platform::CaptureDevice& device) override;
+    void sessionWasStarted() override;
+    void codeWasAccepted(const AcceptedCode& code) override;
 
 private:
+    void connectOptions();
+    void openLink();
+    void runChosenScript();
+    void resetCaptureDataLater();
+    void listScripts(const ScriptTable& scripts);
+
     std::unique_ptr<Ui::WatchWindow> m_ui;
+    AcceptedCode m_code; ///< being handled, or handled last
+    ScriptTable m_appleScripts;
     std::optional<QString> m_scriptedScriptName;
+    std::vector<std::unique_ptr<platform::UserDefaults::Observation>> m_optionObservations;
 };
 
 } // namespace vellumcap

@@ -129,6 +129,9 @@ void beginSheet(QWidget* window, QWidget* sheet, std::function<void()> completio
     if (attachedSheet(window) != nullptr || sheetParent(sheet) != nullptr) {
         return;
     }
+    if (!window->isVisible()) {
+        window->show();
+    }
     new Attachment(window, sheet, std::move(completion)); // the sheet's child
     sheet->hide();
     sheet->setWindowModality(Qt::WindowModal);

@@ -17,6 +17,7 @@ private Q_SLOTS:
     void survivesTheDestructionOfASheetThatTheWindowOwns();
     void isModalToItsWindowOnly();
     void liesOverTheTopOfItsWindow();
+    void showsAHiddenWindow();
     void hidesAndShowsWithItsWindow();
     void staysHiddenWhenItWasEndedMeanwhile();
 };
@@ -151,6 +152,17 @@ void SheetTest::liesOverTheTopOfItsWindow()
     QVERIFY(qAbs(sheet.geometry().center().x() - window.geometry().center().x()) <= 2);
     QVERIFY(sheet.geometry().top() >= window.geometry().top());
     QVERIFY(sheet.geometry().top() <= window.geometry().top() + 40);
+}
+
+void SheetTest::showsAHiddenWindow()
+{
+    QWidget window;
+    QDialog sheet;
+
+    platform::beginSheet(&window, &sheet);
+
+    QVERIFY(window.isVisible());
+    QVERIFY(sheet.isVisible());
 }
 
 void SheetTest::hidesAndShowsWithItsWindow()

@@ -1,0 +1,199 @@
+#include "camera/CaptureWindow.h"
+#include "platform/camera/CaptureDevice.h"
+#include "tests/cameras/FakeV4L2.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+#include "watch/WatchWindow.h"
+
+#include <linux/videodev2.h>
+
+using cameras::FakeProfile;
+using platform::CaptureDevice;
+using support::CameraRig;
+using support::LogLines;
+using support::Program;
+
+Q_DECLARE_METATYPE(FakeProfile)
+
+namespace {
+
+const QString path = QStringLiteral("/dev/fake-camera");
+
+int control(quint32 id)
+{
+    return cameras::fakeControl(path, id);
+}
+
+enum class Window { Scan, Watch };
+
+void open(Program& program, Window window)
+{
+    if (window == Window::Scan) {
+        program.journal().scan(nullptr);
+    } else {
+        program.journal().watch(nullptr);
+    }
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Window)
+
+/// What the windows with a camera set on it, and what they say of it.
+class CameraConfiguration : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
+    void adjustsContinuously_data();
+    void adjustsContinuously();
+    void pressesButtonsForScanningOnly_data();
+    void pressesButtonsForScanningOnly();
+    void mindsCamerasThatAreTaken_data();
+    void mindsCamerasThatAreTaken();
+    void logsAdjustmentsWhileScanningOnly_data();
+    void logsAdjustmentsWhileScanningOnly();
+
+private:
+    std::unique_ptr<support::RigCamera> plugIn(FakeProfile profile);
+
+    std::unique_ptr<CameraRig> m_rig;
+};
+
+void CameraConfiguration::initTestCase()
+{
+    m_rig = std::make_unique<CameraRig>();
+}
+
+void CameraConfiguration::cleanup()
+{
+    cameras::removeFakeDevices();
+    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
+}
+
+std::unique_ptr<support::RigCamera> CameraConfiguration::plugIn(FakeProfile profile)
+{
+    cameras::addFakeDevice(path, profile);
+    support::CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
+    wish.properties.insert(QStringLiteral("api.v4l2.path"), path);
+    auto camera = m_rig->addCamera(wish);
+    if (!QTest::qWaitFor(
+            [] { return CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value(); })) {
+        qFatal("The camera is not listed");
+    }
+    return camera;
+}
+
+void CameraConfiguration::adjustsContinuously_data()
+{
+    QTest::addColumn<Window>("window");
+    QTest::addColumn<int>("whiteBalance");
+
+    QTest::newRow("scan") << Window::Scan << 1;
+    QTest::newRow("watch") << Window::Watch << 0;
+}
+
+void CameraConfiguration::adjustsContinuously()
+{
+    QFETCH(Window, window);
+    QFETCH(int, whiteBalance);
+    const auto camera = plugIn(FakeProfile::Full);
+    cameras::setFakeControl(path, V4L2_CID_FOCUS_AUTO, 0);
+    cameras::setFakeControl(path, V4L2_CID_EXPOSURE_AUTO, V4L2_EXPOSURE_MANUAL);
+    cameras::setFakeControl(path, V4L2_CID_AUTO_WHITE_BALANCE, 0);
+    Program program;
+
+    open(program, window);
+
+    QCOMPARE(control(V4L2_CID_FOCUS_AUTO), 1);
+    QCOMPARE(control(V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_AUTO));
+    QCOMPARE(control(V4L2_CID_AUTO_WHITE_BALANCE), whiteBalance);
+}
+
+void CameraConfiguration::pressesButtonsForScanningOnly_data()
+{
+    QTest::addColumn<Window>("window");
+    QTest::addColumn<int>("presses");
+
+    QTest::newRow("scan") << Window::Scan << 1;
+    QTest::newRow("watch") << Window::Watch << 0;
+}
+
+void CameraConfiguration::pressesButtonsForScanningOnly()
+{
+    QFETCH(Window, window);
+    QFETCH(int, presses);
+    const auto camera = plugIn(FakeProfile::OneShot);
+    Program program;
+
+    open(program, window);
+
+    QCOMPARE(cameras::fakePresses(path, V4L2_CID_AUTO_FOCUS_START), presses);
+    QCOMPARE(cameras::fakePresses(path, V4L2_CID_DO_WHITE_BALANCE), presses);
+}
+
+void CameraConfiguration::mindsCamerasThatAreTaken_data()
+{
+    QTest::addColumn<Window>("window");
+    QTest::addColumn<FakeProfile>("profile");
+    QTest::addColumn<bool>("shutterClosed");
+    QTest::addColumn<int>("focus");
+
+    QTest::newRow("scan, shutter closed") << Window::Scan << FakeProfile::Full << true << 0;
+    QTest::newRow("scan, in use elsewhere") << Window::Scan << FakeProfile::Busy << false << 0;
+    QTest::newRow("watch, shutter closed") << Window::Watch << FakeProfile::Full << true << 1;
+    QTest::newRow("watch, in use elsewhere") << Window::Watch << FakeProfile::Busy << false << 1;
+}
+
+void CameraConfiguration::mindsCamerasThatAreTaken()
+{
+    QFETCH(Window, window);
+    QFETCH(FakeProfile, profile);
+    QFETCH(bool, shutterClosed);
+    QFETCH(int, focus);
+    const auto camera = plugIn(profile);
+    cameras::setFakeControl(path, V4L2_CID_FOCUS_AUTO, 0);
+    cameras::setFakeControl(path, V4L2_CID_PRIVACY, shutterClosed ? 1 : 0);
+    Program program;
+
+    open(program, window);
+
+    QCOMPARE(control(V4L2_CID_FOCUS_AUTO), focus);
+}
+
+void CameraConfiguration::logsAdjustmentsWhileScanningOnly_data()
+{
+    QTest::addColumn<Window>("window");
+    QTest::addColumn<int>("lines");
+
+    QTest::newRow("scan") << Window::Scan << 2;
+    QTest::newRow("watch") << Window::Watch << 0;
+}
+
+void CameraConfiguration::logsAdjustmentsWhileScanningOnly()
+{
+    QFETCH(Window, window);
+    QFETCH(int, lines);
+    const auto camera = plugIn(FakeProfile::Full);
+    const LogLines log;
+    const auto adjust
+        = [](int status) { cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, status); };
+    const auto said = [] { return LogLines::all().filter(QStringLiteral("adjusting")); };
+    Program program;
+    open(program, window);
+
+    adjust(V4L2_AUTO_FOCUS_STATUS_BUSY);
+    QTRY_COMPARE(said().size(), std::min(lines, 1));
+    adjust(V4L2_AUTO_FOCUS_STATUS_REACHED);
+    QTRY_COMPARE(said().size(), lines);
+
+    for (const QString& line : said()) {
+        QCOMPARE(line, QStringLiteral("Camera focus is adjusting {kind = 1} - (null)"));
+    }
+}
+
+VELLUMCAP_TEST_MAIN(CameraConfiguration)
+#include "tst_cameraconfiguration.moc"

@@ -1,0 +1,134 @@
+#include "platform/camera/CaptureDevice.h"
+#include "platform/services/StandardFolders.h"
+#include "platform/services/UserDefaults.h"
+#include "platform/ui/TextField.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+#include "watch/WatchWindow.h"
+
+#include <QComboBox>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QPainter>
+#include <QTimer>
+
+using platform::UserDefaults;
+using support::CameraRig;
+using support::Program;
+
+namespace {
+
+constexpr QSize frameSize(640, 480);
+
+QImage paperWith(const QString& text)
+{
+    QImage paper = support::plainPicture(frameSize, QColor(230, 230, 230));
+    const QImage code = support::drawnCode(platform::Symbology::Qr, text, 5);
+    QPainter(&paper).drawImage(200, 120, code);
+    return paper;
+}
+
+QString codeText(int number)
+{
+    return QStringLiteral("code %1").arg(number);
+}
+
+/// How long the event loop keeps waiting those who want a word, at worst.
+class Latency : public QObject {
+public:
+    Latency()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        m_clock.start();
+        connect(&m_timer, &QTimer::timeout, this,
+            [this] { m_worst = std::max(m_worst, m_clock.restart() - interval); });
+        m_timer.start(interval);
+    }
+    qint64 worst() const { return m_worst; } ///< ms
+
+private:
+    static constexpr int interval = 5; // ms
+    QTimer m_timer;
+    QElapsedTimer m_clock;
+    qint64 m_worst = 0;
+};
+
+} // namespace
+
+/// Two hundred codes in quick succession, each stored and handed to a script.
+class WatchBurst : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void losesNothing();
+};
+
+void WatchBurst::losesNothing()
+{
+    constexpr int codes = 200;
+    const QDir scripts(
+        platform::StandardFolders::applicationScripts(platform::StandardFolders::Creation::Yes));
+    const QString told = scripts.filePath(QStringLiteral("told.txt"));
+    support::writeFile(scripts.filePath(QStringLiteral("record.scpt")),
+        QStringLiteral("function scanned_code(text)\n"
+                       "  local file = assert(io.open('%1', 'a'))\n"
+                       "  file:write(text .. '\\n')\n"
+                       "  file:close()\n"
+                       "end\n")
+            .arg(told)
+            .toUtf8());
+    UserDefaults::standard().setBool(QStringLiteral("watch-saveCapture"), true);
+    UserDefaults::standard().setBool(QStringLiteral("watch-runAppleScript"), true);
+    CameraRig rig;
+    support::CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
+    wish.size = frameSize;
+    wish.rate = 60;
+    const auto camera = rig.addCamera(wish);
+    QTRY_VERIFY(platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value());
+    Program program;
+    program.journal().watch(
+        QVariantMap{ { QStringLiteral("ScriptName"), QStringLiteral("record.scpt") } });
+    auto& window = *program.journal().watchWindow();
+    QTRY_COMPARE(window.appleScriptMenu->currentText(), QStringLiteral("record.scpt"));
+    const Latency latency;
+    QElapsedTimer clock;
+    clock.start();
+
+    // Each is taken away as soon as the window shows its text.
+    for (int number = 0; number < codes; ++number) {
+        camera->show(paperWith(codeText(number)));
+        QTRY_COMPARE(window.textField->stringValue(), codeText(number));
+    }
+    qInfo("%d codes in %.1f s; the event loop was busy for %lld ms at most", codes,
+        double(clock.elapsed()) / 1000, static_cast<long long>(latency.worst()));
+
+    QStringList stored;
+    for (const auto& capture : program.journal().captures()) {
+        stored.prepend(capture->captureValue());
+    }
+    QStringList expected;
+    for (int number = 0; number < codes; ++number) {
+        expected.append(codeText(number));
+    }
+    // A reset may clear a code that is still in view, which is then handled again.
+    stored.removeDuplicates();
+    QCOMPARE(stored, expected);
+    QCOMPARE(Program::pictures().size(), program.journal().captures().size());
+    const auto toldCodes = [&told] {
+        QFile file(told);
+        QStringList lines = file.open(QFile::ReadOnly)
+            ? QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+            : QStringList();
+        lines.removeDuplicates();
+        lines.sort();
+        return lines;
+    };
+    expected.sort();
+    QTRY_COMPARE(toldCodes(), expected);
+}
+
+VELLUMCAP_TEST_MAIN(WatchBurst)
+#include "tst_watchburst.moc"

@@ -1,0 +1,613 @@
+#include "platform/camera/CameraView.h"
+#include "platform/camera/CaptureConnection.h"
+#include "platform/camera/CaptureDevice.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/camera/CaptureVideoPreviewLayer.h"
+#include "platform/graphics/ImageFilter.h"
+#include "platform/services/StandardFolders.h"
+#include "platform/services/UserDefaults.h"
+#include "platform/ui/Sheet.h"
+#include "platform/ui/TextField.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/LogLines.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/Program.h"
+#include "tests/support/TestMain.h"
+#include "watch/WatchWindow.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QLayout>
+#include <QPainter>
+#include <QPushButton>
+#include <QToolButton>
+
+using platform::CaptureDevice;
+using platform::Symbology;
+using platform::UserDefaults;
+using support::CameraRig;
+using support::CameraWish;
+using support::LogLines;
+using support::Program;
+using support::RigCamera;
+using vellumcap::WatchWindow;
+
+namespace {
+
+const QString openInBackground = QStringLiteral("watch-openURLInBackground");
+const QString saveCapture = QStringLiteral("watch-saveCapture");
+const QString closeOnFirstScan = QStringLiteral("watch-closeOnFirstScan");
+const QString runAppleScript = QStringLiteral("watch-runAppleScript");
+
+constexpr QSize frameSize(640, 480);
+
+QImage paper(const QString& text = {})
+{
+    QImage picture = support::plainPicture(frameSize, QColor(230, 230, 230));
+    if (!text.isEmpty()) {
+        const QImage code = support::drawnCode(Symbology::Qr, text, 5);
+        QPainter(&picture).drawImage(QPoint((frameSize.width() - code.width()) / 2,
+                                         (frameSize.height() - code.height()) / 2),
+            code);
+    }
+    return picture;
+}
+
+WatchWindow& openWatch(Program& program)
+{
+    program.journal().watch(nullptr);
+    return *program.journal().watchWindow();
+}
+
+bool isSheetAttached(Program& program)
+{
+    return platform::attachedSheet(program.journal().window()) != nullptr;
+}
+
+QDir scripts()
+{
+    using namespace platform::StandardFolders;
+    return QDir(applicationScripts(Creation::Yes));
+}
+
+/// Writes a script that appends the text that it is called with, and a line end, to a file.
+QString writeRecorder(const QString& name)
+{
+    const QString told = scripts().filePath(QStringLiteral("told.txt"));
+    support::writeFile(scripts().filePath(name),
+        QStringLiteral("function scanned_code(text)\n"
+                       "  local file = assert(io.open('%1', 'ab'))\n"
+                       "  file:write(text, '\\n')\n"
+                       "  file:close()\n"
+                       "end\n")
+            .arg(told)
+            .toUtf8());
+    return told;
+}
+
+QByteArray content(const QString& path)
+{
+    QFile file(path);
+    return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+QStringList items(const QComboBox& menu)
+{
+    QStringList texts;
+    for (int i = 0; i < menu.count(); ++i) {
+        if (!menu.itemText(i).isEmpty()) {
+            texts.append(
+                QStringLiteral("%1 %2").arg(menu.itemData(i).toInt()).arg(menu.itemText(i)));
+        }
+    }
+    return texts;
+}
+
+/// In the window's coordinates, but with the origin at its bottom left.
+QRect frameOf(const QWidget& view)
+{
+    QRect frame(view.mapTo(view.window(), QPoint()), view.size());
+    frame.moveTop(view.window()->height() - frame.bottom() - 1);
+    return frame;
+}
+
+} // namespace
+
+class WatchWindowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void handlesACodeInViewAgainAfterFiveSeconds(); // the first: later ones leave resets behind
+    void watchesAtFirst();
+    void logsTheFrameRates();
+    void showsEveryNewCode();
+    void keepsCodesWhenAsked();
+    void reactsToOptionsFromTheNextCodeOn();
+    void closesOnTheFirstCode();
+    void savesClosesAndThenRunsTheScript();
+    void handsTheTextToTheScript_data();
+    void handsTheTextToTheScript();
+    void runsNothingWithoutAScript();
+    void listsScripts();
+    void preselectsAScript_data();
+    void preselectsAScript();
+    void logsTheChosenScript();
+    void opensTheScriptFolder();
+    void editsTheOptions();
+    void opensAndClosesTheOptions();
+    void followsPreferences();
+    void onlyCloseIsEnabled();
+    void endsInTwoWays_data();
+    void endsInTwoWays();
+    void survivesWithoutACamera();
+
+private:
+    std::unique_ptr<RigCamera> plugIn(const QImage& picture);
+
+    std::unique_ptr<CameraRig> m_rig;
+};
+
+void WatchWindowTest::initTestCase()
+{
+    m_rig = std::make_unique<CameraRig>();
+}
+
+void WatchWindowTest::init()
+{
+    for (const QString& key : { openInBackground, saveCapture, closeOnFirstScan, runAppleScript,
+             QStringLiteral("pref-camera-contrast"), QStringLiteral("pref-mirror-video") }) {
+        UserDefaults::standard().removeObject(key);
+    }
+    QDir(scripts()).removeRecursively();
+}
+
+void WatchWindowTest::cleanup()
+{
+    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
+}
+
+std::unique_ptr<RigCamera> WatchWindowTest::plugIn(const QImage& picture)
+{
+    CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
+    wish.size = frameSize;
+    auto camera = m_rig->addCamera(wish);
+    camera->show(picture);
+    if (!QTest::qWaitFor(
+            [] { return CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value(); })) {
+        qFatal("The camera is not listed");
+    }
+    return camera;
+}
+
+void WatchWindowTest::watchesAtFirst()
+{
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+
+    QCOMPARE(window.window()->windowTitle(), QStringLiteral("Capture"));
+    QVERIFY(window.buttonCancel->isEnabled());
+    QVERIFY(window.mCaptureSession()->isRunning());
+    QVERIFY(!window.captureData());
+    QVERIFY(!window.disclosureTriangle->isChecked());
+    QVERIFY(!window.disclosureView->isVisible());
+    QVERIFY(window.appleScripts().isEmpty());
+    QTRY_VERIFY(!window.cameraImageView->pictureRect().isEmpty());
+}
+
+void WatchWindowTest::logsTheFrameRates()
+{
+    const auto camera = plugIn(paper());
+    Program program;
+    const LogLines log;
+
+    openWatch(program);
+
+    QCOMPARE(LogLines::all().filter(QStringLiteral("30.00)")).size(), 1);
+}
+
+void WatchWindowTest::showsEveryNewCode()
+{
+    const auto camera = plugIn(paper(QStringLiteral("one")));
+    Program program;
+    auto& window = openWatch(program);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("one"));
+
+    camera->show(paper(QStringLiteral("two")));
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("two"));
+    camera->show(paper(QStringLiteral("one")));
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("one"));
+
+    QVERIFY(window.mCaptureSession()->isRunning());
+    QVERIFY(window.buttonCancel->isEnabled());
+    QCOMPARE(program.journal().captures().size(), 0);
+}
+
+void WatchWindowTest::keepsCodesWhenAsked()
+{
+    UserDefaults::standard().setBool(saveCapture, true);
+    const auto camera = plugIn(paper(QStringLiteral("A")));
+    Program program;
+    auto& window = openWatch(program);
+    QTRY_COMPARE(program.journal().captures().size(), 1);
+
+    camera->show(paper(QStringLiteral("B")));
+    QTRY_COMPARE(program.journal().captures().size(), 2);
+    camera->show(paper(QStringLiteral("A")));
+    QTRY_COMPARE(program.journal().captures().size(), 3);
+
+    QCOMPARE(program.journal().captures().front()->captureValue(), QStringLiteral("A"));
+    QCOMPARE(Program::pictures().size(), 3);
+    QVERIFY(isSheetAttached(program));
+    QCOMPARE(window.textField->stringValue(), QStringLiteral("A"));
+}
+
+void WatchWindowTest::reactsToOptionsFromTheNextCodeOn()
+{
+    const auto camera = plugIn(paper(QStringLiteral("A")));
+    Program program;
+    auto& window = openWatch(program);
+    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("A"));
+    QCOMPARE(program.journal().captures().size(), 0);
+
+    UserDefaults::standard().setBool(saveCapture, true);
+    camera->show(paper(QStringLiteral("B")));
+
+    QTRY_COMPARE(program.journal().captures().size(), 1);
+    QCOMPARE(program.journal().captures().front()->captureValue(), QStringLiteral("B"));
+}
+
+void WatchWindowTest::closesOnTheFirstCode()
+{
+    UserDefaults::standard().setBool(closeOnFirstScan, true);
+    const auto camera = plugIn(paper(QStringLiteral("enough")));
+    Program program;
+
+    auto& window = openWatch(program);
+
+    QTRY_VERIFY(!isSheetAttached(program));
+    QVERIFY(!window.window()->isVisible());
+    QVERIFY(!window.mCaptureSession()->isRunning());
+    QCOMPARE(window.textField->stringValue(), QStringLiteral("enough"));
+    QCOMPARE(program.journal().captures().size(), 0);
+    QTRY_COMPARE(camera->links(), 0);
+}
+
+void WatchWindowTest::savesClosesAndThenRunsTheScript()
+{
+    const QString told = writeRecorder(QStringLiteral("record.scpt"));
+    for (const QString& key : { saveCapture, closeOnFirstScan, runAppleScript }) {
+        UserDefaults::standard().setBool(key, true);
+    }
+    const auto camera = plugIn(paper());
+    Program program;
+    program.journal().watch(
+        QVariantMap{ { QStringLiteral("ScriptName"), QStringLiteral("record.scpt") } });
+    auto& window = *program.journal().watchWindow();
+    QTRY_COMPARE(window.appleScriptMenu->currentText(), QStringLiteral("record.scpt"));
+
+    camera->show(paper(QStringLiteral("all of it")));
+
+    QTRY_COMPARE(content(told), QByteArray("all of it\n"));
+    QVERIFY(!isSheetAttached(program));
+    QCOMPARE(program.journal().captures().size(), 1);
+    QCOMPARE(program.journal().captures().front()->captureValue(), QStringLiteral("all of it"));
+}
+
+void WatchWindowTest::handsTheTextToTheScript_data()
+{
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("Unicode") << QStringLiteral("Gr\u00fc\u00dfe, \u4f60\u597d \U0001F600");
+    QTest::newRow("quotes") << QStringLiteral("it's \"quoted\" \\ $(touch x) `y` ; rm -rf /");
+    QTest::newRow("line ends") << QStringLiteral("first\nsecond\r\nthird");
+    QTest::newRow("control characters") << QStringLiteral("a\u0001b\tc\u001d d");
+}
+
+void WatchWindowTest::handsTheTextToTheScript()
+{
+    QFETCH(QString, text);
+    const QString told = writeRecorder(QStringLiteral("record.scpt"));
+    UserDefaults::standard().setBool(runAppleScript, true);
+    const auto camera = plugIn(paper());
+    Program program;
+    program.journal().watch(
+        QVariantMap{ { QStringLiteral("ScriptName"), QStringLiteral("record.scpt") } });
+    auto& window = *program.journal().watchWindow();
+    QTRY_COMPARE(window.appleScriptMenu->currentText(), QStringLiteral("record.scpt"));
+
+    camera->show(paper(text));
+
+    QTRY_COMPARE(content(told), text.toUtf8() + '\n');
+}
+
+void WatchWindowTest::runsNothingWithoutAScript()
+{
+    writeRecorder(QStringLiteral("record.scpt"));
+    UserDefaults::standard().setBool(runAppleScript, true);
+    UserDefaults::standard().setBool(saveCapture, true);
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+    QTRY_COMPARE(window.appleScripts().size(), 1);
+    QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
+    const LogLines log;
+
+    camera->show(paper(QStringLiteral("not for a script")));
+    QTRY_COMPARE(program.journal().captures().size(), 1);
+
+    QVERIFY(LogLines::all().filter(QStringLiteral("cript")).isEmpty());
+}
+
+/// A at 0 s, B from 2 s on: what A began clears B at 5 s, what B began does so at 7 s.
+void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
+{
+    UserDefaults::standard().setBool(saveCapture, true);
+    const auto camera = plugIn(paper(QStringLiteral("A")));
+    Program program;
+    auto& window = openWatch(program);
+    const LogLines log;
+    const auto captures = [&program] { return program.journal().captures(); };
+    QTRY_COMPARE(captures().size(), 1);
+    const QDateTime start = captures().front()->dateCaptured();
+    camera->show(paper());
+    constexpr int untilB = 2000; // ms
+    QTRY_VERIFY(start.msecsTo(QDateTime::currentDateTimeUtc()) >= untilB);
+    camera->show(paper(QStringLiteral("B")));
+
+    QTRY_COMPARE_WITH_TIMEOUT(captures().size(), 4, 10000);
+
+    const auto atSecond = [&](int fromNewest) {
+        return double(start.msecsTo(captures().at(fromNewest)->dateCaptured())) / 1000;
+    };
+    constexpr double detection = 1.2; // at most, on a busy machine
+    const double firstB = atSecond(2);
+    QVERIFY2(firstB >= 2 && firstB < 2 + detection, qPrintable(QString::number(firstB)));
+    const double secondB = atSecond(1);
+    QVERIFY2(secondB >= 5 && secondB < 5 + detection, qPrintable(QString::number(secondB)));
+    const double thirdB = atSecond(0);
+    QVERIFY2(thirdB >= firstB + 5 && thirdB < firstB + 5 + detection,
+        qPrintable(QString::number(thirdB)));
+    for (int newest = 0; newest < 3; ++newest) {
+        QCOMPARE(captures().at(newest)->captureValue(), QStringLiteral("B"));
+    }
+    QCOMPARE(LogLines::all().count(QStringLiteral("Reset capture data")), 2);
+    camera->show(paper());
+    // The text stays on show when it is no longer compared with.
+    QTRY_VERIFY_WITH_TIMEOUT(
+        LogLines::all().count(QStringLiteral("Reset capture data")) == 4, 10000);
+    QCOMPARE(window.captureData(), QString());
+    QVERIFY(window.captureData().has_value());
+    QCOMPARE(window.textField->stringValue(), QStringLiteral("B"));
+}
+
+void WatchWindowTest::listsScripts()
+{
+    for (const char* name :
+        { "b.scpt", "a.scpt", "c.SCPT", "d.applescript", ".hidden.scpt", "e.scptd" }) {
+        support::writeFile(scripts().filePath(QString::fromLatin1(name)), "return 1");
+    }
+    const auto camera = plugIn(paper());
+    Program program;
+
+    auto& window = openWatch(program);
+
+    QCOMPARE(items(*window.appleScriptMenu),
+        QStringList(
+            { QStringLiteral("0 No script"), QStringLiteral("1 Open Scripts Folder\u2026") }));
+    QTRY_COMPARE(window.appleScripts().size(), 2);
+    QCOMPARE(items(*window.appleScriptMenu).mid(2),
+        QStringList({ QStringLiteral("100 a.scpt"), QStringLiteral("101 b.scpt") }));
+    QCOMPARE(window.appleScriptMenu->currentIndex(), 0);
+}
+
+void WatchWindowTest::preselectsAScript_data()
+{
+    QTest::addColumn<QVariant>("asked");
+    QTest::addColumn<QString>("selected");
+
+    const QString none = QStringLiteral("No script");
+    QTest::newRow("by its file name")
+        << QVariant(QStringLiteral("b.scpt")) << QStringLiteral("b.scpt");
+    QTest::newRow("without the ending") << QVariant(QStringLiteral("b")) << none;
+    QTest::newRow("in other case") << QVariant(QStringLiteral("B.scpt")) << none;
+    QTest::newRow("empty") << QVariant(QString()) << none;
+    QTest::newRow("no text") << QVariant(7) << none;
+    QTest::newRow("one of the popup's own")
+        << QVariant(QStringLiteral("Open Scripts Folder\u2026")) << none;
+}
+
+void WatchWindowTest::preselectsAScript()
+{
+    QFETCH(QVariant, asked);
+    QFETCH(QString, selected);
+    for (const char* name : { "a.scpt", "b.scpt" }) {
+        support::writeFile(scripts().filePath(QString::fromLatin1(name)), "return 1");
+    }
+    const auto camera = plugIn(paper());
+    Program program;
+
+    program.journal().watch(QVariantMap{ { QStringLiteral("ScriptName"), asked } });
+
+    auto& window = *program.journal().watchWindow();
+    QTRY_COMPARE(window.appleScripts().size(), 2);
+    QCOMPARE(window.appleScriptMenu->currentText(), selected);
+}
+
+void WatchWindowTest::logsTheChosenScript()
+{
+    support::writeFile(scripts().filePath(QStringLiteral("a.scpt")), "return 1");
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+    QTRY_COMPARE(window.appleScripts().size(), 1);
+    window.disclosureTriangle->click();
+    const LogLines log;
+
+    window.appleScriptMenu->setFocus();
+    QTest::keyClick(window.appleScriptMenu, Qt::Key_End);
+
+    QCOMPARE(window.appleScriptMenu->currentText(), QStringLiteral("a.scpt"));
+    QVERIFY(LogLines::all().contains(QStringLiteral("a.scpt")));
+}
+
+void WatchWindowTest::opensTheScriptFolder()
+{
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+    QDir(scripts()).removeRecursively();
+    window.appleScriptMenu->setCurrentIndex(1);
+
+    window.openScriptFolder(nullptr);
+
+    QVERIFY(QDir(scripts().path()).exists());
+    QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
+}
+
+void WatchWindowTest::editsTheOptions()
+{
+    const auto camera = plugIn(paper());
+    Program program;
+    UserDefaults::standard().setBool(closeOnFirstScan, true);
+    auto& window = openWatch(program);
+    window.disclosureTriangle->click();
+    const QList<std::pair<const char*, QString>> options{
+        { "openInBackground", openInBackground },
+        { "saveCapture", saveCapture },
+        { "closeOnFirstScan", closeOnFirstScan },
+        { "runScript", runAppleScript },
+    };
+    for (const auto& [name, key] : options) {
+        auto* box = window.window()->findChild<QCheckBox*>(QString::fromLatin1(name));
+        const bool before = key == closeOnFirstScan;
+        QCOMPARE(box->isChecked(), before);
+        box->click();
+        QCOMPARE(UserDefaults::standard().boolForKey(key), !before);
+        // Another program's command changes them too.
+        UserDefaults::standard().setBool(key, before);
+        QCOMPARE(box->isChecked(), before);
+    }
+}
+
+void WatchWindowTest::opensAndClosesTheOptions()
+{
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+    QVERIFY(QTest::qWaitForWindowExposed(window.window()));
+    const QRect sheet = window.window()->geometry();
+    const QRect picture = frameOf(*window.cameraImageView);
+    const QRect triangle = frameOf(*window.disclosureTriangle);
+    const int height = window.disclosureView->height();
+    QVERIFY(height > 40);
+
+    QTest::mouseClick(window.disclosureTriangle, Qt::LeftButton);
+    window.window()->layout()->activate();
+
+    QVERIFY(window.disclosureView->isVisible());
+    QCOMPARE(window.disclosureView->height(), height);
+    QCOMPARE(window.window()->height(), sheet.height() + height);
+    QCOMPARE(window.window()->width(), sheet.width());
+    QCOMPARE(frameOf(*window.cameraImageView), picture.translated(0, height));
+    QCOMPARE(frameOf(*window.disclosureTriangle), triangle.translated(0, height));
+
+    QTest::mouseClick(window.disclosureTriangle, Qt::LeftButton);
+    window.window()->layout()->activate();
+
+    QVERIFY(!window.disclosureView->isVisible());
+    QCOMPARE(window.window()->geometry(), sheet);
+    QCOMPARE(frameOf(*window.cameraImageView), picture);
+    QCOMPARE(frameOf(*window.disclosureTriangle), triangle);
+}
+
+void WatchWindowTest::followsPreferences()
+{
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+    QCOMPARE(window.previewF1()->value(), 0.5);
+    QCOMPARE(window.scannerF2()->value(), 1.0);
+
+    UserDefaults::standard().setDouble(QStringLiteral("pref-camera-contrast"), 50);
+    UserDefaults::standard().setInteger(QStringLiteral("pref-mirror-video"), 1);
+
+    QCOMPARE(window.previewF1()->value(), 1.0);
+    QCOMPARE(window.scannerF1()->value(), 1.0);
+    QCOMPARE(window.previewF2()->value(), 1.5);
+    QCOMPARE(window.scannerF2()->value(), 1.5);
+    QVERIFY(window.preview()->connection()->isVideoMirrored());
+}
+
+void WatchWindowTest::onlyCloseIsEnabled()
+{
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+    const auto actions = program.journal().window()->findChildren<QAction*>();
+    int enabled = 0;
+    for (const QAction* action : actions) {
+        enabled += window.validateMenuItem(*action) ? 1 : 0;
+    }
+    QCOMPARE(enabled, 1);
+    auto* close = program.journal().window()->findChild<QAction*>(QStringLiteral("closeWindow"));
+    QVERIFY(window.validateMenuItem(*close));
+
+    window.perform(*close);
+
+    QTRY_VERIFY(!isSheetAttached(program));
+}
+
+void WatchWindowTest::endsInTwoWays_data()
+{
+    QTest::addColumn<bool>("byButton");
+
+    QTest::newRow("button") << true;
+    QTest::newRow("Escape") << false;
+}
+
+void WatchWindowTest::endsInTwoWays()
+{
+    QFETCH(bool, byButton);
+    const auto camera = plugIn(paper());
+    Program program;
+    auto& window = openWatch(program);
+    QTRY_COMPARE(camera->links(), 1);
+
+    if (byButton) {
+        QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    } else {
+        QTest::keyClick(window.window(), Qt::Key_Escape);
+    }
+
+    QVERIFY(!window.window()->isVisible());
+    QVERIFY(!window.mCaptureSession()->isRunning());
+    QVERIFY(window.mCaptureDeviceInput() != nullptr);
+    QVERIFY(window.preview() != nullptr);
+    QTRY_VERIFY(!isSheetAttached(program));
+    QTRY_COMPARE(camera->links(), 0);
+}
+
+void WatchWindowTest::survivesWithoutACamera()
+{
+    Program program;
+    program.journal().watch(nullptr);
+    QVERIFY(!isSheetAttached(program));
+
+    program.journal().setScanAvailable(true); // as if it had been pulled out since
+    auto& window = openWatch(program);
+
+    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("No camera")));
+    window.cancelCapture(nullptr);
+    QTRY_VERIFY(!isSheetAttached(program));
+}
+
+VELLUMCAP_TEST_MAIN(WatchWindowTest)
+#include "tst_watchwindow.moc"
