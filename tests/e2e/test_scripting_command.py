@@ -9,6 +9,7 @@ import signal
 import subprocess
 import unittest
 
+import cameras
 import desktop
 import gi
 import vellumcap
@@ -20,6 +21,7 @@ NAME = "org.vellumcap.Vellumcap"
 PATH = "/org/vellumcap/Vellumcap"
 SETTINGS = pathlib.Path(os.environ["XDG_CONFIG_HOME"]) / "vellumcap" / "vellumcap.ini"
 SERVICE = desktop.FOLDER / "services" / f"{NAME}.service"
+SCRIPTS = SETTINGS.parent / "scripts"
 DOCUMENT = pathlib.Path(__file__).parents[2] / "docs" / "scripts.md"
 OPTIONS = ("watch-openURLInBackground", "watch-saveCapture", "watch-closeOnFirstScan")
 
@@ -57,7 +59,7 @@ def commands_of_document(language):
     return re.findall(rf"^ *```{language}\n(.*?)^ *```", DOCUMENT.read_text(), re.M | re.S)
 
 
-class ScriptingCommand(unittest.TestCase):
+class Case(unittest.TestCase):
     def setUp(self):
         SETTINGS.unlink(missing_ok=True)
 
@@ -66,6 +68,80 @@ class ScriptingCommand(unittest.TestCase):
 
     def wait_for_options(self, *expected):
         desktop.wait_until(lambda: options() == list(expected), f"the options {expected}")
+
+    def make_startable(self):
+        """What the installation does, for the program that is tested."""
+        installed = (desktop.BIN.parent / SERVICE.name).read_text()
+        exec_line = re.search("^Exec=(.*/)vellumcap$", installed, re.M)
+        SERVICE.write_text(installed.replace(exec_line[1], f"{desktop.BIN}/"))
+        self.addCleanup(self.make_unstartable)
+        bus_call("ReloadConfig")
+        self.assertFalse(is_running())
+
+    def make_unstartable(self):
+        if is_running():
+            os.kill(bus_call("GetConnectionUnixProcessID", "(s)", (NAME,))[0], signal.SIGTERM)
+        desktop.wait_until(lambda: not is_running(), "the end of the program")
+        SERVICE.unlink()
+        bus_call("ReloadConfig")
+
+
+class WithCamera(Case):
+    COMMAND = "{'SaveCapture': <true>, 'ScriptName': <'b.scpt'>}"
+
+    def setUp(self):
+        super().setUp()
+        SCRIPTS.mkdir(parents=True, exist_ok=True)
+        for name in ("a.scpt", "b.scpt"):
+            (SCRIPTS / name).write_text("function scanned_code(text) end\n")
+        rig = cameras.Cameras()
+        self.addCleanup(rig.end)
+        self.camera = rig.add("cam.a", "Camera A")
+
+    def assert_watching(self, app):
+        sheet = app.find("dialog", "Capture")
+        sheet.find(name="Options").click()
+        sheet.find("combo box", "b.scpt")
+        self.assertTrue(sheet.find("check box", "Keep every code in the journal")
+                        .has_state("checked"))
+        sheet.find("push button", "Cancel").click()
+        app.wait_gone("dialog", "Capture")
+
+    def test_idle(self):
+        app = self.start()
+        watch(self.COMMAND)
+        self.assert_watching(app)
+        self.assertEqual(vellumcap.quit_by_keys(app), 0)
+
+    def test_over_the_scan_sheet(self):
+        app = self.start()
+        app.find("push button", "Scan").wait_enabled().click()
+        sheet = app.find("dialog", "Capture")
+        watch(self.COMMAND)
+        self.wait_for_options("false", "true", "false")
+        self.assertEqual(len(app.find_all("dialog")), 1)
+        self.assertTrue(sheet.find_all("push button", "Skip"))
+        sheet.find("push button", "Cancel").click()
+        app.wait_gone("dialog", "Capture")
+
+    def test_hidden_journal(self):
+        app = self.start()
+        app.find("frame", "Vellumcap").wait_active()
+        desktop.keys("ctrl+w")
+        desktop.wait_until(lambda: not desktop.shown_windows("Vellumcap"), "the window to go")
+        watch(self.COMMAND)
+        desktop.window("Vellumcap")
+        self.assert_watching(app)
+
+    def test_not_running(self):
+        self.make_startable()
+        watch(self.COMMAND)
+        desktop.window("Vellumcap")
+        desktop.wait_until(lambda: self.camera.links() == 1, "the camera to be watched")
+        self.wait_for_options("false", "true", "false")
+
+
+class WithoutCamera(Case):
 
     def assert_nothing_opened(self, app):
         """An action that is asked for after the command would come too late for a sheet."""
@@ -137,22 +213,6 @@ class ScriptingCommand(unittest.TestCase):
         self.wait_for_options("true", "false", "false")
         desktop.window("Vellumcap")
         self.assertEqual(len(desktop.shown_windows("Vellumcap")), 1)
-
-    def make_startable(self):
-        """What the installation does, for the program that is tested."""
-        installed = (desktop.BIN.parent / SERVICE.name).read_text()
-        exec_line = re.search("^Exec=(.*/)vellumcap$", installed, re.M)
-        SERVICE.write_text(installed.replace(exec_line[1], f"{desktop.BIN}/"))
-        self.addCleanup(self.make_unstartable)
-        bus_call("ReloadConfig")
-        self.assertFalse(is_running())
-
-    def make_unstartable(self):
-        if is_running():
-            os.kill(bus_call("GetConnectionUnixProcessID", "(s)", (NAME,))[0], signal.SIGTERM)
-        desktop.wait_until(lambda: not is_running(), "the end of the program")
-        SERVICE.unlink()
-        bus_call("ReloadConfig")
 
     def test_scripts_of_the_document(self):
         text = "'; touch ~/gone; ' $HOME \"\\n"
