@@ -1,9 +1,14 @@
-// What it costs to make a camera's frame ready for the search for codes.
+// What it costs to make a camera's frame ready for the search for codes, and to search it.
 
+#include "camera/FramePreparation.h"
+#include "platform/barcode/DetectBarcodesRequest.h"
+#include "platform/barcode/LiveScan.h"
+#include "platform/barcode/QRCodeGenerator.h"
 #include "platform/graphics/BitmapPool.h"
 #include "platform/graphics/ImageFilter.h"
 
 #include <QImage>
+#include <QPainter>
 
 #include <benchmark/benchmark.h>
 #include <cstring>
@@ -60,6 +65,40 @@ void filterPixels(benchmark::State& state)
 BENCHMARK(filterPixels)
     ->ArgsProduct({ { 720, 1080, 2160 }, { 0, 1 } })
     ->ArgNames({ "height", "mirrored" })
+    ->Unit(benchmark::kMillisecond);
+
+/// With a code of a quarter of the height, away from the middle, when `hasCode`.
+QImage frameToSearch(int height, bool hasCode)
+{
+    QImage frame = photograph(height);
+    if (hasCode) {
+        const QImage code = platform::QRCodeGenerator::outputImage("https://example.org/menu");
+        const int side = height / 4;
+        QPainter(&frame).drawImage(
+            QRect(frame.width() / 5, height / 5, side, side), code.convertToFormat(frame.format()));
+    }
+    return frame;
+}
+
+void prepareAndDetect(benchmark::State& state)
+{
+    const bool hasCode = state.range(1) == 1;
+    const QImage frame = frameToSearch(int(state.range(0)), hasCode);
+    const auto filters = filterPair();
+    const auto scan = std::make_shared<platform::LiveScan>();
+    int found = 0;
+    for (auto _ : state) {
+        platform::DetectBarcodesRequest request(nullptr);
+        platform::ImageRequestHandler(vellumcap::preparedImage(frame, filters, false),
+            { platform::ImageOrientation::Upright, scan })
+            .perform(request);
+        found += request.results().isEmpty() ? 0 : 1;
+    }
+    state.counters["found"] = benchmark::Counter(double(found), benchmark::Counter::kAvgIterations);
+}
+BENCHMARK(prepareAndDetect)
+    ->ArgsProduct({ { 720, 1080, 2160 }, { 0, 1 } })
+    ->ArgNames({ "height", "code" })
     ->Unit(benchmark::kMillisecond);
 
 } // namespace

@@ -1,0 +1,131 @@
+// How long a user waits: from Scan to the first picture, and from a code before the camera to its
+// text on the screen. The real window on a camera of 1080p30, on the offscreen platform.
+
+#include "camera/CaptureWindow.h"
+#include "platform/camera/CameraView.h"
+#include "platform/camera/CaptureDevice.h"
+#include "platform/ui/Application.h"
+#include "platform/ui/TextField.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/Program.h"
+#include "tests/support/Sandbox.h"
+
+#include <QPainter>
+#include <QTest>
+
+#include <benchmark/benchmark.h>
+#include <chrono>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr QSize frameSize(1920, 1080);
+
+QImage paper(const QString& text)
+{
+    QImage picture = support::plainPicture(frameSize, QColor(225, 225, 225));
+    if (!text.isEmpty()) {
+        const QImage code = support::drawnCode(platform::Symbology::Qr, text, 10);
+        QPainter(&picture).drawImage(700, 300, code);
+    }
+    return picture;
+}
+
+double secondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+/// What all measurements share; made by the first.
+struct Stage {
+    Stage()
+    {
+        support::CameraWish wish{ QStringLiteral("bench"), QStringLiteral("Camera") };
+        wish.size = frameSize;
+        camera = rig.addCamera(wish);
+        const bool listed = QTest::qWaitFor([] {
+            return platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("bench")).has_value();
+        });
+        program = listed ? std::make_unique<support::Program>() : nullptr;
+    }
+
+    vellumcap::CaptureWindow& scan() const
+    {
+        program->journal().scan(nullptr);
+        return *program->journal().captureWindow();
+    }
+
+    support::CameraRig rig;
+    std::unique_ptr<support::RigCamera> camera;
+    std::unique_ptr<support::Program> program;
+};
+
+std::unique_ptr<Stage>& stage()
+{
+    static std::unique_ptr<Stage> shared;
+    if (!shared) {
+        shared = std::make_unique<Stage>();
+    }
+    return shared;
+}
+
+void scanToFirstPicture(benchmark::State& state)
+{
+    stage()->camera->show(paper({}));
+    for (auto _ : state) {
+        const auto start = Clock::now();
+        auto& window = stage()->scan();
+        const auto isShown = [&window] { return !window.cameraImageView->pictureRect().isEmpty(); };
+        if (!QTest::qWaitFor(isShown)) {
+            state.SkipWithError("no picture");
+        }
+        state.SetIterationTime(secondsSince(start));
+        window.cancelCapture(nullptr);
+        if (!QTest::qWaitFor([] { return stage()->camera->links() == 0; })) {
+            state.SkipWithError("not released");
+        }
+    }
+}
+BENCHMARK(scanToFirstPicture)->UseManualTime()->Iterations(20)->Unit(benchmark::kMillisecond);
+
+void codeToText(benchmark::State& state)
+{
+    auto& window = stage()->scan();
+    int number = 0;
+    for (auto _ : state) {
+        const QString text = QStringLiteral("code %1").arg(++number);
+        stage()->camera->show(paper({}));
+        int pictures = 0;
+        const auto counting = QObject::connect(window.cameraImageView,
+            &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
+        if (!QTest::qWaitFor([&pictures] { return pictures > 2; })) {
+            state.SkipWithError("no picture");
+        }
+        QObject::disconnect(counting);
+        const QImage picture = paper(text);
+        stage()->camera->show(picture); // returns when the next frame will show it
+        const auto start = Clock::now();
+        if (!QTest::qWaitFor([&] { return window.textField->stringValue() == text; })) {
+            state.SkipWithError("not read");
+        }
+        state.SetIterationTime(secondsSince(start));
+        window.skipCapture(nullptr);
+    }
+    window.cancelCapture(nullptr);
+}
+BENCHMARK(codeToText)->UseManualTime()->Iterations(30)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    const support::Sandbox sandbox;
+    const platform::Application application(argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    stage().reset();
+    return 0;
+}

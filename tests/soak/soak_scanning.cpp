@@ -1,0 +1,194 @@
+// soak_scanning [MINUTES]: scans codes that come and go before a camera of 1080p30, ten minutes
+// unless told otherwise, in the real program on the offscreen platform. Ends with 1 when a code is
+// not offered, when memory grows by more than 5 %, or when a thread or a link stays behind. An
+// examination that takes long may offer an earlier code once more; that is counted and skipped.
+
+#include "camera/CaptureWindow.h"
+#include "platform/camera/CaptureDevice.h"
+#include "platform/ui/Application.h"
+#include "platform/ui/ImageView.h"
+#include "tests/support/CameraRig.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/Pictures.h"
+#include "tests/support/Program.h"
+#include "tests/support/Sandbox.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QPainter>
+#include <QTest>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+using platform::CaptureDevice;
+
+constexpr QSize frameSize(1920, 1080);
+constexpr int savedEvery = 10; // codes
+constexpr double growthAllowed = 0.05;
+
+QImage paperWith(int number)
+{
+    QImage paper = support::plainPicture(frameSize, QColor(225, 225, 225));
+    const QImage code
+        = support::drawnCode(platform::Symbology::Qr, QStringLiteral("code %1").arg(number), 8);
+    // Not always at the same place.
+    const int x = 100 + number * 137 % (frameSize.width() - code.width() - 200);
+    const int y = 100 + number * 61 % (frameSize.height() - code.height() - 200);
+    QPainter(&paper).drawImage(x, y, code);
+    return paper;
+}
+
+double residentMegabytes()
+{
+    QFile file(QStringLiteral("/proc/self/statm"));
+    if (!file.open(QFile::ReadOnly)) {
+        return 0;
+    }
+    const double pages = file.readAll().split(' ').value(1).toDouble();
+    return pages * double(sysconf(_SC_PAGESIZE)) / (1 << 20);
+}
+
+qsizetype threads()
+{
+    return QDir(QStringLiteral("/proc/self/task"))
+        .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+        .size();
+}
+
+bool fail(const char* what, double figure)
+{
+    std::printf("FAILED: %s (%.1f)\n", what, figure);
+    return false;
+}
+
+class Soak {
+public:
+    explicit Soak(int minutes)
+        : m_milliseconds(qint64(minutes) * 60 * 1000)
+    {
+    }
+
+    bool run();
+
+private:
+    bool scan(vellumcap::CaptureWindow& window);
+    bool offer(vellumcap::CaptureWindow& window);
+    void report(const char* when) const;
+
+    const qint64 m_milliseconds;
+    QElapsedTimer m_clock;
+    support::CameraRig m_rig;
+    std::unique_ptr<support::RigCamera> m_camera;
+    int m_number = 0;
+    int m_late = 0; // codes offered once more
+};
+
+void Soak::report(const char* when) const
+{
+    std::printf("%-8s %6.1f s  %6d codes, %d late  %7.1f MB  %3d threads\n", when,
+        double(m_clock.elapsed()) / 1000, m_number, m_late, residentMegabytes(), int(threads()));
+    std::fflush(stdout);
+}
+
+bool Soak::run()
+{
+    support::CameraWish wish{ QStringLiteral("soak"), QStringLiteral("Camera") };
+    wish.size = frameSize;
+    m_camera = m_rig.addCamera(wish);
+    const bool listed = QTest::qWaitFor(
+        [] { return CaptureDevice::deviceWithUniqueID(QStringLiteral("soak")).has_value(); });
+    if (!listed) {
+        return fail("the camera is not listed", 0);
+    }
+    support::Program program;
+    // Threads that live as long as the program are started by a first, short scan.
+    program.journal().scan(nullptr);
+    m_camera->show(paperWith(m_number));
+    if (!offer(*program.journal().captureWindow())) {
+        return false;
+    }
+    program.journal().captureWindow()->cancelCapture(nullptr);
+    const bool released = QTest::qWaitFor([this] { return m_camera->links() == 0; }, 5000);
+    if (!released) {
+        return fail("links after the first scan", m_camera->links());
+    }
+    const auto before = threads();
+
+    m_camera->show(support::plainPicture(frameSize, Qt::white)); // or it would be offered again
+    m_clock.start();
+    program.journal().scan(nullptr);
+    const bool scanned = scan(*program.journal().captureWindow());
+    program.journal().captureWindow()->cancelCapture(nullptr);
+    if (!scanned) {
+        return false;
+    }
+    if (!QTest::qWaitFor([this] { return m_camera->links() == 0; }, 5000)) {
+        return fail("links after the scan", m_camera->links());
+    }
+    if (!QTest::qWaitFor([before] { return threads() <= before; }, 5000)) {
+        return fail("threads left behind", double(threads() - before));
+    }
+    report("end");
+    return true;
+}
+
+/// Waits until the code that is being shown is offered.
+bool Soak::offer(vellumcap::CaptureWindow& window)
+{
+    const QString shown = QStringLiteral("code %1").arg(m_number);
+    for (;;) {
+        const bool offered
+            = QTest::qWaitFor([&window] { return window.capturedImageView->isVisible(); }, 10000);
+        if (!offered) {
+            return fail("not read: code", m_number);
+        }
+        if (window.captureData() == shown) {
+            return true;
+        }
+        ++m_late;
+        window.skipCapture(nullptr);
+    }
+}
+
+bool Soak::scan(vellumcap::CaptureWindow& window)
+{
+    double settled = 0; // MB, once pools and caches are filled
+    double most = 0;
+    qint64 nextReport = 0;
+    const qint64 settling = m_milliseconds / 10;
+    while (m_clock.elapsed() < m_milliseconds) {
+        m_camera->show(paperWith(++m_number));
+        if (!offer(window)) {
+            return false;
+        }
+        if (m_number % savedEvery == 0) {
+            window.saveCapture(nullptr);
+        } else {
+            window.skipCapture(nullptr);
+        }
+        if (settled == 0 && m_clock.elapsed() > settling) {
+            settled = residentMegabytes();
+        }
+        most = settled == 0 ? 0 : std::max(most, residentMegabytes());
+        if (m_clock.elapsed() >= nextReport) {
+            report("soaking");
+            nextReport += 30000;
+        }
+    }
+    std::printf("memory: %.1f MB when settled, %.1f MB at most\n", settled, most);
+    return most <= settled * (1 + growthAllowed) || fail("memory grew to MB", most);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const support::Sandbox sandbox;
+    const platform::Application application(argc, argv);
+    const int minutes = argc > 1 ? QByteArray(argv[1]).toInt() : 10;
+    return Soak(std::max(1, minutes)).run() ? 0 : 1;
+}
