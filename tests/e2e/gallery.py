@@ -3,6 +3,7 @@
 
 import sys
 
+import cameras
 import desktop
 import vellumcap
 
@@ -57,9 +58,62 @@ def show_generate(app):
     app.wait_gone("dialog", "Generate")
 
 
+def caption_of(sheet):
+    return sheet.find(name="Picture from the camera").description
+
+
+def show_scan(app, rig):
+    camera = rig.add("gallery.camera", "Camera on the desk")
+    app.find("push button", "Scan").wait_enabled().click()
+    sheet = app.find("dialog", "Capture")
+    desktop.wait_until(lambda: camera.links() == 1, "the camera to be watched")
+    picture("scan-live")
+    camera.show(vellumcap.photograph(LINK, "scan.jpg"))
+    vellumcap.wait_for_text(sheet, LINK)
+    picture("scan-offering")
+    sheet.find("push button", "Skip").wait_enabled().click()
+    desktop.wait_until(lambda: camera.links() == 1, "the camera to be watched again")
+    camera.unplug()
+    desktop.wait_until(lambda: caption_of(sheet), "the caption")
+    picture("scan-unplugged")
+    sheet.find("push button", "Cancel").click()
+    app.wait_gone("dialog", "Capture")
+    app.find("push button", "Scan").click()
+    sheet = app.find("dialog", "Capture")
+    desktop.wait_until(lambda: "No camera" in caption_of(sheet), "the caption")
+    picture("scan-no-camera")
+    sheet.find("push button", "Cancel").click()
+    app.wait_gone("dialog", "Capture")
+
+
+def show_watch(app, rig):
+    camera = rig.add("gallery.camera", "Camera on the desk")
+    app.find("push button", "Watch").wait_enabled().click()
+    sheet = app.find("dialog", "Capture")
+    camera.show(vellumcap.photograph(TEXTS[1], "watch.jpg"))
+    field = sheet.find("text", "Last code")
+    desktop.wait_until(lambda: field.text == TEXTS[1], "the code")
+    picture("watch-closed")
+    sheet.find(name="Options").click()
+    sheet.find("check box", "Keep every code in the journal")
+    picture("watch-open")
+    sheet.find("push button", "Cancel").click()
+    app.wait_gone("dialog", "Capture")
+    camera.unplug()
+
+
 def main():
+    with cameras.Cameras() as rig:
+        plugged = rig.add("first.camera", "Camera of the notebook")
+        show_all(rig, plugged)
+
+
+def show_all(rig, plugged):
     with vellumcap.preferred(sys.argv[1]), vellumcap.start() as app:
         picture("journal-empty")
+        plugged.unplug()
+        show_watch(app, rig)
+        show_scan(app, rig)
         show_import(app)
         picture("journal-nothing-selected")
         vellumcap.journal_item(app, "Locker").click()

@@ -3,12 +3,15 @@ does, and leaves a picture of every step."""
 
 import itertools
 
+import cameras
 import desktop
 import vellumcap
 
 LINK = "https://example.org/menu?table=7"
 TEXT = "Locker 42, second floor"
 DRAWN = "Lend this book to the neighbours"
+SCANNED = "https://example.org/parcel/4711"
+WATCHED = "Shelf 3, box 12"
 steps = itertools.count(1)
 
 
@@ -41,6 +44,32 @@ def generate_code(app, text):
     app.wait_gone("dialog", "Generate")
 
 
+def scan_code(app, camera, text):
+    app.find("push button", "Scan").wait_enabled().click()
+    sheet = app.find("dialog", "Capture")
+    desktop.wait_until(lambda: camera.links() == 1, "the camera to be watched")
+    camera.show(vellumcap.photograph(text, "parcel.jpg"))
+    vellumcap.wait_for_text(sheet, text)
+    step("scanned", f"Scan has found, in the picture of the camera: {text}")
+    vellumcap.save_offer(sheet)
+    sheet.find("push button", "Cancel").click()
+    app.wait_gone("dialog", "Capture")
+
+
+def watch_codes(app, camera, text):
+    app.find("push button", "Watch").wait_enabled().click()
+    sheet = app.find("dialog", "Capture")
+    sheet.find(name="Options").click()
+    sheet.find("check box", "Keep every code in the journal").click()
+    camera.show(vellumcap.photograph(text, "shelf.jpg"))
+    field = sheet.find("text", "Last code")
+    desktop.wait_until(lambda: field.text == text, f"the text {text!r}")
+    step("watched", f"Watch has kept by itself: {text}")
+    sheet.find("push button", "Cancel").click()
+    app.wait_gone("dialog", "Capture")
+    vellumcap.journal_item(app, text)
+
+
 def write_notes(app, text, notes):
     vellumcap.journal_item(app, text).click()
     app.find("text", "Notes").type(notes)
@@ -63,6 +92,14 @@ def print_journal():
 
 
 def main():
+    with cameras.Cameras() as rig:
+        camera = rig.add("tour.camera", "Camera on the desk")
+        play(camera)
+    print_journal()
+    print(f"\nPictures of the steps: {desktop.PICTURES}")
+
+
+def play(camera):
     with vellumcap.start() as app:
         step("empty", "A new journal is empty")
         import_photograph(app, LINK, "menu.jpg")
@@ -70,6 +107,8 @@ def main():
         vellumcap.journal_item(app, TEXT)
         step("journal", "The journal lists both captures, the newest first")
         generate_code(app, DRAWN)
+        scan_code(app, camera, SCANNED)
+        watch_codes(app, camera, WATCHED)
         write_notes(app, TEXT, "Bring the small key")
         open_link(app)
         vellumcap.quit_by_keys(app)
@@ -77,8 +116,6 @@ def main():
         vellumcap.select(app, TEXT)
         step("started-again", "Started again on a dark desktop, it shows what it kept")
         vellumcap.quit_by_keys(app)
-    print_journal()
-    print(f"\nPictures of the steps: {desktop.PICTURES}")
 
 
 main()
