@@ -1,7 +1,6 @@
 #include "platform/barcode/GreyPicture.h"
 
 #include <algorithm>
-#include <vector>
 
 namespace platform {
 namespace {
@@ -34,38 +33,6 @@ QImage greyPicture(const QImage& bitmap)
         std::transform(from, from + grey.width(), grey.scanLine(y), brightnessOnWhite);
     }
     return grey;
-}
-
-QImage shrunk(const QImage& grey, int factor)
-{
-    const int width = grey.width() / factor;
-    const int height = grey.height() / factor;
-    QImage result(width, height, QImage::Format_Grayscale8);
-    if (result.isNull()) {
-        return {};
-    }
-    std::vector<int> sums(static_cast<std::size_t>(width));
-    for (int y = 0; y < height; ++y) {
-        std::fill(sums.begin(), sums.end(), 0);
-        for (int row = y * factor; row < (y + 1) * factor; ++row) {
-            const uchar* from = grey.constScanLine(row);
-            for (int& sum : sums) {
-                for (int column = 0; column < factor; ++column) {
-                    sum += *from++;
-                }
-            }
-        }
-        std::transform(sums.begin(), sums.end(), result.scanLine(y),
-            [area = factor * factor](int sum) { return static_cast<uchar>(sum / area); });
-    }
-    return result;
-}
-
-QImage inverted(const QImage& grey)
-{
-    QImage result = grey;
-    result.invertPixels();
-    return result;
 }
 
 } // namespace platform

@@ -1,8 +1,7 @@
 #include "platform/barcode/ZBarEngine.h"
 
+#include "platform/barcode/PayloadText.h"
 #include "platform/barcode/ProductCode.h"
-
-#include <QStringDecoder>
 
 #include <algorithm>
 #include <array>
@@ -39,27 +38,12 @@ std::optional<Symbology> symbologyOf(zbar::zbar_symbol_type_t wanted)
     return std::nullopt;
 }
 
-// The library's own guess at a character set is often wrong, so the bytes are read here: UTF-8,
-// else ISO 8859-1, which gives its bytes 80 to 9F no characters. A code with such bytes holds
-// another character set or no text.
-std::optional<QString> textOf(const QByteArray& bytes)
-{
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = utf8(bytes);
-    if (!utf8.hasError()) {
-        return text;
-    }
-    const QString latin = QString::fromLatin1(bytes);
-    const auto isUnassigned = [](QChar c) { return c >= QChar(0x80) && c < QChar(0xA0); };
-    return std::none_of(latin.begin(), latin.end(), isUnassigned) ? std::optional(latin)
-                                                                  : std::nullopt;
-}
-
 std::optional<QString> textOf(const zbar::zbar_symbol_t* symbol, Symbology symbology)
 {
     const QByteArray bytes(zbar::zbar_symbol_get_data(symbol),
         static_cast<qsizetype>(zbar::zbar_symbol_get_data_length(symbol)));
-    const auto text = textOf(bytes);
+    // The library's own guess at a character set is often wrong.
+    const auto text = payloadText(bytes);
     return text && symbology == Symbology::UpcE ? thirteenDigits(*text) : text;
 }
 
@@ -78,26 +62,35 @@ QPolygonF cornersOf(const zbar::zbar_symbol_t* symbol, Symbology symbology)
     return { box.topLeft(), box.topRight(), box.bottomRight(), box.bottomLeft() };
 }
 
-Image imageOver(const QByteArray& pixels, QSize size)
+// A line that crosses a linear code by chance reads something now and then, seldom twice the same.
+constexpr int certainLines = 3;
+
+Trust trustOf(const zbar::zbar_symbol_t* symbol, Symbology symbology)
+{
+    switch (symbology) {
+    case Symbology::Qr:
+        return Trust::Certain;
+    case Symbology::Codabar:
+    case Symbology::UpcE:
+    case Symbology::DataBar:
+    case Symbology::DataBarExpanded:
+        return Trust::Doubtful;
+    default:
+        return zbar::zbar_symbol_get_quality(symbol) < certainLines ? Trust::Doubtful
+                                                                    : Trust::Certain;
+    }
+}
+
+Image imageOver(const PictureView& picture)
 {
     Image image(zbar::zbar_image_create());
     zbar::zbar_image_set_format(image.get(), zbar_fourcc('Y', '8', '0', '0'));
     zbar::zbar_image_set_size(
-        image.get(), static_cast<unsigned>(size.width()), static_cast<unsigned>(size.height()));
-    zbar::zbar_image_set_data(
-        image.get(), pixels.constData(), static_cast<unsigned long>(pixels.size()), nullptr);
+        image.get(), static_cast<unsigned>(picture.width), static_cast<unsigned>(picture.height));
+    zbar::zbar_image_set_data(image.get(), picture.pixels,
+        static_cast<unsigned long>(picture.width) * static_cast<unsigned long>(picture.height),
+        nullptr);
     return image;
-}
-
-// The library knows no padding at the end of a row.
-QByteArray packedPixels(const QImage& grey)
-{
-    QByteArray pixels;
-    pixels.reserve(qsizetype(grey.width()) * grey.height());
-    for (int y = 0; y < grey.height(); ++y) {
-        pixels.append(reinterpret_cast<const char*>(grey.constScanLine(y)), grey.width());
-    }
-    return pixels;
 }
 
 } // namespace
@@ -126,22 +119,30 @@ ZBarEngine::ZBarEngine()
 
 ZBarEngine::~ZBarEngine() = default;
 
-std::optional<QList<BarcodeObservation>> ZBarEngine::read(const QImage& grey)
+Readings ZBarEngine::read(const PictureView& picture)
 {
-    const QByteArray pixels = packedPixels(grey);
-    const Image image = imageOver(pixels, grey.size());
+    // The library knows no padding at the end of a row.
+    if (!picture.isPacked()) {
+        m_packed.resize(picture.width, picture.height);
+        for (int y = 0; y < picture.height; ++y) {
+            std::copy_n(picture.row(y), picture.width, m_packed.row(y));
+        }
+    }
+    const Image image = imageOver(picture.isPacked() ? picture : m_packed.view());
     if (zbar::zbar_scan_image(m_scanner->handle, image.get()) < 0) {
         return std::nullopt;
     }
-    QList<BarcodeObservation> codes;
+    QList<Reading> readings;
     for (const auto* symbol = zbar::zbar_image_first_symbol(image.get()); symbol != nullptr;
          symbol = zbar::zbar_symbol_next(symbol)) {
         const auto symbology = symbologyOf(zbar::zbar_symbol_get_type(symbol));
         if (symbology && zbar::zbar_symbol_get_data_length(symbol) > 0) {
-            codes.append({ textOf(symbol, *symbology), *symbology, cornersOf(symbol, *symbology) });
+            readings.append(
+                { { textOf(symbol, *symbology), *symbology, cornersOf(symbol, *symbology) },
+                    trustOf(symbol, *symbology) });
         }
     }
-    return codes;
+    return readings;
 }
 
 } // namespace platform

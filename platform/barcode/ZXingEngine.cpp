@@ -2,7 +2,7 @@
 
 #include "platform/barcode/ProductCode.h"
 
-#include <ZXing/ReadBarcode.h>
+#include <ZXingLibrary.h>
 #include <algorithm>
 #include <array>
 #include <exception>
@@ -11,77 +11,108 @@
 namespace platform {
 namespace {
 
-// Without UPC-A among the formats its codes are read as what they are part of, EAN-13.
-constexpr std::array symbologies{
-    std::pair(ZXing::BarcodeFormat::QRCode, Symbology::Qr),
-    std::pair(ZXing::BarcodeFormat::DataMatrix, Symbology::DataMatrix),
-    std::pair(ZXing::BarcodeFormat::EAN13, Symbology::Ean13),
-    std::pair(ZXing::BarcodeFormat::EAN8, Symbology::Ean8),
-    std::pair(ZXing::BarcodeFormat::UPCE, Symbology::UpcE),
-    std::pair(ZXing::BarcodeFormat::Code128, Symbology::Code128),
-    std::pair(ZXing::BarcodeFormat::Code39, Symbology::Code39),
-    std::pair(ZXing::BarcodeFormat::Code93, Symbology::Code93),
-    std::pair(ZXing::BarcodeFormat::Codabar, Symbology::Codabar),
-    std::pair(ZXing::BarcodeFormat::ITF, Symbology::Itf),
-    std::pair(ZXing::BarcodeFormat::Aztec, Symbology::Aztec),
-    std::pair(ZXing::BarcodeFormat::PDF417, Symbology::Pdf417),
-    std::pair(ZXing::BarcodeFormat::MaxiCode, Symbology::MaxiCode),
+constexpr std::size_t certainItf = 14; // digits, with a check digit among them
+
+struct Format {
+    ZXing::BarcodeFormat library;
+    Symbology symbology;
+    ZXingOptions::Symbologies group;
 };
 
-ZXing::BarcodeFormats everyFormat()
+constexpr auto matrix = ZXingOptions::Symbologies::Matrix;
+constexpr auto linear = ZXingOptions::Symbologies::Linear;
+
+// Without UPC-A among the formats its codes are read as what they are part of, EAN-13.
+constexpr std::array formats{
+    Format{ ZXing::BarcodeFormat::QRCode, Symbology::Qr, matrix },
+    Format{ ZXing::BarcodeFormat::DataMatrix, Symbology::DataMatrix, matrix },
+    Format{ ZXing::BarcodeFormat::EAN13, Symbology::Ean13, linear },
+    Format{ ZXing::BarcodeFormat::EAN8, Symbology::Ean8, linear },
+    Format{ ZXing::BarcodeFormat::UPCE, Symbology::UpcE, linear },
+    Format{ ZXing::BarcodeFormat::Code128, Symbology::Code128, linear },
+    Format{ ZXing::BarcodeFormat::Code39, Symbology::Code39, linear },
+    Format{ ZXing::BarcodeFormat::Code93, Symbology::Code93, linear },
+    Format{ ZXing::BarcodeFormat::Codabar, Symbology::Codabar, linear },
+    Format{ ZXing::BarcodeFormat::ITF, Symbology::Itf, linear },
+    Format{ ZXing::BarcodeFormat::Aztec, Symbology::Aztec, matrix },
+    Format{ ZXing::BarcodeFormat::PDF417, Symbology::Pdf417, matrix },
+    Format{ ZXing::BarcodeFormat::MaxiCode, Symbology::MaxiCode, matrix },
+};
+
+bool isWanted(const Format& format, ZXingOptions::Symbologies wanted)
 {
-    ZXing::BarcodeFormats formats;
-    for (const auto& [format, symbology] : symbologies) {
-        formats |= format;
-    }
-    return formats;
+    return wanted == ZXingOptions::Symbologies::All || wanted == format.group;
 }
 
-Symbology symbologyOf(ZXing::BarcodeFormat wanted)
+ZXing::BarcodeFormats formatsOf(ZXingOptions::Symbologies wanted)
 {
-    for (const auto& [format, symbology] : symbologies) {
-        if (format == wanted) {
-            return symbology;
+    ZXing::BarcodeFormats result;
+    for (const Format& format : formats) {
+        if (isWanted(format, wanted)) {
+            result |= format.library;
         }
     }
-    Q_UNREACHABLE();
+    return result;
+}
+
+std::optional<Symbology> symbologyOf(ZXing::BarcodeFormat wanted)
+{
+    for (const Format& format : formats) {
+        if (format.library == wanted) {
+            return format.symbology;
+        }
+    }
+    return std::nullopt;
 }
 
 bool isDeclaredBinary(const ZXing::Result& result)
 {
     const ZXing::ContentType content = result.contentType();
-    return result.hasECI()
-        && (content == ZXing::ContentType::Binary || content == ZXing::ContentType::Mixed
-            || content == ZXing::ContentType::UnknownECI);
+    return content == ZXing::ContentType::Binary || content == ZXing::ContentType::Mixed
+        || content == ZXing::ContentType::UnknownECI;
 }
 
 // Where no character set is declared the library guesses one, and calls every text with a control
 // character binary. Bytes that are no text come out of the guess with replacement characters or
 // with those of U+0080 to U+009F, which no text that is not UTF-8 holds.
-bool isBytes(const QString& text, const ZXing::ByteArray& bytes)
+bool isBytes(const QString& text)
 {
-    if (QUtf8StringView(bytes.data(), static_cast<qsizetype>(bytes.size())).isValidUtf8()) {
-        return false;
-    }
-    return std::any_of(text.begin(), text.end(), [](QChar c) {
-        return c == QChar::ReplacementCharacter || (c >= QChar(0x80) && c < QChar(0xA0));
+    return std::any_of(text.begin(), text.end(), [](QChar character) {
+        return character == QChar::ReplacementCharacter
+            || (character >= QChar(0x80) && character < QChar(0xA0));
     });
 }
 
 std::optional<QString> textOf(const ZXing::Result& result, Symbology symbology)
 {
-    const QString text = QString::fromStdWString(result.text());
-    if (isDeclaredBinary(result) || (!result.hasECI() && isBytes(text, result.bytes()))) {
+    const QString text = ZXingLibrary::text(result);
+    const ZXing::ByteArray& bytes = result.bytes();
+    const QUtf8StringView utf8(bytes.data(), static_cast<qsizetype>(bytes.size()));
+    if (result.hasECI() ? isDeclaredBinary(result) : !utf8.isValidUtf8() && isBytes(text)) {
         return std::nullopt;
     }
     return symbology == Symbology::UpcE ? thirteenDigits(text) : text;
 }
 
 // Noise passes for a PDF417 code of one or two characters too easily.
-bool isCredible(const BarcodeObservation& code)
+bool isCredible(const ZXing::Result& result, Symbology symbology)
 {
-    const qsizetype shortest = code.symbology == Symbology::Pdf417 ? 3 : 1;
-    return !code.payloadStringValue || code.payloadStringValue->size() >= shortest;
+    const std::size_t shortest = symbology == Symbology::Pdf417 ? 3 : 1;
+    return result.isValid() && result.bytes().size() >= shortest;
+}
+
+Trust trustOf(const ZXing::Result& result, Symbology symbology)
+{
+    switch (symbology) {
+    case Symbology::Codabar:
+    case Symbology::Code39:
+    case Symbology::UpcE:
+        return Trust::Doubtful;
+    case Symbology::Itf:
+        return result.bytes().size() < certainItf ? Trust::Doubtful : Trust::Certain;
+    default:
+        return Trust::Certain;
+    }
 }
 
 QPolygonF cornersOf(const ZXing::Position& position)
@@ -93,34 +124,38 @@ QPolygonF cornersOf(const ZXing::Position& position)
     return corners;
 }
 
-QList<BarcodeObservation> readFormats(const QImage& grey, ZXing::BarcodeFormats formats)
+QList<Reading> readFormats(
+    const PictureView& picture, ZXing::BarcodeFormats wanted, const ZXingOptions& options)
 {
-    const auto hints = ZXing::DecodeHints()
-                           .setFormats(formats)
-                           .setTryHarder(true)
-                           .setTryRotate(true)
-                           .setTryCode39ExtendedMode(true)
-                           .setReturnCodabarStartEnd(true)
+    const bool thorough = options.search == ZXingOptions::Search::Thorough;
+    const auto hints = ZXingLibrary::hints()
+                           .setFormats(wanted)
+                           .setTryHarder(thorough)
+                           .setTryRotate(thorough)
+                           .setBinarizer(options.threshold == ZXingOptions::Threshold::Local
+                                   ? ZXing::Binarizer::LocalAverage
+                                   : ZXing::Binarizer::GlobalHistogram)
+                           .setIsPure(options.subject == ZXingOptions::Subject::Drawing)
                            .setMaxNumberOfSymbols(1);
-    const ZXing::ImageView view(grey.constBits(), grey.width(), grey.height(),
-        ZXing::ImageFormat::Lum, static_cast<int>(grey.bytesPerLine()));
-    QList<BarcodeObservation> codes;
+    const ZXing::ImageView view(picture.pixels, picture.width, picture.height,
+        ZXing::ImageFormat::Lum, static_cast<int>(picture.stride));
+    QList<Reading> readings;
     for (const ZXing::Result& result : ZXing::ReadBarcodes(view, hints)) {
-        const Symbology symbology = symbologyOf(result.format());
-        BarcodeObservation code{ textOf(result, symbology), symbology,
-            cornersOf(result.position()) };
-        if (result.isValid() && isCredible(code)) {
-            codes.append(std::move(code));
+        const auto symbology = symbologyOf(result.format());
+        if (symbology && isCredible(result, *symbology)) {
+            readings.append(
+                { { textOf(result, *symbology), *symbology, cornersOf(result.position()) },
+                    trustOf(result, *symbology) });
         }
     }
-    return codes;
+    return readings;
 }
 
-std::optional<QList<BarcodeObservation>> tryFormats(
-    const QImage& grey, ZXing::BarcodeFormats formats)
+Readings tryFormats(
+    const PictureView& picture, ZXing::BarcodeFormats wanted, const ZXingOptions& options)
 {
     try {
-        return readFormats(grey, formats);
+        return readFormats(picture, wanted, options);
     } catch (const std::exception&) {
         return std::nullopt;
     }
@@ -128,17 +163,23 @@ std::optional<QList<BarcodeObservation>> tryFormats(
 
 } // namespace
 
-std::optional<QList<BarcodeObservation>> ZXingEngine::read(const QImage& grey)
+Readings readByZXing(const PictureView& picture, const ZXingOptions& options)
 {
-    auto codes = tryFormats(grey, everyFormat());
-    if (codes) {
-        return codes;
+    // Of drawings, only Data Matrix gains by it, and the reader of PDF417 spoils the heap.
+    const auto wanted = options.subject == ZXingOptions::Subject::Drawing
+        ? ZXing::BarcodeFormats(ZXing::BarcodeFormat::DataMatrix)
+        : formatsOf(options.symbologies);
+    auto readings = tryFormats(picture, wanted, options);
+    if (readings) {
+        return readings;
     }
     // One reader's exception ends all of them: let each of the others have its turn.
-    for (const auto& [format, symbology] : symbologies) {
-        auto found = tryFormats(grey, format);
-        if (found && !found->isEmpty()) {
-            return found;
+    for (const Format& format : formats) {
+        if (isWanted(format, options.symbologies)) {
+            auto found = tryFormats(picture, format.library, options);
+            if (found && !found->isEmpty()) {
+                return found;
+            }
         }
     }
     return std::nullopt;

@@ -7,9 +7,6 @@ class GreyPicture : public QObject {
 private Q_SLOTS:
     void weighsColours_data();
     void weighsColours();
-    void takesTheMeanOfSquares();
-    void dropsWhatFillsNoSquare();
-    void invertsACopy();
 };
 
 void GreyPicture::weighsColours_data()
@@ -39,38 +36,6 @@ void GreyPicture::weighsColours()
     QCOMPARE(result.format(), QImage::Format_Grayscale8);
     QCOMPARE(result.size(), picture.size());
     QCOMPARE(int(result.constScanLine(1)[2]), grey);
-}
-
-void GreyPicture::takesTheMeanOfSquares()
-{
-    QImage picture(4, 2, QImage::Format_Grayscale8);
-    picture.fill(0);
-    picture.scanLine(0)[0] = 200;
-    picture.scanLine(1)[1] = 100;
-    picture.scanLine(1)[3] = 40;
-
-    const QImage result = platform::shrunk(picture, 2);
-
-    QCOMPARE(result.size(), QSize(2, 1));
-    QCOMPARE(int(result.constScanLine(0)[0]), 75);
-    QCOMPARE(int(result.constScanLine(0)[1]), 10);
-}
-
-void GreyPicture::dropsWhatFillsNoSquare()
-{
-    QImage picture(8, 5, QImage::Format_Grayscale8);
-    picture.fill(9);
-
-    QCOMPARE(platform::shrunk(picture, 3).size(), QSize(2, 1));
-}
-
-void GreyPicture::invertsACopy()
-{
-    QImage picture(1, 1, QImage::Format_Grayscale8);
-    picture.fill(10);
-
-    QCOMPARE(int(platform::inverted(picture).constScanLine(0)[0]), 245);
-    QCOMPARE(int(picture.constScanLine(0)[0]), 10);
 }
 
 VELLUMCAP_TEST_MAIN(GreyPicture)

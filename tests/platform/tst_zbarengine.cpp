@@ -10,9 +10,13 @@ namespace {
 
 QList<platform::BarcodeObservation> codesIn(const QImage& picture)
 {
-    return platform::ZBarEngine()
-        .read(platform::greyPicture(picture))
-        .value_or(QList<platform::BarcodeObservation>());
+    const QImage grey = platform::greyPicture(picture);
+    QList<platform::BarcodeObservation> codes;
+    for (const auto& reading :
+        platform::ZBarEngine().read(platform::viewOf(grey)).value_or(QList<platform::Reading>())) {
+        codes.append(reading.code);
+    }
+    return codes;
 }
 
 } // namespace

@@ -1,0 +1,281 @@
+#include "platform/barcode/Locator.h"
+
+#include <QLineF>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+namespace platform {
+namespace {
+
+constexpr int smallestCell = 4; // pixels
+constexpr int strongEdge = 24; // least difference in brightness over two pixels
+constexpr int densest = 8; // a cell counts where one pixel in so many is an edge
+constexpr int fewestCells = 12;
+
+/// The picture in cells, and in how many of their pixels brightness changes.
+class Cells {
+public:
+    Cells(const PictureView& picture, int across);
+
+    QList<Place> places();
+
+private:
+    std::size_t index(int x, int y) const
+    {
+        return static_cast<std::size_t>(y) * static_cast<std::size_t>(m_width)
+            + static_cast<std::size_t>(x);
+    }
+    bool isIn(int x, int y) const { return x >= 0 && y >= 0 && x < m_width && y < m_height; }
+    void count();
+    void markDense();
+    std::vector<QPoint> group(QPoint start);
+    Place placeOf(const std::vector<QPoint>& group) const;
+    bool isEdge(int x, int y) const;
+
+    PictureView m_picture;
+    int m_cell;
+    int m_width;
+    int m_height;
+    std::vector<int> m_edges;
+    std::vector<char> m_dense;
+};
+
+Cells::Cells(const PictureView& picture, int across)
+    : m_picture(picture)
+    , m_cell(std::max(smallestCell, std::max(picture.width, picture.height) / across))
+    , m_width(picture.width / m_cell)
+    , m_height(picture.height / m_cell)
+    , m_edges(static_cast<std::size_t>(m_width) * static_cast<std::size_t>(m_height))
+    , m_dense(m_edges.size())
+{
+}
+
+bool Cells::isEdge(int x, int y) const
+{
+    if (x < 1 || y < 1 || x >= m_picture.width - 1 || y >= m_picture.height - 1) {
+        return false;
+    }
+    const uchar* here = m_picture.row(y) + x;
+    return std::abs(here[1] - here[-1]) + std::abs(here[m_picture.stride] - here[-m_picture.stride])
+        > strongEdge;
+}
+
+void Cells::count()
+{
+    for (int y = 1; y < std::min(m_height * m_cell, m_picture.height - 1); ++y) {
+        const uchar* above = m_picture.row(y - 1);
+        const uchar* here = m_picture.row(y);
+        const uchar* below = m_picture.row(y + 1);
+        int* edges = &m_edges[index(0, y / m_cell)];
+        for (int cell = 0; cell < m_width; ++cell) {
+            const int end = std::min((cell + 1) * m_cell, m_picture.width - 1);
+            int sum = 0;
+            for (int x = std::max(1, cell * m_cell); x < end; ++x) {
+                sum += std::abs(here[x + 1] - here[x - 1]) + std::abs(below[x] - above[x])
+                        > strongEdge
+                    ? 1
+                    : 0;
+            }
+            edges[cell] += sum;
+        }
+    }
+}
+
+// A line or the rim of a thing is dense too, but has few dense neighbours.
+void Cells::markDense()
+{
+    const int enough = m_cell * m_cell / densest;
+    constexpr int mostOfNine = 5;
+    for (int y = 0; y < m_height; ++y) {
+        for (int x = 0; x < m_width; ++x) {
+            int dense = 0;
+            for (int dy = -1; dy <= 1; ++dy) {
+                for (int dx = -1; dx <= 1; ++dx) {
+                    dense += isIn(x + dx, y + dy) && m_edges[index(x + dx, y + dy)] > enough;
+                }
+            }
+            m_dense[index(x, y)] = dense >= mostOfNine ? 1 : 0;
+        }
+    }
+}
+
+std::vector<QPoint> Cells::group(QPoint start)
+{
+    std::vector<QPoint> found{ start };
+    m_dense[index(start.x(), start.y())] = 0;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        for (int dy = -1; dy <= 1; ++dy) {
+            for (int dx = -1; dx <= 1; ++dx) {
+                const QPoint next = found[i] + QPoint(dx, dy);
+                if (isIn(next.x(), next.y()) && m_dense[index(next.x(), next.y())] != 0) {
+                    m_dense[index(next.x(), next.y())] = 0;
+                    found.push_back(next);
+                }
+            }
+        }
+    }
+    return found;
+}
+
+double cross(QPointF a, QPointF b)
+{
+    return a.x() * b.y() - a.y() * b.x();
+}
+
+// Andrew's monotone chain.
+std::vector<QPointF> hullOf(std::vector<QPointF> points)
+{
+    std::sort(points.begin(), points.end(),
+        [](QPointF a, QPointF b) { return a.x() < b.x() || (a.x() == b.x() && a.y() < b.y()); });
+    std::vector<QPointF> hull;
+    const auto add = [&hull](QPointF point, std::size_t keep) {
+        while (hull.size() >= keep + 2
+            && cross(hull.back() - hull[hull.size() - 2], point - hull.back()) <= 0) {
+            hull.pop_back();
+        }
+        hull.push_back(point);
+    };
+    for (const QPointF& point : points) {
+        add(point, 0);
+    }
+    const std::size_t lower = hull.size() - 1;
+    for (auto point = points.rbegin() + 1; point != points.rend(); ++point) {
+        add(*point, lower);
+    }
+    hull.pop_back();
+    return hull;
+}
+
+// Where the sides before and after the side from corner i meet once that side is left out, and
+// the area that this adds; a negative one when they do not meet outside.
+std::pair<QPointF, double> withoutSide(const std::vector<QPointF>& corners, std::size_t i)
+{
+    const std::size_t n = corners.size();
+    const QPointF from = corners[i];
+    const QPointF to = corners[(i + 1) % n];
+    const QPointF before = from - corners[(i + n - 1) % n];
+    const QPointF after = corners[(i + 2) % n] - to;
+    const double turn = cross(before, after);
+    if (turn <= 0) {
+        return { {}, -1 };
+    }
+    const double along = cross(to - from, after) / turn;
+    const QPointF meeting = from + before * along;
+    return { meeting, std::abs(cross(to - from, meeting - from)) / 2 };
+}
+
+// The quadrilateral around a hull that comes of leaving out side after side, each time the one
+// that adds least.
+QPolygonF quadrilateralAround(std::vector<QPointF> corners)
+{
+    while (corners.size() > 4) {
+        std::size_t best = corners.size();
+        std::pair<QPointF, double> least;
+        for (std::size_t i = 0; i < corners.size(); ++i) {
+            const auto candidate = withoutSide(corners, i);
+            if (candidate.second >= 0
+                && (best == corners.size() || candidate.second < least.second)) {
+                best = i;
+                least = candidate;
+            }
+        }
+        if (best == corners.size()) {
+            return {};
+        }
+        corners[best] = least.first;
+        corners.erase(corners.begin() + static_cast<std::ptrdiff_t>((best + 1) % corners.size()));
+    }
+    return corners.size() == 4 ? QPolygonF(QList<QPointF>(corners.begin(), corners.end()))
+                               : QPolygonF();
+}
+
+// A hull whose longest sides are far from those of a quadrilateral gets one with far corners, which
+// is none of a picture's code: then the upright rectangle has to do.
+QPolygonF outlineOf(const std::vector<QPointF>& hull)
+{
+    const QRectF box = QPolygonF(QList<QPointF>(hull.begin(), hull.end())).boundingRect();
+    const QPolygonF outline = quadrilateralAround(hull);
+    const double slack = std::min(box.width(), box.height()) / 4;
+    const bool isNear = !outline.isEmpty()
+        && box.adjusted(-slack, -slack, slack, slack).contains(outline.boundingRect());
+    return isNear ? outline
+                  : QPolygonF{ box.topLeft(), box.topRight(), box.bottomRight(), box.bottomLeft() };
+}
+
+Place Cells::placeOf(const std::vector<QPoint>& group) const
+{
+    Place place;
+    std::vector<QPointF> rims;
+    for (const QPoint cell : group) {
+        place.edges += m_edges[index(cell.x(), cell.y())];
+    }
+    // Of each row of pixels in a group's cells only its ends can belong to the hull; the cells
+    // around are looked at too, since the group has lost those at its rim.
+    std::vector<QPoint> spans(static_cast<std::size_t>(m_height), QPoint(m_width, -1));
+    for (const QPoint cell : group) {
+        for (int dy = -1; dy <= 1; ++dy) {
+            if (isIn(cell.x(), cell.y() + dy)) {
+                QPoint& span = spans[static_cast<std::size_t>(cell.y() + dy)];
+                span.setX(std::min(span.x(), std::max(0, cell.x() - 1)));
+                span.setY(std::max(span.y(), std::min(m_width - 1, cell.x() + 1)));
+            }
+        }
+    }
+    for (int y = 0; y < m_height; ++y) {
+        const QPoint span = spans[static_cast<std::size_t>(y)];
+        for (int row = y * m_cell; span.y() >= 0 && row < (y + 1) * m_cell; ++row) {
+            int left = span.x() * m_cell;
+            int right = (span.y() + 1) * m_cell - 1;
+            while (left < right && !isEdge(left, row)) {
+                ++left;
+            }
+            while (right > left && !isEdge(right, row)) {
+                --right;
+            }
+            if (left < right) {
+                rims.emplace_back(left, row);
+                rims.emplace_back(right + 1, row + 1);
+            }
+        }
+    }
+    if (rims.size() > 2) {
+        place.outline = outlineOf(hullOf(std::move(rims)));
+    }
+    return place;
+}
+
+QList<Place> Cells::places()
+{
+    count();
+    markDense();
+    QList<Place> found;
+    for (int y = 0; y < m_height; ++y) {
+        for (int x = 0; x < m_width; ++x) {
+            if (m_dense[index(x, y)] != 0) {
+                const auto cells = group({ x, y });
+                if (cells.size() >= fewestCells) {
+                    found.append(placeOf(cells));
+                }
+            }
+        }
+    }
+    return found;
+}
+
+} // namespace
+
+QList<Place> likelyPlaces(const PictureView& picture, int cellsAcross, qsizetype atMost)
+{
+    QList<Place> places = Cells(picture, cellsAcross).places();
+    places.removeIf([](const Place& place) { return place.outline.isEmpty(); });
+    std::sort(places.begin(), places.end(),
+        [](const Place& a, const Place& b) { return a.edges > b.edges; });
+    places.resize(std::min(atMost, places.size()));
+    return places;
+}
+
+} // namespace platform
