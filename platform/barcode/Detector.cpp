@@ -1,5 +1,6 @@
 #include "platform/barcode/Detector.h"
 
+#include "platform/barcode/LiveAttempts.h"
 #include "platform/barcode/Search.h"
 #include "platform/barcode/StillAttempts.h"
 
@@ -13,15 +14,20 @@ constexpr int smallestCode = 8;
 
 } // namespace
 
-std::optional<Detection> detectCodes(const QImage& grey, std::optional<LiveFrame> /*frame*/)
+std::optional<Detection> detectCodes(const QImage& grey, std::optional<LiveFrame> frame)
 {
     if (std::min(grey.width(), grey.height()) < smallestCode) {
         return Detection();
     }
     Search search(viewOf(grey));
-    searchStill(search);
+    QRect located;
+    if (frame) {
+        located = searchLive(search, *frame);
+    } else {
+        searchStill(search);
+    }
     const bool nothingBut = !search.hasFound() && search.hasFailed();
-    return nothingBut ? std::nullopt : std::optional(Detection{ search.takeCodes(), {} });
+    return nothingBut ? std::nullopt : std::optional(Detection{ search.takeCodes(), located });
 }
 
 } // namespace platform

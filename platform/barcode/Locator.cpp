@@ -12,9 +12,18 @@ namespace platform {
 namespace {
 
 constexpr int smallestCell = 4; // pixels
-constexpr int strongEdge = 24; // least difference in brightness over two pixels
-constexpr int densest = 8; // a cell counts where one pixel in so many is an edge
+constexpr int weakestEdge = 24; // difference in brightness over two pixels, across and down
+constexpr int timesMedian = 3; // noise makes edges everywhere: those of a code are stronger
+// A cell counts where so many of its pixels in a hundred are edges: few, for codes with large
+// modules; many, for codes among print.
+constexpr std::array densities{ 12, 35 };
 constexpr int fewestCells = 12;
+
+int edgeAt(const PictureView& picture, int x, int y)
+{
+    const uchar* here = picture.row(y) + x;
+    return std::abs(here[1] - here[-1]) + std::abs(here[picture.stride] - here[-picture.stride]);
+}
 
 /// The picture in cells, and in how many of their pixels brightness changes.
 class Cells {
@@ -31,12 +40,13 @@ private:
     }
     bool isIn(int x, int y) const { return x >= 0 && y >= 0 && x < m_width && y < m_height; }
     void count();
-    void markDense();
+    void markDense(int density);
     std::vector<QPoint> group(QPoint start);
     Place placeOf(const std::vector<QPoint>& group) const;
     bool isEdge(int x, int y) const;
 
     PictureView m_picture;
+    int m_strongEdge;
     int m_cell;
     int m_width;
     int m_height;
@@ -46,6 +56,7 @@ private:
 
 Cells::Cells(const PictureView& picture, int across)
     : m_picture(picture)
+    , m_strongEdge(std::max(weakestEdge, timesMedian * medianEdge(picture)))
     , m_cell(std::max(smallestCell, std::max(picture.width, picture.height) / across))
     , m_width(picture.width / m_cell)
     , m_height(picture.height / m_cell)
@@ -59,9 +70,7 @@ bool Cells::isEdge(int x, int y) const
     if (x < 1 || y < 1 || x >= m_picture.width - 1 || y >= m_picture.height - 1) {
         return false;
     }
-    const uchar* here = m_picture.row(y) + x;
-    return std::abs(here[1] - here[-1]) + std::abs(here[m_picture.stride] - here[-m_picture.stride])
-        > strongEdge;
+    return edgeAt(m_picture, x, y) > m_strongEdge;
 }
 
 void Cells::count()
@@ -76,7 +85,7 @@ void Cells::count()
             int sum = 0;
             for (int x = std::max(1, cell * m_cell); x < end; ++x) {
                 sum += std::abs(here[x + 1] - here[x - 1]) + std::abs(below[x] - above[x])
-                        > strongEdge
+                        > m_strongEdge
                     ? 1
                     : 0;
             }
@@ -86,9 +95,9 @@ void Cells::count()
 }
 
 // A line or the rim of a thing is dense too, but has few dense neighbours.
-void Cells::markDense()
+void Cells::markDense(int density)
 {
-    const int enough = m_cell * m_cell / densest;
+    const int enough = m_cell * m_cell * density / 100;
     constexpr int mostOfNine = 5;
     for (int y = 0; y < m_height; ++y) {
         for (int x = 0; x < m_width; ++x) {
@@ -209,10 +218,12 @@ QPolygonF outlineOf(const std::vector<QPointF>& hull)
 Place Cells::placeOf(const std::vector<QPoint>& group) const
 {
     Place place;
+    double edges = 0;
     std::vector<QPointF> rims;
     for (const QPoint cell : group) {
-        place.edges += m_edges[index(cell.x(), cell.y())];
+        edges += m_edges[index(cell.x(), cell.y())];
     }
+    place.likelihood = edges * edges / static_cast<double>(group.size());
     // Of each row of pixels in a group's cells only its ends can belong to the hull; the cells
     // around are looked at too, since the group has lost those at its rim.
     std::vector<QPoint> spans(static_cast<std::size_t>(m_height), QPoint(m_width, -1));
@@ -248,17 +259,36 @@ Place Cells::placeOf(const std::vector<QPoint>& group) const
     return place;
 }
 
+// Whether one is found again at another density.
+bool isSame(const Place& a, const Place& b)
+{
+    const QRectF first = a.outline.boundingRect();
+    const QRectF second = b.outline.boundingRect();
+    const QRectF common = first & second;
+    const QRectF both = first | second;
+    return common.width() * common.height() > 0.7 * both.width() * both.height();
+}
+
 QList<Place> Cells::places()
 {
     count();
-    markDense();
     QList<Place> found;
-    for (int y = 0; y < m_height; ++y) {
-        for (int x = 0; x < m_width; ++x) {
-            if (m_dense[index(x, y)] != 0) {
+    for (const int density : densities) {
+        markDense(density);
+        for (int y = 0; y < m_height; ++y) {
+            for (int x = 0; x < m_width; ++x) {
+                if (m_dense[index(x, y)] == 0) {
+                    continue;
+                }
                 const auto cells = group({ x, y });
-                if (cells.size() >= fewestCells) {
-                    found.append(placeOf(cells));
+                if (cells.size() < fewestCells) {
+                    continue;
+                }
+                const Place place = placeOf(cells);
+                const bool isKnown = std::any_of(found.begin(), found.end(),
+                    [&place](const Place& other) { return isSame(place, other); });
+                if (!isKnown && !place.outline.isEmpty()) {
+                    found.append(place);
                 }
             }
         }
@@ -271,11 +301,28 @@ QList<Place> Cells::places()
 QList<Place> likelyPlaces(const PictureView& picture, int cellsAcross, qsizetype atMost)
 {
     QList<Place> places = Cells(picture, cellsAcross).places();
-    places.removeIf([](const Place& place) { return place.outline.isEmpty(); });
     std::sort(places.begin(), places.end(),
-        [](const Place& a, const Place& b) { return a.edges > b.edges; });
+        [](const Place& a, const Place& b) { return a.likelihood > b.likelihood; });
     places.resize(std::min(atMost, places.size()));
     return places;
+}
+
+int medianEdge(const PictureView& picture)
+{
+    constexpr int spacing = 7;
+    std::array<int, 2 * 255 + 1> counts{};
+    int all = 0;
+    for (int y = 1; y < picture.height - 1; y += spacing) {
+        for (int x = 1; x < picture.width - 1; x += spacing) {
+            ++counts[static_cast<std::size_t>(edgeAt(picture, x, y))];
+            ++all;
+        }
+    }
+    int edge = 0;
+    for (int below = counts[0]; 2 * below < all;) {
+        below += counts[static_cast<std::size_t>(++edge)];
+    }
+    return edge;
 }
 
 } // namespace platform

@@ -160,6 +160,10 @@ bool Search::isConfirmed(const BarcodeObservation& code, const PictureView& pixe
     if (isReadIn(changed.view(), code)) {
         return true;
     }
+    // What ZBar tells about the place of a stacked code does not cover all of it.
+    if (code.symbology != Symbology::DataBar && code.symbology != Symbology::DataBarExpanded) {
+        return false;
+    }
     PictureFilters::sharpen(pixels, 2, changed);
     return isReadIn(changed.view(), code);
 }
@@ -171,7 +175,10 @@ bool Search::isReadIn(const PictureView& view, const BarcodeObservation& code)
             && std::any_of(readings->begin(), readings->end(),
                 [&code](const Reading& reading) { return isSame(code, reading.code); });
     };
-    return !view.isEmpty() && (holds(zbar().read(view)) || holds(platform::readByZXing(view)));
+    ZXingOptions linear;
+    linear.symbologies = ZXingOptions::Symbologies::Linear;
+    return !view.isEmpty()
+        && (holds(platform::readByZXing(view, linear)) || holds(zbar().read(view)));
 }
 
 } // namespace platform

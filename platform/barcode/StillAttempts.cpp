@@ -45,6 +45,11 @@ void readEqualisedPlaces(Search& search)
     }
 }
 
+void readEqualised(Search& search)
+{
+    search.readByZXing(search.filtered(search.base(), filters::equalise));
+}
+
 void readEqualisedSharpened(Search& search)
 {
     search.readByZXing(
@@ -190,6 +195,7 @@ void readTurned(Search& search)
 constexpr std::array attempts{
     StillAttempt{ "as it is", readPlain },
     StillAttempt{ "places, equalised", readEqualisedPlaces },
+    StillAttempt{ "equalised", readEqualised },
     StillAttempt{ "half size", readHalved },
     StillAttempt{ "half size, blurred", readHalvedBlurred },
     StillAttempt{ "blurred", readBlurred },
@@ -212,8 +218,8 @@ constexpr std::array attempts{
 // tried in every way.
 std::chrono::milliseconds budget(const PictureView& picture)
 {
-    constexpr qint64 least = 100;
-    constexpr qint64 eachMegapixel = 75;
+    constexpr qint64 least = 300;
+    constexpr qint64 eachMegapixel = 60;
     return std::chrono::milliseconds(
         least + eachMegapixel * picture.width * picture.height / 1'000'000);
 }

@@ -106,6 +106,8 @@ Trust trustOf(const ZXing::Result& result, Symbology symbology)
     switch (symbology) {
     case Symbology::Codabar:
     case Symbology::Code39:
+    case Symbology::Ean8:
+    case Symbology::Ean13:
     case Symbology::UpcE:
         return Trust::Doubtful;
     case Symbology::Itf:

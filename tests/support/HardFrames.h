@@ -1,0 +1,59 @@
+#pragma once
+
+#include "platform/barcode/BarcodeObservation.h"
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+#include <random>
+
+namespace support {
+
+/// What a camera sees where there is no code. Dusk: shapes and much noise.
+enum class Ground { Plain, Clouds, Text, Shapes, Dusk };
+
+/// A code in the hand of someone who holds it before a camera: what makes it hard to read.
+struct HardCode {
+    platform::Symbology symbology = platform::Symbology::Qr;
+    double height = 0.25; ///< without its quiet zone, as a share of the frame's
+    double blur = 0; ///< standard deviation in pixels
+    double noise = 0; ///< standard deviation in levels of grey
+    bool isTurned = false; ///< by any angle
+    bool isSlanted = false; ///< seen from aside
+    bool isMirrored = false;
+    bool isInverted = false;
+};
+
+/// Successive frames of one scene, in which a hand trembles.
+struct HardScene {
+    QList<QImage> frames; ///< of Format_Grayscale8
+    QString text;
+};
+
+/// Makes camera frames; the same seed makes the same frames.
+class HardFrames {
+public:
+    explicit HardFrames(quint32 seed)
+        : m_random(seed)
+    {
+    }
+
+    QImage ground(QSize size, Ground kind);
+    /// The code stands anywhere in the frame, on any ground.
+    HardScene scene(QSize size, const HardCode& code, int frames);
+
+private:
+    double between(double least, double most);
+    int below(int bound);
+    double normal();
+    QString textFor(platform::Symbology symbology);
+    QImage clouds(QSize size);
+    void write(QImage& page);
+    void scatter(QImage& picture);
+    void addNoise(QImage& picture, double deviation);
+
+    std::mt19937 m_random;
+};
+
+} // namespace support
