@@ -1,11 +1,19 @@
 // Reads the codes of every picture in the given folders and prints `path<TAB>text`, control
 // characters escaped as in JSON. Where NAME.txt stands beside a picture it is the text to expect;
-// a picture without one, in a folder whose name begins with "falsepositives", must give nothing.
+// a picture in a folder whose name begins with "falsepositives" must give nothing. A table on the
+// error output compares with each library by itself, asked once with its options on, in
+// milliseconds of processor time.
+//   decode_pictures [--noise N] [FOLDER...]
+// --noise adds N made pictures of natural noise, in which nothing may be found either.
 
-#include "platform/barcode/DetectBarcodesRequest.h"
+#include "platform/barcode/Detector.h"
+#include "platform/barcode/GreyPicture.h"
+#include "platform/barcode/ZBarEngine.h"
+#include "platform/barcode/ZXingEngine.h"
+#include "tests/support/HardFrames.h"
 
+#include <QCommandLineParser>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -13,31 +21,85 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <ctime>
 #include <optional>
 
 namespace {
 
+using Codes = QList<platform::BarcodeObservation>;
+
+struct Engine {
+    const char* name;
+    Codes (*read)(const QImage& grey);
+};
+
+Codes codesOf(const platform::Readings& readings)
+{
+    Codes codes;
+    for (const auto& reading : readings.value_or(QList<platform::Reading>())) {
+        codes.append(reading.code);
+    }
+    return codes;
+}
+
+Codes byDetector(const QImage& grey)
+{
+    const auto detection = platform::detectCodes(grey, std::nullopt);
+    return detection ? detection->codes : Codes();
+}
+
+Codes byZXing(const QImage& grey)
+{
+    return codesOf(platform::readByZXing(platform::viewOf(grey)));
+}
+
+Codes byZBar(const QImage& grey)
+{
+    return codesOf(platform::ZBarEngine().read(platform::viewOf(grey)));
+}
+
+constexpr std::array engines{
+    Engine{ "this detector", byDetector },
+    Engine{ "ZXing alone", byZXing },
+    Engine{ "ZBar alone", byZBar },
+};
+
 struct Tally {
-    int pictures = 0;
-    int expected = 0; // pictures with a text to expect
     int right = 0;
     int wrong = 0;
     int found = 0;
     double milliseconds = 0;
     double slowest = 0;
+};
 
-    void operator+=(const Tally& other)
+struct Summary {
+    int pictures = 0;
+    int expected = 0; ///< pictures with a text to expect
+    std::array<Tally, engines.size()> tallies;
+
+    void operator+=(const Summary& other)
     {
         pictures += other.pictures;
         expected += other.expected;
-        right += other.right;
-        wrong += other.wrong;
-        found += other.found;
-        milliseconds += other.milliseconds;
-        slowest = std::max(slowest, other.slowest);
+        for (std::size_t i = 0; i < tallies.size(); ++i) {
+            tallies[i].right += other.tallies[i].right;
+            tallies[i].wrong += other.tallies[i].wrong;
+            tallies[i].found += other.tallies[i].found;
+            tallies[i].milliseconds += other.tallies[i].milliseconds;
+            tallies[i].slowest = std::max(tallies[i].slowest, other.tallies[i].slowest);
+        }
     }
 };
+
+double milliseconds()
+{
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
+}
 
 QByteArray escaped(const QString& text)
 {
@@ -54,7 +116,7 @@ std::optional<QString> expectedText(const QFileInfo& picture)
     return QString::fromUtf8(file.readAll());
 }
 
-QByteArray described(const QList<platform::BarcodeObservation>& codes)
+QByteArray described(const Codes& codes)
 {
     if (codes.isEmpty()) {
         return {};
@@ -63,49 +125,77 @@ QByteArray described(const QList<platform::BarcodeObservation>& codes)
     return text ? escaped(*text) : QByteArrayLiteral("(no text)");
 }
 
-Tally examined(const QFileInfo& picture)
+Summary examined(const QImage& grey, const QString& path, const std::optional<QString>& expected)
 {
-    const QImage bitmap(picture.filePath());
-    platform::DetectBarcodesRequest request(nullptr);
-    QElapsedTimer clock;
-    clock.start();
-    platform::ImageRequestHandler(bitmap).perform(request);
-    Tally tally;
-    tally.pictures = 1;
-    tally.milliseconds = tally.slowest = double(clock.nsecsElapsed()) / 1e6;
-    tally.found = request.results().isEmpty() ? 0 : 1;
-    const auto expected = expectedText(picture);
-    if (expected) {
-        tally.expected = 1;
+    Summary summary;
+    summary.pictures = 1;
+    summary.expected = expected ? 1 : 0;
+    for (std::size_t i = 0; i < engines.size(); ++i) {
+        Tally& tally = summary.tallies[i];
+        const double before = milliseconds();
+        const Codes codes = engines[i].read(grey);
+        tally.milliseconds = tally.slowest = milliseconds() - before;
+        tally.found = codes.isEmpty() ? 0 : 1;
         const bool right
-            = tally.found == 1 && request.results().first().payloadStringValue == expected;
+            = expected && !codes.isEmpty() && codes.first().payloadStringValue == expected;
         tally.right = right ? 1 : 0;
-        tally.wrong = tally.found == 1 && !right ? 1 : 0;
+        tally.wrong = expected && !codes.isEmpty() && !right ? 1 : 0;
+        if (i == 0) {
+            std::printf("%s\t%s\n", qPrintable(path), described(codes).data());
+        }
     }
-    std::printf("%s\t%s\n", qPrintable(picture.filePath()), described(request.results()).data());
-    return tally;
+    return summary;
 }
 
-void report(const QString& name, const Tally& tally)
+void printHeading()
 {
-    std::fprintf(stderr, "%-24s %4d pictures, %4d of %4d right, %3d wrong, %4d found, ",
-        qPrintable(name), tally.pictures, tally.right, tally.expected, tally.wrong, tally.found);
-    std::fprintf(stderr, "%7.1f ms each, slowest %7.1f ms\n",
-        tally.milliseconds / std::max(1, tally.pictures), tally.slowest);
+    std::fprintf(stderr, "%-22s %4s %4s", "", "pict", "text");
+    for (const Engine& engine : engines) {
+        std::fprintf(stderr, " | %-34s", engine.name);
+    }
+    std::fprintf(stderr, "\n%-32s", "");
+    for (std::size_t i = 0; i < engines.size(); ++i) {
+        std::fprintf(stderr, " | right wrong found    ms   slowest ");
+    }
+    std::fprintf(stderr, "\n");
 }
 
-Tally examinedFolder(const QDir& folder)
+void print(const QString& name, const Summary& summary)
+{
+    std::fprintf(stderr, "%-22s %4d %4d", qPrintable(name), summary.pictures, summary.expected);
+    for (const Tally& tally : summary.tallies) {
+        std::fprintf(stderr, " | %5d %5d %5d %7.1f %8.1f ", tally.right, tally.wrong, tally.found,
+            tally.milliseconds / std::max(1, summary.pictures), tally.slowest);
+    }
+    std::fprintf(stderr, "\n");
+}
+
+Summary examinedFolder(const QDir& folder)
 {
     QStringList patterns;
     for (const QByteArray& format : QImageReader::supportedImageFormats()) {
         patterns.append(QStringLiteral("*.") + QString::fromLatin1(format));
     }
-    Tally tally;
+    Summary summary;
     for (const QFileInfo& picture : folder.entryInfoList(patterns, QDir::Files, QDir::Name)) {
-        tally += examined(picture);
+        summary += examined(platform::greyPicture(QImage(picture.filePath())), picture.filePath(),
+            expectedText(picture));
     }
-    report(folder.dirName(), tally);
-    return tally;
+    print(folder.dirName(), summary);
+    return summary;
+}
+
+Summary examinedNoise(int pictures)
+{
+    support::HardFrames maker(1);
+    Summary summary;
+    for (int i = 0; i < pictures; ++i) {
+        const QSize size(240 + 40 * (i % 11), 180 + 30 * (i % 7));
+        summary += examined(maker.ground(size, support::Ground::Clouds),
+            QStringLiteral("noise-%1").arg(i), std::nullopt);
+    }
+    print(QStringLiteral("noise"), summary);
+    return summary;
 }
 
 } // namespace
@@ -114,10 +204,19 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
-    Tally total;
-    for (const QString& folder : QGuiApplication::arguments().mid(1)) {
+    QCommandLineParser parser;
+    const QCommandLineOption noise(
+        QStringLiteral("noise"), {}, QStringLiteral("N"), QStringLiteral("0"));
+    parser.addOption(noise);
+    parser.process(application);
+    printHeading();
+    Summary total;
+    for (const QString& folder : parser.positionalArguments()) {
         total += examinedFolder(QDir(folder));
     }
-    report(QStringLiteral("all"), total);
+    if (parser.value(noise).toInt() > 0) {
+        total += examinedNoise(parser.value(noise).toInt());
+    }
+    print(QStringLiteral("all"), total);
     return 0;
 }

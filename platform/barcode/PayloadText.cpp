@@ -34,6 +34,19 @@ std::optional<QString> fromShiftJis(QByteArrayView bytes)
     return isComplete ? std::optional(text) : std::nullopt;
 }
 
+// JIS X 0201 has no bytes of its own: its katakana are the letters of ISO 8859-1, of which a word
+// of the latter hardly ever holds four in succession that are also all below E0.
+bool holdsHalfWidthWord(const QString& text)
+{
+    constexpr int shortestWord = 4;
+    int length = 0;
+    return std::any_of(text.begin(), text.end(), [&length](QChar character) {
+        const bool isHalfWidth = character >= QChar(0xFF61) && character <= QChar(0xFF9F);
+        length = isHalfWidth ? length + 1 : 0;
+        return length >= shortestWord;
+    });
+}
+
 } // namespace
 
 std::optional<QString> payloadText(QByteArrayView bytes)
@@ -41,10 +54,13 @@ std::optional<QString> payloadText(QByteArrayView bytes)
     if (QUtf8StringView(bytes.data(), bytes.size()).isValidUtf8()) {
         return QString::fromUtf8(bytes);
     }
-    if (std::all_of(bytes.begin(), bytes.end(), isAssignedInLatin)) {
-        return QString::fromLatin1(bytes);
+    const auto japanese = fromShiftJis(bytes);
+    if (japanese && holdsHalfWidthWord(*japanese)) {
+        return japanese;
     }
-    return fromShiftJis(bytes);
+    return std::all_of(bytes.begin(), bytes.end(), isAssignedInLatin)
+        ? std::optional(QString::fromLatin1(bytes))
+        : japanese;
 }
 
 } // namespace platform

@@ -294,7 +294,7 @@ void thresholdLocally(const PictureView& from, int radius, PictureBuffer& to)
 void equalise(const PictureView& from, PictureBuffer& to)
 {
     to.resize(from.width, from.height);
-    if (std::min(from.width, from.height) < tiles) {
+    if (std::min(from.width, from.height) < 2 * tiles) {
         for (int y = 0; y < from.height; ++y) {
             std::copy_n(from.row(y), from.width, to.row(y));
         }

@@ -5,11 +5,13 @@
 #include <QLineF>
 
 #include <algorithm>
+#include <cmath>
 
 namespace platform {
 namespace {
 
 constexpr int largestBase = 2016; // pixels a side
+constexpr double largestConfirmed = 300'000; // pixels, of what a doubtful code is read in again
 constexpr int cellsAcross = 120;
 constexpr qsizetype mostPlaces = 3;
 constexpr double largestRectified = 900; // pixels
@@ -147,25 +149,39 @@ bool Search::isConfirmed(const BarcodeObservation& code, const PictureView& pixe
 {
     const auto isSameCode
         = [&code](const BarcodeObservation& other) { return isSame(code, other); };
-    if (std::any_of(m_doubtful.begin(), m_doubtful.end(), isSameCode)) {
+    // The bars of other codes pass for the shortest code of all again and again.
+    const bool isShortest = code.symbology == Symbology::UpcE;
+    if (!isShortest && std::any_of(m_doubtful.begin(), m_doubtful.end(), isSameCode)) {
         return true;
     }
     m_doubtful.append(code);
-    // Other pixels of the same code: what chance has read is gone.
+    // Other pixels of the same code: what chance has read is gone. What ZBar tells about the place
+    // of a stacked code does not cover all of it.
+    const bool isDataBar
+        = code.symbology == Symbology::DataBar || code.symbology == Symbology::DataBarExpanded;
     const QRect box = code.corners.boundingRect().toAlignedRect();
     const int margin = std::max({ box.width(), box.height(), 16 }) / 2;
-    const PictureView part = pixels.cropped(box.adjusted(-margin, -margin, margin, margin));
-    PictureBuffer changed;
-    PictureFilters::resample(part, scaled(part, 2), changed);
-    if (isReadIn(changed.view(), code)) {
-        return true;
-    }
-    // What ZBar tells about the place of a stacked code does not cover all of it.
-    if (code.symbology != Symbology::DataBar && code.symbology != Symbology::DataBarExpanded) {
+    const PictureView part
+        = isDataBar ? pixels : pixels.cropped(box.adjusted(-margin, -margin, margin, margin));
+    if (part.isEmpty()) {
         return false;
     }
-    PictureFilters::sharpen(pixels, 2, changed);
-    return isReadIn(changed.view(), code);
+    const double scale = std::min(2.0, std::sqrt(largestConfirmed / part.width / part.height));
+    PictureBuffer larger;
+    PictureBuffer sharp;
+    PictureFilters::resample(part, scaled(part, scale), larger);
+    PictureFilters::sharpen(part, 2, sharp);
+    if (isReadIn(larger.view(), code)) {
+        return true;
+    }
+    if (isShortest) {
+        return false;
+    }
+    if (isReadIn(sharp.view(), code)) {
+        return true;
+    }
+    PictureFilters::sharpen(larger.view(), 8, sharp);
+    return isReadIn(sharp.view(), code);
 }
 
 bool Search::isReadIn(const PictureView& view, const BarcodeObservation& code)
@@ -177,8 +193,7 @@ bool Search::isReadIn(const PictureView& view, const BarcodeObservation& code)
     };
     ZXingOptions linear;
     linear.symbologies = ZXingOptions::Symbologies::Linear;
-    return !view.isEmpty()
-        && (holds(platform::readByZXing(view, linear)) || holds(zbar().read(view)));
+    return holds(platform::readByZXing(view, linear)) || holds(zbar().read(view));
 }
 
 } // namespace platform

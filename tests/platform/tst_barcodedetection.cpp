@@ -1,11 +1,14 @@
 #include "platform/barcode/DetectBarcodesRequest.h"
 #include "tests/support/DrawnCode.h"
+#include "tests/support/HardFrames.h"
 #include "tests/support/TestMain.h"
 
 #include <QPainter>
 #include <QRandomGenerator>
 #include <QThread>
 #include <QTransform>
+
+#include <array>
 
 using platform::BarcodeObservation;
 using platform::DetectBarcodesRequest;
@@ -41,6 +44,34 @@ QImage noise(QSize size)
     return picture;
 }
 
+// "ABC", ISO/IEC 16022, the smallest of all symbols: its writer draws square ones only.
+QImage oblongDataMatrix()
+{
+    constexpr std::array rows{
+        "#.#.#.#.#.#.#.#.#.",
+        "#.##.....#.####..#",
+        "#....#..##........",
+        "#.####..######..##",
+        "#....##.###.###...",
+        "#...#.#.##.#..#.##",
+        "###.....#...#...#.",
+        "##################",
+    };
+    constexpr int modulePixels = 4;
+    QImage picture(20 * modulePixels, 10 * modulePixels, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    QPainter painter(&picture);
+    painter.scale(modulePixels, modulePixels);
+    for (int y = 0; y < 8; ++y) {
+        for (int x = 0; x < 18; ++x) {
+            if (rows[std::size_t(y)][x] == '#') {
+                painter.fillRect(x + 1, y + 1, 1, 1, Qt::black);
+            }
+        }
+    }
+    return picture;
+}
+
 // The code's own outline, without the quiet zone that drawnCode() puts around it.
 QRectF codeRect(const QImage& code, QPoint at, int modulePixels)
 {
@@ -70,6 +101,11 @@ private Q_SLOTS:
     void readsWhatWasMirroredForShow();
     void tellsWhereTheCodeIs_data();
     void tellsWhereTheCodeIs();
+    void readsCodesAside_data();
+    void readsCodesAside();
+    void readsWithoutQuietZone();
+    void readsSlantedAztec();
+    void findsNothingInNaturalNoise();
     void findsNothing_data();
     void findsNothing();
     void refusesANullBitmap();
@@ -287,6 +323,70 @@ void BarcodeDetection::tellsWhereTheCodeIs()
     QVERIFY(isNear(corners.at(1), expected.topRight()));
     QVERIFY(isNear(corners.at(2), expected.bottomRight()));
     QVERIFY(isNear(corners.at(3), expected.bottomLeft()));
+}
+
+void BarcodeDetection::readsCodesAside_data()
+{
+    QTest::addColumn<QImage>("code");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("Aztec") << drawnCode(Symbology::Aztec, QStringLiteral("aside"))
+                           << QStringLiteral("aside");
+    QTest::newRow("Data Matrix") << drawnCode(Symbology::DataMatrix, QStringLiteral("aside"))
+                                 << QStringLiteral("aside");
+    QTest::newRow("Data Matrix, 8 x 18") << oblongDataMatrix() << QStringLiteral("ABC");
+    QTest::newRow("QR") << drawnCode(Symbology::Qr, QStringLiteral("aside"))
+                        << QStringLiteral("aside");
+}
+
+void BarcodeDetection::readsCodesAside()
+{
+    QFETCH(QImage, code);
+    QFETCH(QString, text);
+    QImage picture(900, 700, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    QPainter(&picture).drawImage(20, 20, code);
+
+    QCOMPARE(textIn(picture), text);
+}
+
+void BarcodeDetection::readsWithoutQuietZone()
+{
+    const QImage code = drawnCode(Symbology::Qr, QStringLiteral("to the border"));
+
+    QCOMPARE(
+        textIn(code.copy(code.rect().adjusted(40, 40, -40, -40))), QStringLiteral("to the border"));
+}
+
+// An engine that follows such a code from its middle loses its way.
+void BarcodeDetection::readsSlantedAztec()
+{
+    const QString text = QStringLiteral("slanted ").repeated(12);
+    const QImage code = drawnCode(Symbology::Aztec, text, 5);
+    const double side = code.width();
+    QTransform slant;
+    QVERIFY(QTransform::quadToQuad(QPolygonF(QRectF(code.rect())).mid(0, 4),
+        QPolygonF{ QPointF(60, 20), QPointF(side * 0.9, 0), QPointF(side, side * 0.75),
+            QPointF(0, side * 0.95) },
+        slant));
+    QImage picture(code.width() + 60, code.height() + 60, QImage::Format_RGB32);
+    picture.fill(Qt::white);
+    QPainter painter(&picture);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.setTransform(slant);
+    painter.drawImage(0, 0, code);
+    painter.end();
+
+    QCOMPARE(textIn(picture), text);
+}
+
+void BarcodeDetection::findsNothingInNaturalNoise()
+{
+    support::HardFrames maker(1);
+    for (int i = 0; i < 100; ++i) {
+        const QImage picture = maker.ground(QSize(160 + i, 120), support::Ground::Clouds);
+        QVERIFY2(codesIn(picture).isEmpty(), qPrintable(QString::number(i)));
+    }
 }
 
 void BarcodeDetection::findsNothing_data()

@@ -75,23 +75,53 @@ void SamplePictures::readsAtLeastWhatItDid_data()
     const auto row = [](const char* folder, int atLeast) {
         QTest::newRow(folder) << QString::fromLatin1(folder) << atLeast;
     };
-    row("aztec-1", 10);
+    row("aztec-1", 12);
+    row("aztec-2", 7);
+    row("codabar-1", 5);
+    row("codabar-2", 1);
+    row("code128-1", 1);
     row("code128-2", 6);
+    row("code128-3", 1);
+    row("code39-1", 1);
+    row("code39-2", 2);
+    row("code39-3", 2);
+    row("datamatrix-1", 10);
     row("datamatrix-2", 10);
+    row("datamatrix-3", 11);
     row("datamatrix-4", 11);
-    row("ean13-1", 9);
+    row("datamatrix-5", 1);
+    row("ean13-1", 10);
+    row("ean13-2", 6);
+    row("ean13-3", 4);
     row("ean13-4", 7);
+    row("ean8-1", 4);
     row("itf-1", 7);
+    row("itf-2", 2);
     row("maxicode-1", 7);
+    row("pdf417-1", 12);
     row("pdf417-2", 11);
+    row("pdf417-3", 8);
     row("qrcode-1", 4);
-    row("qrcode-2", 19);
+    row("qrcode-2", 22);
     row("qrcode-3", 9);
-    row("qrcode-4", 9);
+    row("qrcode-4", 11);
     row("qrcode-5", 4);
     row("qrcode-6", 8);
     row("rss14-1", 6);
+    row("rss14-2", 6);
     row("rssexpanded-1", 23);
+    row("rssexpanded-2", 4);
+    row("rssexpanded-3", 49);
+    row("rssexpandedstacked-1", 26);
+    row("rssexpandedstacked-2", 1);
+    row("upca-1", 2);
+    row("upca-2", 10);
+    row("upca-3", 2);
+    row("upca-4", 7);
+    row("upca-5", 7);
+    row("upce-1", 2);
+    row("upce-2", 5);
+    row("upce-3", 7);
 }
 
 void SamplePictures::readsAtLeastWhatItDid()

@@ -4,6 +4,7 @@
 #include <QPainter>
 
 #include <ZXing/BitMatrix.h>
+#include <ZXing/CharacterSet.h>
 #include <ZXing/MultiFormatWriter.h>
 #include <numeric>
 #include <stdexcept>
@@ -107,6 +108,16 @@ QImage drawnCode(platform::Symbology symbology, const QByteArray& bytes, int mod
     } catch (const std::exception&) {
         return {};
     }
+}
+
+QImage drawnQRCode(const QString& text, const QByteArray& characterSet, int modulePixels)
+{
+    const ZXing::BitMatrix modules
+        = ZXing::MultiFormatWriter(ZXing::BarcodeFormat::QRCode)
+              .setEncoding(ZXing::CharacterSetFromString(characterSet.toStdString()))
+              .setMargin(0)
+              .encode(text.toStdWString(), 0, 0);
+    return drawn(modules, modulePixels, false);
 }
 
 QImage drawnBars(const QByteArray& widths, int modulePixels)

@@ -17,6 +17,9 @@ QImage drawnCode(platform::Symbology symbology, const QString& text, int moduleP
 /// The same for a payload that need not be text.
 QImage drawnCode(platform::Symbology symbology, const QByteArray& bytes, int modulePixels = 4);
 
+/// A QR code that declares its character set (ECI), one of those that AIM ITS/04-023 numbers.
+QImage drawnQRCode(const QString& text, const QByteArray& characterSet, int modulePixels = 4);
+
 /// A linear code given as the widths of its bars and spaces, in modules, beginning with a space.
 QImage drawnBars(const QByteArray& widths, int modulePixels = 4);
 

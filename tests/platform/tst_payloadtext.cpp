@@ -1,0 +1,200 @@
+#include "platform/barcode/GreyPicture.h"
+#include "platform/barcode/PayloadText.h"
+#include "platform/barcode/ZBarEngine.h"
+#include "platform/barcode/ZXingEngine.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/TestMain.h"
+
+#include <QStringEncoder>
+
+#include <random>
+
+using platform::Symbology;
+using support::drawnCode;
+
+namespace {
+
+QByteArray inShiftJis(const QString& text)
+{
+    QStringEncoder encoder("Shift_JIS");
+    return encoder(text);
+}
+
+// "No reading" and "no text" apart.
+QString textOf(const platform::Readings& readings)
+{
+    return readings && !readings->isEmpty()
+        ? readings->first().code.payloadStringValue.value_or(QStringLiteral("(no text)"))
+        : QStringLiteral("(unread)");
+}
+
+QString byZXing(const QImage& picture)
+{
+    const QImage grey = platform::greyPicture(picture);
+    return textOf(platform::readByZXing(platform::viewOf(grey)));
+}
+
+QString byZBar(const QImage& picture)
+{
+    const QImage grey = platform::greyPicture(picture);
+    return textOf(platform::ZBarEngine().read(platform::viewOf(grey)));
+}
+
+} // namespace
+
+/// A code has one text, whichever engine reads it.
+class PayloadText : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void findsTheCharacterSet_data();
+    void findsTheCharacterSet();
+    void takesNoBytesForText_data();
+    void takesNoBytesForText();
+    void isTheSameInBothEngines_data();
+    void isTheSameInBothEngines();
+    void heedsADeclaredCharacterSet_data();
+    void heedsADeclaredCharacterSet();
+    void agreesOnRandomText_data();
+    void agreesOnRandomText();
+};
+
+void PayloadText::findsTheCharacterSet_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("nothing") << QByteArray("") << QString();
+    QTest::newRow("ASCII") << QByteArray("plain") << QStringLiteral("plain");
+    QTest::newRow("UTF-8") << QByteArray("Gr\xC3\xBC\xC3\x9F") << QStringLiteral("Grüß");
+    QTest::newRow("ISO 8859-1") << QByteArray("caf\xE9 cr\xE8me") << QStringLiteral("café crème");
+    QTest::newRow("pairs of umlauts")
+        << QByteArray("\xDC\xD6\xC4 \xFC\xF6\xE4\xDF") << QStringLiteral("ÜÖÄ üöäß");
+    QTest::newRow("Shift JIS") << inShiftJis(QStringLiteral("こんにちは世界"))
+                               << QStringLiteral("こんにちは世界");
+    QTest::newRow("half-width") << inShiftJis(QStringLiteral("ﾃﾞｻﾞｲﾝQR\r\nhttp://example.org/"))
+                                << QStringLiteral("ﾃﾞｻﾞｲﾝQR\r\nhttp://example.org/");
+    QTest::newRow("separator") << QByteArray("a\x1D"
+                                             "b")
+                               << QStringLiteral("a\u001Db");
+}
+
+void PayloadText::findsTheCharacterSet()
+{
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, text);
+
+    QCOMPARE(platform::payloadText(bytes), text);
+}
+
+void PayloadText::takesNoBytesForText_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+
+    QTest::newRow("compressed") << QByteArray("\x78\x9C\xC5\x99\x5B\x8F\x9A\x40\x14", 9);
+    QTest::newRow("half a character") << QByteArray("\x82\xB1\x82");
+    QTest::newRow("picture") << QByteArray("\x89PNG\r\n\x1A\n", 8);
+    QTest::newRow("random") << QByteArray::fromHex("80ff01fe9d0290");
+}
+
+void PayloadText::takesNoBytesForText()
+{
+    QFETCH(QByteArray, bytes);
+
+    QCOMPARE(platform::payloadText(bytes), std::nullopt);
+}
+
+void PayloadText::isTheSameInBothEngines_data()
+{
+    QTest::addColumn<Symbology>("symbology");
+    QTest::addColumn<QByteArray>("payload");
+    QTest::addColumn<QString>("text");
+
+    const auto qr = [](const char* name, const QByteArray& payload, const QString& text) {
+        QTest::newRow(name) << Symbology::Qr << payload << text;
+    };
+    qr("QR, UTF-8", QStringLiteral("Grüße, 日本語").toUtf8(), QStringLiteral("Grüße, 日本語"));
+    qr("QR, ISO 8859-1", "caf\xE9 cr\xE8me", QStringLiteral("café crème"));
+    qr("QR, Shift JIS", inShiftJis(QStringLiteral("漢字とかな")), QStringLiteral("漢字とかな"));
+    qr("QR, half-width", inShiftJis(QStringLiteral("ﾃﾞｻﾞｲﾝ")), QStringLiteral("ﾃﾞｻﾞｲﾝ"));
+    qr("QR, bytes", QByteArray("\x78\x9C\xC5\x99\x5B\x8F\x9A\x40\x14", 9),
+        QStringLiteral("(no text)"));
+    QTest::newRow("UPC-A") << Symbology::Ean13 << QByteArray("0036000291452")
+                           << QStringLiteral("0036000291452");
+    QTest::newRow("EAN-13") << Symbology::Ean13 << QByteArray("4006381333931")
+                            << QStringLiteral("4006381333931");
+    QTest::newRow("UPC-E") << Symbology::UpcE << QByteArray("01234565")
+                           << QStringLiteral("0012345000065");
+    QTest::newRow("Codabar") << Symbology::Codabar << QByteArray("A1234567B")
+                             << QStringLiteral("A1234567B");
+    // FNC1 before all else says that what follows is GS1's; later ones end a field.
+    QTest::newRow("GS1-128") << Symbology::Code128
+                             << QByteArray("\xF1"
+                                           "0104012345123456"
+                                           "10ABC\xF1"
+                                           "21XYZ")
+                             << QStringLiteral("010401234512345610ABC\u001D21XYZ");
+}
+
+void PayloadText::isTheSameInBothEngines()
+{
+    QFETCH(Symbology, symbology);
+    QFETCH(QByteArray, payload);
+    QFETCH(QString, text);
+
+    const QImage picture = drawnCode(symbology, payload);
+
+    QCOMPARE(byZXing(picture), text);
+    QCOMPARE(byZBar(picture), text);
+}
+
+void PayloadText::heedsADeclaredCharacterSet_data()
+{
+    QTest::addColumn<QByteArray>("characterSet");
+    QTest::addColumn<QString>("text");
+
+    QTest::newRow("UTF-8") << QByteArray("UTF-8") << QStringLiteral("Grüße, 日本語");
+    QTest::newRow("Shift JIS") << QByteArray("Shift_JIS") << QStringLiteral("漢字とかなABC");
+    QTest::newRow("ISO 8859-15") << QByteArray("ISO-8859-15") << QStringLiteral("10 € für Œuvre");
+}
+
+void PayloadText::heedsADeclaredCharacterSet()
+{
+    QFETCH(QByteArray, characterSet);
+    QFETCH(QString, text);
+
+    QCOMPARE(byZXing(support::drawnQRCode(text, characterSet)), text);
+}
+
+void PayloadText::agreesOnRandomText_data()
+{
+    QTest::addColumn<QByteArray>("characterSet");
+    QTest::addColumn<QString>("alphabet");
+
+    QTest::newRow("UTF-8") << QByteArray("UTF-8") << QStringLiteral("abc äöüßéñ €漢字かなЖя");
+    QTest::newRow("ISO 8859-1") << QByteArray("ISO-8859-1")
+                                << QStringLiteral("abcdefghijklmnopqrstuvwxyz ABCDEFGH äüéè");
+    QTest::newRow("Shift JIS") << QByteArray("Shift_JIS")
+                               << QStringLiteral("abc漢字日本語東京かなカナひらがな");
+}
+
+void PayloadText::agreesOnRandomText()
+{
+    QFETCH(QByteArray, characterSet);
+    QFETCH(QString, alphabet);
+    std::mt19937 random(5);
+    QStringEncoder encoder(characterSet.constData());
+    for (int i = 0; i < 60; ++i) {
+        QString text;
+        for (int length = 8; length < 24; ++length) {
+            text += alphabet.at(qsizetype(random() % std::size_t(alphabet.size())));
+        }
+        const QImage picture = drawnCode(Symbology::Qr, QByteArray(encoder(text)));
+
+        QCOMPARE(byZXing(picture), text);
+        QCOMPARE(byZBar(picture), text);
+    }
+}
+
+VELLUMCAP_TEST_MAIN(PayloadText)
+#include "tst_payloadtext.moc"
