@@ -229,8 +229,9 @@ Place Cells::placeOf(const std::vector<QPoint>& group) const
     std::vector<QPoint> spans(static_cast<std::size_t>(m_height), QPoint(m_width, -1));
     for (const QPoint cell : group) {
         for (int dy = -1; dy <= 1; ++dy) {
-            if (isIn(cell.x(), cell.y() + dy)) {
-                QPoint& span = spans[static_cast<std::size_t>(cell.y() + dy)];
+            const int y = cell.y() + dy;
+            if (isIn(cell.x(), y)) {
+                QPoint& span = spans[static_cast<std::size_t>(y)];
                 span.setX(std::min(span.x(), std::max(0, cell.x() - 1)));
                 span.setY(std::max(span.y(), std::min(m_width - 1, cell.x() + 1)));
             }

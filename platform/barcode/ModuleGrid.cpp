@@ -172,7 +172,8 @@ void ModuleGrid::fit(Guess& guess)
         QPointF(columns.end, rows.end), QPointF(columns.begin, rows.end) };
     double least = unrest(guess.corners, guess.modules);
     constexpr double finest = 0.7; // pixels
-    for (double step = side / double(guess.modules) / 2; step > finest; step /= 2) {
+    double step = side / double(guess.modules) / 2;
+    while (step > finest) {
         for (int move = 0; move < 2 * 16; ++move) {
             QPolygonF moved = guess.corners;
             const double distance = move % 2 == 0 ? step : -step;
@@ -183,6 +184,7 @@ void ModuleGrid::fit(Guess& guess)
                 guess.corners = moved;
             }
         }
+        step /= 2;
     }
     guess.isFitted = true;
 }

@@ -22,8 +22,8 @@ public:
     /// on their way.
     enum class Lines { Straight, Bent };
 
-    /// Draws the modules of a guess in squares of `modulePixels` on white paper.
-    void draw(std::size_t guess, Lines lines, PictureBuffer& to);
+    /// Draws the modules of a guess in small squares on white paper.
+    void draw(std::size_t index, Lines lines, PictureBuffer& to);
     /// Of what was drawn last, to the picture; exact at the corners of the code.
     const QTransform& toPicture() const { return m_toPicture; }
 

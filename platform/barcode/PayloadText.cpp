@@ -54,7 +54,7 @@ std::optional<QString> payloadText(QByteArrayView bytes)
     if (QUtf8StringView(bytes.data(), bytes.size()).isValidUtf8()) {
         return QString::fromUtf8(bytes);
     }
-    const auto japanese = fromShiftJis(bytes);
+    auto japanese = fromShiftJis(bytes);
     if (japanese && holdsHalfWidthWord(*japanese)) {
         return japanese;
     }
