@@ -125,7 +125,7 @@ QImage HardFrames::clouds(QSize size)
 {
     std::vector<double> values(std::size_t(size.width()) * std::size_t(size.height()), 128);
     double strength = 60;
-    for (int cell = size.height() / 2; cell >= 2; cell /= 2, strength *= 0.72) {
+    for (int cell = size.height() / 2; cell >= 2; cell /= 2) {
         const int columns = size.width() / cell + 2;
         std::vector<double> knots(std::size_t(columns) * std::size_t(size.height() / cell + 2));
         for (double& knot : knots) {
@@ -142,6 +142,7 @@ QImage HardFrames::clouds(QSize size)
                     + (knot[columns] * (1 - right) + knot[columns + 1] * right) * down;
             }
         }
+        strength *= 0.72;
     }
     QImage picture(size, QImage::Format_Grayscale8);
     for (int y = 0; y < size.height(); ++y) {
