@@ -53,7 +53,7 @@ QImage blurred(const QImage& from, double deviation)
         for (int x = 0; x < from.width(); ++x) {
             double sum = 0;
             for (int i = -radius; i <= radius; ++i) {
-                sum += weights[std::size_t(i + radius)]
+                sum += weights[std::size_t(i) + std::size_t(radius)]
                     * row[std::clamp(x + i, 0, from.width() - 1)];
             }
             out[x] = toByte(sum + 0.5);
@@ -65,7 +65,7 @@ QImage blurred(const QImage& from, double deviation)
         for (int i = -radius; i <= radius; ++i) {
             const uchar* row = across.constScanLine(std::clamp(y + i, 0, from.height() - 1));
             for (std::size_t x = 0; x < sums.size(); ++x) {
-                sums[x] += weights[std::size_t(i + radius)] * row[x];
+                sums[x] += weights[std::size_t(i) + std::size_t(radius)] * row[x];
             }
         }
         std::transform(sums.begin(), sums.end(), result.scanLine(y), toByte);
