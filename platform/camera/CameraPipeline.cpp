@@ -79,7 +79,7 @@ QString initialisationFailure()
         if (gst_init_check(nullptr, nullptr, &error)) {
             return QString();
         }
-        const QString reason = QString::fromUtf8(error ? error->message : "GStreamer failed");
+        QString reason = QString::fromUtf8(error ? error->message : "GStreamer failed");
         g_clear_error(&error);
         return reason;
     }();

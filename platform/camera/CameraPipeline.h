@@ -6,7 +6,7 @@
 #include <future>
 #include <memory>
 
-using GstSample = struct _GstSample;
+using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
 
 namespace platform {
 

@@ -98,12 +98,15 @@ void CameraStream::check()
         m_run->retryAt = {};
         m_run->failures = 0;
         setInterruption(Interruption::Unplugged);
-    } else if (m_run->pipeline && !offers(*camera, m_run->format)) {
-        open(); // it has changed what it offers, upon which the frames just cease
+        return;
+    }
+    // When it changes what it offers, the frames just cease.
+    const bool hasChanged = m_run->pipeline && !offers(*camera, m_run->format);
+    const bool isDue = !m_run->pipeline && Clock::now() >= m_run->retryAt;
+    if (hasChanged || isDue) {
+        open();
     } else if (m_run->pipeline) {
         checkStall(*camera);
-    } else if (Clock::now() >= m_run->retryAt) {
-        open();
     }
 }
 

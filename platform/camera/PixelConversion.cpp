@@ -223,6 +223,11 @@ QImage convertedBytes(const GstVideoInfo& info, const guint8* bytes, QSize size)
 QImage wrapped(GstSample* sample, const GstVideoInfo& info)
 {
     struct Hold {
+        explicit Hold(GstSample* held)
+            : sample(gst_sample_ref(held))
+            , mapped(gst_sample_get_buffer(held))
+        {
+        }
         GstSample* sample;
         MappedBuffer mapped;
     };
@@ -232,8 +237,7 @@ QImage wrapped(GstSample* sample, const GstVideoInfo& info)
         || GST_VIDEO_INFO_PLANE_OFFSET(&info, 0) % 4 != 0) {
         return {};
     }
-    auto hold = std::unique_ptr<Hold>(
-        new Hold{ gst_sample_ref(sample), MappedBuffer(gst_sample_get_buffer(sample)) });
+    auto hold = std::make_unique<Hold>(sample);
     const guint8* bytes = hold->mapped.bytes().data() + GST_VIDEO_INFO_PLANE_OFFSET(&info, 0);
     return QImage(
         bytes, info.width, info.height, GST_VIDEO_INFO_PLANE_STRIDE(&info, 0), QImage::Format_RGB32,
@@ -281,7 +285,7 @@ QImage convertedPixels(GstSample* sample, QSize area)
     const QSize picture(info->width, info->height);
     const QSize size = fitted(picture, area);
     if (size == picture) {
-        if (const QImage image = wrapped(sample, *info); !image.isNull()) {
+        if (QImage image = wrapped(sample, *info); !image.isNull()) {
             return image;
         }
     }

@@ -3,7 +3,7 @@
 #include <QImage>
 #include <QSize>
 
-using GstSample = struct _GstSample;
+using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
 
 namespace platform {
 

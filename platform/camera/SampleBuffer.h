@@ -4,7 +4,7 @@
 
 #include <memory>
 
-using GstSample = struct _GstSample;
+using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
 
 namespace platform {
 
