@@ -56,7 +56,18 @@ CaptureWindow::CaptureWindow(const QString& windowNibName)
 {
 }
 
-CaptureWindow::~CaptureWindow() = default;
+CaptureWindow::~CaptureWindow()
+{
+    endPreferenceObservations();
+    endAdjustmentObservations();
+}
+
+void CaptureWindow::endAdjustmentObservations()
+{
+    for (auto& observation : m_adjustments) {
+        observation.reset();
+    }
+}
 
 std::unique_ptr<QWidget> CaptureWindow::loadWindow()
 {
@@ -83,11 +94,12 @@ void CaptureWindow::prepareControls()
     enableButtonsForScanning();
 }
 
-void CaptureWindow::configureDevice(CaptureDevice& device)
+void CaptureWindow::configureDevice(std::optional<CaptureDevice>& chosen)
 {
-    if (device.isSuspended() || device.isInUseByAnotherApplication()) {
+    if (!chosen || chosen->isSuspended() || chosen->isInUseByAnotherApplication()) {
         return;
     }
+    CaptureDevice& device = *chosen;
     setFirstSupported(device, &CaptureDevice::isFocusModeSupported, &CaptureDevice::setFocusMode,
         { FocusMode::ContinuousAutoFocus, FocusMode::AutoFocus });
     setFirstSupported(device, &CaptureDevice::isExposureModeSupported,
@@ -112,6 +124,16 @@ void CaptureWindow::outputWasAdded(const std::optional<CaptureDevice>& device)
         m_device->observe(
             Adjustment::WhiteBalance, [](bool) { logAdjustment(QStringLiteral("white balance")); }),
     };
+}
+
+/// Skip may have cleared a code that was accepted meanwhile.
+void CaptureWindow::codeWasAccepted(const AcceptedCode& code)
+{
+    if (captureData() == code.text) {
+        offer().setCaptureState(1);
+        offer().setCapturedImage(code.picture);
+    }
+    confirmCapture();
 }
 
 void CaptureWindow::confirmCapture()
@@ -173,6 +195,7 @@ void CaptureWindow::cancelCapture(QObject* /*sender*/)
         mCaptureSession()->stopRunning();
     }
     releaseSession();
+    endAdjustmentObservations(); // they would keep the device open
     platform::endSheet(window());
     window()->hide();
 }

@@ -45,12 +45,12 @@ public:
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
     void prepareControls() override;
-    void configureDevice(platform::CaptureDevice& device) override;
+    void configureDevice(std::optional<platform::CaptureDevice>& device) override;
     void outputWasAdded(const std::optional<platform::CaptureDevice>& device) override;
-    void codeWasAccepted(const AcceptedCode& /*code*/) override { confirmCapture(); }
+    void codeWasAccepted(const AcceptedCode& code) override;
 
 private:
-    void observeAdjustments(platform::CaptureDevice device);
+    void endAdjustmentObservations();
     void enableButtonsForScanning();
 
     std::unique_ptr<Ui::CaptureWindow> m_ui;

@@ -81,6 +81,11 @@ ScanningWindow::ScanningWindow(
 
 ScanningWindow::~ScanningWindow()
 {
+    endPreferenceObservations();
+}
+
+void ScanningWindow::endPreferenceObservations()
+{
     m_contrastObservation.reset();
     m_mirrorObservation.reset();
 }
@@ -95,9 +100,7 @@ void ScanningWindow::windowDidLoad()
         = platform::UserDefaults::standard().stringForKey(QStringLiteral("pref-camera-id"));
     observePreferences();
     auto device = cameraToUse(chosenID);
-    if (device) {
-        configureDevice(*device);
-    }
+    configureDevice(device);
     m_deviceInput = platform::CaptureDeviceInput::create(device);
     m_session->addInput(m_deviceInput);
     addOutput();

@@ -74,11 +74,12 @@ protected:
     const std::shared_ptr<CodeOnOffer>& sharedOffer() const { return m_offer; }
     /// Lets go of the camera and of everything that was made for it.
     void releaseSession();
+    void endPreferenceObservations();
 
     /// The state of the controls in a window that has just been loaded.
     virtual void prepareControls() = 0;
-    /// Sets how the camera adjusts itself, before it is opened.
-    virtual void configureDevice(platform::CaptureDevice& device) = 0;
+    /// Sets how the camera adjusts itself, before it is opened; there may be none.
+    virtual void configureDevice(std::optional<platform::CaptureDevice>& device) = 0;
     /// The output is part of the session, which is not running yet.
     virtual void outputWasAdded(const std::optional<platform::CaptureDevice>& /*device*/) { }
     virtual void sessionWasStarted() { }

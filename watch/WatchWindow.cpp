@@ -38,7 +38,7 @@ constexpr auto saveCaptureKey = "watch-saveCapture";
 constexpr auto closeOnFirstScanKey = "watch-closeOnFirstScan";
 constexpr auto runScriptKey = "watch-runAppleScript";
 
-enum Tag { NoScript = 0, OpenScriptFolder = 1 }; // of the popup's own items
+constexpr int noScriptTag = 0; // of the popup's own item
 
 bool isOptionOn(const char* key)
 {
@@ -76,21 +76,16 @@ std::unique_ptr<QWidget> WatchWindow::loadWindow()
     disclosureView = m_ui->disclosureView;
     disclosureTriangle = m_ui->disclosureTriangle;
     appleScriptMenu = m_ui->appleScriptMenu;
-    appleScriptMenu->setItemData(0, NoScript);
-    appleScriptMenu->setItemData(1, OpenScriptFolder);
-    appleScriptMenu->insertSeparator(appleScriptMenu->count());
+    appleScriptMenu->setItemData(0, noScriptTag);
     disclosureView->setFixedHeight(disclosureView->sizeHint().height());
     disclosureView->hide();
     connect(buttonCancel, &QPushButton::clicked, this, [this] { cancelCapture(buttonCancel); });
     connect(disclosureTriangle, &QToolButton::toggled, this,
         [this] { clickTriangle(disclosureTriangle); });
-    connect(appleScriptMenu, &QComboBox::activated, this, [this] {
-        if (appleScriptMenu->currentData() == OpenScriptFolder) {
-            openScriptFolder(appleScriptMenu);
-        } else {
-            appleScriptPopupAction(appleScriptMenu);
-        }
-    });
+    connect(appleScriptMenu, &QComboBox::activated, this,
+        [this] { appleScriptPopupAction(appleScriptMenu); });
+    connect(m_ui->openScripts, &QPushButton::clicked, this,
+        [this] { openScriptFolder(m_ui->openScripts); });
     connectOptions();
     return window;
 }
@@ -117,8 +112,13 @@ void WatchWindow::prepareControls()
     buttonCancel->setEnabled(true);
 }
 
-void WatchWindow::configureDevice(CaptureDevice& device)
+void WatchWindow::configureDevice(std::optional<CaptureDevice>& chosen)
 {
+    if (!chosen) {
+        platform::log(QStringLiteral("(null)"));
+        return;
+    }
+    CaptureDevice& device = *chosen;
     // Unlocked in any case: whether the lock was had is told by its error alone.
     const auto locked = [&device](const auto& set) {
         platform::Error error;
@@ -162,11 +162,23 @@ void WatchWindow::listScripts(const ScriptTable& scripts)
     }
 }
 
-/// Every code is handled with its own text and picture, whatever is found or reset meanwhile.
+/// Every code is handled with its own text and picture, whatever is found or reset meanwhile. A
+/// code that comes while an error is shown waits, and the window may be gone behind it.
 void WatchWindow::codeWasAccepted(const AcceptedCode& code)
 {
-    m_code = code;
-    processCapture();
+    m_waiting.append(code);
+    if (m_isHandling) {
+        return;
+    }
+    m_isHandling = true;
+    const auto life = lifeGuard();
+    while (!life.expired() && !m_waiting.isEmpty()) {
+        m_code = m_waiting.takeFirst();
+        processCapture();
+    }
+    if (!life.expired()) {
+        m_isHandling = false;
+    }
 }
 
 void WatchWindow::processCapture()
@@ -176,8 +188,12 @@ void WatchWindow::processCapture()
     if (Capture::isUrl(m_code.text)) {
         openLink();
     }
+    const auto life = lifeGuard();
     if (isOptionOn(saveCaptureKey)) {
         saveCapture();
+    }
+    if (life.expired()) {
+        return;
     }
     if (isOptionOn(closeOnFirstScanKey)) {
         cancelCapture(nullptr);
@@ -253,7 +269,7 @@ void WatchWindow::openScriptFolder(QObject* /*sender*/)
     if (!folder.isEmpty()) {
         platform::Workspace::showFolder(folder.toLocalFile());
     }
-    appleScriptMenu->setCurrentIndex(appleScriptMenu->findData(NoScript));
+    appleScriptMenu->setCurrentIndex(appleScriptMenu->findData(noScriptTag));
 }
 
 void WatchWindow::cancelCapture(QObject* /*sender*/)

@@ -52,7 +52,7 @@ public:
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
     void prepareControls() override;
-    void configureDevice(platform::CaptureDevice& device) override;
+    void configureDevice(std::optional<platform::CaptureDevice>& device) override;
     void sessionWasStarted() override;
     void codeWasAccepted(const AcceptedCode& code) override;
 
@@ -64,7 +64,9 @@ private:
     void listScripts(const ScriptTable& scripts);
 
     std::unique_ptr<Ui::WatchWindow> m_ui;
+    QList<AcceptedCode> m_waiting; ///< that were accepted while another was being handled
     AcceptedCode m_code; ///< being handled, or handled last
+    bool m_isHandling = false;
     ScriptTable m_appleScripts;
     std::optional<QString> m_scriptedScriptName;
     std::vector<std::unique_ptr<platform::UserDefaults::Observation>> m_optionObservations;

@@ -1,5 +1,6 @@
 #include "camera/CaptureWindow.h"
 #include "platform/camera/CaptureDevice.h"
+#include "platform/ui/Sheet.h"
 #include "tests/cameras/FakeV4L2.h"
 #include "tests/support/CameraRig.h"
 #include "tests/support/LogLines.h"
@@ -189,6 +190,14 @@ void CameraConfiguration::logsAdjustmentsWhileScanningOnly()
     QTRY_COMPARE(said().size(), std::min(lines, 1));
     adjust(V4L2_AUTO_FOCUS_STATUS_REACHED);
     QTRY_COMPARE(said().size(), lines);
+    // Who observes does so again when the camera is scanned from, and is told once.
+    if (window == Window::Watch) {
+        program.journal().watchWindow()->cancelCapture(nullptr);
+        QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+        open(program, Window::Scan);
+        adjust(V4L2_AUTO_FOCUS_STATUS_BUSY);
+        QTRY_COMPARE(said().size(), 1);
+    }
 
     for (const QString& line : said()) {
         QCOMPARE(line, QStringLiteral("Camera focus is adjusting {kind = 1} - (null)"));

@@ -100,7 +100,7 @@ void PrefsWindowTest::writesMirroring()
     QTest::keyClick(prefs.mirrorVideoCheckbox, Qt::Key_Space);
     QCOMPARE(UserDefaults::standard().integerForKey(mirrorKey), 1);
     QTest::keyClick(prefs.mirrorVideoCheckbox, Qt::Key_Space);
-    QCOMPARE(UserDefaults::standard().integerForKey(mirrorKey), 0);
+    QCOMPARE(UserDefaults::standard().stringForKey(mirrorKey), QStringLiteral("0"));
 }
 
 void PrefsWindowTest::selectsNothingWithoutCameras()

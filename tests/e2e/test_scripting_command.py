@@ -110,6 +110,12 @@ class WithCamera(Case):
     def test_idle(self):
         app = self.start()
         watch(self.COMMAND)
+        app.find("dialog", "Capture")
+        watch("{'CloseOnFirstScan': <true>}")
+        self.wait_for_options("false", "false", "true")
+        self.assertEqual(len(app.find_all("dialog")), 1)
+        watch(self.COMMAND)
+        self.wait_for_options("false", "true", "false")
         self.assert_watching(app)
         self.assertEqual(vellumcap.quit_by_keys(app), 0)
 

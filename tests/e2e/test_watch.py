@@ -80,6 +80,7 @@ class Watch(unittest.TestCase):
                            "the script's record")
         self.assertEqual(TOLD.read_bytes().split(b"\0")[:2],
                          [OTHER_LINK.encode(), TEXT.encode()])
+        self.assertEqual(set(desktop.opened_links()), {LINK, OTHER_LINK})
         self.assertEqual([each["captureValue"] for each in vellumcap.captures()][:2],
                          [OTHER_LINK, TEXT])
 

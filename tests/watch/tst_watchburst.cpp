@@ -93,14 +93,19 @@ void WatchBurst::losesNothing()
         QVariantMap{ { QStringLiteral("ScriptName"), QStringLiteral("record.scpt") } });
     auto& window = *program.journal().watchWindow();
     QTRY_COMPARE(window.appleScriptMenu->currentText(), QStringLiteral("record.scpt"));
+    const auto isTold = [&told](const QString& text) {
+        QFile file(told);
+        return file.open(QFile::ReadOnly) && file.readAll().contains(text.toUtf8() + '\n');
+    };
     const Latency latency;
     QElapsedTimer clock;
     clock.start();
 
-    // Each is taken away as soon as the window shows its text.
+    // Each is taken away as soon as the window and the script have its text.
     for (int number = 0; number < codes; ++number) {
         camera->show(paperWith(codeText(number)));
         QTRY_COMPARE(window.textField->stringValue(), codeText(number));
+        QTRY_VERIFY(isTold(codeText(number)));
     }
     qInfo("%d codes in %.1f s; the event loop was busy for %lld ms at most", codes,
         double(clock.elapsed()) / 1000, static_cast<long long>(latency.worst()));

@@ -330,7 +330,7 @@ void WatchWindowTest::handsTheTextToTheScript()
 
 void WatchWindowTest::runsNothingWithoutAScript()
 {
-    writeRecorder(QStringLiteral("record.scpt"));
+    const QString told = writeRecorder(QStringLiteral("record.scpt"));
     UserDefaults::standard().setBool(runAppleScript, true);
     UserDefaults::standard().setBool(saveCapture, true);
     const auto camera = plugIn(paper());
@@ -343,7 +343,11 @@ void WatchWindowTest::runsNothingWithoutAScript()
     camera->show(paper(QStringLiteral("not for a script")));
     QTRY_COMPARE(program.journal().captures().size(), 1);
 
-    QVERIFY(LogLines::all().filter(QStringLiteral("cript")).isEmpty());
+    window.appleScriptMenu->setCurrentText(QStringLiteral("record.scpt"));
+    camera->show(paper(QStringLiteral("for the script")));
+    QTRY_COMPARE(content(told), QByteArray("for the script\n"));
+
+    QVERIFY(LogLines::all().filter(QStringLiteral("error")).isEmpty());
 }
 
 /// A at 0 s, B from 2 s on: what A began clears B at 5 s, what B began does so at 7 s.
@@ -399,11 +403,9 @@ void WatchWindowTest::listsScripts()
 
     auto& window = openWatch(program);
 
-    QCOMPARE(items(*window.appleScriptMenu),
-        QStringList(
-            { QStringLiteral("0 No script"), QStringLiteral("1 Open Scripts Folder\u2026") }));
+    QCOMPARE(items(*window.appleScriptMenu), QStringList(QStringLiteral("0 No script")));
     QTRY_COMPARE(window.appleScripts().size(), 2);
-    QCOMPARE(items(*window.appleScriptMenu).mid(2),
+    QCOMPARE(items(*window.appleScriptMenu).mid(1),
         QStringList({ QStringLiteral("100 a.scpt"), QStringLiteral("101 b.scpt") }));
     QCOMPARE(window.appleScriptMenu->currentIndex(), 0);
 }
@@ -420,8 +422,7 @@ void WatchWindowTest::preselectsAScript_data()
     QTest::newRow("in other case") << QVariant(QStringLiteral("B.scpt")) << none;
     QTest::newRow("empty") << QVariant(QString()) << none;
     QTest::newRow("no text") << QVariant(7) << none;
-    QTest::newRow("one of the popup's own")
-        << QVariant(QStringLiteral("Open Scripts Folder\u2026")) << none;
+    QTest::newRow("the popup's own") << QVariant(QStringLiteral("No script")) << none;
 }
 
 void WatchWindowTest::preselectsAScript()
@@ -460,15 +461,18 @@ void WatchWindowTest::logsTheChosenScript()
 
 void WatchWindowTest::opensTheScriptFolder()
 {
+    support::writeFile(scripts().filePath(QStringLiteral("a.scpt")), "return 1");
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
-    QDir(scripts()).removeRecursively();
-    window.appleScriptMenu->setCurrentIndex(1);
+    QTRY_COMPARE(window.appleScripts().size(), 1);
+    window.appleScriptMenu->setCurrentText(QStringLiteral("a.scpt"));
+    QDir folder(scripts());
+    folder.removeRecursively();
 
-    window.openScriptFolder(nullptr);
+    window.window()->findChild<QPushButton*>(QStringLiteral("openScripts"))->click();
 
-    QVERIFY(QDir(scripts().path()).exists());
+    QVERIFY(QDir(folder.path()).exists());
     QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
 }
 
