@@ -72,8 +72,10 @@ void BitmapPool::keepsTheMemoryOfACopy()
 void BitmapPool::sharesNoMemoryBetweenThreads()
 {
     std::atomic<int> torn = 0;
+    constexpr int threads = 4;
     std::vector<std::thread> workers;
-    for (int worker = 0; worker < 4; ++worker) {
+    workers.reserve(threads);
+    for (int worker = 0; worker < threads; ++worker) {
         workers.emplace_back([worker, &torn] {
             for (int round = 0; round < 300; ++round) {
                 QImage bitmap = pooledBitmap({ 16, 16 });

@@ -70,14 +70,14 @@ bool isSheetAttached(Program& program)
 
 QDir scripts()
 {
-    using namespace platform::StandardFolders;
-    return QDir(applicationScripts(Creation::Yes));
+    namespace folders = platform::StandardFolders;
+    return QDir(folders::applicationScripts(folders::Creation::Yes));
 }
 
 /// Writes a script that appends the text that it is called with, and a line end, to a file.
 QString writeRecorder(const QString& name)
 {
-    const QString told = scripts().filePath(QStringLiteral("told.txt"));
+    QString told = scripts().filePath(QStringLiteral("told.txt"));
     support::writeFile(scripts().filePath(name),
         QStringLiteral("function scanned_code(text)\n"
                        "  local file = assert(io.open('%1', 'ab'))\n"
