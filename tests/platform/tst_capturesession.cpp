@@ -22,7 +22,6 @@ using platform::CaptureSession;
 using platform::SampleBuffer;
 using support::CameraRig;
 using support::CameraWish;
-using support::RigCamera;
 using Interruption = platform::CaptureSession::Interruption;
 
 /// Sessions with cameras of PipeWire that need no hardware.
