@@ -126,6 +126,7 @@ void FrameMailboxTest::takesFramesFromManyThreads()
             --running;
         });
         std::vector<std::thread> producers;
+        producers.reserve(producerCount);
         for (int producer = 0; producer < producerCount; ++producer) {
             producers.emplace_back([&] {
                 for (int count = 0; count < framesEach; ++count) {
