@@ -53,7 +53,7 @@ SampleBuffer sampleOf(const QByteArray& bytes, const QByteArray& caps,
     }
     GstCaps* const parsed = caps.isEmpty() ? nullptr : gst_caps_from_string(caps.constData());
     GstSample* const sample = gst_sample_new(buffer, parsed, nullptr, nullptr);
-    const SampleBuffer result(sample, 1);
+    SampleBuffer result(sample, 1);
     gst_sample_unref(sample);
     gst_buffer_unref(buffer);
     if (parsed) {
@@ -235,6 +235,7 @@ void SampleBufferTest::convertsOnce()
     const SampleBuffer frame = sampleOf(encodedAs("NV12", halves(size)), rawCaps("NV12", size));
     std::vector<const uchar*> memories(8);
     std::vector<std::thread> threads;
+    threads.reserve(memories.size());
     for (const uchar*& memory : memories) {
         threads.emplace_back([frame, &memory] { memory = frame.pixels().constBits(); });
     }
