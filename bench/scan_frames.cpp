@@ -188,10 +188,10 @@ void scanSize(QSize size, const Plan& plan)
     for (const auto& [name, ground] : grounds) {
         print(name,
             examined(
-                [&] {
+                [&, behind = ground] {
                     support::HardScene scene;
                     for (int i = 0; i < plan.frames; ++i) {
-                        scene.frames.append(frames.ground(size, ground));
+                        scene.frames.append(frames.ground(size, behind));
                     }
                     return scene;
                 },
