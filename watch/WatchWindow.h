@@ -52,7 +52,7 @@ public:
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
     void prepareControls() override;
-    void configureDevice(std::optional<platform::CaptureDevice>& device) override;
+    void configureDevice(std::optional<platform::CaptureDevice>& chosen) override;
     void sessionWasStarted() override;
     void codeWasAccepted(const AcceptedCode& code) override;
 
