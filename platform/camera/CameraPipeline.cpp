@@ -19,6 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patienceWithFormer = 2s;
+constexpr auto patienceWithBeginning = 500ms;
 
 struct Unref {
     void operator()(void* object) const { gst_object_unref(object); }
@@ -159,6 +160,7 @@ struct CameraPipeline::Run {
     void deliver(GstSample* sample)
     {
         const std::lock_guard lock(mutex);
+        begin();
         if (!isEnding) {
             receivers.frame(sample);
         }
@@ -166,8 +168,16 @@ struct CameraPipeline::Run {
     void fail(const QString& reason)
     {
         const std::lock_guard lock(mutex);
+        begin();
         if (!isEnding) {
             receivers.failure(reason);
+        }
+    }
+    void begin()
+    {
+        if (!hasBegun) {
+            hasBegun = true;
+            ending.notify_all();
         }
     }
 
@@ -184,6 +194,7 @@ struct CameraPipeline::Run {
     std::mutex mutex; // held while a receiver runs
     std::condition_variable ending;
     bool isEnding = false;
+    bool hasBegun = false; // a frame or a failure has come
     std::promise<void> closing;
     std::shared_future<void> closed = closing.get_future().share();
 };
@@ -257,6 +268,8 @@ void CameraPipeline::Run::playUntilEnd()
     }
     std::unique_lock lock(mutex);
     ending.wait(lock, [this] { return isEnding; });
+    // PipeWire 0.3.65 may crash over a stream that is taken down while it is being set up.
+    ending.wait_for(lock, patienceWithBeginning, [this] { return hasBegun; });
     lock.unlock();
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
 }

@@ -10,6 +10,8 @@
 #include "tests/support/TestMain.h"
 
 #include <QDir>
+#include <QDirIterator>
+#include <QFile>
 #include <QPainter>
 #include <QSignalSpy>
 
@@ -184,6 +186,17 @@ int threadCount()
     return int(QDir(QStringLiteral("/proc/self/task"))
                    .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
                    .size());
+}
+
+int threadsNamed(const QByteArray& name)
+{
+    int count = 0;
+    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
+    while (tasks.hasNext()) {
+        QFile comm(tasks.next() + QStringLiteral("/comm"));
+        count += comm.open(QFile::ReadOnly) && comm.readAll().trimmed() == name ? 1 : 0;
+    }
+    return count;
 }
 
 } // namespace
@@ -419,6 +432,8 @@ void CaptureSessionTest::survivesItsEndAtAnyMoment()
             preview.reset();
         }
     }
+    // What was begun is ended first, and may be linked for a moment before.
+    QTRY_COMPARE_WITH_TIMEOUT(threadsNamed("camera"), 0, patience);
     QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
 }
 
