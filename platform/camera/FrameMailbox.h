@@ -29,11 +29,7 @@ public:
     /// Afterwards the receiver neither runs nor is called.
     ~FrameMailbox()
     {
-        {
-            const std::lock_guard lock(m_state->mutex);
-            m_state->isClosed = true;
-            m_state->frames.clear();
-        }
+        clear();
         waitUntilIdle();
     }
     FrameMailbox(const FrameMailbox&) = delete;
@@ -129,7 +125,6 @@ private:
         std::deque<Frame> frames;
         std::thread::id receiving;
         bool hasJob = false;
-        bool isClosed = false;
     };
 
     const std::shared_ptr<SerialQueue> m_queue;
