@@ -15,7 +15,6 @@ namespace {
 using Clock = RateLimit::Clock;
 
 constexpr int failuresAtOnce = 5;
-constexpr auto failureInterval = std::chrono::seconds(1);
 constexpr int linesAtOnce = 5;
 constexpr auto lineInterval = std::chrono::seconds(10);
 
@@ -40,7 +39,7 @@ Pool& Pool::shared()
 Pool::Pool(Settings settings)
     : m_settings(std::move(settings))
     , m_cancelled(::eventfd(0, EFD_CLOEXEC))
-    , m_failures(failureInterval, failuresAtOnce)
+    , m_failures(m_settings.failureInterval, failuresAtOnce)
     , m_lines(lineInterval, linesAtOnce)
 {
 }

@@ -26,6 +26,8 @@ public:
         int decoders = 1;
         std::chrono::milliseconds stillLimit = decoder::stillLimit;
         std::chrono::milliseconds liveLimit = decoder::liveLimit;
+        /// For which each failure is paid, after the first few: until then no decoder is started.
+        std::chrono::milliseconds failureInterval{ 1000 };
     };
 
     /// The one that the program uses, with as many decoders as cores.
