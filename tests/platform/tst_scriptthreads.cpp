@@ -19,6 +19,7 @@
 
 using platform::Script;
 using platform::ScriptError;
+using platform::ScriptPatience;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
@@ -36,10 +37,10 @@ private Q_SLOTS:
 namespace {
 
 constexpr int threadLimit = 32;
-constexpr platform::ScriptPatience shortPatience{ milliseconds(300), milliseconds(300) };
+constexpr ScriptPatience shortPatience{ milliseconds(300), milliseconds(300) };
 
 /// What the program does from its launch, with a script, until it is told to quit.
-int runAndQuit(const QString& path)
+int runAndQuit(const QString& path, const ScriptPatience& patience)
 {
     platform::dispatchScript([path] {
         platform::log(QStringLiteral("loading"));
@@ -51,7 +52,7 @@ int runAndQuit(const QString& path)
     });
     char note = 0;
     while (::read(STDIN_FILENO, &note, 1) > 0) { }
-    platform::finishScripts(shortPatience);
+    platform::finishScripts(patience);
     platform::log(QStringLiteral("finished"));
     return 0;
 }
@@ -148,17 +149,26 @@ void ScriptThreadsTest::quits_data()
 {
     QTest::addColumn<QByteArray>("text"); ///< empty: the file is a pipe to which nobody writes
     QTest::addColumn<QByteArray>("outcome"); ///< empty: the script never comes back
+    QTest::addColumn<ScriptPatience>("patience");
 
-    const auto row = [](const char* name, const char* text, const char* outcome) {
-        QTest::newRow(name) << QByteArray(text) << QByteArray(outcome);
+    // What is waited for in vain is waited for briefly.
+    struct End {
+        const char* outcome;
+        ScriptPatience patience;
     };
-    constexpr auto interrupted = "interrupted, since the program quits";
-    constexpr auto abandoned = "";
+    const auto row = [](const char* name, const char* text, const End& end) {
+        QTest::newRow(name) << QByteArray(text) << QByteArray(end.outcome) << end.patience;
+    };
+    constexpr auto interruption = "interrupted, since the program quits";
+    constexpr End interrupted{ interruption, { milliseconds(300), seconds(30) } };
+    constexpr End halfInterrupted{ interruption, { milliseconds(300), seconds(5) } };
+    constexpr End abandoned{ "", shortPatience };
+    constexpr End eitherWay{ nullptr, shortPatience };
     // A command that waits as long as this process lives, and is gone after it.
     const QByteArray wait = "'exec tail --pid=$PPID -f /dev/null'";
 
     row("nearly done", "local t = os.clock() repeat until os.clock() > t + 0.1 return 'done'",
-        "done");
+        { "done", { seconds(30), seconds(30) } });
     row("endless loop", "while true do end", interrupted);
     row("endless top level", "end print 'begun' while true do end function h()", interrupted);
     row("recursion", "local function f() return f() end f()", interrupted);
@@ -178,25 +188,26 @@ void ScriptThreadsTest::quits_data()
         interrupted);
     row("coroutines in coroutines",
         "local function f() while true do coroutine.resume(coroutine.create(f)) end end f()",
-        nullptr);
+        eitherWay);
     row("without a hook", "pcall(debug.sethook) while true do end", interrupted);
     row("printing", "while true do print(('x'):rep(1000)) end", interrupted);
     // It ends, but not its finalizer.
     row("finalizer",
         "setmetatable({}, { __gc = function() while true do print('late') end end })\n"
         "while true do end",
-        interrupted);
+        halfInterrupted);
     row("search", "return (('a'):rep(30000)):find(('.-'):rep(20) .. 'b')", abandoned);
     row("command", "os.execute(" + wait + ")", abandoned);
     row("reading a command", "return io.popen(" + wait + "):read('a')", abandoned);
     row("closing a command", "io.popen(" + wait + ", 'w'):close()", abandoned);
-    QTest::newRow("no file") << QByteArray() << QByteArray();
+    row("no file", "", abandoned);
 }
 
 void ScriptThreadsTest::quits()
 {
     QFETCH(QByteArray, text);
     QFETCH(QByteArray, outcome);
+    QFETCH(ScriptPatience, patience);
 
     const QTemporaryDir folder;
     const QString path = folder.filePath(QStringLiteral("a.scpt"));
@@ -207,14 +218,16 @@ void ScriptThreadsTest::quits()
     }
     QProcess program;
     program.setProcessChannelMode(QProcess::MergedChannels);
-    program.start(
-        QCoreApplication::applicationFilePath(), { QStringLiteral("--run-and-quit"), path });
+    program.start(QCoreApplication::applicationFilePath(),
+        { QStringLiteral("--run-and-quit"), path,
+            QString::number(patience.untilInterrupted.count()),
+            QString::number(patience.untilAbandoned.count()) });
     QByteArray said;
     const QByteArray sign = text.isEmpty() ? "loading\n" : "begun\n";
     QTRY_VERIFY_WITH_TIMEOUT((said += program.readAll()).contains(sign), 30000);
 
     program.closeWriteChannel();
-    QVERIFY(program.waitForFinished());
+    QVERIFY(program.waitForFinished(90000));
     said += program.readAll();
     QVERIFY2(program.exitStatus() == QProcess::NormalExit, said.constData());
     QVERIFY2(program.exitCode() == 0, said.constData());
@@ -230,8 +243,10 @@ int main(int argc, char** argv)
 {
     const support::Sandbox sandbox;
     platform::Application application(argc, argv);
-    if (application.arguments().contains(QStringLiteral("--run-and-quit"))) {
-        return runAndQuit(application.arguments().last());
+    const QStringList arguments = application.arguments();
+    if (arguments.value(1) == QStringLiteral("--run-and-quit")) {
+        return runAndQuit(arguments.at(2),
+            { milliseconds(arguments.at(3).toInt()), milliseconds(arguments.at(4).toInt()) });
     }
     ScriptThreadsTest cases;
     return QTest::qExec(&cases, argc, argv);
