@@ -10,6 +10,7 @@
 #include "platform/barcode/GreyPicture.h"
 #include "platform/barcode/ZBarEngine.h"
 #include "platform/barcode/ZXingEngine.h"
+#include "platform/services/ThreadCpuClock.h"
 #include "tests/support/HardFrames.h"
 
 #include <QCommandLineParser>
@@ -23,8 +24,8 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <optional>
 
 namespace {
@@ -94,11 +95,12 @@ struct Summary {
     }
 };
 
+/// of processor time
 double milliseconds()
 {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
+    const std::chrono::duration<double, std::milli> spent
+        = platform::ThreadCpuClock::now().time_since_epoch();
+    return spent.count();
 }
 
 QByteArray escaped(const QString& text)

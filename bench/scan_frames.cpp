@@ -7,6 +7,7 @@
 #include "platform/barcode/LiveScan.h"
 #include "platform/barcode/ZBarEngine.h"
 #include "platform/barcode/ZXingEngine.h"
+#include "platform/services/ThreadCpuClock.h"
 #include "tests/support/HardFrames.h"
 
 #include <QCommandLineParser>
@@ -14,8 +15,8 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 
 namespace {
@@ -60,11 +61,12 @@ constexpr std::array grounds{
     std::pair("no code, dusk", Ground::Dusk),
 };
 
+/// of processor time
 double milliseconds()
 {
-    timespec time{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return double(time.tv_sec) * 1e3 + double(time.tv_nsec) / 1e6;
+    const std::chrono::duration<double, std::milli> spent
+        = platform::ThreadCpuClock::now().time_since_epoch();
+    return spent.count();
 }
 
 struct Tally {

@@ -2,6 +2,7 @@
 
 #include "platform/barcode/ModuleGrid.h"
 #include "platform/barcode/PictureFilters.h"
+#include "platform/services/ThreadCpuClock.h"
 
 #include <algorithm>
 #include <array>
@@ -233,10 +234,10 @@ std::span<const StillAttempt> stillAttempts()
 
 void searchStill(Search& search)
 {
-    const auto end = std::chrono::steady_clock::now() + budget(search.whole().view);
+    const auto end = ThreadCpuClock::now() + budget(search.whole().view);
     for (const StillAttempt& attempt : attempts) {
         attempt.run(search);
-        if (search.hasFound() || std::chrono::steady_clock::now() > end) {
+        if (search.hasFound() || ThreadCpuClock::now() > end) {
             return;
         }
     }
