@@ -38,21 +38,37 @@ void CameraView::setLayer(std::shared_ptr<CaptureVideoPreviewLayer> layer)
     m_layer = std::move(layer);
     if (m_layer) {
         m_layer->setPictureObserver([this] {
-            update();
+            showWords();
             Q_EMIT pictureChanged();
         });
         fitLayer();
     }
-    update();
+    showWords();
 }
 
 void CameraView::setCaption(const QString& caption)
 {
     if (m_caption != caption) {
         m_caption = caption;
-        setAccessibleDescription(caption);
-        update();
+        showWords();
     }
+}
+
+QString CameraView::words() const
+{
+    if (!m_layer || !m_caption.isEmpty()) {
+        return m_caption;
+    }
+    return m_layer->picture().isNull() ? tr("Waiting for the camera\u2026") : QString();
+}
+
+void CameraView::showWords()
+{
+    const QString shown = words();
+    if (accessibleDescription() != shown) {
+        setAccessibleDescription(shown);
+    }
+    update();
 }
 
 QRectF CameraView::pictureRect() const
@@ -87,8 +103,7 @@ void CameraView::paintEvent(QPaintEvent* /*event*/)
         painter.setPen(captionColor);
         const QRect inside
             = rect().adjusted(captionMargin, captionMargin, -captionMargin, -captionMargin);
-        painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap,
-            m_caption.isEmpty() && m_layer ? tr("Waiting for the camera\u2026") : m_caption);
+        painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, words());
     }
 }
 

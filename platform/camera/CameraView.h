@@ -9,7 +9,8 @@ namespace platform {
 
 class CaptureVideoPreviewLayer;
 
-/// Shows a preview layer: the whole picture in the middle, or a caption in its place. Main thread.
+/// Shows a preview layer: the whole picture in the middle, or a caption in its place, which is its
+/// accessible description as well. Main thread.
 class CameraView : public QWidget {
     Q_OBJECT
 public:
@@ -35,6 +36,8 @@ protected:
 
 private:
     void fitLayer();
+    QString words() const; ///< what is to be read in place of a picture
+    void showWords();
 
     std::shared_ptr<CaptureVideoPreviewLayer> m_layer;
     QString m_caption;

@@ -178,8 +178,10 @@ void CaptureWindowTest::scansAtFirst()
     QVERIFY(!window.capturedImageView->isVisible());
     QVERIFY(!window.captureData());
     QCOMPARE(window.textField->stringValue(), QString());
+    QVERIFY(window.cameraImageView->accessibleDescription().startsWith(QStringLiteral("Waiting")));
     QTRY_VERIFY(showsLivePicture(window));
     QCOMPARE(window.cameraImageView->caption(), QString());
+    QTRY_COMPARE(window.cameraImageView->accessibleDescription(), QString());
 }
 
 void CaptureWindowTest::choosesTheCamera_data()
@@ -502,6 +504,7 @@ void CaptureWindowTest::aCameraThatIsPulledOutLeavesACaption()
     camera->unplug();
 
     QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("unplugged")));
+    QCOMPARE(window.cameraImageView->accessibleDescription(), window.cameraImageView->caption());
     QVERIFY(!showsLivePicture(window));
     camera.reset();
     camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("back")));
