@@ -81,10 +81,7 @@ std::unique_ptr<support::RigCamera> CameraConfiguration::plugIn(FakeProfile prof
     support::CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
     wish.properties.insert(QStringLiteral("api.v4l2.path"), path);
     auto camera = m_rig->addCamera(wish);
-    if (!QTest::qWaitFor(
-            [] { return CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value(); })) {
-        qFatal("The camera is not listed");
-    }
+    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value()); }();
     return camera;
 }
 

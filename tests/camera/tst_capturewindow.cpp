@@ -89,7 +89,7 @@ bool picturesPass(const CaptureWindow& window)
     int pictures = 0;
     const auto counting = QObject::connect(
         window.cameraImageView, &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
-    const bool passed = QTest::qWaitFor([&pictures] { return pictures >= 10; });
+    const bool passed = QTest::qWaitFor([&pictures] { return pictures >= 10; }, support::patience);
     QObject::disconnect(counting);
     return passed;
 }
@@ -159,9 +159,7 @@ std::unique_ptr<RigCamera> CaptureWindowTest::plugIn(const QString& name, const 
     wish.size = frameSize;
     auto camera = m_rig->addCamera(wish);
     camera->show(picture);
-    if (!QTest::qWaitFor([&name] { return isListed(name); })) {
-        qFatal("The camera is not listed");
-    }
+    [&name] { QTRY_VERIFY(isListed(name)); }();
     return camera;
 }
 

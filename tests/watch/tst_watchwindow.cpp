@@ -179,10 +179,7 @@ std::unique_ptr<RigCamera> WatchWindowTest::plugIn(const QImage& picture)
     wish.size = frameSize;
     auto camera = m_rig->addCamera(wish);
     camera->show(picture);
-    if (!QTest::qWaitFor(
-            [] { return CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value(); })) {
-        qFatal("The camera is not listed");
-    }
+    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value()); }();
     return camera;
 }
 
