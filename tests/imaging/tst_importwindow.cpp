@@ -1,10 +1,10 @@
 #include "imaging/ImportWindow.h"
 #include "platform/barcode/BarcodeObservation.h"
-#include "platform/services/Dispatch.h"
 #include "platform/ui/ImageWell.h"
 #include "platform/ui/Sheet.h"
 #include "platform/ui/TextField.h"
 #include "tests/support/DrawnCode.h"
+#include "tests/support/Examinations.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 
@@ -17,6 +17,7 @@
 
 using platform::Symbology;
 using support::Program;
+using support::waitForExaminations;
 using vellumcap::ImportWindow;
 
 namespace {
@@ -62,19 +63,6 @@ QString enabledButtons(const ImportWindow& window)
 const QString waiting = QStringLiteral("Close");
 const QString offering = QStringLiteral("Close Save Skip");
 const QString offeringLink = QStringLiteral("Close Save Skip OpenLink");
-
-/// Waits until every examination that was begun has ended and reported.
-void waitForExaminations()
-{
-    // The queue runs as many jobs at once as there are cores; its own jobs end before these begin.
-    std::atomic<int> done = 0;
-    constexpr int jobs = 64;
-    for (int i = 0; i < jobs; ++i) {
-        platform::dispatchGlobal(platform::QualityOfService::UserInitiated, [&] { ++done; });
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(done.load(), jobs, 20000);
-    QCoreApplication::processEvents();
-}
 
 } // namespace
 
