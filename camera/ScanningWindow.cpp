@@ -209,7 +209,7 @@ void ScanningWindow::windowWillClose()
 bool ScanningWindow::windowShouldClose(QWidget* /*window*/)
 {
     cancelCapture(nullptr);
-    return false;
+    return true;
 }
 
 } // namespace vellumcap

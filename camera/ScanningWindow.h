@@ -66,7 +66,7 @@ protected:
     ScanningWindow(const QString& windowNibName, FramePipeline::WhileOffering whileOffering);
 
     void windowDidLoad() final;
-    void windowWillClose() override;
+    void windowWillClose() final;
     bool windowShouldClose(QWidget* window) final;
 
     CodeOnOffer& offer() { return *m_offer; }

@@ -125,6 +125,7 @@ private Q_SLOTS:
     void cancelWhileConfirmingStoresNothing();
     void cancelLetsGoOfTheCamera();
     void escapeCancels();
+    void closingCancels();
     void aNewWindowOffersTheCodeAgain();
     void aCameraThatIsPulledOutLeavesACaption();
     void aFrozenCameraLeavesACaption();
@@ -477,6 +478,22 @@ void CaptureWindowTest::escapeCancels()
 
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
     QVERIFY(!window.mCaptureSession());
+}
+
+void CaptureWindowTest::closingCancels()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_COMPARE(camera->links(), 1);
+
+    QVERIFY(window.window()->close());
+
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    QVERIFY(!window.window()->isVisible());
+    QVERIFY(!window.mCaptureSession());
+    QTRY_COMPARE(camera->links(), 0);
+    QVERIFY(openScan(program).mCaptureSession()->isRunning());
 }
 
 void CaptureWindowTest::aNewWindowOffersTheCodeAgain()

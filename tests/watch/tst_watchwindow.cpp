@@ -26,6 +26,8 @@
 #include <QPushButton>
 #include <QToolButton>
 
+#include <functional>
+
 using platform::CaptureDevice;
 using platform::Symbology;
 using platform::UserDefaults;
@@ -117,6 +119,8 @@ QRect frameOf(const QWidget& view)
 
 } // namespace
 
+Q_DECLARE_METATYPE(std::function<void(WatchWindow&)>)
+
 class WatchWindowTest : public QObject {
     Q_OBJECT
 
@@ -144,8 +148,8 @@ private Q_SLOTS:
     void opensAndClosesTheOptions();
     void followsPreferences();
     void onlyCloseIsEnabled();
-    void endsInTwoWays_data();
-    void endsInTwoWays();
+    void endsInManyWays_data();
+    void endsInManyWays();
     void survivesWithoutACamera();
 
 private:
@@ -566,27 +570,29 @@ void WatchWindowTest::onlyCloseIsEnabled()
     QTRY_VERIFY(!isSheetAttached(program));
 }
 
-void WatchWindowTest::endsInTwoWays_data()
+void WatchWindowTest::endsInManyWays_data()
 {
-    QTest::addColumn<bool>("byButton");
-
-    QTest::newRow("button") << true;
-    QTest::newRow("Escape") << false;
+    QTest::addColumn<std::function<void(WatchWindow&)>>("end");
+    const auto row = [](const char* name, const std::function<void(WatchWindow&)>& end) {
+        QTest::newRow(name) << end;
+    };
+    row("button", [](auto& window) { QTest::mouseClick(window.buttonCancel, Qt::LeftButton); });
+    row("Escape", [](auto& window) { QTest::keyClick(window.window(), Qt::Key_Escape); });
+    row("close command",
+        [](auto& window) { QTest::keyClick(window.window(), Qt::Key_W, Qt::ControlModifier); });
+    row("title bar", [](auto& window) { window.window()->close(); });
 }
 
-void WatchWindowTest::endsInTwoWays()
+void WatchWindowTest::endsInManyWays()
 {
-    QFETCH(bool, byButton);
+    QFETCH(std::function<void(WatchWindow&)>, end);
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
     QTRY_COMPARE(camera->links(), 1);
+    QTRY_COMPARE(QApplication::activeWindow(), window.window());
 
-    if (byButton) {
-        QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
-    } else {
-        QTest::keyClick(window.window(), Qt::Key_Escape);
-    }
+    end(window);
 
     QVERIFY(!window.window()->isVisible());
     QVERIFY(!window.mCaptureSession()->isRunning());
