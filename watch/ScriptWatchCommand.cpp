@@ -37,22 +37,11 @@ bool isTrue(QStringView text)
 
 bool boolValue(const QVariant& value)
 {
-    switch (value.typeId()) {
-    case QMetaType::Bool:
-    case QMetaType::UChar:
-    case QMetaType::Short:
-    case QMetaType::UShort:
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-    case QMetaType::Double:
-        return value.toDouble() != 0.0 && !std::isnan(value.toDouble());
-    case QMetaType::QString:
+    if (value.typeId() == QMetaType::QString) {
         return isTrue(value.toString());
-    default:
-        return false;
     }
+    const double number = value.toDouble();
+    return number != 0.0 && !std::isnan(number);
 }
 
 /// No file has a longer name.

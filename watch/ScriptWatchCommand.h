@@ -8,12 +8,13 @@ namespace vellumcap {
 /// window to begin. Main thread.
 class ScriptWatchCommand {
 public:
-    /// `arguments` may hold the Booleans "OpenInBackground", "CloseOnFirstScan" and "SaveCapture",
-    /// and the text "ScriptName"; what is missing or of no use is false or empty.
+    /// `arguments` are Booleans, numbers and texts. They may hold the Booleans "OpenInBackground",
+    /// "CloseOnFirstScan" and "SaveCapture", and the text "ScriptName"; what is missing is false or
+    /// empty.
     ///
     /// A number is true unless it is zero or none. A text is true when it begins, behind spaces,
     /// a sign and zeros, with one of Y, y, T, t and 1 to 9, so that "YES", "true" and "01" are and
-    /// "no", "0" and "on" are not. Nothing else is true.
+    /// "no", "0" and "on" are not.
     explicit ScriptWatchCommand(const QVariantMap& arguments);
 
     /// Returns before the watch window opens, and says nothing when none does.

@@ -91,10 +91,6 @@ void ScriptWatchCommandTest::turnsValuesIntoBooleans_data()
     row("null character", QChar(0) + QStringLiteral("true"), false);
     row("huge text", QString(10'000'000, u' ') + QLatin1Char('1'), true);
     row("nothing", QVariant(), false);
-    row("bytes", QByteArray("1"), false);
-    row("list", QVariantList{ true }, false);
-    row("texts", QStringList{ QStringLiteral("YES") }, false);
-    row("table", QVariantMap{ { openInBackground, true } }, false);
 }
 
 void ScriptWatchCommandTest::turnsValuesIntoBooleans()
@@ -184,7 +180,6 @@ void ScriptWatchCommandTest::preselectsTheScript_data()
     row("longest", QString(255, u'a'), QByteArray(255, 'a').constData());
     row("longer than a name can be", QString(256, u'a'), nullptr);
     row("number", 7, nullptr);
-    row("list", QVariantList{ QStringLiteral("a.scpt") }, nullptr);
 }
 
 void ScriptWatchCommandTest::preselectsTheScript()
