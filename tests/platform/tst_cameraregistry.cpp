@@ -4,8 +4,10 @@
 
 #include <QElapsedTimer>
 
+#include <algorithm>
 #include <atomic>
 #include <fcntl.h>
+#include <limits>
 #include <unistd.h>
 
 using platform::CameraFormat;
@@ -202,11 +204,11 @@ void CameraRegistryTest::tellsUseByOthers()
         { QStringLiteral("-q"), QStringLiteral("pipewiresrc"), QStringLiteral("always-copy=true"),
             QStringLiteral("target-object=cam.a"), QStringLiteral("!"),
             QStringLiteral("video/x-raw"), QStringLiteral("!"), QStringLiteral("fakesink") });
-    QTRY_VERIFY_WITH_TIMEOUT(node().isInUse, 5000);
+    QTRY_VERIFY(node().isInUse);
     QVERIFY(node().isRunning);
     other.kill();
     other.waitForFinished();
-    QTRY_VERIFY_WITH_TIMEOUT(!node().isInUse, 5000);
+    QTRY_VERIFY(!node().isInUse);
 }
 
 void CameraRegistryTest::setsControls()
@@ -228,11 +230,16 @@ void CameraRegistryTest::setsControls()
 void CameraRegistryTest::doesWithoutDaemon()
 {
     const CameraRig rig(CameraRig::Start::NotRunning);
-    QElapsedTimer timer;
-    timer.start();
+    // It would wait every time; that the machine does is another matter.
+    qint64 quickest = std::numeric_limits<qint64>::max();
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        QElapsedTimer timer;
+        timer.start();
+        CameraRegistry().cameras();
+        quickest = std::min(quickest, timer.elapsed());
+    }
+    QVERIFY2(quickest < 200, "It waited for a daemon that is not there");
     CameraRegistry registry;
-    registry.cameras();
-    QVERIFY2(timer.elapsed() < 200, "It waited for a daemon that is not there");
     QCOMPARE(registry.source(), CameraRegistry::Source::V4L2);
     QVERIFY(!registry.setControl(QStringLiteral("cam.a"), 0x9a090c, 1));
 }
@@ -309,7 +316,7 @@ void CameraRegistryTest::isRefusedByThePortal()
     CameraRegistry registry;
     std::atomic<int> changes = 0;
     const auto observation = registry.observe([&changes] { ++changes; });
-    QTRY_VERIFY_WITH_TIMEOUT(changes > 0, 20000); // starting the portal takes long under load
+    QTRY_VERIFY(changes > 0);
     QCOMPARE(names(registry), QStringList());
     QCOMPARE(registry.defaultCamera(), QString());
     QCOMPARE(registry.openRemote(), -1);

@@ -2,9 +2,9 @@
 #include "platform/barcode/QRSplitter.h"
 #include "tests/support/TestMain.h"
 
-#include <QElapsedTimer>
 #include <qrencode.h>
 
+#include <ctime>
 #include <memory>
 #include <random>
 
@@ -312,11 +312,10 @@ void QRCodeGeneratorTest::isNeverLargerThanTheLibrarysOwn()
 void QRCodeGeneratorTest::isQuickWithHugeTexts()
 {
     const QByteArray huge(64 * 1024 * 1024, '1');
-    QElapsedTimer timer;
-    timer.start();
+    const std::clock_t before = std::clock(); // of this process, however busy the machine is
     QVERIFY(QRCodeGenerator::outputImage(huge).isNull());
     QCOMPARE(QRCodeGenerator::excessBytes(huge), huge.size() - 5596);
-    QVERIFY(timer.elapsed() < 2000);
+    QVERIFY((std::clock() - before) / CLOCKS_PER_SEC < 2);
 }
 
 VELLUMCAP_TEST_MAIN(QRCodeGeneratorTest)
