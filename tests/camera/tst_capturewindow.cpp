@@ -9,8 +9,10 @@
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Sheet.h"
 #include "platform/ui/TextField.h"
+#include "tests/support/Browser.h"
 #include "tests/support/CameraRig.h"
 #include "tests/support/DrawnCode.h"
+#include "tests/support/Examinations.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
@@ -94,6 +96,16 @@ bool picturesPass(const CaptureWindow& window)
     return passed;
 }
 
+/// Takes the code away, and returns when no frame that shows it is being examined any more: one
+/// that ends late would offer it once more.
+bool takeAway(RigCamera& camera, const CaptureWindow& window)
+{
+    camera.show(paper());
+    const bool passed = picturesPass(window);
+    support::waitForExaminations();
+    return passed;
+}
+
 bool isListed(const QString& name)
 {
     return CaptureDevice::deviceWithUniqueID(name).has_value();
@@ -119,6 +131,7 @@ private Q_SLOTS:
     void offersTheFirstCode();
     void enablesOpenLinkForLinksOnly_data();
     void enablesOpenLinkForLinksOnly();
+    void opensTheLinkAndStays();
     void offersTheSameCodeOnce();
     void savesCodeAndPicture();
     void savesMirroredAndReadsUnmirrored();
@@ -135,11 +148,13 @@ private:
     std::unique_ptr<RigCamera> plugIn(const QString& name, const QImage& picture);
 
     std::unique_ptr<CameraRig> m_rig;
+    std::unique_ptr<support::Browser> m_browser;
 };
 
 void CaptureWindowTest::initTestCase()
 {
     m_rig = std::make_unique<CameraRig>();
+    m_browser = std::make_unique<support::Browser>();
 }
 
 void CaptureWindowTest::init()
@@ -291,6 +306,8 @@ void CaptureWindowTest::followsContrastAndMirroring()
 
     UserDefaults::standard().setDouble(contrastKey, -50);
     QCOMPARE(window.previewF1()->value(), 0.0);
+    QCOMPARE(window.previewF2()->value(), 0.5);
+    QCOMPARE(window.scannerF1()->value(), 0.0);
     QCOMPARE(window.scannerF2()->value(), 0.5);
     QTRY_VERIFY(edges(window).first - edges(window).second < before.second - before.first - 40);
 }
@@ -365,6 +382,24 @@ void CaptureWindowTest::enablesOpenLinkForLinksOnly()
     QCOMPARE(enabledButtons(window), buttons);
 }
 
+void CaptureWindowTest::opensTheLinkAndStays()
+{
+    const QString link = QStringLiteral("https://example.org/a?b=c#d");
+    const auto camera = plugIn(QStringLiteral("a"), paper(link));
+    Program program;
+    auto& window = openScan(program);
+    QTRY_COMPARE(window.textField->stringValue(), link);
+
+    QTest::mouseClick(window.buttonOpenLink, Qt::LeftButton);
+
+    QTRY_COMPARE(m_browser->opened(), QStringList(link));
+    QCOMPARE(window.captureState(), 1);
+    QCOMPARE(window.textField->stringValue(), link);
+    QCOMPARE(enabledButtons(window), confirmingLink);
+    QVERIFY(!window.mCaptureSession()->isRunning());
+    QCOMPARE(program.journal().captures().size(), 0);
+}
+
 void CaptureWindowTest::offersTheSameCodeOnce()
 {
     const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("A")));
@@ -384,9 +419,11 @@ void CaptureWindowTest::offersTheSameCodeOnce()
     QVERIFY(picturesPass(window));
     QCOMPARE(window.captureState(), 0);
 
+    QVERIFY(takeAway(*camera, window));
     camera->show(paper(QStringLiteral("B")));
     QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("B"));
     window.skipCapture(nullptr);
+    QVERIFY(takeAway(*camera, window));
     camera->show(paper(QStringLiteral("A")));
     QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("A"));
 }
@@ -410,6 +447,7 @@ void CaptureWindowTest::savesCodeAndPicture()
     QVERIFY(picturesPass(window));
     QCOMPARE(window.captureState(), 0);
 
+    QVERIFY(takeAway(*camera, window));
     camera->show(paper(QStringLiteral("me too")));
     QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("me too"));
     window.saveCapture(nullptr);
