@@ -1,11 +1,13 @@
 #include "camera/PrefsWindow.h"
 #include "platform/camera/CameraRegistry.h"
+#include "platform/services/StandardFolders.h"
 #include "platform/services/UserDefaults.h"
 #include "tests/support/CameraRig.h"
 #include "tests/support/TestMain.h"
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QSlider>
 
 using platform::UserDefaults;
@@ -32,6 +34,7 @@ private Q_SLOTS:
     void selectsTheDefaultCamera();
     void selectsTheStoredCamera();
     void replacesAnAbsentCamera();
+    void writesTheChoiceAtOnce();
     void keepsCamerasOfOneNameApart();
     void listsAnewWhenShown();
 
@@ -153,6 +156,17 @@ void PrefsWindowTest::replacesAnAbsentCamera()
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
     prefs.menuSelected(prefs.cameraMenu);
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("cam.a"));
+}
+
+void PrefsWindowTest::writesTheChoiceAtOnce()
+{
+    const auto camera = plugIn("cam.a", "Camera A");
+    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    prefs.showWindow(nullptr);
+    prefs.menuSelected(prefs.cameraMenu);
+    QFile settings(platform::StandardFolders::configuration() + QStringLiteral("/vellumcap.ini"));
+    QVERIFY(settings.open(QFile::ReadOnly));
+    QVERIFY(settings.readAll().contains("\npref-camera-id=cam.a\n"));
 }
 
 void PrefsWindowTest::keepsCamerasOfOneNameApart()
