@@ -12,6 +12,7 @@
 
 using cameras::FakeProfile;
 using platform::CaptureDevice;
+using support::CameraOnStage;
 using support::CameraRig;
 using support::LogLines;
 using support::Program;
@@ -59,7 +60,7 @@ private Q_SLOTS:
     void logsAdjustmentsWhileScanningOnly();
 
 private:
-    std::unique_ptr<support::RigCamera> plugIn(FakeProfile profile);
+    CameraOnStage plugIn(FakeProfile profile);
 
     std::unique_ptr<CameraRig> m_rig;
 };
@@ -75,12 +76,12 @@ void CameraConfiguration::cleanup()
     QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
 }
 
-std::unique_ptr<support::RigCamera> CameraConfiguration::plugIn(FakeProfile profile)
+CameraOnStage CameraConfiguration::plugIn(FakeProfile profile)
 {
     cameras::addFakeDevice(path, profile);
     support::CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
     wish.properties.insert(QStringLiteral("api.v4l2.path"), path);
-    auto camera = m_rig->addCamera(wish);
+    CameraOnStage camera(m_rig->addCamera(wish).release());
     [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value()); }();
     return camera;
 }

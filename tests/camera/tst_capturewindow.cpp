@@ -23,6 +23,7 @@
 using platform::CaptureDevice;
 using platform::Symbology;
 using platform::UserDefaults;
+using support::CameraOnStage;
 using support::CameraRig;
 using support::CameraWish;
 using support::Program;
@@ -145,7 +146,7 @@ private Q_SLOTS:
     void survivesWithoutACamera();
 
 private:
-    std::unique_ptr<RigCamera> plugIn(const QString& name, const QImage& picture);
+    CameraOnStage plugIn(const QString& name, const QImage& picture);
 
     std::unique_ptr<CameraRig> m_rig;
     std::unique_ptr<support::Browser> m_browser;
@@ -169,11 +170,11 @@ void CaptureWindowTest::cleanup()
     QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
 }
 
-std::unique_ptr<RigCamera> CaptureWindowTest::plugIn(const QString& name, const QImage& picture)
+CameraOnStage CaptureWindowTest::plugIn(const QString& name, const QImage& picture)
 {
     CameraWish wish{ name, QStringLiteral("Camera ") + name };
     wish.size = frameSize;
-    auto camera = m_rig->addCamera(wish);
+    CameraOnStage camera(m_rig->addCamera(wish).release());
     camera->show(picture);
     [&name] { QTRY_VERIFY(isListed(name)); }();
     return camera;

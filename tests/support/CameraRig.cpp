@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -75,6 +76,19 @@ QJsonObject properties(const QJsonValue& object)
     return object[QStringLiteral("info")][QStringLiteral("props")].toObject();
 }
 
+/// Each opening of a camera has a thread of this name until it is closed.
+bool isCameraOpen()
+{
+    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
+    while (tasks.hasNext()) {
+        QFile name(tasks.next() + QStringLiteral("/comm"));
+        if (name.open(QFile::ReadOnly) && name.readAll() == "camera\n") {
+            return true;
+        }
+    }
+    return false;
+}
+
 } // namespace
 
 RigCamera::RigCamera(const CameraWish& wish, const QString& folder)
@@ -110,6 +124,12 @@ RigCamera::RigCamera(const CameraWish& wish, const QString& folder)
 RigCamera::~RigCamera()
 {
     unplug();
+}
+
+void PullOutLast::operator()(RigCamera* camera) const
+{
+    waitUntil([] { return !isCameraOpen(); }, "the end of what a camera was opened for");
+    delete camera;
 }
 
 void RigCamera::freeze()

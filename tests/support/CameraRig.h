@@ -56,6 +56,13 @@ private:
     mutable QProcess m_process;
 };
 
+/// Pulls a camera out when this process has let go of every camera: PipeWire 0.3.65 may crash over
+/// one that goes while a stream of it begins, as it does under a window that is closed at once.
+struct PullOutLast {
+    void operator()(RigCamera* camera) const;
+};
+using CameraOnStage = std::unique_ptr<RigCamera, PullOutLast>;
+
 /// A session bus, PipeWire and WirePlumber of this process's own, in a temporary folder; the
 /// process's environment leads to them until it ends. Nobody's own PipeWire or camera is touched.
 /// Everything ends with it, and when the process dies. Ready in about 0.2 s.

@@ -36,6 +36,7 @@
 using platform::CaptureDevice;
 using platform::Symbology;
 using platform::UserDefaults;
+using support::CameraOnStage;
 using support::CameraRig;
 using support::CameraWish;
 using support::LogLines;
@@ -191,7 +192,7 @@ private Q_SLOTS:
     void survivesWithoutACamera();
 
 private:
-    std::unique_ptr<RigCamera> plugIn(const QImage& picture);
+    CameraOnStage plugIn(const QImage& picture);
 
     std::unique_ptr<CameraRig> m_rig;
     std::unique_ptr<support::Browser> m_browser;
@@ -218,11 +219,11 @@ void WatchWindowTest::cleanup()
     QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
 }
 
-std::unique_ptr<RigCamera> WatchWindowTest::plugIn(const QImage& picture)
+CameraOnStage WatchWindowTest::plugIn(const QImage& picture)
 {
     CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
     wish.size = frameSize;
-    auto camera = m_rig->addCamera(wish);
+    CameraOnStage camera(m_rig->addCamera(wish).release());
     camera->show(picture);
     [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value()); }();
     return camera;
