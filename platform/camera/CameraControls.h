@@ -8,7 +8,8 @@ namespace platform {
 class V4L2Device;
 
 /// The settings of one camera, by its device, or by PipeWire where the device cannot be opened.
-/// Main thread. The camera may be pulled out at any time; then nothing is supported or set.
+/// One thread at a time, which the driver may hold up. The camera may be pulled out at any time;
+/// then nothing is supported or set.
 class CameraControls {
 public:
     explicit CameraControls(CameraNode node);
@@ -40,7 +41,7 @@ private:
 };
 
 /// Calls `observer` whenever the device begins or ends to focus, on a thread of its own that ends
-/// with the observation; null where the device does not tell.
+/// with the observation, unless the driver holds it; null where the device does not tell.
 std::unique_ptr<CaptureDevice::Observation> observeFocus(
     const QString& devicePath, std::function<void(bool adjusting)> observer);
 

@@ -12,6 +12,7 @@
 #include <map>
 #include <mutex>
 #include <pipewire/pipewire.h>
+#include <utility>
 
 namespace platform {
 
@@ -75,6 +76,7 @@ private:
     spa_source* m_timer;
     spa_source* m_watchSource;
     int m_retries = 0;
+    bool m_isListingDue = false; ///< when the timer rings, instead of a connection
     bool m_isGranted = false;
     std::unique_ptr<PipeWireCameras> m_pipeWire;
     PlugWatch m_watch;
@@ -100,7 +102,16 @@ CameraRegistry::State::State()
     pw_loop* loop = pw_thread_loop_get_loop(m_loop);
     m_context = pw_context_new(loop, nullptr, 0);
     m_timer = pw_loop_add_timer(
-        loop, [](void* data, uint64_t) { from(data)->connectAgain(); }, this);
+        loop,
+        [](void* data, uint64_t) {
+            State* state = from(data);
+            if (std::exchange(state->m_isListingDue, false)) {
+                state->listDevices();
+            } else {
+                state->connectAgain();
+            }
+        },
+        this);
     m_watchSource = pw_loop_add_io(
         loop, m_watch.descriptor(), SPA_IO_IN, false,
         [](void* data, int, uint32_t) {
@@ -120,7 +131,10 @@ CameraRegistry::State::State()
             portalAnswered(granted);
         });
     } else if (!connectBy(-1)) {
-        listDevices();
+        // On the loop's thread, since drivers may take their time.
+        m_source = Source::V4L2;
+        m_isListingDue = true;
+        setTimer(std::chrono::milliseconds(0));
     }
     pw_thread_loop_start(m_loop);
 }
@@ -156,6 +170,7 @@ CameraListing CameraRegistry::State::listing() const
 /// Runs when the timer says so, never inside a call of the connection that it replaces.
 void CameraRegistry::State::connectAgain()
 {
+    m_isListingDue = false;
     m_pipeWire.reset();
     if (!m_isSandboxed && connectBy(-1)) {
         return;

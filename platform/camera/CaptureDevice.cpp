@@ -1,17 +1,31 @@
 #include "platform/camera/CaptureDevice.h"
 
 #include "platform/camera/CameraControls.h"
+#include "platform/camera/DriverCall.h"
 #include "platform/camera/FormatChoice.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstring>
+#include <utility>
 
 namespace platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// With all that a handle asks for, if the driver takes its time over each.
+constexpr auto patienceWithHandle = 2 * patienceWithDriver;
+
+} // namespace
 
 struct CaptureDevice::State {
     QString uniqueID;
     QString localizedName;
-    std::unique_ptr<CameraControls> locked; ///< between lock and unlock
+    std::shared_ptr<CameraControls> locked; ///< between lock and unlock
+    QString lockedPath;
+    Clock::duration waited{}; ///< for the driver
 
     explicit State(const CameraNode& node)
         : uniqueID(node.name)
@@ -21,14 +35,44 @@ struct CaptureDevice::State {
 
     std::optional<CameraNode> node() const { return CameraRegistry::shared().camera(uniqueID); }
 
-    /// What `ask` says of the camera's settings; false when it has gone.
-    template <typename Ask> bool answer(Ask ask) const
+    /// What `call` returns, if the driver answers in time.
+    template <typename Call>
+    auto ask(const QString& devicePath, Call call) -> std::optional<std::invoke_result_t<Call>>
+    {
+        if (devicePath.isEmpty()) {
+            return call();
+        }
+        if (waited >= patienceWithHandle) {
+            return std::nullopt;
+        }
+        const auto start = Clock::now();
+        auto result = askDriver(devicePath, std::move(call));
+        waited += Clock::now() - start;
+        return result;
+    }
+
+    /// What `question` says of the camera's settings; false when it has gone.
+    template <typename Question> bool answer(Question question)
     {
         if (locked) {
-            return ask(*locked);
+            return ask(lockedPath, [controls = locked, question] {
+                return question(*controls);
+            }).value_or(false);
         }
         const auto camera = node();
-        return camera && ask(CameraControls(*camera));
+        return camera && ask(camera->devicePath, [camera, question] {
+            return question(CameraControls(*camera));
+        }).value_or(false);
+    }
+
+    template <typename Mode> void set(Mode mode)
+    {
+        if (locked) {
+            (void)ask(lockedPath, [controls = locked, mode] {
+                controls->set(mode);
+                return true;
+            });
+        }
     }
 };
 
@@ -104,7 +148,8 @@ bool CaptureDevice::isInUseByAnotherApplication() const
         return node.has_value();
     }
     // While PipeWire takes pictures, for this program then, the device is busy with that.
-    return !node->isRunning && CameraControls(*node).isBusy();
+    return !node->isRunning
+        && m_state->answer([](const CameraControls& controls) { return controls.isBusy(); });
 }
 
 bool CaptureDevice::isFocusModeSupported(FocusMode mode) const
@@ -130,45 +175,49 @@ bool CaptureDevice::lockForConfiguration(Error* error)
     if (m_state->locked) {
         return true;
     }
-    int code = ENODEV;
+    struct Claim {
+        std::shared_ptr<CameraControls> controls;
+        int code = ETIMEDOUT;
+    };
+    Claim claim{ nullptr, ENODEV };
     if (const auto node = m_state->node()) {
-        auto controls = std::make_unique<CameraControls>(*node);
-        code = controls->claimPriority();
-        if (code == 0) {
-            m_state->locked = std::move(controls);
-            return true;
-        }
+        const auto claimed = m_state->ask(node->devicePath, [node] {
+            auto controls = std::make_shared<CameraControls>(*node);
+            const int code = controls->claimPriority();
+            return code == 0 ? Claim{ std::move(controls), 0 } : Claim{ nullptr, code };
+        });
+        claim = claimed.value_or(Claim());
+        m_state->lockedPath = node->devicePath;
     }
-    if (error != nullptr) {
-        *error = lockError(localizedName(), code);
+    m_state->locked = claim.controls;
+    if (!m_state->locked && error != nullptr) {
+        *error = lockError(localizedName(), claim.code);
     }
-    return false;
+    return m_state->locked != nullptr;
 }
 
 void CaptureDevice::setFocusMode(FocusMode mode)
 {
-    if (m_state->locked) {
-        m_state->locked->set(mode);
-    }
+    m_state->set(mode);
 }
 
 void CaptureDevice::setExposureMode(ExposureMode mode)
 {
-    if (m_state->locked) {
-        m_state->locked->set(mode);
-    }
+    m_state->set(mode);
 }
 
 void CaptureDevice::setWhiteBalanceMode(WhiteBalanceMode mode)
 {
-    if (m_state->locked) {
-        m_state->locked->set(mode);
-    }
+    m_state->set(mode);
 }
 
+/// Where setting a mode has not come back, what it holds is closed when it does.
 void CaptureDevice::unlockForConfiguration()
 {
-    m_state->locked.reset();
+    auto controls = std::exchange(m_state->locked, nullptr);
+    if (controls && !m_state->lockedPath.isEmpty()) {
+        (void)askDriver(m_state->lockedPath, [controls = std::move(controls)] { return true; });
+    }
 }
 
 CaptureDeviceFormat CaptureDevice::activeFormat() const

@@ -31,7 +31,8 @@ struct CaptureDeviceFormat {
 };
 
 /// A camera. Copies are handles on the same camera, which may be pulled out at any time; then
-/// nothing is supported and nothing can be set. Main thread, but for observations.
+/// nothing is supported and nothing can be set. So it is with one whose driver does not answer for
+/// a second, for which nobody waits longer. Main thread, but for observations.
 class CaptureDevice {
 public:
     /// The cameras in the system's order. Muxed (sound and picture in one) is offered by none.

@@ -1,5 +1,7 @@
 #include "platform/camera/V4L2Device.h"
 
+#include "platform/camera/DriverCall.h"
+
 #include <QDir>
 #include <QFile>
 
@@ -102,6 +104,21 @@ void takeIntervals(const V4L2Device& device, quint32 pixelFormat, CameraFormat& 
         takeInterval(format, interval.discrete);
         ++interval.index;
     }
+}
+
+/// Nothing when it cannot be opened or is no camera.
+std::optional<CameraNode> cameraAt(const QString& path)
+{
+    const V4L2Device device(path);
+    if (!device.isOpen() || !device.isCamera()) {
+        return std::nullopt;
+    }
+    CameraNode node;
+    node.name = path;
+    node.devicePath = path;
+    node.description = device.cardName();
+    node.formats = device.formats();
+    return node;
 }
 
 } // namespace
@@ -215,14 +232,9 @@ QList<CameraNode> v4l2Cameras(const QString& folder)
     QList<CameraNode> cameras;
     for (const QString& name : names) {
         const QString path = folder + u'/' + name;
-        const V4L2Device device(path);
-        if (device.isOpen() && device.isCamera()) {
-            CameraNode node;
-            node.name = path;
-            node.devicePath = path;
-            node.description = device.cardName();
-            node.formats = device.formats();
-            cameras.append(node);
+        const auto node = askDriver(path, [path] { return cameraAt(path); });
+        if (node && *node) {
+            cameras.append(**node);
         }
     }
     return cameras;

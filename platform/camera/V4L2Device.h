@@ -5,7 +5,8 @@
 
 namespace platform {
 
-/// A camera device of the kernel's, open as long as this lives. Any thread, one at a time.
+/// A camera device of the kernel's, open as long as this lives. Any thread, one at a time; its
+/// driver may hold up whoever opens, asks or closes it (see DriverCall).
 class V4L2Device {
 public:
     /// errno says why when it does not open.
@@ -35,7 +36,8 @@ private:
     FileDescriptor m_descriptor;
 };
 
-/// The devices named video* in the folder, in the order of their numbers.
+/// The devices named video* in the folder, in the order of their numbers, without those whose
+/// drivers do not answer in time.
 QList<CameraNode> v4l2Cameras(const QString& folder = QStringLiteral("/dev"));
 
 } // namespace platform

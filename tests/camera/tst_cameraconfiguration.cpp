@@ -1,4 +1,5 @@
 #include "camera/CaptureWindow.h"
+#include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureDevice.h"
 #include "platform/ui/Sheet.h"
 #include "tests/cameras/FakeV4L2.h"
@@ -7,6 +8,10 @@
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
+
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QPushButton>
 
 #include <linux/videodev2.h>
 
@@ -39,6 +44,30 @@ void open(Program& program, Window window)
     }
 }
 
+vellumcap::ScanningWindow& opened(Program& program, Window window)
+{
+    open(program, window);
+    return window == Window::Scan
+        ? static_cast<vellumcap::ScanningWindow&>(*program.journal().captureWindow())
+        : *program.journal().watchWindow();
+}
+
+bool showsLivePicture(const vellumcap::ScanningWindow& window)
+{
+    return !window.cameraImageView->pictureRect().isEmpty();
+}
+
+int threadsNamed(const QByteArray& name)
+{
+    int count = 0;
+    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
+    while (tasks.hasNext()) {
+        QFile comm(tasks.next() + QStringLiteral("/comm"));
+        count += comm.open(QFile::ReadOnly) && comm.readAll().trimmed() == name ? 1 : 0;
+    }
+    return count;
+}
+
 } // namespace
 
 Q_DECLARE_METATYPE(Window)
@@ -58,6 +87,11 @@ private Q_SLOTS:
     void mindsCamerasThatAreTaken();
     void logsAdjustmentsWhileScanningOnly_data();
     void logsAdjustmentsWhileScanningOnly();
+    void opensAndCancelsWhileTheDriverHangs_data();
+    void opensAndCancelsWhileTheDriverHangs();
+    void cancelsWhileAnObservationHangs();
+    void quitsWhileTheDriverHangs();
+    void cleanupTestCase();
 
 private:
     CameraOnStage plugIn(FakeProfile profile);
@@ -200,6 +234,94 @@ void CameraConfiguration::logsAdjustmentsWhileScanningOnly()
     for (const QString& line : said()) {
         QCOMPARE(line, QStringLiteral("Camera focus is adjusting {kind = 1} - (null)"));
     }
+}
+
+void CameraConfiguration::opensAndCancelsWhileTheDriverHangs_data()
+{
+    QTest::addColumn<Window>("window");
+    QTest::addColumn<quint64>("call");
+
+    for (const auto& [name, window] :
+        { std::pair("scan", Window::Scan), std::pair("watch", Window::Watch) }) {
+        QTest::addRow("%s, open", name) << window << quint64(cameras::fakeOpening);
+        QTest::addRow("%s, ask", name) << window << quint64(VIDIOC_QUERYCTRL);
+        QTest::addRow("%s, claim", name) << window << quint64(VIDIOC_S_PRIORITY);
+        QTest::addRow("%s, set", name) << window << quint64(VIDIOC_S_CTRL);
+        QTest::addRow("%s, close", name) << window << quint64(cameras::fakeClosing);
+    }
+}
+
+void CameraConfiguration::opensAndCancelsWhileTheDriverHangs()
+{
+    QFETCH(const Window, window);
+    QFETCH(const quint64, call);
+    const auto camera = plugIn(FakeProfile::Full);
+    cameras::holdFakeCalls(path, call);
+    {
+        Program program;
+        for (int round = 0; round < 2; ++round) {
+            QElapsedTimer timer;
+            timer.start();
+            auto& sheet = opened(program, window);
+            QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+            QVERIFY(platform::attachedSheet(program.journal().window()) == sheet.window());
+            // PipeWire has the camera open already.
+            QTRY_VERIFY_WITH_TIMEOUT(showsLivePicture(sheet), 20000);
+            QCOMPARE(sheet.cameraImageView->caption(), QString());
+
+            timer.start();
+            QTest::mouseClick(sheet.buttonCancel, Qt::LeftButton);
+            QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+            QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+            QCOMPARE(cameras::heldFakeCalls(), 1);
+            QCOMPARE(threadsNamed("driver"), 1);
+            QCOMPARE(threadsNamed("focus"), 0);
+        }
+    }
+    cameras::releaseFakeCalls();
+    QTRY_COMPARE(threadsNamed("driver"), 0);
+}
+
+void CameraConfiguration::cancelsWhileAnObservationHangs()
+{
+    const auto camera = plugIn(FakeProfile::Full);
+    cameras::setFakeEvents(path, false);
+    {
+        Program program;
+        auto& sheet = opened(program, Window::Scan);
+        cameras::holdFakeCalls(path, VIDIOC_G_CTRL);
+        QTRY_COMPARE(cameras::heldFakeCalls(), 1);
+        QElapsedTimer timer;
+        timer.start();
+        QTest::mouseClick(sheet.buttonCancel, Qt::LeftButton);
+        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+        QCOMPARE(threadsNamed("focus"), 1);
+    }
+    cameras::releaseFakeCalls();
+    QTRY_COMPARE(threadsNamed("focus"), 0);
+}
+
+/// A process like this one, which ends as cleanupTestCase() leaves it.
+void CameraConfiguration::quitsWhileTheDriverHangs()
+{
+    QProcess process;
+    process.setProcessChannelMode(QProcess::MergedChannels);
+    process.start(QCoreApplication::applicationFilePath(),
+        { QStringLiteral("pressesButtonsForScanningOnly") });
+    QVERIFY(process.waitForFinished(60000));
+    QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
+        process.readAll().constData());
+}
+
+/// The driver is still hanging when the process ends.
+void CameraConfiguration::cleanupTestCase()
+{
+    const auto camera = plugIn(FakeProfile::Full);
+    cameras::holdFakeCalls(path, VIDIOC_S_CTRL);
+    Program program;
+    open(program, Window::Scan);
+    QCOMPARE(cameras::heldFakeCalls(), 1);
 }
 
 VELLUMCAP_TEST_MAIN(CameraConfiguration)

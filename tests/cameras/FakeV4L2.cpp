@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdarg>
 #include <dlfcn.h>
 #include <fcntl.h>
@@ -9,6 +10,7 @@
 #include <map>
 #include <mutex>
 #include <poll.h>
+#include <set>
 #include <string>
 #include <sys/eventfd.h>
 #include <sys/ioctl.h>
@@ -51,12 +53,15 @@ struct Device {
     std::map<quint32, int> presses;
     int priorityHolder = -1; ///< a descriptor
     std::vector<int> subscribers;
+    std::set<unsigned long> held; ///< calls that do not come back
 };
 
 struct World {
     std::mutex mutex; // for the following
     std::map<std::string, Device> devices;
     std::map<int, std::string> descriptors;
+    std::condition_variable released;
+    int heldCalls = 0;
 };
 
 /// There before any constructor of the program and after any destructor, as descriptors are.
@@ -93,6 +98,18 @@ Device* deviceAt(const std::string& path)
 {
     const auto found = world().devices.find(path);
     return found == world().devices.end() ? nullptr : &found->second;
+}
+
+/// Comes back when the call may, and the device may have gone.
+void passHold(std::unique_lock<std::mutex>& lock, const std::string& path, unsigned long call)
+{
+    const auto isHeld = [&] {
+        const Device* device = deviceAt(path);
+        return device != nullptr && device->held.count(call) > 0;
+    };
+    ++world().heldCalls;
+    world().released.wait(lock, [&] { return !isHeld(); });
+    --world().heldCalls;
 }
 
 const Control* controlOf(const Device& device, quint32 id)
@@ -266,7 +283,8 @@ template <typename Function> Function* next(const char* name)
 
 int openFake(const char* path)
 {
-    const std::lock_guard lock(world().mutex);
+    std::unique_lock lock(world().mutex);
+    passHold(lock, path, fakeOpening);
     if (deviceAt(path) == nullptr) {
         return -1;
     }
@@ -298,6 +316,28 @@ void removeFakeDevices()
         }
     }
     world().devices.clear();
+    world().released.notify_all();
+}
+
+void holdFakeCalls(const QString& path, unsigned long call)
+{
+    const std::lock_guard lock(world().mutex);
+    world().devices.at(path.toStdString()).held.insert(call);
+}
+
+void releaseFakeCalls()
+{
+    const std::lock_guard lock(world().mutex);
+    for (auto& [path, device] : world().devices) {
+        device.held.clear();
+    }
+    world().released.notify_all();
+}
+
+int heldFakeCalls()
+{
+    const std::lock_guard lock(world().mutex);
+    return world().heldCalls;
 }
 
 int fakeControl(const QString& path, quint32 control)
@@ -359,10 +399,12 @@ int fakeIoctl(int descriptor, unsigned long code, ...)
     void* argument = va_arg(arguments, void*);
     va_end(arguments);
     {
-        const std::lock_guard lock(cameras::world().mutex);
+        std::unique_lock lock(cameras::world().mutex);
         const auto found = cameras::world().descriptors.find(descriptor);
         if (found != cameras::world().descriptors.end()) {
-            cameras::Device* device = cameras::deviceAt(found->second);
+            const std::string path = found->second;
+            cameras::passHold(lock, path, code);
+            cameras::Device* device = cameras::deviceAt(path);
             errno
                 = device == nullptr ? ENODEV : cameras::answer(*device, descriptor, code, argument);
             return errno == 0 ? 0 : -1;
@@ -375,16 +417,18 @@ int fakeIoctl(int descriptor, unsigned long code, ...)
 int fakeClose(int descriptor)
 {
     {
-        const std::lock_guard lock(cameras::world().mutex);
+        std::unique_lock lock(cameras::world().mutex);
         const auto found = cameras::world().descriptors.find(descriptor);
         if (found != cameras::world().descriptors.end()) {
-            if (cameras::Device* device = cameras::deviceAt(found->second)) {
+            const std::string path = found->second;
+            cameras::passHold(lock, path, cameras::fakeClosing);
+            if (cameras::Device* device = cameras::deviceAt(path)) {
                 std::erase(device->subscribers, descriptor);
                 if (device->priorityHolder == descriptor) {
                     device->priorityHolder = -1;
                 }
             }
-            cameras::world().descriptors.erase(found);
+            cameras::world().descriptors.erase(descriptor);
         }
     }
     static auto* const real = cameras::next<int(int)>("close");

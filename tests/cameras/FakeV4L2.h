@@ -22,6 +22,15 @@ void removeFakeDevices();
 int fakeControl(const QString& path, quint32 control);
 /// How often a button was pressed.
 int fakePresses(const QString& path, quint32 control);
+/// What can be held besides the ioctls, by their codes.
+constexpr unsigned long fakeOpening = 1;
+constexpr unsigned long fakeClosing = 2;
+/// From now on whoever calls this does not come back, until the release or the removal.
+void holdFakeCalls(const QString& path, unsigned long call);
+void releaseFakeCalls();
+/// How many threads are being held.
+int heldFakeCalls();
+
 /// As the camera itself does; whoever has subscribed is told.
 void setFakeControl(const QString& path, quint32 control, int value);
 /// Whether subscribing to changes works; it does at first.

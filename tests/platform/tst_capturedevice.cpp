@@ -5,7 +5,10 @@
 #include "tests/support/CameraRig.h"
 #include "tests/support/TestMain.h"
 
+#include <QElapsedTimer>
+
 #include <cerrno>
+#include <cstring>
 #include <linux/videodev2.h>
 #include <mutex>
 
@@ -55,6 +58,11 @@ private Q_SLOTS:
     void observesFocus();
     void observesNothingElse();
     void listsV4L2Devices();
+    void waitsForNoDriver_data();
+    void waitsForNoDriver();
+    void takesOneThatAnswersAgain();
+    void endsAnObservationThatHangs();
+    void listsNoDeviceThatHangs();
 
 private:
     std::unique_ptr<RigCamera> plugIn(const char* profilePath = nullptr);
@@ -469,6 +477,116 @@ void CaptureDeviceTest::listsV4L2Devices()
         sizes.append(format.size);
     }
     QCOMPARE(sizes, (QList<QSize>{ { 160, 120 }, { 1600, 1200 }, { 1280, 720 }, { 640, 480 } }));
+}
+
+void CaptureDeviceTest::waitsForNoDriver_data()
+{
+    QTest::addColumn<quint64>("call");
+    QTest::addColumn<bool>("isLocked");
+    QTest::addColumn<int>("code");
+    QTest::newRow("open") << quint64(cameras::fakeOpening) << false << ETIMEDOUT;
+    QTest::newRow("ask for a control") << quint64(VIDIOC_QUERYCTRL) << false << ETIMEDOUT;
+    QTest::newRow("claim the priority") << quint64(VIDIOC_S_PRIORITY) << false << ETIMEDOUT;
+    QTest::newRow("set a control") << quint64(VIDIOC_S_CTRL) << true << 0;
+    QTest::newRow("close") << quint64(cameras::fakeClosing) << false << ETIMEDOUT;
+}
+
+void CaptureDeviceTest::waitsForNoDriver()
+{
+    QFETCH(const quint64, call);
+    cameras::addFakeDevice(path, FakeProfile::Full);
+    const auto camera = plugIn("/dev/fake-camera");
+    cameras::holdFakeCalls(path, call);
+    CaptureDevice tested = device();
+    QElapsedTimer timer;
+    timer.start();
+    const auto use = [&tested](Error* error) {
+        (void)tested.isSuspended();
+        (void)tested.isInUseByAnotherApplication();
+        (void)tested.isFocusModeSupported(FocusMode::ContinuousAutoFocus);
+        const bool isLocked = tested.lockForConfiguration(error);
+        tested.setFocusMode(FocusMode::ContinuousAutoFocus);
+        tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
+        tested.unlockForConfiguration();
+        return isLocked;
+    };
+    Error error;
+    QTEST(use(&error), "isLocked");
+    QTEST(error.code, "code");
+    // Others are not waited for either, and no further thread is lost.
+    tested = device();
+    QVERIFY(!use(nullptr));
+    QVERIFY(tested.observe(CaptureDevice::Adjustment::Focus, [](bool) {}) != nullptr);
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    QCOMPARE(cameras::heldFakeCalls(), 1);
+}
+
+void CaptureDeviceTest::takesOneThatAnswersAgain()
+{
+    cameras::addFakeDevice(path, FakeProfile::Full);
+    const auto camera = plugIn("/dev/fake-camera");
+    const QString noAnswer = QString::fromLocal8Bit(strerrordesc_np(ETIMEDOUT));
+    cameras::holdFakeCalls(path, VIDIOC_S_PRIORITY);
+    Error error;
+    QVERIFY(!device().lockForConfiguration(&error));
+    QCOMPARE(error.failureReason, noAnswer);
+    cameras::releaseFakeCalls();
+    // The priority that came too late does not keep others from it.
+    CaptureDevice tested = device();
+    QTRY_VERIFY(tested.lockForConfiguration());
+    tested.setFocusMode(FocusMode::ContinuousAutoFocus);
+    QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 1);
+    tested.unlockForConfiguration();
+    QCOMPARE(cameras::heldFakeCalls(), 0);
+}
+
+void CaptureDeviceTest::endsAnObservationThatHangs()
+{
+    cameras::addFakeDevice(path, FakeProfile::Full);
+    cameras::setFakeEvents(path, false);
+    const auto camera = plugIn("/dev/fake-camera");
+    Told told;
+    auto observation = device().observe(
+        CaptureDevice::Adjustment::Focus, [&told](bool adjusting) { told(adjusting); });
+    cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_BUSY);
+    QTRY_COMPARE(told.all(), QList<bool>{ true });
+    cameras::holdFakeCalls(path, VIDIOC_G_CTRL);
+    QTRY_COMPARE(cameras::heldFakeCalls(), 1);
+    QElapsedTimer timer;
+    timer.start();
+    observation.reset();
+    QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+    // It knows that the driver is in use for too long, and leaves it alone.
+    QTRY_VERIFY(!device().isFocusModeSupported(FocusMode::ContinuousAutoFocus));
+    QCOMPARE(cameras::heldFakeCalls(), 1);
+    cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_REACHED);
+    cameras::releaseFakeCalls();
+    QTRY_VERIFY(device().isFocusModeSupported(FocusMode::ContinuousAutoFocus));
+    QCOMPARE(told.all(), QList<bool>{ true });
+}
+
+void CaptureDeviceTest::listsNoDeviceThatHangs()
+{
+    const QTemporaryDir folder;
+    for (const char* name : { "video1", "video2" }) {
+        QFile file(folder.filePath(QString::fromLatin1(name)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        cameras::addFakeDevice(file.fileName(), FakeProfile::Full);
+    }
+    const QString first = folder.filePath(QStringLiteral("video1"));
+    cameras::holdFakeCalls(first, VIDIOC_ENUM_FMT);
+    const auto names = [&folder] {
+        QStringList result;
+        for (const CameraNode& node : platform::v4l2Cameras(folder.path())) {
+            result.append(node.name.section(u'/', -1));
+        }
+        return result;
+    };
+    QCOMPARE(names(), QStringList{ QStringLiteral("video2") });
+    QCOMPARE(names(), QStringList{ QStringLiteral("video2") });
+    QCOMPARE(cameras::heldFakeCalls(), 1);
+    cameras::releaseFakeCalls();
+    QTRY_COMPARE(names(), (QStringList{ QStringLiteral("video1"), QStringLiteral("video2") }));
 }
 
 VELLUMCAP_TEST_MAIN(CaptureDeviceTest)

@@ -1,0 +1,86 @@
+// Threads: std
+#include "platform/camera/DriverCall.h"
+#include "tests/support/TestMain.h"
+
+#include <QElapsedTimer>
+
+#include <atomic>
+#include <future>
+#include <memory>
+#include <thread>
+
+using platform::askDriver;
+using platform::DriverVisit;
+using platform::patienceWithDriver;
+
+class DriverCallTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void answersFromAThreadOfItsOwn();
+    void letsGoOfWhatTheCallHeld();
+    void losesOneThreadToADriverThatHangs();
+    void asksNothingWhereAVisitHangs();
+};
+
+namespace {
+
+const QString path = QStringLiteral("/dev/camera");
+
+} // namespace
+
+void DriverCallTest::answersFromAThreadOfItsOwn()
+{
+    const auto thread = askDriver(path, [] { return std::this_thread::get_id(); });
+    QVERIFY(thread.has_value());
+    QVERIFY(*thread != std::this_thread::get_id());
+}
+
+void DriverCallTest::letsGoOfWhatTheCallHeld()
+{
+    auto device = std::make_shared<int>(42);
+    const std::weak_ptr<int> life = device;
+    QCOMPARE(askDriver(path, [device = std::move(device)] { return *device; }), 42);
+    QVERIFY(life.expired());
+}
+
+void DriverCallTest::losesOneThreadToADriverThatHangs()
+{
+    std::promise<void> release;
+    const std::shared_future<void> released = release.get_future().share();
+    auto device = std::make_shared<int>(42);
+    const std::weak_ptr<int> life = device;
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(!askDriver(path, [released, device = std::move(device)] {
+        released.wait();
+        return *device;
+    }).has_value());
+    QVERIFY(timer.elapsed() >= patienceWithDriver.count());
+
+    std::atomic<bool> wasCalled = false;
+    const auto call = [&wasCalled] { return wasCalled = true; };
+    QVERIFY(!askDriver(path, call).has_value());
+    QVERIFY(!wasCalled);
+    QCOMPARE(askDriver(QStringLiteral("/dev/other"), [] { return 1; }), 1);
+
+    QVERIFY(!life.expired());
+    release.set_value();
+    QTRY_VERIFY(life.expired());
+    QTRY_COMPARE(askDriver(path, [] { return 1; }), 1);
+}
+
+void DriverCallTest::asksNothingWhereAVisitHangs()
+{
+    std::promise<void> release;
+    std::thread visitor([released = release.get_future()] {
+        const DriverVisit visit(path);
+        released.wait();
+    });
+    QTRY_VERIFY(!askDriver(path, [] { return 1; }).has_value()); // at first it may just be slow
+    release.set_value();
+    visitor.join();
+    QCOMPARE(askDriver(path, [] { return 1; }), 1);
+}
+
+VELLUMCAP_TEST_MAIN(DriverCallTest)
+#include "tst_drivercall.moc"
