@@ -2,6 +2,7 @@
 
 #include "platform/camera/CameraPipeline.h"
 #include "platform/camera/FormatChoice.h"
+#include "platform/camera/PixelConversion.h"
 #include "platform/services/Dispatch.h"
 #include "platform/services/Log.h"
 
@@ -148,6 +149,9 @@ void CameraStream::open()
     m_run->isFrameAwaited = true;
     const std::weak_ptr<Run> guard = m_run;
     const auto takeFrame = [this, guard, run = m_run.get()](GstSample* sample) {
+        if (!hasPicture(sample)) { // as when it has changed its format and tells nobody
+            return;
+        }
         run->lastFrameAt = Clock::now();
         m_receivers.frame(SampleBuffer(sample, ++run->frameCount));
         if (run->isFrameAwaited.exchange(false)) {

@@ -4,6 +4,7 @@
 #include "platform/graphics/BitmapPool.h"
 
 #include <algorithm>
+#include <array>
 #include <gst/gst.h>
 #include <gst/video/video.h>
 #include <memory>
@@ -264,6 +265,20 @@ QSize announcedSize(GstSample* sample)
     }
     const QSize size(width, height);
     return isAcceptable(size) ? size : QSize();
+}
+
+bool hasPicture(GstSample* sample)
+{
+    GstBuffer* buffer = gst_sample_get_buffer(sample);
+    if (!buffer) {
+        return false;
+    }
+    if (isCompressed(sample)) {
+        constexpr std::array<guint8, 2> startOfImage{ 0xff, 0xd8 };
+        return gst_buffer_memcmp(buffer, 0, startOfImage.data(), startOfImage.size()) == 0;
+    }
+    const std::optional<GstVideoInfo> info = layoutOf(sample);
+    return info && fits(*info, gst_buffer_get_size(buffer));
 }
 
 bool isCompressed(GstSample* sample)

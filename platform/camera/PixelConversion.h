@@ -13,6 +13,9 @@ inline constexpr int largestPictureSide = 8192;
 /// Of the sample's caps; empty when they name none, or one that is refused.
 QSize announcedSize(GstSample* sample);
 
+/// Whether the sample has the bytes of a picture, as far as can be told without decoding it.
+bool hasPicture(GstSample* sample);
+
 /// Whether a picture must be decoded as a whole before it can be scaled.
 bool isCompressed(GstSample* sample);
 

@@ -4,12 +4,12 @@
 #include "platform/ui/Sheet.h"
 #include "tests/cameras/FakeV4L2.h"
 #include "tests/support/CameraRig.h"
+#include "tests/support/CaptureScene.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
 
-#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QPushButton>
 
@@ -21,6 +21,7 @@ using support::CameraOnStage;
 using support::CameraRig;
 using support::LogLines;
 using support::Program;
+using support::threadsNamed;
 
 Q_DECLARE_METATYPE(FakeProfile)
 
@@ -55,17 +56,6 @@ vellumcap::ScanningWindow& opened(Program& program, Window window)
 bool showsLivePicture(const vellumcap::ScanningWindow& window)
 {
     return !window.cameraImageView->pictureRect().isEmpty();
-}
-
-int threadsNamed(const QByteArray& name)
-{
-    int count = 0;
-    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
-    while (tasks.hasNext()) {
-        QFile comm(tasks.next() + QStringLiteral("/comm"));
-        count += comm.open(QFile::ReadOnly) && comm.readAll().trimmed() == name ? 1 : 0;
-    }
-    return count;
 }
 
 } // namespace

@@ -19,6 +19,7 @@
 
 #include <QPainter>
 #include <QPushButton>
+#include <QRegularExpression>
 
 using platform::CaptureDevice;
 using platform::Symbology;
@@ -143,10 +144,17 @@ private Q_SLOTS:
     void aNewWindowOffersTheCodeAgain();
     void aCameraThatIsPulledOutLeavesACaption();
     void aFrozenCameraLeavesACaption();
+    void followsACameraThatChangesItsFormat_data();
+    void followsACameraThatChangesItsFormat();
+    void aCameraThatSendsNoPicturesLeavesACaption();
+    void aCameraThatRefusesLeavesACaption();
+    void readsWhatACameraOffers_data();
+    void readsWhatACameraOffers();
     void survivesWithoutACamera();
 
 private:
     CameraOnStage plugIn(const QString& name, const QImage& picture);
+    CameraOnStage plugIn(const CameraWish& wish, const QImage& picture);
 
     std::unique_ptr<CameraRig> m_rig;
     std::unique_ptr<support::Browser> m_browser;
@@ -174,9 +182,14 @@ CameraOnStage CaptureWindowTest::plugIn(const QString& name, const QImage& pictu
 {
     CameraWish wish{ name, QStringLiteral("Camera ") + name };
     wish.size = frameSize;
+    return plugIn(wish, picture);
+}
+
+CameraOnStage CaptureWindowTest::plugIn(const CameraWish& wish, const QImage& picture)
+{
     CameraOnStage camera(m_rig->addCamera(wish).release());
     camera->show(picture);
-    [&name] { QTRY_VERIFY(isListed(name)); }();
+    [&wish] { QTRY_VERIFY(isListed(wish.name)); }();
     return camera;
 }
 
@@ -579,6 +592,115 @@ void CaptureWindowTest::aFrozenCameraLeavesACaption()
 
     camera->thaw();
     QTRY_VERIFY(showsLivePicture(window));
+    QCOMPARE(window.cameraImageView->caption(), QString());
+}
+
+void CaptureWindowTest::followsACameraThatChangesItsFormat_data()
+{
+    QTest::addColumn<bool>("stays");
+    QTest::addColumn<QString>("mode");
+    QTest::addColumn<QSize>("size");
+
+    QTest::newRow("goes and returns smaller") << false << "YUY2:480x360@30" << QSize(480, 360);
+    QTest::newRow("goes and returns larger") << false << "JPEG:800x600@30" << QSize(800, 600);
+    QTest::newRow("stays, but smaller") << true << "JPEG:480x360@30" << QSize(480, 360);
+    QTest::newRow("stays, but larger") << true << "YUY2:800x600@30" << QSize(800, 600);
+}
+
+void CaptureWindowTest::followsACameraThatChangesItsFormat()
+{
+    QFETCH(const bool, stays);
+    QFETCH(const QString, mode);
+    QFETCH(const QSize, size);
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_VERIFY(showsLivePicture(window));
+
+    if (stays) {
+        camera->renegotiate({ mode });
+    } else {
+        camera->setModes({ mode });
+    }
+    camera->show(paper(QStringLiteral("changed")));
+
+    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), QStringLiteral("changed"), 20000);
+    // Read before the change where that was quicker.
+    if (window.capturedImage().size() == frameSize) {
+        window.skipCapture(nullptr);
+        camera->show(paper(QStringLiteral("changed since")));
+        QTRY_COMPARE_WITH_TIMEOUT(
+            window.textField->stringValue(), QStringLiteral("changed since"), 20000);
+    }
+    QCOMPARE(window.capturedImage().size(), size);
+    QCOMPARE(window.cameraImageView->caption(), QString());
+    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+}
+
+void CaptureWindowTest::aCameraThatSendsNoPicturesLeavesACaption()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    Program program;
+    auto& window = openScan(program);
+    QTRY_VERIFY(showsLivePicture(window));
+
+    camera->lie(QStringLiteral("YUY2:320x240@30")); // in frames that are called larger
+    QTRY_VERIFY_WITH_TIMEOUT(
+        window.cameraImageView->caption().contains(QStringLiteral("no picture")), 20000);
+    QVERIFY(!showsLivePicture(window));
+
+    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+}
+
+void CaptureWindowTest::aCameraThatRefusesLeavesACaption()
+{
+    const auto camera = plugIn(QStringLiteral("a"), paper());
+    camera->refuse();
+    QTest::ignoreMessage(
+        QtInfoMsg, QRegularExpression(QStringLiteral("The camera a cannot be used: .+")));
+    Program program;
+
+    auto& window = openScan(program);
+
+    QTRY_VERIFY_WITH_TIMEOUT(
+        window.cameraImageView->caption().contains(QStringLiteral("cannot be opened")), 20000);
+    QVERIFY(!showsLivePicture(window));
+    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+}
+
+void CaptureWindowTest::readsWhatACameraOffers_data()
+{
+    QTest::addColumn<QString>("encoding");
+    QTest::addColumn<QSize>("size");
+    QTest::addColumn<int>("rate");
+
+    QTest::newRow("2160 lines") << "YUY2" << QSize(3840, 2160) << 30;
+    QTest::newRow("2160 lines of JPEG") << "JPEG" << QSize(3840, 2160) << 30;
+    QTest::newRow("15 frames a second") << "YUY2" << QSize(1280, 720) << 15;
+}
+
+void CaptureWindowTest::readsWhatACameraOffers()
+{
+    QFETCH(const QString, encoding);
+    QFETCH(const QSize, size);
+    QFETCH(const int, rate);
+    CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
+    wish.encoding = encoding;
+    wish.size = size;
+    wish.rate = rate;
+    const auto camera = plugIn(wish, paper(QStringLiteral("as it is")).scaled(size));
+    Program program;
+
+    auto& window = openScan(program);
+
+    QCOMPARE(window.mCaptureDevice()->activeFormat().dimensions, size);
+    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), QStringLiteral("as it is"), 20000);
+    QCOMPARE(window.capturedImage().size(), size);
+    window.skipCapture(nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(showsLivePicture(window), 20000);
     QCOMPARE(window.cameraImageView->caption(), QString());
 }
 

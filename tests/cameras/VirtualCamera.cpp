@@ -9,7 +9,7 @@
 #include <spa/param/props.h>
 #include <spa/param/video/format-utils.h>
 #include <spa/pod/builder.h>
-#include <spa/pod/iter.h>
+#include <spa/pod/parser.h>
 #include <unistd.h>
 
 namespace cameras {
@@ -165,6 +165,7 @@ struct VirtualCamera::State {
     bool isReady = false;
     bool isWatched = false;
     bool isFrozen = false;
+    bool isGoing = false; ///< what its stream still says is of no importance
     bool refuses = false;
     bool failed = false;
     quint64 sequence = 0;
@@ -183,7 +184,9 @@ struct VirtualCamera::State {
 
     bool connect();
     void expose();
-    void offer(const QString& modes);
+    bool takeModes(const QString& modes);
+    void offer();
+    void reoffer();
     void agreeOn(const spa_pod* format);
     void noteControls(const spa_pod* values) const;
     void sendFrame();
@@ -272,21 +275,38 @@ void VirtualCamera::State::expose()
     frame = encodedFrame(seenPicture(picture, mode.size), mode.encoding);
 }
 
-void VirtualCamera::State::offer(const QString& modes)
+bool VirtualCamera::State::takeModes(const QString& modes)
 {
-    properties.modes.clear();
+    QList<CameraMode> taken;
     for (const QString& text : modes.split(u' ', Qt::SkipEmptyParts)) {
         if (const auto each = CameraMode::parsed(text)) {
-            properties.modes.append(*each);
+            taken.append(*each);
         }
     }
+    if (taken.isEmpty()) {
+        std::fprintf(stderr, "virtual_camera: no modes: %ls\n", modes.toStdWString().c_str());
+        return false;
+    }
+    properties.modes = taken;
+    return true;
+}
+
+void VirtualCamera::State::offer()
+{
     if (isWatched) { // as cameras of hardware do that are switched to another mode
+        isGoing = true;
+        pw_stream_destroy(stream);
+        isGoing = false;
         isReady = false;
         isWatched = false;
-        pw_stream_destroy(stream);
         connect();
         return;
     }
+    reoffer();
+}
+
+void VirtualCamera::State::reoffer()
+{
     Parameters parameters;
     for (const CameraMode& each : properties.modes) {
         parameters.addFormat(each);
@@ -304,21 +324,13 @@ void VirtualCamera::State::agreeOn(const spa_pod* format)
         pw_stream_set_error(stream, -EBUSY, "the camera refuses");
         return;
     }
-    uint32_t type = 0;
-    uint32_t subtype = 0;
-    spa_format_parse(format, &type, &subtype);
+    // What was agreed on may still be wrapped as a choice of one.
     uint32_t raw = SPA_VIDEO_FORMAT_UNKNOWN;
     spa_rectangle size{};
     spa_fraction rate{};
-    if (const auto* each = spa_pod_find_prop(format, nullptr, SPA_FORMAT_VIDEO_format)) {
-        spa_pod_get_id(&each->value, &raw);
-    }
-    if (const auto* each = spa_pod_find_prop(format, nullptr, SPA_FORMAT_VIDEO_size)) {
-        spa_pod_get_rectangle(&each->value, &size);
-    }
-    if (const auto* each = spa_pod_find_prop(format, nullptr, SPA_FORMAT_VIDEO_framerate)) {
-        spa_pod_get_fraction(&each->value, &rate);
-    }
+    spa_pod_parse_object(format, SPA_TYPE_OBJECT_Format, nullptr, SPA_FORMAT_VIDEO_format,
+        SPA_POD_OPT_Id(&raw), SPA_FORMAT_VIDEO_size, SPA_POD_OPT_Rectangle(&size),
+        SPA_FORMAT_VIDEO_framerate, SPA_POD_OPT_Fraction(&rate));
     for (const CameraMode& each : properties.modes) {
         const spa_rectangle offered = rectangle(each.size);
         if (rawFormat(each.encoding) == raw && offered.width == size.width
@@ -391,6 +403,9 @@ void VirtualCamera::State::beat(bool running)
 void VirtualCamera::State::changeState(pw_stream_state now, const char* error)
 {
     beat(now == PW_STREAM_STATE_STREAMING);
+    if (isGoing) {
+        return;
+    }
     if (now == PW_STREAM_STATE_PAUSED && !isReady) {
         isReady = true;
         say(answer);
@@ -430,10 +445,24 @@ void VirtualCamera::State::obey(const QString& command)
         expose();
     } else if (word == QLatin1String("formats")) {
         answer = "done " + command.toUtf8();
-        offer(rest);
+        if (!takeModes(rest)) {
+            return;
+        }
+        offer();
         if (!isReady) {
             return;
         }
+    } else if (word == QLatin1String("renegotiate")) {
+        if (!takeModes(rest)) {
+            return;
+        }
+        reoffer();
+    } else if (word == QLatin1String("lie")) {
+        const auto lied = CameraMode::parsed(rest);
+        if (!lied) {
+            return;
+        }
+        frame = encodedFrame(seenPicture(picture, lied->size), lied->encoding);
     } else if (word == QLatin1String("refuse")) {
         refuses = true;
     } else if (word == QLatin1String("quit")) {

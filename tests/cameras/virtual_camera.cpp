@@ -26,6 +26,8 @@ std::optional<CameraControl> parsedControl(const QString& text)
 ///   image FILE      shows another picture
 ///   freeze, thaw    stays listed, but sends no frames; sends them again
 ///   formats MODE... offers these formats instead; while somebody watches, it goes and returns
+///   renegotiate MODE...  the same without going: its node stays, and what it offers changes
+///   lie MODE        sends its picture in this format under the name of the one agreed on
 ///   refuse          fails for everybody who wants to watch from now on
 ///   quit
 int main(int argc, char** argv)

@@ -3,6 +3,7 @@
 #include "tests/support/TestMain.h"
 
 #include <QElapsedTimer>
+#include <QPainter>
 
 using support::CameraRig;
 
@@ -13,7 +14,12 @@ private Q_SLOTS:
     void sendsWhatItShows_data();
     void sendsWhatItShows();
     void freezesAndThaws();
+    void sendsWhatWasAgreedOn_data();
+    void sendsWhatWasAgreedOn();
     void changesItsFormat();
+    void changesItsFormatWhileItIsWatched_data();
+    void changesItsFormatWhileItIsWatched();
+    void lies();
     void refuses();
     void comesAndGoes();
 };
@@ -109,6 +115,47 @@ void CameraRigTest::freezesAndThaws()
     reader.waitForFinished();
 }
 
+void CameraRigTest::sendsWhatWasAgreedOn_data()
+{
+    QTest::addColumn<QString>("encoding");
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("the preferred format") << "BGRx" << QSize(64, 48);
+    QTest::newRow("another size") << "BGRx" << QSize(32, 24);
+    QTest::newRow("another encoding") << "YUY2" << QSize(80, 60);
+}
+
+void CameraRigTest::sendsWhatWasAgreedOn()
+{
+    QFETCH(const QString, encoding);
+    QFETCH(const QSize, size);
+    CameraRig rig;
+    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
+        .description = QStringLiteral("Camera A"),
+        .size = { 64, 48 },
+        .encoding = QStringLiteral("BGRx"),
+        .furtherModes = { QStringLiteral("BGRx:32x24@30"), QStringLiteral("YUY2:80x60@30") } });
+    const QColor left(180, 90, 40);
+    const QColor right(40, 90, 180);
+    QImage picture = support::plainPicture(size, left);
+    QPainter(&picture).fillRect(size.width() / 2, 0, size.width() / 2, size.height(), right);
+    camera->show(picture);
+    QProcess reader;
+    watch(reader, QStringLiteral("cam.a"),
+        { QStringLiteral("!"),
+            QStringLiteral("video/x-raw,format=%1,width=%2,height=%3,framerate=30/1")
+                .arg(encoding)
+                .arg(size.width())
+                .arg(size.height()) });
+    QTRY_VERIFY_WITH_TIMEOUT(reader.bytesAvailable() >= size.width() * 4, 20000);
+    const QColor first = colorOf(reader);
+    QVERIFY2(isNear(first, left), qPrintable(first.name()));
+    reader.read((size.width() - 2) * 4);
+    const QColor last = colorOf(reader);
+    QVERIFY2(isNear(last, right), qPrintable(last.name()));
+    reader.kill();
+    reader.waitForFinished();
+}
+
 void CameraRigTest::changesItsFormat()
 {
     CameraRig rig;
@@ -132,6 +179,81 @@ void CameraRigTest::changesItsFormat()
     QTRY_VERIFY_WITH_TIMEOUT(after.bytesAvailable() > 0, 20000);
     after.kill();
     after.waitForFinished();
+}
+
+void CameraRigTest::changesItsFormatWhileItIsWatched_data()
+{
+    QTest::addColumn<bool>("stays");
+    QTest::newRow("goes and returns") << false;
+    QTest::newRow("stays") << true;
+}
+
+void CameraRigTest::changesItsFormatWhileItIsWatched()
+{
+    QFETCH(const bool, stays);
+    CameraRig rig;
+    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
+        .description = QStringLiteral("Camera A"),
+        .size = { 64, 48 },
+        .encoding = QStringLiteral("BGRx") });
+    const auto numbers = [] {
+        QStringList result;
+        const auto nodes = CameraRig::output(
+            QStringLiteral("pw-cli"), { QStringLiteral("ls"), QStringLiteral("cam.a") });
+        for (const QByteArray& line : nodes.split('\n')) {
+            if (line.contains("object.serial")) {
+                result.append(QString::fromLatin1(line.trimmed()));
+            }
+        }
+        return result;
+    };
+    const auto readSize = [](int width) {
+        return QStringList{ QStringLiteral("!"),
+            QStringLiteral("video/x-raw,width=%1").arg(width) };
+    };
+    const QStringList before = numbers();
+    QCOMPARE(before.size(), 1);
+    QProcess first;
+    watch(first, QStringLiteral("cam.a"), readSize(64));
+    QTRY_VERIFY_WITH_TIMEOUT(first.bytesAvailable() > 0, 20000);
+    const QString mode = QStringLiteral("BGRx:32x24@30");
+    if (stays) {
+        camera->renegotiate({ mode });
+    } else {
+        camera->setModes({ mode });
+    }
+    QCOMPARE(numbers() == before, stays);
+    first.kill();
+    first.waitForFinished();
+    QProcess second;
+    watch(second, QStringLiteral("cam.a"), readSize(32));
+    QTRY_VERIFY_WITH_TIMEOUT(second.bytesAvailable() > 0, 20000);
+    second.kill();
+    second.waitForFinished();
+}
+
+void CameraRigTest::lies()
+{
+    CameraRig rig;
+    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
+        .description = QStringLiteral("Camera A"),
+        .size = { 64, 48 },
+        .encoding = QStringLiteral("GRAY8") });
+    QProcess reader;
+    CameraRig::start(reader, QStringLiteral("gst-launch-1.0"),
+        { QStringLiteral("-q"), QStringLiteral("pipewiresrc"), QStringLiteral("always-copy=true"),
+            QStringLiteral("target-object=cam.a"), QStringLiteral("!"),
+            QStringLiteral("video/x-raw"), QStringLiteral("!"), QStringLiteral("fdsink"),
+            QStringLiteral("fd=1") });
+    const auto frames = [&reader](qint64 size) {
+        reader.readAllStandardOutput();
+        return reader.waitForReadyRead(20000) && reader.bytesAvailable() % size == 0;
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(frames(64 * 48), 20000);
+    camera->lie(QStringLiteral("GRAY8:40x26@30"));
+    QTRY_VERIFY_WITH_TIMEOUT(frames(40 * 26), 20000);
+    reader.kill();
+    reader.waitForFinished();
 }
 
 void CameraRigTest::refuses()

@@ -1,30 +1,26 @@
 #include "platform/camera/CameraRegistry.h"
 #include "platform/camera/CaptureConnection.h"
-#include "platform/camera/CaptureDeviceInput.h"
-#include "platform/camera/CaptureSession.h"
-#include "platform/camera/CaptureVideoDataOutput.h"
 #include "platform/camera/CaptureVideoPreviewLayer.h"
-#include "platform/camera/SampleBuffer.h"
-#include "tests/support/CameraRig.h"
+#include "tests/support/CaptureScene.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
-#include <QPainter>
 #include <QSignalSpy>
 
 #include <atomic>
-#include <functional>
 #include <future>
-#include <mutex>
 
 using platform::CaptureSession;
-using platform::SampleBuffer;
 using support::CameraRig;
 using support::CameraWish;
+using support::quarters;
+using support::smallCamera;
+using support::threadsNamed;
+using support::wrongQuarter;
 using Interruption = platform::CaptureSession::Interruption;
+using Scene = support::CaptureScene;
 
 /// Sessions with cameras of PipeWire that need no hardware.
 class CaptureSessionTest : public QObject {
@@ -39,7 +35,6 @@ private Q_SLOTS:
     void takesAnUnpluggedCameraUpAgain();
     void neverShowsAnotherCamera();
     void servesTwoCamerasAtOnce();
-    void followsAChangeOfFormat();
     void tellsOfARefusal();
     void letsGoOfTheCamera();
     void survivesHasteWithStartAndStop();
@@ -56,127 +51,7 @@ private:
 namespace {
 
 constexpr QSize cameraSize(640, 480);
-constexpr int patience = 20000;
-
-/// Four quarters: red, green, blue, grey.
-QImage quarters()
-{
-    QImage picture(cameraSize, QImage::Format_RGB32);
-    QPainter painter(&picture);
-    const QRect quarter(QPoint(0, 0), cameraSize / 2);
-    painter.fillRect(quarter, QColor(200, 30, 30));
-    painter.fillRect(quarter.translated(quarter.width(), 0), QColor(30, 200, 30));
-    painter.fillRect(quarter.translated(0, quarter.height()), QColor(30, 30, 200));
-    painter.fillRect(quarter.translated(quarter.width(), quarter.height()), QColor(90, 90, 90));
-    return picture;
-}
-
-QString wrongQuarter(const QImage& seen, const QImage& expected)
-{
-    for (const QPoint eighths : { QPoint(1, 1), QPoint(7, 1), QPoint(1, 7), QPoint(7, 7) }) {
-        const auto at = [eighths](const QImage& image) {
-            return image.pixelColor(
-                image.width() * eighths.x() / 8, image.height() * eighths.y() / 8);
-        };
-        const QColor is = at(seen);
-        const QColor should = at(expected);
-        const int off = std::max({ qAbs(is.red() - should.red()), qAbs(is.green() - should.green()),
-            qAbs(is.blue() - should.blue()) });
-        if (off > 12) {
-            return QStringLiteral("%1 instead of %2").arg(is.name(), should.name());
-        }
-    }
-    return {};
-}
-
-/// Remembers what it is given. `act`, if set, runs with each frame.
-class Watcher : public platform::SampleBufferDelegate {
-public:
-    explicit Watcher(std::function<void()> act = {})
-        : m_act(std::move(act))
-    {
-    }
-
-    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput&, const SampleBuffer& frame,
-        const platform::CaptureConnection&) override
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_sequences.append(frame.sequence());
-            m_pixels = frame.pixels();
-        }
-        if (m_act) {
-            m_act();
-        }
-    }
-
-    qsizetype count() const
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_sequences.size();
-    }
-    QList<quint64> sequences() const
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_sequences;
-    }
-    QImage pixels() const
-    {
-        const std::lock_guard lock(m_mutex);
-        return m_pixels;
-    }
-    void forget()
-    {
-        const std::lock_guard lock(m_mutex);
-        m_sequences.clear();
-        m_pixels = {};
-    }
-
-private:
-    const std::function<void()> m_act;
-    mutable std::mutex m_mutex;
-    QList<quint64> m_sequences;
-    QImage m_pixels;
-};
-
-/// The device, once the program has learnt of the camera.
-std::optional<platform::CaptureDevice> device(const QString& camera)
-{
-    (void)QTest::qWaitFor(
-        [&camera] { return platform::CaptureDevice::deviceWithUniqueID(camera).has_value(); },
-        patience);
-    return platform::CaptureDevice::deviceWithUniqueID(camera);
-}
-
-/// A session as a window sets it up.
-struct Scene {
-    explicit Scene(const QString& camera, std::function<void()> act = {})
-        : watcher(std::make_shared<Watcher>(std::move(act)))
-    {
-        session->addInput(platform::CaptureDeviceInput::create(device(camera)));
-        output->setAlwaysDiscardsLateVideoFrames(true);
-        output->setVideoSettings(platform::CaptureVideoDataOutput::PixelFormat::BGRA);
-        output->setSampleBufferDelegate(watcher, queue);
-        session->addOutput(output);
-        session->setInterruptionObserver([this] { told.append(session->interruption()); });
-    }
-
-    const std::shared_ptr<platform::SerialQueue> queue
-        = std::make_shared<platform::SerialQueue>("aQueue");
-    std::shared_ptr<CaptureSession> session = std::make_shared<CaptureSession>();
-    std::shared_ptr<platform::CaptureVideoDataOutput> output
-        = std::make_shared<platform::CaptureVideoDataOutput>();
-    std::shared_ptr<Watcher> watcher;
-    QList<Interruption> told; ///< each interruption that was told of
-};
-
-CameraWish wish(const QString& name, const QString& encoding = QStringLiteral("YUY2"))
-{
-    return { .name = name,
-        .description = QStringLiteral("Camera ") + name,
-        .size = cameraSize,
-        .encoding = encoding };
-}
+constexpr int patience = support::patienceWithCameras;
 
 const QString cameraA = QStringLiteral("cam.a");
 const QString cameraB = QStringLiteral("cam.b");
@@ -186,17 +61,6 @@ int threadCount()
     return int(QDir(QStringLiteral("/proc/self/task"))
                    .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
                    .size());
-}
-
-int threadsNamed(const QByteArray& name)
-{
-    int count = 0;
-    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
-    while (tasks.hasNext()) {
-        QFile comm(tasks.next() + QStringLiteral("/comm"));
-        count += comm.open(QFile::ReadOnly) && comm.readAll().trimmed() == name ? 1 : 0;
-    }
-    return count;
 }
 
 } // namespace
@@ -220,7 +84,7 @@ void CaptureSessionTest::handsOutWhatTheCameraSees()
 {
     QFETCH(QString, encoding);
 
-    const auto camera = m_rig.addCamera(wish(cameraA, encoding));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA, encoding));
     camera->show(quarters());
     Scene scene(cameraA);
     platform::CaptureVideoPreviewLayer preview(scene.session);
@@ -241,7 +105,7 @@ void CaptureSessionTest::handsOutWhatTheCameraSees()
 
 void CaptureSessionTest::countsTheFramesOfARun()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     Scene scene(cameraA);
     for (int run = 0; run < 2; ++run) {
         scene.watcher->forget();
@@ -273,7 +137,7 @@ void CaptureSessionTest::tellsThatThereIsNoCamera()
 
 void CaptureSessionTest::tellsOfAStall()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     Scene scene(cameraA);
     scene.session->startRunning();
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
@@ -287,7 +151,7 @@ void CaptureSessionTest::tellsOfAStall()
 
 void CaptureSessionTest::takesAnUnpluggedCameraUpAgain()
 {
-    auto camera = m_rig.addCamera(wish(cameraA));
+    auto camera = m_rig.addCamera(smallCamera(cameraA));
     Scene scene(cameraA);
     scene.session->startRunning();
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
@@ -296,7 +160,7 @@ void CaptureSessionTest::takesAnUnpluggedCameraUpAgain()
     QVERIFY(scene.session->isRunning());
     camera.reset();
     scene.watcher->forget();
-    CameraWish other = wish(cameraA, QStringLiteral("JPEG"));
+    CameraWish other = smallCamera(cameraA, QStringLiteral("JPEG"));
     other.size = QSize(320, 240);
     camera = m_rig.addCamera(other);
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
@@ -307,8 +171,8 @@ void CaptureSessionTest::takesAnUnpluggedCameraUpAgain()
 
 void CaptureSessionTest::neverShowsAnotherCamera()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
-    const auto other = m_rig.addCamera(wish(cameraB));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
+    const auto other = m_rig.addCamera(smallCamera(cameraB));
     Scene scene(cameraA);
     scene.session->startRunning();
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
@@ -325,8 +189,8 @@ void CaptureSessionTest::neverShowsAnotherCamera()
 
 void CaptureSessionTest::servesTwoCamerasAtOnce()
 {
-    const auto first = m_rig.addCamera(wish(cameraA));
-    const auto second = m_rig.addCamera(wish(cameraB));
+    const auto first = m_rig.addCamera(smallCamera(cameraA));
+    const auto second = m_rig.addCamera(smallCamera(cameraB));
     const QImage red = support::plainPicture(cameraSize, QColor(200, 30, 30));
     const QImage blue = support::plainPicture(cameraSize, QColor(30, 30, 200));
     first->show(red);
@@ -343,23 +207,9 @@ void CaptureSessionTest::servesTwoCamerasAtOnce()
     QTRY_VERIFY_WITH_TIMEOUT(sceneB.watcher->count() > 5, patience);
 }
 
-void CaptureSessionTest::followsAChangeOfFormat()
-{
-    const auto camera = m_rig.addCamera(wish(cameraA));
-    Scene scene(cameraA);
-    scene.session->startRunning();
-    QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
-    scene.session->stopRunning();
-    QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
-    camera->setModes({ QStringLiteral("NV12:320x240@30") });
-    scene.session->startRunning();
-    QTRY_COMPARE_WITH_TIMEOUT(scene.watcher->pixels().size(), QSize(320, 240), patience);
-    QCOMPARE(scene.session->interruption(), Interruption::None);
-}
-
 void CaptureSessionTest::tellsOfARefusal()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     camera->refuse();
     QTest::ignoreMessage(
         QtInfoMsg, QRegularExpression(QStringLiteral("The camera cam.a cannot be used: .+")));
@@ -371,7 +221,7 @@ void CaptureSessionTest::tellsOfARefusal()
 
 void CaptureSessionTest::letsGoOfTheCamera()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     Scene scene(cameraA);
     scene.session->startRunning();
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
@@ -386,7 +236,7 @@ void CaptureSessionTest::letsGoOfTheCamera()
 
 void CaptureSessionTest::survivesHasteWithStartAndStop()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     Scene scene(cameraA);
     for (int round = 0; round < 50; ++round) {
         scene.session->startRunning();
@@ -423,7 +273,7 @@ void CaptureSessionTest::survivesItsEndAtAnyMoment_data()
 void CaptureSessionTest::survivesItsEndAtAnyMoment()
 {
     QFETCH(int, milliseconds);
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     for (int round = 0; round < 5; ++round) {
         Scene scene(cameraA);
         auto preview = std::make_unique<platform::CaptureVideoPreviewLayer>(scene.session);
@@ -442,7 +292,7 @@ void CaptureSessionTest::survivesItsEndAtAnyMoment()
 
 void CaptureSessionTest::givesABusyDelegateTheNewestFrame()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     std::promise<void> goOn;
     std::atomic<bool> isFirst = true;
     Scene scene(cameraA, [&goOn, &isFirst] {
@@ -474,7 +324,7 @@ void CaptureSessionTest::keepsMemoryFlat()
             ? statistics.readAll().split(' ').at(1).toLongLong() * 4
             : 0;
     };
-    CameraWish large = wish(cameraA);
+    CameraWish large = smallCamera(cameraA);
     large.size = QSize(1920, 1080);
     const auto camera = m_rig.addCamera(large);
     Scene scene(cameraA);
@@ -489,7 +339,7 @@ void CaptureSessionTest::keepsMemoryFlat()
 
 void CaptureSessionTest::leavesNoThreadBehind()
 {
-    const auto camera = m_rig.addCamera(wish(cameraA));
+    const auto camera = m_rig.addCamera(smallCamera(cameraA));
     const int before = threadCount();
     {
         Scene scene(cameraA);

@@ -161,6 +161,16 @@ void RigCamera::setModes(const QStringList& modes)
     command("formats " + modes.join(u' ').toUtf8());
 }
 
+void RigCamera::renegotiate(const QStringList& modes)
+{
+    command("renegotiate " + modes.join(u' ').toUtf8());
+}
+
+void RigCamera::lie(const QString& mode)
+{
+    command("lie " + mode.toUtf8());
+}
+
 void RigCamera::refuse()
 {
     command("refuse");

@@ -37,6 +37,8 @@ public:
     void show(const QString& file);
     void show(const QImage& picture);
     void setModes(const QStringList& modes); ///< while watched, it goes and returns
+    void renegotiate(const QStringList& modes); ///< the node stays, and offers these instead
+    void lie(const QString& mode); ///< sends pictures in this format, whatever was agreed on
     void refuse(); ///< fails for everybody who wants to watch from now on
     void unplug();
 

@@ -1,0 +1,130 @@
+#include "tests/support/CaptureScene.h"
+
+#include "platform/camera/CaptureDeviceInput.h"
+#include "platform/camera/SampleBuffer.h"
+
+#include <QDirIterator>
+#include <QFile>
+#include <QPainter>
+#include <QTest>
+
+#include <algorithm>
+#include <utility>
+
+namespace support {
+
+using platform::CaptureDevice;
+using platform::CaptureVideoDataOutput;
+
+QImage quarters(QSize size)
+{
+    QImage picture(size, QImage::Format_RGB32);
+    QPainter painter(&picture);
+    const QRect quarter(QPoint(0, 0), size / 2);
+    painter.fillRect(quarter, QColor(200, 30, 30));
+    painter.fillRect(quarter.translated(quarter.width(), 0), QColor(30, 200, 30));
+    painter.fillRect(quarter.translated(0, quarter.height()), QColor(30, 30, 200));
+    painter.fillRect(quarter.translated(quarter.width(), quarter.height()), QColor(90, 90, 90));
+    return picture;
+}
+
+QString wrongQuarter(const QImage& seen, const QImage& expected)
+{
+    for (const QPoint eighths : { QPoint(1, 1), QPoint(7, 1), QPoint(1, 7), QPoint(7, 7) }) {
+        const auto at = [eighths](const QImage& image) {
+            return image.pixelColor(
+                image.width() * eighths.x() / 8, image.height() * eighths.y() / 8);
+        };
+        const QColor is = at(seen);
+        const QColor should = at(expected);
+        const int off = std::max({ qAbs(is.red() - should.red()), qAbs(is.green() - should.green()),
+            qAbs(is.blue() - should.blue()) });
+        if (off > 12) {
+            return QStringLiteral("%1 instead of %2").arg(is.name(), should.name());
+        }
+    }
+    return {};
+}
+
+int threadsNamed(const QByteArray& name)
+{
+    int count = 0;
+    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
+    while (tasks.hasNext()) {
+        QFile comm(tasks.next() + QStringLiteral("/comm"));
+        count += comm.open(QFile::ReadOnly) && comm.readAll().trimmed() == name ? 1 : 0;
+    }
+    return count;
+}
+
+std::optional<CaptureDevice> awaitedDevice(const QString& camera)
+{
+    (void)QTest::qWaitFor(
+        [&camera] { return CaptureDevice::deviceWithUniqueID(camera).has_value(); },
+        patienceWithCameras);
+    return CaptureDevice::deviceWithUniqueID(camera);
+}
+
+CameraWish smallCamera(const QString& name, const QString& encoding)
+{
+    return { .name = name,
+        .description = QStringLiteral("Camera ") + name,
+        .size = { 640, 480 },
+        .encoding = encoding };
+}
+
+FrameWatcher::FrameWatcher(std::function<void()> act)
+    : m_act(std::move(act))
+{
+}
+
+void FrameWatcher::didOutputSampleBuffer(const CaptureVideoDataOutput&,
+    const platform::SampleBuffer& frame, const platform::CaptureConnection&)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_sequences.append(frame.sequence());
+        m_pixels = frame.pixels();
+    }
+    if (m_act) {
+        m_act();
+    }
+}
+
+qsizetype FrameWatcher::count() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_sequences.size();
+}
+
+QList<quint64> FrameWatcher::sequences() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_sequences;
+}
+
+QImage FrameWatcher::pixels() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_pixels;
+}
+
+void FrameWatcher::forget()
+{
+    const std::lock_guard lock(m_mutex);
+    m_sequences.clear();
+    m_pixels = {};
+}
+
+CaptureScene::CaptureScene(const QString& camera, std::function<void()> act)
+    : watcher(std::make_shared<FrameWatcher>(std::move(act)))
+{
+    session->addInput(platform::CaptureDeviceInput::create(awaitedDevice(camera)));
+    output->setAlwaysDiscardsLateVideoFrames(true);
+    output->setVideoSettings(CaptureVideoDataOutput::PixelFormat::BGRA);
+    output->setSampleBufferDelegate(watcher, queue);
+    session->addOutput(output);
+    session->setInterruptionObserver([this] { told.append(session->interruption()); });
+}
+
+} // namespace support

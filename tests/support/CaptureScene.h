@@ -1,0 +1,70 @@
+#pragma once
+
+#include "platform/camera/CaptureDevice.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/services/Dispatch.h"
+#include "tests/support/CameraRig.h"
+
+#include <QImage>
+#include <QList>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace support {
+
+constexpr int patienceWithCameras = 20000; // milliseconds, on a machine that is busy
+
+/// Four quarters: red, green, blue, grey.
+QImage quarters(QSize size = { 640, 480 });
+
+/// What is wrong with the first quarter that has another colour; empty when none has.
+QString wrongQuarter(const QImage& seen, const QImage& expected);
+
+/// How many threads of this process have the name.
+int threadsNamed(const QByteArray& name);
+
+/// The device, once the program has learnt of the camera.
+std::optional<platform::CaptureDevice> awaitedDevice(const QString& camera);
+
+/// A camera of 640x480 at 30 frames a second.
+CameraWish smallCamera(const QString& name, const QString& encoding = QStringLiteral("YUY2"));
+
+/// Remembers what it is given. `act`, if set, runs with each frame.
+class FrameWatcher : public platform::SampleBufferDelegate {
+public:
+    explicit FrameWatcher(std::function<void()> act = {});
+
+    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput&,
+        const platform::SampleBuffer& frame, const platform::CaptureConnection&) override;
+
+    qsizetype count() const;
+    QList<quint64> sequences() const;
+    QImage pixels() const; ///< of the latest
+    void forget();
+
+private:
+    const std::function<void()> m_act;
+    mutable std::mutex m_mutex;
+    QList<quint64> m_sequences;
+    QImage m_pixels;
+};
+
+/// A session as a window sets it up.
+struct CaptureScene {
+    explicit CaptureScene(const QString& camera, std::function<void()> act = {});
+
+    const std::shared_ptr<platform::SerialQueue> queue
+        = std::make_shared<platform::SerialQueue>("aQueue");
+    std::shared_ptr<platform::CaptureSession> session
+        = std::make_shared<platform::CaptureSession>();
+    std::shared_ptr<platform::CaptureVideoDataOutput> output
+        = std::make_shared<platform::CaptureVideoDataOutput>();
+    std::shared_ptr<FrameWatcher> watcher;
+    QList<platform::CaptureSession::Interruption> told; ///< each interruption that was told of
+};
+
+} // namespace support
