@@ -1,3 +1,4 @@
+#include "app/Resources.h"
 #include "platform/services/DurableFile.h"
 #include "platform/store/ManagedObjectContext.h"
 #include "platform/store/ManagedObjectModel.h"
@@ -26,10 +27,8 @@ namespace {
 
 std::unique_ptr<ManagedObjectModel> captureModel()
 {
-    QString path = QString::fromUtf8(__FILE__);
-    path.replace(
-        QStringLiteral("bench/bench_store.cpp"), QStringLiteral("resources/Vellumcap.model"));
-    return ManagedObjectModel::fromFile(path);
+    vellumcap::loadResources();
+    return ManagedObjectModel::fromFile(QStringLiteral(":/Vellumcap.model"));
 }
 
 std::shared_ptr<ManagedObject> insertCapture(ManagedObjectContext& context, int number)

@@ -1,7 +1,8 @@
 #include "tests/support/StoreFixture.h"
 
+#include "app/Resources.h"
+
 #include <QFile>
-#include <QFileInfo>
 #include <QUuid>
 
 namespace support {
@@ -12,10 +13,11 @@ using platform::ManagedObjectModel;
 
 std::unique_ptr<ManagedObjectModel> captureModel()
 {
-    const QString source = QString::fromUtf8(__FILE__);
-    auto model = ManagedObjectModel::fromFile(
-        QFileInfo(source).path() + QStringLiteral("/../../resources/Vellumcap.model"));
-    Q_ASSERT(model);
+    vellumcap::loadResources();
+    auto model = ManagedObjectModel::fromFile(QStringLiteral(":/Vellumcap.model"));
+    if (!model) {
+        qFatal("The program has no object model");
+    }
     return model;
 }
 

@@ -15,7 +15,7 @@ namespace support {
 /// The attributes of the program's Capture entity, by place.
 enum CaptureAttribute { ImageKey, Type, Value, Date, IsUrl, Notes };
 
-/// The program's own model, from the source tree.
+/// The program's own model.
 std::unique_ptr<platform::ManagedObjectModel> captureModel();
 
 /// Inserts a capture with all required values.
