@@ -6,6 +6,9 @@
 #include "ui_PrefsWindow.h"
 
 #include <QDialog>
+#include <QSignalBlocker>
+
+#include <algorithm>
 
 namespace vellumcap {
 
@@ -43,16 +46,14 @@ std::unique_ptr<QWidget> PrefsWindow::loadWindow()
 void PrefsWindow::windowDidLoad()
 {
     const auto& defaults = platform::UserDefaults::standard();
-    contrastSlider->setValue(qRound(defaults.doubleForKey(key(contrastKey))));
+    m_contrast = defaults.doubleForKey(key(contrastKey));
     mirrorVideoCheckbox->setChecked(defaults.integerForKey(key(mirrorKey)) != 0);
-    m_ui->contrastValue->setNum(contrastSlider->value());
+    showContrast();
     connect(cameraMenu, &QComboBox::activated, this, [this] { menuSelected(cameraMenu); });
-    connect(
-        contrastSlider, &QSlider::valueChanged, this, [this] { contrastChanged(contrastSlider); });
+    connect(contrastSlider, &QSlider::valueChanged, this, [this](int step) { setContrast(step); });
     connect(mirrorVideoCheckbox, &QCheckBox::toggled, this,
         [this] { mirrorVideoChanged(mirrorVideoCheckbox); });
-    connect(m_ui->resetContrast, &QToolButton::clicked, contrastSlider,
-        [this] { contrastSlider->setValue(0); });
+    connect(m_ui->resetContrast, &QToolButton::clicked, this, [this] { setContrast(0); });
 }
 
 void PrefsWindow::showWindow(QObject* sender)
@@ -92,12 +93,27 @@ void PrefsWindow::menuSelected(QObject* /*sender*/)
     defaults.synchronize();
 }
 
+void PrefsWindow::showContrast()
+{
+    const QSignalBlocker noChange(contrastSlider);
+    contrastSlider->setValue(qRound(
+        std::clamp<double>(m_contrast, contrastSlider->minimum(), contrastSlider->maximum())));
+    m_ui->contrastValue->setNum(m_contrast);
+}
+
+void PrefsWindow::setContrast(double contrast)
+{
+    if (contrast != m_contrast) {
+        m_contrast = contrast;
+        showContrast();
+        contrastChanged(contrastSlider);
+    }
+}
+
 void PrefsWindow::contrastChanged(QObject* /*sender*/)
 {
-    const double contrast = contrastSlider->value();
-    m_ui->contrastValue->setNum(contrastSlider->value());
-    platform::log(QStringLiteral("Contrast value %1").arg(contrast, 0, 'f', 6));
-    platform::UserDefaults::standard().setDouble(key(contrastKey), contrast);
+    platform::log(QStringLiteral("Contrast value %1").arg(m_contrast, 0, 'f', 6));
+    platform::UserDefaults::standard().setDouble(key(contrastKey), m_contrast);
 }
 
 void PrefsWindow::mirrorVideoChanged(QObject* /*sender*/)

@@ -25,7 +25,8 @@ public:
 
     // Outlets, null until the window is loaded.
     QComboBox* cameraMenu = nullptr;
-    QSlider* contrastSlider = nullptr; ///< contrast in percent, neutral at 0
+    /// Contrast in percent, neutral at 0, to the nearest whole step.
+    QSlider* contrastSlider = nullptr;
     QCheckBox* mirrorVideoCheckbox = nullptr;
 
     /// The cameras' unique identifiers, in the order of the menu's items.
@@ -44,7 +45,11 @@ protected:
     void windowDidLoad() override;
 
 private:
+    void showContrast();
+    void setContrast(double contrast);
+
     std::unique_ptr<Ui::PrefsWindow> m_ui;
+    double m_contrast = 0; ///< as it is stored, which may be between the steps or beyond them
     QStringList m_devices;
 };
 

@@ -3,12 +3,15 @@
 #include "platform/services/StandardFolders.h"
 #include "platform/services/UserDefaults.h"
 #include "tests/support/CameraRig.h"
+#include "tests/support/LogLines.h"
 #include "tests/support/TestMain.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
+#include <QLabel>
 #include <QSlider>
+#include <QToolButton>
 
 using platform::UserDefaults;
 using vellumcap::PrefsWindow;
@@ -28,6 +31,10 @@ private Q_SLOTS:
     void init();
     void cleanup();
     void showsStoredValues();
+    void keepsAContrastBetweenTheSteps_data();
+    void keepsAContrastBetweenTheSteps();
+    void resetsContrast_data();
+    void resetsContrast();
     void writesContrastAsItMoves();
     void writesMirroring();
     void selectsNothingWithoutCameras();
@@ -80,6 +87,72 @@ void PrefsWindowTest::showsStoredValues()
     QCOMPARE(prefs.contrastSlider->value(), 25);
     QVERIFY(prefs.mirrorVideoCheckbox->isChecked());
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), 25.0);
+}
+
+void PrefsWindowTest::keepsAContrastBetweenTheSteps_data()
+{
+    QTest::addColumn<double>("stored");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<int>("step");
+
+    QTest::newRow("a half") << 12.5 << "12.5" << 13;
+    QTest::newRow("below zero") << -7.25 << "-7.25" << -7;
+    QTest::newRow("a whole step") << 25.0 << "25" << 25;
+    QTest::newRow("beyond the slider") << 80.0 << "80" << 50;
+    QTest::newRow("far beyond the slider") << -1e300 << "-1e+300" << -50;
+}
+
+void PrefsWindowTest::keepsAContrastBetweenTheSteps()
+{
+    QFETCH(const double, stored);
+    QFETCH(const QString, shown);
+    QFETCH(const int, step);
+    UserDefaults::standard().setDouble(contrastKey, stored);
+    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+
+    prefs.showWindow(nullptr);
+
+    const auto* label = prefs.window()->findChild<QLabel*>(QStringLiteral("contrastValue"));
+    QCOMPARE(label->text(), shown);
+    QCOMPARE(prefs.contrastSlider->value(), step);
+    QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), stored);
+    // The slider's action without a move, as of whoever presses it at its place.
+    QTest::ignoreMessage(
+        QtInfoMsg, qPrintable(QStringLiteral("Contrast value %1").arg(stored, 0, 'f', 6)));
+    prefs.contrastChanged(prefs.contrastSlider);
+    QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), stored);
+
+    QTest::ignoreMessage(QtInfoMsg,
+        qPrintable(QStringLiteral("Contrast value %1.000000").arg(step > 0 ? step - 1 : step + 1)));
+    QTest::keyClick(prefs.contrastSlider, step > 0 ? Qt::Key_Left : Qt::Key_Right);
+    QCOMPARE(
+        UserDefaults::standard().doubleForKey(contrastKey), step > 0 ? step - 1.0 : step + 1.0);
+    QCOMPARE(label->text(), QString::number(prefs.contrastSlider->value()));
+}
+
+void PrefsWindowTest::resetsContrast_data()
+{
+    QTest::addColumn<double>("stored");
+    QTest::newRow("from a step") << 25.0;
+    QTest::newRow("from beside zero") << 0.25;
+}
+
+void PrefsWindowTest::resetsContrast()
+{
+    QFETCH(const double, stored);
+    UserDefaults::standard().setDouble(contrastKey, stored);
+    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    prefs.showWindow(nullptr);
+    auto* reset = prefs.window()->findChild<QToolButton*>(QStringLiteral("resetContrast"));
+
+    QTest::ignoreMessage(QtInfoMsg, "Contrast value 0.000000");
+    QTest::mouseClick(reset, Qt::LeftButton);
+
+    QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), 0.0);
+    QCOMPARE(prefs.contrastSlider->value(), 0);
+    const support::LogLines log;
+    QTest::mouseClick(reset, Qt::LeftButton);
+    QCOMPARE(support::LogLines::all(), QStringList());
 }
 
 void PrefsWindowTest::writesContrastAsItMoves()
