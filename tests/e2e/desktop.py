@@ -266,7 +266,14 @@ def stop_after(test, app):
     return app
 
 
+def openings():
+    """What was handed to the browser, in order: each link and the start-up identifier with it,
+    which is empty in the foreground and of the time 0 in the background."""
+    path = pathlib.Path(os.environ["SESSION_OPENED_LINKS"])
+    lines = path.read_text().splitlines() if path.exists() else []
+    return [tuple(line.split("\t")) for line in lines]
+
+
 def opened_links():
     """What was handed to the browser, in order."""
-    path = pathlib.Path(os.environ["SESSION_OPENED_LINKS"])
-    return path.read_text().splitlines() if path.exists() else []
+    return [link for link, _ in openings()]

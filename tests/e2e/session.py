@@ -5,7 +5,8 @@
 
 The desktop is an X server on a free display, a window manager, a session bus that can start the
 accessibility bus and nothing else, and home folders in a temporary folder. Links are "opened" by
-writing them into the file $SESSION_OPENED_LINKS. Any number of sessions may run at once.
+writing them into the file $SESSION_OPENED_LINKS, one a line, each followed by a tab and the
+start-up identifier that the browser was given. Any number of sessions may run at once.
 """
 
 import argparse
@@ -55,10 +56,14 @@ FONTS = """<?xml version="1.0"?>
 </fontconfig>
 """
 
-BROWSER = """[Desktop Entry]
+BROWSER = """#!/bin/sh
+printf '%s\\t%s\\n' "$1" "${{DESKTOP_STARTUP_ID-}}${{XDG_ACTIVATION_TOKEN-}}" >> '{links}'
+"""
+
+BROWSER_ENTRY = """[Desktop Entry]
 Type=Application
 Name=Recording Browser
-Exec=sh -c "printf '%%s\\\\\\\\n' \\"\\$1\\" >> '{links}'" browser %u
+Exec="{browser}" %u
 MimeType=x-scheme-handler/http;x-scheme-handler/https;
 NoDisplay=true
 """
@@ -126,9 +131,13 @@ class Session:
     def make_browser(self):
         links = self.folder / "opened-links"
         self.environment["SESSION_OPENED_LINKS"] = str(links)
+        browser = self.folder / "browser"
+        browser.write_text(BROWSER.format(links=links))
+        browser.chmod(0o700)
         applications = self.folder / "data" / "applications"
         applications.mkdir()
-        (applications / "recording-browser.desktop").write_text(BROWSER.format(links=links))
+        (applications / "recording-browser.desktop").write_text(
+            BROWSER_ENTRY.format(browser=browser))
         (self.folder / "config" / "mimeapps.list").write_text(BROWSER_DEFAULTS)
 
     def spawn(self, *command, **options):
