@@ -1,10 +1,15 @@
 // soak_scanning [MINUTES]: scans codes that come and go before a camera of 1080p30, ten minutes
 // unless told otherwise, in the real program on the offscreen platform. Ends with 1 when a code is
-// not offered, when memory grows by more than 5 %, or when a thread or a link stays behind. An
-// examination that takes long may offer an earlier code once more; that is counted and skipped.
+// not offered, when a frame is handed out behind a later one, when memory grows by more than 5 %,
+// or when a thread or a link stays behind. An examination that takes long may offer an earlier code
+// once more; that is counted and skipped.
 
 #include "camera/CaptureWindow.h"
 #include "platform/camera/CaptureDevice.h"
+#include "platform/camera/CaptureSession.h"
+#include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/camera/SampleBuffer.h"
+#include "platform/services/Dispatch.h"
 #include "platform/ui/Application.h"
 #include "platform/ui/ImageView.h"
 #include "tests/support/CameraRig.h"
@@ -20,7 +25,9 @@
 #include <QTest>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
+#include <future>
 #include <unistd.h>
 
 namespace {
@@ -31,6 +38,24 @@ constexpr QSize frameSize(1920, 1080);
 constexpr int savedEvery = 10; // codes
 constexpr double growthAllowed = 0.05;
 
+// The number of a picture is written along its upper edge, in squares that are black for ones.
+constexpr int markBits = 20;
+constexpr int markSide = 24;
+
+QRect mark(int bit)
+{
+    return { 8 + bit * markSide, 8, markSide, markSide };
+}
+
+int markedNumber(const QImage& picture)
+{
+    int number = 0;
+    for (int bit = 0; bit < markBits; ++bit) {
+        number |= qGray(picture.pixel(mark(bit).center())) < 128 ? 1 << bit : 0;
+    }
+    return number;
+}
+
 QImage paperWith(int number)
 {
     QImage paper = support::plainPicture(frameSize, QColor(225, 225, 225));
@@ -39,9 +64,57 @@ QImage paperWith(int number)
     // Not always at the same place.
     const int x = 100 + number * 137 % (frameSize.width() - code.width() - 200);
     const int y = 100 + number * 61 % (frameSize.height() - code.height() - 200);
-    QPainter(&paper).drawImage(x, y, code);
+    QPainter painter(&paper);
+    painter.drawImage(x, y, code);
+    for (int bit = 0; bit < markBits; ++bit) {
+        painter.fillRect(mark(bit), (number >> bit & 1) != 0 ? Qt::black : Qt::white);
+    }
     return paper;
 }
+
+/// Judges the order of the frames that a session hands out, by their numbers and their pictures,
+/// at an output of its own beside that of the window.
+class OrderOfFrames : public platform::SampleBufferDelegate {
+public:
+    /// On the main thread, while the session is stopped: the frames that come now begin at one.
+    void expectRun(platform::SerialQueue& queue)
+    {
+        std::promise<void> handled;
+        queue.async([&handled] { handled.set_value(); });
+        handled.get_future().wait();
+        ++m_runs;
+    }
+
+    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput& /*output*/,
+        const platform::SampleBuffer& frame,
+        const platform::CaptureConnection& /*connection*/) override
+    {
+        const int run = m_runs;
+        const int number = markedNumber(frame.pixels());
+        if ((run == m_lastRun && frame.sequence() <= m_lastSequence) || number < m_lastNumber) {
+            std::printf("frame %llu of run %d with picture %d after frame %llu of run %d with "
+                        "picture %d\n",
+                frame.sequence(), run, number, m_lastSequence, m_lastRun, m_lastNumber.load());
+            ++m_misplaced;
+        }
+        m_lastRun = run;
+        m_lastSequence = frame.sequence();
+        m_lastNumber = number;
+        ++m_frames;
+    }
+
+    int frames() const { return m_frames; }
+    int misplaced() const { return m_misplaced; }
+    int lastNumber() const { return m_lastNumber; }
+
+private:
+    std::atomic<int> m_runs = 1;
+    std::atomic<int> m_frames = 0;
+    std::atomic<int> m_misplaced = 0;
+    std::atomic<int> m_lastNumber = 0;
+    int m_lastRun = 1; // for the queue alone, as the following
+    quint64 m_lastSequence = 0;
+};
 
 double residentMegabytes()
 {
@@ -78,6 +151,8 @@ public:
 private:
     bool scan(vellumcap::CaptureWindow& window);
     bool offer(vellumcap::CaptureWindow& window);
+    void goOn(vellumcap::CaptureWindow& window, bool saving = false);
+    void judgeOrder(vellumcap::CaptureWindow& window);
     void report(const char* when) const;
 
     const qint64 m_milliseconds;
@@ -86,12 +161,16 @@ private:
     std::unique_ptr<support::RigCamera> m_camera;
     int m_number = 0;
     int m_late = 0; // codes offered once more
+    std::shared_ptr<platform::SerialQueue> m_queue
+        = std::make_shared<platform::SerialQueue>("order");
+    std::shared_ptr<OrderOfFrames> m_order = std::make_shared<OrderOfFrames>();
 };
 
 void Soak::report(const char* when) const
 {
-    std::printf("%-8s %6.1f s  %6d codes, %d late  %7.1f MB  %3d threads\n", when,
-        double(m_clock.elapsed()) / 1000, m_number, m_late, residentMegabytes(), int(threads()));
+    std::printf("%-8s %6.1f s  %6d codes, %d late  %7d frames in order  %7.1f MB  %3d threads\n",
+        when, double(m_clock.elapsed()) / 1000, m_number, m_late, m_order->frames(),
+        residentMegabytes(), int(threads()));
     std::fflush(stdout);
 }
 
@@ -151,12 +230,31 @@ bool Soak::offer(vellumcap::CaptureWindow& window)
             return true;
         }
         ++m_late;
+        goOn(window);
+    }
+}
+
+void Soak::goOn(vellumcap::CaptureWindow& window, bool saving)
+{
+    m_order->expectRun(*m_queue);
+    if (saving) {
+        window.saveCapture(nullptr);
+    } else {
         window.skipCapture(nullptr);
     }
 }
 
+void Soak::judgeOrder(vellumcap::CaptureWindow& window)
+{
+    const auto output = std::make_shared<platform::CaptureVideoDataOutput>();
+    output->setAlwaysDiscardsLateVideoFrames(true);
+    output->setSampleBufferDelegate(m_order, m_queue);
+    window.mCaptureSession()->addOutput(output);
+}
+
 bool Soak::scan(vellumcap::CaptureWindow& window)
 {
+    judgeOrder(window);
     double firstHalf = 0; // MB at most
     double secondHalf = 0;
     qint64 nextReport = 0;
@@ -165,17 +263,20 @@ bool Soak::scan(vellumcap::CaptureWindow& window)
         if (!offer(window)) {
             return false;
         }
-        if (m_number % savedEvery == 0) {
-            window.saveCapture(nullptr);
-        } else {
-            window.skipCapture(nullptr);
+        if (m_order->misplaced() > 0) {
+            return fail("frames out of order", m_order->misplaced());
         }
+        goOn(window, m_number % savedEvery == 0);
         double& most = m_clock.elapsed() < m_milliseconds / 2 ? firstHalf : secondHalf;
         most = std::max(most, residentMegabytes());
         if (m_clock.elapsed() >= nextReport) {
             report("soaking");
             nextReport += 30000;
         }
+    }
+    // Else nothing was judged.
+    if (m_order->frames() < m_number || m_order->lastNumber() < m_number - 1) {
+        return fail("frames seen", m_order->frames());
     }
     std::printf("memory: at most %.1f MB in the first half, %.1f MB in the second\n", firstHalf,
         secondHalf);
