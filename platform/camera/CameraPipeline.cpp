@@ -19,7 +19,8 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto patienceWithFormer = 2s;
-constexpr auto patienceWithBeginning = 500ms;
+constexpr auto patienceWithBeginning = 2s;
+constexpr auto timeForQueue = 100ms;
 
 struct Unref {
     void operator()(void* object) const { gst_object_unref(object); }
@@ -271,6 +272,12 @@ void CameraPipeline::Run::playUntilEnd()
     // PipeWire 0.3.65 may crash over a stream that is taken down while it is being set up.
     ending.wait_for(lock, patienceWithBeginning, [this] { return hasBegun; });
     lock.unlock();
+    if (source != CameraRegistry::Source::V4L2) {
+        // PipeWire 0.3.65 may crash over what it has queued for a stream that is taken down.
+        // Paused, it gets nothing more; nobody is told when the queue is empty.
+        gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
+        std::this_thread::sleep_for(timeForQueue);
+    }
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
 }
 
