@@ -1,13 +1,13 @@
 #include "tests/support/CodeReading.h"
 
-#include <ZXing/ReadBarcode.h>
+#include <ZXingLibrary.h>
 
 namespace support {
 
 std::optional<QByteArray> readByZXing(const QImage& picture)
 {
     const auto hints
-        = ZXing::DecodeHints().setFormats(ZXing::BarcodeFormat::QRCode).setIsPure(true);
+        = platform::ZXingLibrary::Hints().setFormats(ZXing::BarcodeFormat::QRCode).setIsPure(true);
     const ZXing::ImageView view(picture.constBits(), picture.width(), picture.height(),
         ZXing::ImageFormat::Lum, int(picture.bytesPerLine()));
     const ZXing::Result result = ZXing::ReadBarcode(view, hints);

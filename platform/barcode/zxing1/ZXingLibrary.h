@@ -16,10 +16,12 @@ inline QString text(const ZXing::Result& result)
     return QString::fromStdString(result.text());
 }
 
-/// What version 2 does unasked.
-inline ZXing::DecodeHints hints()
+using Hints = ZXing::DecodeHints;
+
+/// What version 2.2 does unasked.
+inline Hints hints()
 {
-    return ZXing::DecodeHints().setTryCode39ExtendedMode(true).setReturnCodabarStartEnd(true);
+    return Hints().setTryCode39ExtendedMode(true).setReturnCodabarStartEnd(true);
 }
 
 } // namespace platform::ZXingLibrary

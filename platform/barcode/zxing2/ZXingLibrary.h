@@ -3,7 +3,6 @@
 #include <QString>
 
 #include <ZXing/ReadBarcode.h>
-#include <ZXing/ZXVersion.h>
 
 namespace platform::ZXingLibrary {
 
@@ -12,21 +11,27 @@ inline QString text(const ZXing::Result& result)
     return QString::fromStdString(result.text());
 }
 
-// Inversion and sizes are tried by attempts of our own.
-#if ZXING_VERSION_MINOR >= 2
-inline ZXing::ReaderOptions hints()
+// Version 2.2 renamed the hints and made two of them its defaults.
+#if __has_include(<ZXing/ReaderOptions.h>)
+using Hints = ZXing::ReaderOptions;
+
+inline Hints defaultHints()
 {
-    return ZXing::ReaderOptions().setTryInvert(false).setTextMode(ZXing::TextMode::Plain);
+    return {};
 }
 #else
-inline ZXing::DecodeHints hints()
+using Hints = ZXing::DecodeHints;
+
+inline Hints defaultHints()
 {
-    return ZXing::DecodeHints()
-        .setTryInvert(false)
-        .setTryCode39ExtendedMode(true)
-        .setReturnCodabarStartEnd(true)
-        .setTextMode(ZXing::TextMode::Plain);
+    return Hints().setTryCode39ExtendedMode(true).setReturnCodabarStartEnd(true);
 }
 #endif
+
+/// Inversion is tried by attempts of our own.
+inline Hints hints()
+{
+    return defaultHints().setTryInvert(false).setTextMode(ZXing::TextMode::Plain);
+}
 
 } // namespace platform::ZXingLibrary
