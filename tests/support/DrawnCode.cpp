@@ -1,5 +1,7 @@
 #include "tests/support/DrawnCode.h"
 
+#include "platform/barcode/QRCodeGenerator.h"
+
 #include <QColor>
 #include <QPainter>
 
@@ -89,6 +91,22 @@ QImage drawn(const ZXing::BitMatrix& modules, int modulePixels, bool linear)
     return picture;
 }
 
+// ZXing's writer, as of version 2, takes no bytes that are not characters of ISO 8859-1.
+QImage drawnQRBytes(const QByteArray& bytes, int modulePixels)
+{
+    constexpr int border = 1;
+    const QImage modules = platform::QRCodeGenerator::outputImage(bytes);
+    if (modules.isNull()) {
+        return {};
+    }
+    QImage picture
+        = paper(modules.width() - 2 * border, modules.height() - 2 * border, modulePixels);
+    QPainter painter(&picture);
+    scaleToModules(painter, modulePixels);
+    painter.drawImage(-border, -border, modules);
+    return picture;
+}
+
 } // namespace
 
 QImage drawnCode(platform::Symbology symbology, const QString& text, int modulePixels)
@@ -106,7 +124,7 @@ QImage drawnCode(platform::Symbology symbology, const QByteArray& bytes, int mod
             = ZXing::MultiFormatWriter(format(symbology)).setMargin(0).encode(characters, 0, 0);
         return drawn(modules, modulePixels, isLinear(symbology));
     } catch (const std::exception&) {
-        return {};
+        return symbology == platform::Symbology::Qr ? drawnQRBytes(bytes, modulePixels) : QImage();
     }
 }
 
