@@ -98,7 +98,8 @@ class Camera:
 
     def links(self):
         """How many streams are linked to it."""
-        objects = json.loads(output("pw-dump", "--no-colors"))
+        # What changes meanwhile comes as a further list.
+        objects = json.loads(output("pw-dump", "--no-colors").replace("\n]\n[\n", ",\n"))
         infos = {each["id"]: each.get("info") or {} for each in objects}
         ids = [number for number, info in infos.items()
                if info.get("props", {}).get("node.name") == self.name]

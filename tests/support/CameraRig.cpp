@@ -184,8 +184,10 @@ void RigCamera::unplug()
 
 int RigCamera::links() const
 {
+    // What changes meanwhile comes as a further list.
     const auto objects = QJsonDocument::fromJson(
-        CameraRig::output(QStringLiteral("pw-dump"), { QStringLiteral("--no-colors") }))
+        CameraRig::output(QStringLiteral("pw-dump"), { QStringLiteral("--no-colors") })
+            .replace("\n]\n[\n", ",\n"))
                              .array();
     QJsonValue id;
     for (const auto& object : objects) {
