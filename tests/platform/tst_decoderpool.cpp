@@ -203,7 +203,8 @@ void DecoderPoolTest::readsWhatIsReadInTheProcess_data()
 
     row("plain", Symbology::Qr, QStringLiteral("https://example.org/"), true);
     row("umlauts", Symbology::Qr, QStringLiteral("Grüße aus Köln"), true);
-    row("Japanese", Symbology::Aztec, QStringLiteral("日本語のテキスト"), true);
+    row("Japanese", Symbology::Qr, QStringLiteral("日本語のテキスト"), true);
+    row("accents", Symbology::Aztec, QStringLiteral("un café naïf"), true);
     row("beyond the basic plane", Symbology::Qr, QStringLiteral("Hi \U0001F600!"), true);
     row("null character", Symbology::Qr, QString(QStringLiteral("a") + QChar(0) + u'b'), true);
     row("controls", Symbology::Qr, QStringLiteral("a\u001Db\r\n\u0004"), true);

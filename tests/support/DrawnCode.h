@@ -14,7 +14,8 @@ namespace support {
 /// MaxiCode, for which there is no writer.
 QImage drawnCode(platform::Symbology symbology, const QString& text, int modulePixels = 4);
 
-/// The same for a payload that need not be text.
+/// The same for a payload that need not be text. Only a QR code can be drawn of bytes from 0x80 to
+/// 0x9F by every version of the writer.
 QImage drawnCode(platform::Symbology symbology, const QByteArray& bytes, int modulePixels = 4);
 
 /// A QR code that declares its character set (ECI), one of those that AIM ITS/04-023 numbers.
