@@ -100,7 +100,8 @@ void readQuarter(Search& search, quint64 which)
 {
     const Derived part = Search::cropped(search.whole(), quarter(search.whole().view, which));
     const int factor = overviewFactor(part.view);
-    search.readByZXing(factor > 1 ? search.shrunk(part, factor) : part, only(Symbologies::Matrix));
+    const Derived reduced = factor > 1 ? search.shrunk(part, factor) : part;
+    search.readByZXing(calmed(search, reduced), only(Symbologies::Matrix));
 }
 
 // Every other time linear codes, since those are the commonest; then what is rarer.
