@@ -16,7 +16,7 @@ constexpr int overviewSide = 600; // pixels of its smaller side, or so
 constexpr int cellsAcross = 120;
 constexpr int noisy = 16; // median edge
 constexpr qsizetype mostPlaces = 3;
-constexpr double largestPlace = 420; // pixels a side, of what is made of a place
+constexpr double largestPlace = 380; // pixels a side, of what is made of a place
 constexpr double largestForZBar = 60'000; // pixels, since it takes long over each
 
 ZXingOptions only(Symbologies symbologies)
@@ -81,26 +81,28 @@ void readByZBar(Search& search, const Place& place)
 {
     const QRectF box = place.outline.boundingRect();
     const double scale = std::sqrt(largestForZBar / (box.width() * box.height()));
-    search.readByZBar(search.rectified(search.whole(), place, std::min(2.0, scale)));
+    search.readByZBar(
+        calmed(search, search.rectified(search.whole(), place, std::min(2.0, scale))));
 }
 
 using PlaceAttempt = void (*)(Search&, const Place&);
 constexpr std::array<PlaceAttempt, 6> placeAttempts{ readPlain, readInverted, readSharpened,
     readMirrored, readByZBar, readBlurred };
 
-// One of the nine overlapping quarters of a frame.
-QRect quarter(const PictureView& frame, quint64 which)
+// One of nine parts of a frame, which overlap by a fourth.
+QRect part(const PictureView& frame, quint64 which)
 {
     const int column = static_cast<int>(which % 3);
     const int row = static_cast<int>(which / 3 % 3);
-    return { column * frame.width / 4, row * frame.height / 4, frame.width / 2, frame.height / 2 };
+    return { column * frame.width * 3 / 10, row * frame.height * 3 / 10, frame.width * 2 / 5,
+        frame.height * 2 / 5 };
 }
 
-void readQuarter(Search& search, quint64 which)
+void readPart(Search& search, quint64 which)
 {
-    const Derived part = Search::cropped(search.whole(), quarter(search.whole().view, which));
-    const int factor = overviewFactor(part.view);
-    const Derived reduced = factor > 1 ? search.shrunk(part, factor) : part;
+    const Derived whole = Search::cropped(search.whole(), part(search.whole().view, which));
+    const int factor = (overviewFactor(search.whole().view) + 1) / 2;
+    const Derived reduced = factor > 1 ? search.shrunk(whole, factor) : whole;
     search.readByZXing(calmed(search, reduced), only(Symbologies::Matrix));
 }
 
@@ -119,7 +121,7 @@ void readAll(Search& search, const Derived& overview, quint64 turn)
         search.readByZXing(mirrored(search, overview), only(Symbologies::Matrix));
         break;
     default:
-        readQuarter(search, turn / 6);
+        readPart(search, turn / 6);
     }
 }
 
