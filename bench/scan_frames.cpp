@@ -154,12 +154,16 @@ void print(const char* name, const std::array<Tally, 3>& tallies)
     std::printf("\n");
 }
 
-std::array<Tally, 3> examined(const std::function<support::HardScene()>& nextScene, int scenes)
+std::array<Tally, 3> examined(
+    const std::function<support::HardScene()>& nextScene, int scenes, bool ownOnly)
 {
     std::array<Tally, 3> tallies;
     for (int i = 0; i < scenes; ++i) {
         const support::HardScene scene = nextScene();
         examine(tallies[0], scene, scanning());
+        if (ownOnly) {
+            continue;
+        }
         const support::HardScene first{ scene.frames.first(1), scene.text };
         examine(tallies[1], first, byZXing);
         examine(tallies[2], first, byZBar);
@@ -171,6 +175,7 @@ struct Plan {
     int scenes = 10;
     int frames = 12;
     quint32 seed = 1;
+    bool ownOnly = false; ///< without the libraries alone
 };
 
 void scanSize(QSize size, const Plan& plan)
@@ -197,12 +202,12 @@ void scanSize(QSize size, const Plan& plan)
                     }
                     return scene;
                 },
-                std::max(1, plan.scenes / 5)));
+                std::max(1, plan.scenes / 5), plan.ownOnly));
     }
     Tally all;
     for (const Kind& kind : codeKinds) {
-        const auto tallies
-            = examined([&] { return frames.scene(size, kind.code, plan.frames); }, plan.scenes);
+        const auto tallies = examined(
+            [&] { return frames.scene(size, kind.code, plan.frames); }, plan.scenes, plan.ownOnly);
         all.scenes += tallies[0].scenes;
         all.read += tallies[0].read;
         all.atOnce += tallies[0].atOnce;
@@ -227,10 +232,11 @@ int main(int argc, char** argv)
         QStringLiteral("seed"), {}, QStringLiteral("N"), QStringLiteral("1"));
     const QCommandLineOption height(
         QStringLiteral("height"), {}, QStringLiteral("N"), QStringLiteral("0"));
-    parser.addOptions({ scenes, frames, seed, height });
+    const QCommandLineOption own(QStringLiteral("own"));
+    parser.addOptions({ scenes, frames, seed, height, own });
     parser.process(application);
     const Plan plan{ parser.value(scenes).toInt(), parser.value(frames).toInt(),
-        parser.value(seed).toUInt() };
+        parser.value(seed).toUInt(), parser.isSet(own) };
     for (const QSize size : { QSize(1280, 720), QSize(1920, 1080), QSize(3840, 2160) }) {
         const int wanted = parser.value(height).toInt();
         if (wanted == 0 || wanted == size.height()) {
