@@ -8,6 +8,7 @@
 #include "tests/support/LogLines.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
+#include "tests/support/Threads.h"
 #include "watch/WatchWindow.h"
 
 #include <QElapsedTimer>
@@ -264,12 +265,12 @@ void CameraConfiguration::opensAndCancelsWhileTheDriverHangs()
             QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
             QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
             QCOMPARE(cameras::heldFakeCalls(), 1);
-            QCOMPARE(threadsNamed("driver"), 1);
-            QCOMPARE(threadsNamed("focus"), 0);
+            QCOMPARE(threadsNamed(QStringLiteral("driver")), 1);
+            QCOMPARE(threadsNamed(QStringLiteral("focus")), 0);
         }
     }
     cameras::releaseFakeCalls();
-    QTRY_COMPARE(threadsNamed("driver"), 0);
+    QTRY_COMPARE(threadsNamed(QStringLiteral("driver")), 0);
 }
 
 void CameraConfiguration::cancelsWhileAnObservationHangs()
@@ -286,10 +287,10 @@ void CameraConfiguration::cancelsWhileAnObservationHangs()
         QTest::mouseClick(sheet.buttonCancel, Qt::LeftButton);
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
-        QCOMPARE(threadsNamed("focus"), 1);
+        QCOMPARE(threadsNamed(QStringLiteral("focus")), 1);
     }
     cameras::releaseFakeCalls();
-    QTRY_COMPARE(threadsNamed("focus"), 0);
+    QTRY_COMPARE(threadsNamed(QStringLiteral("focus")), 0);
 }
 
 /// A process like this one, which ends as cleanupTestCase() leaves it.

@@ -4,8 +4,8 @@
 #include "tests/support/CaptureScene.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
+#include "tests/support/Threads.h"
 
-#include <QDir>
 #include <QFile>
 #include <QSignalSpy>
 
@@ -58,9 +58,7 @@ const QString cameraB = QStringLiteral("cam.b");
 
 int threadCount()
 {
-    return int(QDir(QStringLiteral("/proc/self/task"))
-                   .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
-                   .size());
+    return int(support::threadNames().size());
 }
 
 } // namespace
@@ -286,7 +284,7 @@ void CaptureSessionTest::survivesItsEndAtAnyMoment()
         }
     }
     // What was begun is ended first, and may be linked for a moment before.
-    QTRY_COMPARE_WITH_TIMEOUT(threadsNamed("camera"), 0, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(threadsNamed(QStringLiteral("camera")), 0, patience);
     QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
 }
 

@@ -17,8 +17,8 @@
 #include "tests/support/Pictures.h"
 #include "tests/support/Program.h"
 #include "tests/support/Sandbox.h"
+#include "tests/support/Threads.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QPainter>
@@ -126,22 +126,9 @@ double residentMegabytes()
     return pages * double(sysconf(_SC_PAGESIZE)) / (1 << 20);
 }
 
-QStringList threadNames()
-{
-    const QDir folder(QStringLiteral("/proc/self/task"));
-    QStringList names;
-    for (const QString& thread : folder.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-        QFile file(folder.filePath(thread + QStringLiteral("/comm")));
-        if (file.open(QFile::ReadOnly)) {
-            names.append(QString::fromUtf8(file.readAll()).trimmed());
-        }
-    }
-    return names;
-}
-
 qsizetype threads()
 {
-    return threadNames().size();
+    return support::threadNames().size();
 }
 
 bool fail(const char* what, double figure)
@@ -222,7 +209,7 @@ bool Soak::run()
     }
     // A thread of Qt's own pool goes when it has had nothing to do for half a minute.
     if (!QTest::qWaitFor([before] { return threads() <= before; }, 45000)) {
-        for (const QString& name : threadNames()) {
+        for (const QString& name : support::threadNames()) {
             std::printf("thread   %s\n", qPrintable(name));
         }
         return fail("threads left behind", double(threads() - before));

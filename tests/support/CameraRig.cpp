@@ -1,9 +1,10 @@
 #include "tests/support/CameraRig.h"
 
+#include "tests/support/Threads.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -76,19 +77,6 @@ QJsonObject properties(const QJsonValue& object)
     return object[QStringLiteral("info")][QStringLiteral("props")].toObject();
 }
 
-/// Each opening of a camera has a thread of this name until it is closed.
-bool isCameraOpen()
-{
-    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
-    while (tasks.hasNext()) {
-        QFile name(tasks.next() + QStringLiteral("/comm"));
-        if (name.open(QFile::ReadOnly) && name.readAll() == "camera\n") {
-            return true;
-        }
-    }
-    return false;
-}
-
 } // namespace
 
 RigCamera::RigCamera(const CameraWish& wish, const QString& folder)
@@ -128,7 +116,9 @@ RigCamera::~RigCamera()
 
 void PullOutLast::operator()(RigCamera* camera) const
 {
-    waitUntil([] { return !isCameraOpen(); }, "the end of what a camera was opened for");
+    // Each opening of a camera has a thread of this name until it is closed.
+    waitUntil([] { return threadsNamed(QStringLiteral("camera")) == 0; },
+        "the end of what a camera was opened for");
     delete camera;
 }
 

@@ -3,8 +3,6 @@
 #include "platform/camera/CaptureDeviceInput.h"
 #include "platform/camera/SampleBuffer.h"
 
-#include <QDirIterator>
-#include <QFile>
 #include <QPainter>
 #include <QTest>
 
@@ -44,17 +42,6 @@ QString wrongQuarter(const QImage& seen, const QImage& expected)
         }
     }
     return {};
-}
-
-int threadsNamed(const QByteArray& name)
-{
-    int count = 0;
-    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
-    while (tasks.hasNext()) {
-        QFile comm(tasks.next() + QStringLiteral("/comm"));
-        count += comm.open(QFile::ReadOnly) && comm.readAll().trimmed() == name ? 1 : 0;
-    }
-    return count;
 }
 
 std::optional<CaptureDevice> awaitedDevice(const QString& camera)

@@ -24,9 +24,6 @@ QImage quarters(QSize size = { 640, 480 });
 /// What is wrong with the first quarter that has another colour; empty when none has.
 QString wrongQuarter(const QImage& seen, const QImage& expected);
 
-/// How many threads of this process have the name.
-int threadsNamed(const QByteArray& name);
-
 /// The device, once the program has learnt of the camera.
 std::optional<platform::CaptureDevice> awaitedDevice(const QString& camera);
 
