@@ -6,11 +6,11 @@
 //   decode_pictures [--noise N] [FOLDER...]
 // --noise adds N made pictures of natural noise, in which nothing may be found either.
 
+#include "bench/ProcessorTime.h"
 #include "platform/barcode/Detector.h"
 #include "platform/barcode/GreyPicture.h"
 #include "platform/barcode/ZBarEngine.h"
 #include "platform/barcode/ZXingEngine.h"
-#include "platform/services/ThreadCpuClock.h"
 #include "tests/support/HardFrames.h"
 
 #include <QCommandLineParser>
@@ -24,7 +24,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <optional>
 
@@ -95,14 +94,6 @@ struct Summary {
     }
 };
 
-/// of processor time
-double milliseconds()
-{
-    const std::chrono::duration<double, std::milli> spent
-        = platform::ThreadCpuClock::now().time_since_epoch();
-    return spent.count();
-}
-
 QByteArray escaped(const QString& text)
 {
     const QByteArray list = QJsonDocument(QJsonArray{ text }).toJson(QJsonDocument::Compact);
@@ -134,9 +125,9 @@ Summary examined(const QImage& grey, const QString& path, const std::optional<QS
     summary.expected = expected ? 1 : 0;
     for (std::size_t i = 0; i < engines.size(); ++i) {
         Tally& tally = summary.tallies[i];
-        const double before = milliseconds();
+        const double before = processorMilliseconds();
         const Codes codes = engines[i].read(grey);
-        tally.milliseconds = tally.slowest = milliseconds() - before;
+        tally.milliseconds = tally.slowest = processorMilliseconds() - before;
         tally.found = codes.isEmpty() ? 0 : 1;
         const bool right
             = expected && !codes.isEmpty() && codes.first().payloadStringValue == expected;

@@ -3,11 +3,11 @@
 // all its options on. Milliseconds are those of this thread's processor time.
 //   scan_frames [--scenes N] [--frames N] [--seed N] [--height 720|1080|2160]
 
+#include "bench/ProcessorTime.h"
 #include "platform/barcode/Detector.h"
 #include "platform/barcode/LiveScan.h"
 #include "platform/barcode/ZBarEngine.h"
 #include "platform/barcode/ZXingEngine.h"
-#include "platform/services/ThreadCpuClock.h"
 #include "tests/support/HardFrames.h"
 
 #include <QCommandLineParser>
@@ -15,7 +15,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdio>
 #include <functional>
 
@@ -61,14 +60,6 @@ constexpr std::array grounds{
     std::pair("no code, dusk", Ground::Dusk),
 };
 
-/// of processor time
-double milliseconds()
-{
-    const std::chrono::duration<double, std::milli> spent
-        = platform::ThreadCpuClock::now().time_since_epoch();
-    return spent.count();
-}
-
 struct Tally {
     int scenes = 0;
     int frames = 0;
@@ -87,9 +78,9 @@ void examine(Tally& tally, const support::HardScene& scene, const Reader& reader
 {
     ++tally.scenes;
     for (qsizetype i = 0; i < scene.frames.size(); ++i) {
-        const double before = milliseconds();
+        const double before = processorMilliseconds();
         const Texts texts = reader(scene.frames.at(i));
-        const double cost = milliseconds() - before;
+        const double cost = processorMilliseconds() - before;
         ++tally.frames;
         tally.total += cost;
         tally.slowest = std::max(tally.slowest, cost);
