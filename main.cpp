@@ -9,6 +9,8 @@
 #include <QIcon>
 #include <QScopeGuard>
 
+using Qt::StringLiterals::operator""_s;
+
 int main(int argc, char** argv)
 {
     platform::Application application(argc, argv);
@@ -25,7 +27,7 @@ int main(int argc, char** argv)
     if (instance == nullptr) {
         return 0;
     }
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/vellumcap.svg")));
+    QApplication::setWindowIcon(QIcon(u":/icons/vellumcap.svg"_s));
     const platform::Appearance appearance;
     application.setDelegate(&delegate);
     const auto scriptsFinished = qScopeGuard([] { platform::finishScripts(); });

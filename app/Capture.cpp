@@ -18,6 +18,8 @@
 
 #include <array>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -31,7 +33,7 @@ void requireContext(const platform::ManagedObjectContext* context, int line)
 {
     if (context == nullptr) {
         throw platform::AssertionFailure(
-            "_Capture", line, QStringLiteral("Invalid parameter not satisfying: moc_"));
+            "_Capture", line, u"Invalid parameter not satisfying: moc_"_s);
     }
 }
 
@@ -102,7 +104,7 @@ platform::ManagedObjectContext* sharedContext()
 
 QString Capture::entityName()
 {
-    return QStringLiteral("Capture");
+    return u"Capture"_s;
 }
 
 std::shared_ptr<Capture> Capture::insertInManagedObjectContext(
@@ -203,11 +205,11 @@ void Capture::setPrimitiveIsURLValue(bool value)
 std::set<QString> Capture::keyPathsForValuesAffectingValueForKey(const QString& key) const
 {
     std::set<QString> keys = ManagedObject::keyPathsForValuesAffectingValueForKey(key);
-    if (key == QStringLiteral("captureTypeValue")) {
-        keys.insert(QStringLiteral("captureType"));
+    if (key == u"captureTypeValue"_s) {
+        keys.insert(u"captureType"_s);
     }
-    if (key == QStringLiteral("isURLValue")) {
-        keys.insert(QStringLiteral("isURL"));
+    if (key == u"isURLValue"_s) {
+        keys.insert(u"isURL"_s);
     }
     return keys;
 }
@@ -215,7 +217,7 @@ std::set<QString> Capture::keyPathsForValuesAffectingValueForKey(const QString& 
 QString Capture::getImageUrl() const
 {
     const QDir folder(VellumcapAppDelegate::shared().applicationFilesDirectory());
-    return folder.filePath(captureImageKey() + QStringLiteral(".jpg"));
+    return folder.filePath(captureImageKey() + u".jpg"_s);
 }
 
 platform::ImageFile Capture::getImage() const
@@ -230,10 +232,9 @@ std::optional<CaptureList> Capture::getCaptures()
         return std::nullopt;
     }
     platform::Error error;
-    auto objects
-        = context->execute({ entityName(), { { QStringLiteral("dateCaptured"), false } } }, &error);
+    auto objects = context->execute({ entityName(), { { u"dateCaptured"_s, false } } }, &error);
     if (!objects) {
-        platform::log(QStringLiteral("Error! %1").arg(error.localizedDescription));
+        platform::log(u"Error! %1"_s.arg(error.localizedDescription));
         return std::nullopt;
     }
     CaptureList captures;
@@ -276,7 +277,7 @@ void Capture::deleteCapture(const std::shared_ptr<Capture>& capture)
         return;
     }
     QUndoStack& undo = context->undoManager();
-    undo.beginMacro(QStringLiteral("Delete Capture"));
+    undo.beginMacro(u"Delete Capture"_s);
     undo.push(new RemovePicture(capture->getImageUrl()));
     context->deleteObject(*capture);
     undo.endMacro();

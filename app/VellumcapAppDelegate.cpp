@@ -16,6 +16,8 @@
 #include <QDir>
 #include <QUndoStack>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -67,15 +69,13 @@ void VellumcapAppDelegate::applicationShouldHandleReopen()
 
 QString VellumcapAppDelegate::applicationFilesDirectory() const
 {
-    return QDir(platform::StandardFolders::applicationSupport())
-        .filePath(QStringLiteral("Vellumcap"));
+    return QDir(platform::StandardFolders::applicationSupport()).filePath(u"Vellumcap"_s);
 }
 
 platform::ManagedObjectModel* VellumcapAppDelegate::managedObjectModel()
 {
     if (!m_managedObjectModel) {
-        m_managedObjectModel
-            = platform::ManagedObjectModel::fromFile(QStringLiteral(":/Vellumcap.model"));
+        m_managedObjectModel = platform::ManagedObjectModel::fromFile(u":/Vellumcap.model"_s);
         if (m_managedObjectModel) {
             m_managedObjectModel->setObjectFactory(
                 Capture::entityName(), [](const platform::EntityDescription& entity) {
@@ -93,8 +93,7 @@ bool VellumcapAppDelegate::prepareFilesDirectory()
     if (const bool* isDirectory = std::get_if<bool>(&check)) {
         if (!*isDirectory) {
             present(ownError(filesPathIsAFile,
-                QStringLiteral("Expected a folder to store application data, found a file (%1).")
-                    .arg(folder)));
+                u"Expected a folder to store application data, found a file (%1)."_s.arg(folder)));
         }
         return *isDirectory;
     }
@@ -120,8 +119,7 @@ platform::PersistentStoreCoordinator* VellumcapAppDelegate::persistentStoreCoord
         return nullptr;
     }
     auto coordinator = std::make_unique<platform::PersistentStoreCoordinator>(*model);
-    const QString path
-        = QDir(applicationFilesDirectory()).filePath(QStringLiteral("Vellumcap.storedata"));
+    const QString path = QDir(applicationFilesDirectory()).filePath(u"Vellumcap.storedata"_s);
     if (const auto error = coordinator->addXmlStore(path)) {
         present(*error);
         return nullptr;
@@ -137,8 +135,8 @@ platform::ManagedObjectContext* VellumcapAppDelegate::managedObjectContext()
     }
     platform::PersistentStoreCoordinator* coordinator = persistentStoreCoordinator();
     if (coordinator == nullptr) {
-        present(ownError(storeNotInitialized, QStringLiteral("Failed to initialize the store"),
-            QStringLiteral("There was an error building up the data file.")));
+        present(ownError(storeNotInitialized, u"Failed to initialize the store"_s,
+            u"There was an error building up the data file."_s));
         return nullptr;
     }
     m_managedObjectContext = std::make_unique<platform::ManagedObjectContext>(*coordinator);
@@ -196,7 +194,7 @@ platform::TerminateReply VellumcapAppDelegate::applicationShouldTerminate(
 void VellumcapAppDelegate::openJournalWindow(QObject* sender)
 {
     if (!m_journalWindow) {
-        m_journalWindow = std::make_unique<JournalWindow>(QStringLiteral("JournalWindow"));
+        m_journalWindow = std::make_unique<JournalWindow>(u"JournalWindow"_s);
     }
     m_journalWindow->showWindow(sender);
 }
@@ -204,7 +202,7 @@ void VellumcapAppDelegate::openJournalWindow(QObject* sender)
 void VellumcapAppDelegate::openPrefsWindow(QObject* sender)
 {
     if (!m_prefsWindow) {
-        m_prefsWindow = std::make_unique<PrefsWindow>(QStringLiteral("PrefsWindow"));
+        m_prefsWindow = std::make_unique<PrefsWindow>(u"PrefsWindow"_s);
     }
     m_prefsWindow->showWindow(sender);
     m_prefsWindow->window()->raise();
@@ -213,7 +211,7 @@ void VellumcapAppDelegate::openPrefsWindow(QObject* sender)
 
 void VellumcapAppDelegate::performAction(const QString& name)
 {
-    if (name.compare(QStringLiteral("Watch"), Qt::CaseInsensitive) == 0) {
+    if (name.compare(u"Watch"_s, Qt::CaseInsensitive) == 0) {
         openJournalWindow(nullptr);
         m_journalWindow->watch(static_cast<QObject*>(nullptr));
     }
@@ -221,23 +219,22 @@ void VellumcapAppDelegate::performAction(const QString& name)
 
 bool VellumcapAppDelegate::respondsTo(const QAction& item) const
 {
-    return item.objectName() == QStringLiteral("saveAction") || validateMenuItem(item);
+    return item.objectName() == u"saveAction"_s || validateMenuItem(item);
 }
 
 bool VellumcapAppDelegate::validateMenuItem(const QAction& item) const
 {
     // Saving is left to the quit flow; the journal saves each change as it is made.
-    return item.objectName() == QStringLiteral("openJournalWindow")
-        || item.objectName() == QStringLiteral("openPrefsWindow");
+    return item.objectName() == u"openJournalWindow"_s || item.objectName() == u"openPrefsWindow"_s;
 }
 
 void VellumcapAppDelegate::perform(QAction& item)
 {
-    if (item.objectName() == QStringLiteral("openJournalWindow")) {
+    if (item.objectName() == u"openJournalWindow"_s) {
         openJournalWindow(&item);
-    } else if (item.objectName() == QStringLiteral("openPrefsWindow")) {
+    } else if (item.objectName() == u"openPrefsWindow"_s) {
         openPrefsWindow(&item);
-    } else if (item.objectName() == QStringLiteral("saveAction")) {
+    } else if (item.objectName() == u"saveAction"_s) {
         saveAction(&item);
     }
 }

@@ -20,6 +20,8 @@
 #include <gst/gst.h>
 #include <gst/video/video.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 constexpr int heights[] = { 720, 1080, 2160 };
@@ -112,16 +114,15 @@ void previewFrame(benchmark::State& state, const char* encoding)
 void startToFirstPicture(benchmark::State& state)
 {
     support::CameraRig rig;
-    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
-        .size = QSize(1920, 1080) });
-    while (!platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))) {
+    const auto camera = rig.addCamera(
+        { .name = u"cam.a"_s, .description = u"Camera A"_s, .size = QSize(1920, 1080) });
+    while (!platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)) {
         QThread::msleep(1);
     }
     for (auto _ : state) {
         const auto session = std::make_shared<platform::CaptureSession>();
         session->addInput(platform::CaptureDeviceInput::create(
-            platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))));
+            platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)));
         platform::CaptureVideoPreviewLayer preview(session);
         preview.setFrameSize(QSize(640, 360));
         bool isShown = false;

@@ -10,6 +10,8 @@
 
 #include <benchmark/benchmark.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CollectionView;
 using platform::CollectionViewDataSource;
 using platform::CollectionViewDelegate;
@@ -20,7 +22,7 @@ using platform::ThumbnailView;
 
 namespace {
 
-const QString identifier = QStringLiteral("cell");
+const QString identifier = u"cell"_s;
 
 class Cell : public CollectionViewItem {
 public:
@@ -48,15 +50,15 @@ public:
         CollectionView& view, IndexPath path) override
     {
         CollectionViewItem* item = view.makeItem(identifier, path);
-        item->imageView->setImage({ QStringLiteral("/nowhere/%1.jpg").arg(path.item) });
-        item->textField->setText(QStringLiteral("https://example.org/%1").arg(path.item));
+        item->imageView->setImage({ u"/nowhere/%1.jpg"_s.arg(path.item) });
+        item->textField->setText(u"https://example.org/%1"_s.arg(path.item));
         return item;
     }
     QWidget* viewForSupplementaryElementOfKind(
         CollectionView& view, SupplementaryKind kind, IndexPath path) override
     {
         auto* label = static_cast<QLabel*>(view.makeSupplementaryView(kind, identifier, path));
-        label->setText(QStringLiteral("Day %1").arg(path.section));
+        label->setText(u"Day %1"_s.arg(path.section));
         return label;
     }
     void didSelectItemsAtIndexPaths(CollectionView&, const QSet<IndexPath>&) override { }

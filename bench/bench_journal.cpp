@@ -13,6 +13,8 @@
 
 #include <benchmark/benchmark.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using vellumcap::Capture;
 
 namespace {
@@ -31,7 +33,7 @@ public:
             const auto capture = Capture::insertInManagedObjectContext(context);
             capture->setCaptureTypeValue(1);
             capture->setCaptureValue(
-                QStringLiteral("https://example.org/item/%1?from=a-shelf-in-the-hall").arg(i));
+                u"https://example.org/item/%1?from=a-shelf-in-the-hall"_s.arg(i));
             capture->setDateCaptured(newest.addSecs((i - count) * 900));
             capture->setIsURLValue(true);
             capture->setCaptureImageKey(
@@ -68,7 +70,7 @@ void storeCapture(benchmark::State& state)
     QImage picture(640, 480, QImage::Format_RGB32);
     picture.fill(Qt::gray);
     for (auto _ : state) {
-        Capture::storeCapture(picture, QStringLiteral("https://example.org/new"));
+        Capture::storeCapture(picture, u"https://example.org/new"_s);
     }
     reportMemory(state);
 }

@@ -18,6 +18,8 @@
 #include <benchmark/benchmark.h>
 #include <chrono>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -43,12 +45,11 @@ double secondsSince(Clock::time_point start)
 struct Stage {
     Stage()
     {
-        support::CameraWish wish{ QStringLiteral("bench"), QStringLiteral("Camera") };
+        support::CameraWish wish{ u"bench"_s, u"Camera"_s };
         wish.size = frameSize;
         camera = rig.addCamera(wish);
-        const bool listed = QTest::qWaitFor([] {
-            return platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("bench")).has_value();
-        });
+        const bool listed = QTest::qWaitFor(
+            [] { return platform::CaptureDevice::deviceWithUniqueID(u"bench"_s).has_value(); });
         program = listed ? std::make_unique<support::Program>() : nullptr;
     }
 
@@ -96,7 +97,7 @@ void codeToText(benchmark::State& state)
     auto& window = stage()->scan();
     int number = 0;
     for (auto _ : state) {
-        const QString text = QStringLiteral("code %1").arg(++number);
+        const QString text = u"code %1"_s.arg(++number);
         stage()->camera->show(paper({}));
         int pictures = 0;
         const auto counting = QObject::connect(window.cameraImageView,

@@ -15,6 +15,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Error;
 using platform::FetchRequest;
 using platform::ManagedObject;
@@ -28,14 +30,14 @@ namespace {
 std::unique_ptr<ManagedObjectModel> captureModel()
 {
     vellumcap::loadResources();
-    return ManagedObjectModel::fromFile(QStringLiteral(":/Vellumcap.model"));
+    return ManagedObjectModel::fromFile(u":/Vellumcap.model"_s);
 }
 
 std::shared_ptr<ManagedObject> insertCapture(ManagedObjectContext& context, int number)
 {
     static std::mt19937 random(1);
     auto capture = context.insertObject(u"Capture");
-    const QString start = QStringLiteral("https://example.org/item/%1?q=").arg(number);
+    const QString start = u"https://example.org/item/%1?q="_s.arg(number);
     capture->setValue(0, QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
     capture->setValue(1, 1);
     capture->setValue(2, start + QString(static_cast<qsizetype>(random() % 51), u'x'));
@@ -76,7 +78,7 @@ void makeStore(const QString& path, int count)
 QString storeOf(int count)
 {
     static const QTemporaryDir folder;
-    QString path = folder.filePath(QStringLiteral("%1/store").arg(count));
+    QString path = folder.filePath(u"%1/store"_s.arg(count));
     if (QFile::exists(path)) {
         return path;
     }
@@ -96,7 +98,7 @@ QString storeOf(int count)
 /// A field of /proc/self/status that counts kB, in MB.
 double processMegabytes(const QByteArray& field)
 {
-    QFile status(QStringLiteral("/proc/self/status"));
+    QFile status(u"/proc/self/status"_s);
     if (status.open(QIODevice::ReadOnly)) {
         for (const QByteArray& line : status.readAll().split('\n')) {
             if (line.startsWith(field)) {
@@ -173,7 +175,7 @@ void writeSameBytes(benchmark::State& state)
     const QByteArray bytes = file.readAll();
     const std::array<QByteArrayView, 1> parts{ bytes };
     for ([[maybe_unused]] const auto _ : state) {
-        if (writeDurably(file.fileName() + QStringLiteral(".copy"), parts)) {
+        if (writeDurably(file.fileName() + u".copy"_s, parts)) {
             state.SkipWithError("the file cannot be written");
         }
     }
@@ -183,8 +185,7 @@ void writeSameBytes(benchmark::State& state)
 void executeSorted(benchmark::State& state)
 {
     const OpenStore store(storeOf(count(state)));
-    const FetchRequest request{ QStringLiteral("Capture"),
-        { { QStringLiteral("dateCaptured"), false } } };
+    const FetchRequest request{ u"Capture"_s, { { u"dateCaptured"_s, false } } };
     for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(store.context.execute(request));
     }

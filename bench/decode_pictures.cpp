@@ -27,6 +27,8 @@
 #include <cstdio>
 #include <optional>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 using Codes = QList<platform::BarcodeObservation>;
@@ -102,7 +104,7 @@ QByteArray escaped(const QString& text)
 
 std::optional<QString> expectedText(const QFileInfo& picture)
 {
-    QFile file(picture.dir().filePath(picture.completeBaseName() + QStringLiteral(".txt")));
+    QFile file(picture.dir().filePath(picture.completeBaseName() + u".txt"_s));
     if (!file.open(QFile::ReadOnly)) {
         return std::nullopt;
     }
@@ -167,7 +169,7 @@ Summary examinedFolder(const QDir& folder)
 {
     QStringList patterns;
     for (const QByteArray& format : QImageReader::supportedImageFormats()) {
-        patterns.append(QStringLiteral("*.") + QString::fromLatin1(format));
+        patterns.append(u"*."_s + QString::fromLatin1(format));
     }
     Summary summary;
     for (const QFileInfo& picture : folder.entryInfoList(patterns, QDir::Files, QDir::Name)) {
@@ -184,10 +186,10 @@ Summary examinedNoise(int pictures)
     Summary summary;
     for (int i = 0; i < pictures; ++i) {
         const QSize size(240 + 40 * (i % 11), 180 + 30 * (i % 7));
-        summary += examined(maker.ground(size, support::Ground::Clouds),
-            QStringLiteral("noise-%1").arg(i), std::nullopt);
+        summary += examined(
+            maker.ground(size, support::Ground::Clouds), u"noise-%1"_s.arg(i), std::nullopt);
     }
-    print(QStringLiteral("noise"), summary);
+    print(u"noise"_s, summary);
     return summary;
 }
 
@@ -198,8 +200,7 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     QCommandLineParser parser;
-    const QCommandLineOption noise(
-        QStringLiteral("noise"), {}, QStringLiteral("N"), QStringLiteral("0"));
+    const QCommandLineOption noise(u"noise"_s, {}, u"N"_s, u"0"_s);
     parser.addOption(noise);
     parser.process(application);
     printHeading();
@@ -210,6 +211,6 @@ int main(int argc, char** argv)
     if (parser.value(noise).toInt() > 0) {
         total += examinedNoise(parser.value(noise).toInt());
     }
-    print(QStringLiteral("all"), total);
+    print(u"all"_s, total);
     return 0;
 }

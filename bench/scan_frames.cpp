@@ -18,6 +18,8 @@
 #include <cstdio>
 #include <functional>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 using support::Ground;
@@ -215,15 +217,11 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     const QGuiApplication application(argc, argv);
     QCommandLineParser parser;
-    const QCommandLineOption scenes(
-        QStringLiteral("scenes"), {}, QStringLiteral("N"), QStringLiteral("10"));
-    const QCommandLineOption frames(
-        QStringLiteral("frames"), {}, QStringLiteral("N"), QStringLiteral("12"));
-    const QCommandLineOption seed(
-        QStringLiteral("seed"), {}, QStringLiteral("N"), QStringLiteral("1"));
-    const QCommandLineOption height(
-        QStringLiteral("height"), {}, QStringLiteral("N"), QStringLiteral("0"));
-    const QCommandLineOption own(QStringLiteral("own"));
+    const QCommandLineOption scenes(u"scenes"_s, {}, u"N"_s, u"10"_s);
+    const QCommandLineOption frames(u"frames"_s, {}, u"N"_s, u"12"_s);
+    const QCommandLineOption seed(u"seed"_s, {}, u"N"_s, u"1"_s);
+    const QCommandLineOption height(u"height"_s, {}, u"N"_s, u"0"_s);
+    const QCommandLineOption own(u"own"_s);
     parser.addOptions({ scenes, frames, seed, height, own });
     parser.process(application);
     const Plan plan{ parser.value(scenes).toInt(), parser.value(frames).toInt(),

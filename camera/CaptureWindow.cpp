@@ -17,6 +17,8 @@
 
 #include <initializer_list>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -45,7 +47,7 @@ void setFirstSupported(CaptureDevice& device, bool (CaptureDevice::*isSupported)
 /// What is told of a change is its kind alone: a value was set. There is no context.
 void logAdjustment(const QString& what)
 {
-    platform::log(QStringLiteral("Camera %1 is adjusting {kind = 1} - (null)").arg(what));
+    platform::log(u"Camera %1 is adjusting {kind = 1} - (null)"_s.arg(what));
 }
 
 } // namespace
@@ -118,11 +120,10 @@ void CaptureWindow::outputWasAdded(const std::optional<CaptureDevice>& device)
     }
     using Adjustment = CaptureDevice::Adjustment;
     m_adjustments = {
-        m_device->observe(Adjustment::Focus, [](bool) { logAdjustment(QStringLiteral("focus")); }),
+        m_device->observe(Adjustment::Focus, [](bool) { logAdjustment(u"focus"_s); }),
+        m_device->observe(Adjustment::Exposure, [](bool) { logAdjustment(u"exposure"_s); }),
         m_device->observe(
-            Adjustment::Exposure, [](bool) { logAdjustment(QStringLiteral("exposure")); }),
-        m_device->observe(
-            Adjustment::WhiteBalance, [](bool) { logAdjustment(QStringLiteral("white balance")); }),
+            Adjustment::WhiteBalance, [](bool) { logAdjustment(u"white balance"_s); }),
     };
 }
 

@@ -4,6 +4,8 @@
 #include "platform/graphics/ImageFilter.h"
 #include "platform/services/UserDefaults.h"
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 QImage imageFromSampleBuffer(const platform::SampleBuffer& sampleBuffer)
@@ -13,8 +15,7 @@ QImage imageFromSampleBuffer(const platform::SampleBuffer& sampleBuffer)
 
 bool isVideoMirrored()
 {
-    return platform::UserDefaults::standard().integerForKey(QStringLiteral("pref-mirror-video"))
-        == 1;
+    return platform::UserDefaults::standard().integerForKey(u"pref-mirror-video"_s) == 1;
 }
 
 QImage preparedImage(const QImage& frame,

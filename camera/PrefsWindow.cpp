@@ -10,6 +10,8 @@
 
 #include <algorithm>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -112,7 +114,7 @@ void PrefsWindow::setContrast(double contrast)
 
 void PrefsWindow::contrastChanged(QObject* /*sender*/)
 {
-    platform::log(QStringLiteral("Contrast value %1").arg(m_contrast, 0, 'f', 6));
+    platform::log(u"Contrast value %1"_s.arg(m_contrast, 0, 'f', 6));
     platform::UserDefaults::standard().setDouble(key(contrastKey), m_contrast);
 }
 

@@ -13,6 +13,8 @@
 
 #include <QWidget>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -59,13 +61,13 @@ QString captionFor(CaptureSession::Interruption interruption)
     case Interruption::None:
         return {};
     case Interruption::NoCamera:
-        return QStringLiteral("No camera is connected");
+        return u"No camera is connected"_s;
     case Interruption::Unplugged:
-        return QStringLiteral("The camera was unplugged\n\nPlug it in again to go on");
+        return u"The camera was unplugged\n\nPlug it in again to go on"_s;
     case Interruption::Stalled:
-        return QStringLiteral("The camera sends no picture");
+        return u"The camera sends no picture"_s;
     case Interruption::Refused:
-        return QStringLiteral("The camera cannot be opened\n\nAnother program may be using it");
+        return u"The camera cannot be opened\n\nAnother program may be using it"_s;
     }
     Q_UNREACHABLE();
 }
@@ -92,12 +94,11 @@ void ScanningWindow::endPreferenceObservations()
 
 void ScanningWindow::windowDidLoad()
 {
-    window()->setWindowTitle(QStringLiteral("Capture"));
+    window()->setWindowTitle(u"Capture"_s);
     prepareControls();
     m_session = std::make_shared<CaptureSession>();
     m_session->setInterruptionObserver([this] { showInterruption(); });
-    const auto chosenID
-        = platform::UserDefaults::standard().stringForKey(QStringLiteral("pref-camera-id"));
+    const auto chosenID = platform::UserDefaults::standard().stringForKey(u"pref-camera-id"_s);
     observePreferences();
     auto device = cameraToUse(chosenID);
     configureDevice(device);
@@ -116,10 +117,9 @@ void ScanningWindow::windowDidLoad()
 void ScanningWindow::observePreferences()
 {
     auto& defaults = platform::UserDefaults::standard();
-    m_contrastObservation = defaults.observe(
-        QStringLiteral("pref-camera-contrast"), [this] { buildCoreFilterArray(); });
-    m_mirrorObservation
-        = defaults.observe(QStringLiteral("pref-mirror-video"), [this] { followMirroring(); });
+    m_contrastObservation
+        = defaults.observe(u"pref-camera-contrast"_s, [this] { buildCoreFilterArray(); });
+    m_mirrorObservation = defaults.observe(u"pref-mirror-video"_s, [this] { followMirroring(); });
 }
 
 void ScanningWindow::addOutput()
@@ -151,7 +151,7 @@ void ScanningWindow::buildCoreFilterArray()
         m_scannerF2 = namedFilter(Kind::ColorControls, contrastName);
     }
     const double setting
-        = platform::UserDefaults::standard().doubleForKey(QStringLiteral("pref-camera-contrast"));
+        = platform::UserDefaults::standard().doubleForKey(u"pref-camera-contrast"_s);
     const double exposure = 0.5 + setting / 100;
     const double contrast = setting / 100 + 1;
     if (m_preview) {

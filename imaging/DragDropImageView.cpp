@@ -18,6 +18,8 @@
 #include <QPdfWriter>
 #include <QUrl>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -89,7 +91,7 @@ QByteArray encoded(const QImage& image, const char* format)
 QString writeCapture(const QImage& image)
 {
     const QString folder = platform::StandardFolders::caches();
-    QString path = folder + QStringLiteral("/capture.png");
+    QString path = folder + u"/capture.png"_s;
     const QByteArray png = encoded(image, "PNG");
     if (!png.isEmpty() && !platform::FileManager::createDirectory(folder)) {
         const QByteArrayView parts[]{ png };

@@ -14,6 +14,8 @@
 #include <QLocale>
 #include <QStringEncoder>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -104,7 +106,7 @@ void GenerateWindow::controlTextDidChange()
 
 void GenerateWindow::generateCode(QObject* /*sender*/)
 {
-    platform::log(QStringLiteral("Generate"));
+    platform::log(u"Generate"_s);
     const QByteArray message = m_generatedData.toUtf8();
     m_generatedImage = codeBitmap(platform::QRCodeGenerator::outputImage(message));
     imageWell->setImage(m_generatedImage);

@@ -2,6 +2,8 @@
 
 #include <QLocale>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 CaptureImageBrowserItem::CaptureImageBrowserItem(std::shared_ptr<Capture> capture)
@@ -31,8 +33,7 @@ QString CaptureImageBrowserItem::imageTitle() const
 
 QString CaptureImageBrowserItem::imageSubtitle() const
 {
-    return QLocale().toString(
-        m_capture->dateCaptured().toLocalTime(), QStringLiteral("yyyy-MM-dd @ h:m AP"));
+    return QLocale().toString(m_capture->dateCaptured().toLocalTime(), u"yyyy-MM-dd @ h:m AP"_s);
 }
 
 } // namespace vellumcap

@@ -7,6 +7,8 @@
 
 #include <QLocale>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -33,7 +35,7 @@ ImageCollectionViewCell::~ImageCollectionViewCell() = default;
 
 QString ImageCollectionViewCell::reuseIdentifier()
 {
-    return QStringLiteral("ImageCollectionViewCell");
+    return u"ImageCollectionViewCell"_s;
 }
 
 void ImageCollectionViewCell::viewDidLoad()
@@ -70,8 +72,7 @@ ImageCollectionViewCell* cellShowing(
 
 QString accessibleNameOf(const Capture& capture)
 {
-    return QStringLiteral("%1, %2").arg(
-        capture.captureValue().left(longestSpokenText), timeOfDay(capture));
+    return u"%1, %2"_s.arg(capture.captureValue().left(longestSpokenText), timeOfDay(capture));
 }
 
 } // namespace vellumcap

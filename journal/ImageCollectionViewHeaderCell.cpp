@@ -4,6 +4,8 @@
 
 #include <QPainter>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 ImageCollectionViewHeaderCell::ImageCollectionViewHeaderCell(QWidget* parent)
@@ -19,7 +21,7 @@ ImageCollectionViewHeaderCell::~ImageCollectionViewHeaderCell() = default;
 
 QString ImageCollectionViewHeaderCell::reuseIdentifier()
 {
-    return QStringLiteral("header");
+    return u"header"_s;
 }
 
 void ImageCollectionViewHeaderCell::setFillColor(const QColor& color)

@@ -7,6 +7,8 @@
 #include <QLocale>
 #include <QMessageBox>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -16,12 +18,12 @@ constexpr int placeholderPictureSize = 96;
 
 QIcon icon(const char* name)
 {
-    return platform::symbolIcon(QStringLiteral(":/icons/%1.svg").arg(QLatin1StringView(name)));
+    return platform::symbolIcon(u":/icons/%1.svg"_s.arg(QLatin1StringView(name)));
 }
 
 QIcon programIcon()
 {
-    return QIcon(QStringLiteral(":/icons/vellumcap.svg"));
+    return QIcon(u":/icons/vellumcap.svg"_s);
 }
 
 } // namespace
@@ -51,32 +53,30 @@ void describeCapture(Ui::JournalWindow& ui, const Capture& capture)
 {
     const QDateTime date = capture.dateCaptured().toLocalTime();
     const QLocale locale;
-    ui.selectedDate->setText(
-        QStringLiteral("%1, %2").arg(locale.toString(date.date(), QLocale::LongFormat),
-            locale.toString(date.time(), QLocale::ShortFormat)));
+    ui.selectedDate->setText(u"%1, %2"_s.arg(locale.toString(date.date(), QLocale::LongFormat),
+        locale.toString(date.time(), QLocale::ShortFormat)));
 }
 
 void describePlaceholder(Ui::JournalWindow& ui, bool journalIsEmpty)
 {
     ui.placeholderImport->setVisible(journalIsEmpty);
     if (journalIsEmpty) {
-        ui.placeholderTitle->setText(QStringLiteral("Your journal is empty"));
-        ui.placeholderMessage->setText(QStringLiteral(
-            "Every code that you keep appears here, by day, with its picture and your notes. Scan "
-            "one with the camera, read one from a picture, or draw your own."));
-    } else {
-        ui.placeholderTitle->setText(QStringLiteral("No code selected"));
+        ui.placeholderTitle->setText(u"Your journal is empty"_s);
         ui.placeholderMessage->setText(
-            QStringLiteral("Select a code on the left to see its picture, text and notes."));
+            u"Every code that you keep appears here, by day, with its picture and your notes. Scan "
+            "one with the camera, read one from a picture, or draw your own."_s);
+    } else {
+        ui.placeholderTitle->setText(u"No code selected"_s);
+        ui.placeholderMessage->setText(
+            u"Select a code on the left to see its picture, text and notes."_s);
     }
 }
 
 void showAbout(QWidget* parent)
 {
-    QMessageBox::about(parent, QStringLiteral("About Vellumcap"),
-        QStringLiteral("<h3>Vellumcap %1</h3><p>Reads barcodes and QR codes, and keeps a journal "
-                       "of those that matter to you.</p>")
-            .arg(QStringLiteral(VELLUMCAP_VERSION)));
+    QMessageBox::about(parent, u"About Vellumcap"_s,
+        u"<h3>Vellumcap %1</h3><p>Reads barcodes and QR codes, and keeps a journal "
+        "of those that matter to you.</p>"_s.arg(QStringLiteral(VELLUMCAP_VERSION)));
 }
 
 } // namespace vellumcap

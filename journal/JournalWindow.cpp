@@ -28,6 +28,8 @@
 #include <algorithm>
 #include <array>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -116,7 +118,7 @@ std::unique_ptr<QWidget> JournalWindow::loadWindow()
 
 void JournalWindow::windowDidLoad()
 {
-    window()->setWindowTitle(QStringLiteral("Vellumcap"));
+    window()->setWindowTitle(u"Vellumcap"_s);
     selectedImage->setImage(QImage());
     connect(selectedNotes, &platform::TextField::editingEnded, this,
         [this] { controlTextDidEndEditing(*selectedNotes); });
@@ -162,8 +164,7 @@ void JournalWindow::connectMenu()
         m_mainMenu->addItem(item);
     }
     connect(m_ui->aboutVellumcap, &QAction::triggered, this, [this] { showAbout(window()); });
-    m_statusItem = std::make_unique<platform::StatusItem>(window()->windowIcon(),
-        QStringLiteral("Vellumcap"),
+    m_statusItem = std::make_unique<platform::StatusItem>(window()->windowIcon(), u"Vellumcap"_s,
         QList<QAction*>{ m_ui->openJournalWindow, m_ui->openPrefsWindow, m_ui->quit });
     connect(m_statusItem.get(), &platform::StatusItem::activated, this,
         [this] { showWindow(m_statusItem.get()); });
@@ -219,7 +220,7 @@ void JournalWindow::watch(QObject* /*sender*/)
 
 void JournalWindow::watch(const QVariantMap& options)
 {
-    const QVariant name = options.value(QStringLiteral("ScriptName"));
+    const QVariant name = options.value(u"ScriptName"_s);
     const bool isText = name.metaType() == QMetaType::fromType<QString>();
     watchWithScript(isText ? name.toString() : QString());
 }
@@ -255,7 +256,7 @@ void JournalWindow::openLinkInSafari(QObject* /*sender*/)
 
 void JournalWindow::saveImage(QObject* /*sender*/)
 {
-    const platform::SavePanel panel{ QStringLiteral("QR Capture"), { QStringLiteral("jpg") } };
+    const platform::SavePanel panel{ u"QR Capture"_s, { u"jpg"_s } };
     panel.beginSheet(window(), [this](const QString& path) {
         const auto capture = selectedCapture();
         // The same file by another path must not be removed either.

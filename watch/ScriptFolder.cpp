@@ -6,6 +6,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 QUrl scriptFolder()
@@ -27,10 +29,9 @@ ScriptTable scanScriptFolder()
                              .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot,
                                  QDir::Unsorted);
     for (const QFileInfo& entry : entries) {
-        if (entry.suffix() == QStringLiteral("scpt")) {
+        if (entry.suffix() == u"scpt"_s) {
             const QUrl location = QUrl::fromLocalFile(entry.absoluteFilePath());
-            platform::log(
-                QStringLiteral("Found a script! ") + location.toString(QUrl::FullyEncoded));
+            platform::log(u"Found a script! "_s + location.toString(QUrl::FullyEncoded));
             scripts.insert(entry.fileName(), location);
         }
     }

@@ -3,6 +3,8 @@
 #include "platform/script/Script.h"
 #include "platform/services/Log.h"
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 using platform::Script;
@@ -13,18 +15,17 @@ bool executeScriptWithPath(
 {
     auto loaded = Script::load(path);
     if (const auto* error = std::get_if<ScriptError>(&loaded)) {
-        platform::log(QStringLiteral("Could not instantiate applescript ") + error->message);
+        platform::log(u"Could not instantiate applescript "_s + error->message);
         return false;
     }
     auto& script = std::get<Script>(loaded);
     const Script::Outcome outcome
         = function.isEmpty() ? script.execute() : script.executeHandler(function, arguments);
     if (const auto* error = std::get_if<ScriptError>(&outcome)) {
-        platform::log(QStringLiteral("error while executing script. Error ") + error->message);
+        platform::log(u"error while executing script. Error "_s + error->message);
         return false;
     }
-    platform::log(
-        QStringLiteral("Script execution has succeed. Result(%1)").arg(std::get<QString>(outcome)));
+    platform::log(u"Script execution has succeed. Result(%1)"_s.arg(std::get<QString>(outcome)));
     return true;
 }
 

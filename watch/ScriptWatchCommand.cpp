@@ -9,14 +9,16 @@
 
 #include <cmath>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
 
-const auto openInBackground = QStringLiteral("OpenInBackground");
-const auto closeOnFirstScan = QStringLiteral("CloseOnFirstScan");
-const auto saveCapture = QStringLiteral("SaveCapture");
-const auto scriptName = QStringLiteral("ScriptName");
+const auto openInBackground = u"OpenInBackground"_s;
+const auto closeOnFirstScan = u"CloseOnFirstScan"_s;
+const auto saveCapture = u"SaveCapture"_s;
+const auto scriptName = u"ScriptName"_s;
 
 constexpr qsizetype longestFileName = 255;
 
@@ -47,9 +49,8 @@ bool boolValue(const QVariant& value)
 /// No file has a longer name.
 QString nameValue(const QVariant& value)
 {
-    const QString name
-        = value.typeId() == QMetaType::QString ? value.toString() : QStringLiteral("");
-    return name.size() <= longestFileName ? name : QStringLiteral("");
+    const QString name = value.typeId() == QMetaType::QString ? value.toString() : u""_s;
+    return name.size() <= longestFileName ? name : u""_s;
 }
 
 } // namespace
@@ -68,9 +69,9 @@ void ScriptWatchCommand::performDefaultImplementation() const
     const auto write = [&](const QString& defaultsKey, const QString& key) {
         defaults.setBool(defaultsKey, m_options.value(key).toBool());
     };
-    write(QStringLiteral("watch-openURLInBackground"), openInBackground);
-    write(QStringLiteral("watch-saveCapture"), saveCapture);
-    write(QStringLiteral("watch-closeOnFirstScan"), closeOnFirstScan);
+    write(u"watch-openURLInBackground"_s, openInBackground);
+    write(u"watch-saveCapture"_s, saveCapture);
+    write(u"watch-closeOnFirstScan"_s, closeOnFirstScan);
     // Looked up in its turn: a command may come before the program has finished launching, and
     // when it is just going.
     platform::dispatchMain([options = m_options] {

@@ -23,6 +23,8 @@
 #include <chrono>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace vellumcap {
 
 namespace {
@@ -49,11 +51,10 @@ QString described(const QList<platform::FrameRateRange>& ranges)
 {
     QStringList texts;
     for (const platform::FrameRateRange& range : ranges) {
-        texts.append(QStringLiteral("%1 - %2")
-                         .arg(range.minFrameRate, 0, 'f', 2)
-                         .arg(range.maxFrameRate, 0, 'f', 2));
+        texts.append(
+            u"%1 - %2"_s.arg(range.minFrameRate, 0, 'f', 2).arg(range.maxFrameRate, 0, 'f', 2));
     }
-    return QStringLiteral("(%1)").arg(texts.join(QStringLiteral(", ")));
+    return u"(%1)"_s.arg(texts.join(u", "_s));
 }
 
 } // namespace
@@ -115,7 +116,7 @@ void WatchWindow::prepareControls()
 void WatchWindow::configureDevice(std::optional<CaptureDevice>& chosen)
 {
     if (!chosen) {
-        platform::log(QStringLiteral("(null)"));
+        platform::log(u"(null)"_s);
         return;
     }
     CaptureDevice& device = *chosen;
@@ -226,8 +227,8 @@ void WatchWindow::runChosenScript()
     const QUrl location = m_appleScripts.value(appleScriptMenu->currentText());
     platform::dispatchScript([location, handled = m_code.text, offer = sharedOffer()] {
         const QString current = offer->captureData().value_or(QString());
-        executeScriptWithPath(location.toLocalFile(), QStringLiteral("scanned_code"),
-            { current.isEmpty() ? handled : current });
+        executeScriptWithPath(
+            location.toLocalFile(), u"scanned_code"_s, { current.isEmpty() ? handled : current });
     });
 }
 
@@ -235,8 +236,8 @@ void WatchWindow::runChosenScript()
 void WatchWindow::resetCaptureDataLater()
 {
     platform::dispatchMainAfter(resetDelay, sharedOffer(), [offer = sharedOffer()] {
-        platform::log(QStringLiteral("Reset capture data"));
-        offer->setCaptureData(QStringLiteral(""));
+        platform::log(u"Reset capture data"_s);
+        offer->setCaptureData(u""_s);
     });
 }
 
@@ -293,7 +294,7 @@ bool WatchWindow::respondsTo(const QAction& item) const
 
 bool WatchWindow::validateMenuItem(const QAction& item) const
 {
-    return item.objectName() == QStringLiteral("closeWindow");
+    return item.objectName() == u"closeWindow"_s;
 }
 
 void WatchWindow::perform(QAction& item)

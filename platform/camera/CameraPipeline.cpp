@@ -13,6 +13,8 @@
 #include <thread>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -219,7 +221,7 @@ GstBusSyncReply CameraPipeline::Run::takeMessage(GstBus*, GstMessage* message, g
         self.fail(QString::fromUtf8(error->message));
         g_error_free(error);
     } else if (GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS) {
-        self.fail(QStringLiteral("The stream has ended"));
+        self.fail(u"The stream has ended"_s);
     }
     gst_message_unref(message);
     return GST_BUS_DROP;
@@ -261,11 +263,11 @@ void CameraPipeline::Run::playUntilEnd()
     const FileDescriptor remote(CameraRegistry::shared().openRemote());
     const Element pipeline = built(remote);
     if (!pipeline) {
-        fail(QStringLiteral("A plugin of GStreamer is missing"));
+        fail(u"A plugin of GStreamer is missing"_s);
         return;
     }
     if (gst_element_set_state(pipeline.get(), GST_STATE_PLAYING) == GST_STATE_CHANGE_FAILURE) {
-        fail(QStringLiteral("It cannot be opened"));
+        fail(u"It cannot be opened"_s);
     }
     std::unique_lock lock(mutex);
     ending.wait(lock, [this] { return isEnding; });

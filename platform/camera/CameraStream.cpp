@@ -12,6 +12,8 @@
 #include <future>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -125,7 +127,7 @@ void CameraStream::checkStall(const CameraNode& camera)
         if (hasFrame || camera.isRunning) {
             setInterruption(Interruption::Stalled);
         } else {
-            tellOfRefusal(QStringLiteral("It does not start"));
+            tellOfRefusal(u"It does not start"_s);
         }
         m_run->isFrameAwaited = true;
     }
@@ -141,7 +143,7 @@ void CameraStream::open()
     const std::optional<CameraFormat> format
         = camera ? chosenFormat(camera->formats) : std::nullopt;
     if (!format) {
-        refuse(QStringLiteral("It offers no format that can be read"));
+        refuse(u"It offers no format that can be read"_s);
         return;
     }
     m_run->format = *format;
@@ -195,7 +197,7 @@ void CameraStream::refuse(const QString& reason)
 void CameraStream::tellOfRefusal(const QString& reason)
 {
     if (!std::exchange(m_run->isLogged, true)) {
-        log(QStringLiteral("The camera %1 cannot be used: %2").arg(m_run->camera, reason));
+        log(u"The camera %1 cannot be used: %2"_s.arg(m_run->camera, reason));
     }
     setInterruption(Interruption::Refused);
 }

@@ -9,6 +9,8 @@
 #include <cstring>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -87,10 +89,10 @@ QString encodingName(CameraFormat::Encoding encoding)
 
 Error lockError(const QString& camera, int code)
 {
-    const QString reason = code == EBUSY ? QStringLiteral("Another program is setting it up.")
+    const QString reason = code == EBUSY ? u"Another program is setting it up."_s
                                          : QString::fromLocal8Bit(strerrordesc_np(code));
     return { QString::fromLatin1(posixErrorDomain), code,
-        QStringLiteral("The camera “%1” cannot be set up.").arg(camera), reason };
+        u"The camera “%1” cannot be set up."_s.arg(camera), reason };
 }
 
 /// Of what never changes.

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 CaptureDeviceInput::CaptureDeviceInput(CaptureDevice device)
@@ -16,9 +18,9 @@ std::shared_ptr<CaptureDeviceInput> CaptureDeviceInput::create(
         return std::shared_ptr<CaptureDeviceInput>(new CaptureDeviceInput(*device));
     }
     if (error) {
-        *error = { .domain = QStringLiteral("camera"),
+        *error = { .domain = u"camera"_s,
             .code = 1,
-            .localizedDescription = QStringLiteral("There is no camera."),
+            .localizedDescription = u"There is no camera."_s,
             .failureReason = {} };
     }
     return nullptr;

@@ -12,6 +12,8 @@
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -224,8 +226,8 @@ QList<CameraFormat> V4L2Device::formats() const
 
 QList<CameraNode> v4l2Cameras(const QString& folder)
 {
-    QStringList names = QDir(folder).entryList(
-        { QStringLiteral("video[0-9]*") }, QDir::System | QDir::Files, QDir::NoSort);
+    QStringList names
+        = QDir(folder).entryList({ u"video[0-9]*"_s }, QDir::System | QDir::Files, QDir::NoSort);
     const auto number = [](const QString& name) { return QStringView(name).mid(5).toInt(); };
     std::sort(names.begin(), names.end(),
         [&](const QString& left, const QString& right) { return number(left) < number(right); });

@@ -15,15 +15,17 @@
 
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
-const auto serviceName = QStringLiteral("org.vellumcap.Vellumcap");
-const auto objectPath = QStringLiteral("/org/vellumcap/Vellumcap");
-const auto applicationInterface = QStringLiteral("org.freedesktop.Application");
+const auto serviceName = u"org.vellumcap.Vellumcap"_s;
+const auto objectPath = u"/org/vellumcap/Vellumcap"_s;
+const auto applicationInterface = u"org.freedesktop.Application"_s;
 
-const auto startupIdKey = QStringLiteral("desktop-startup-id");
-const auto tokenKey = QStringLiteral("activation-token");
+const auto startupIdKey = u"desktop-startup-id"_s;
+const auto tokenKey = u"activation-token"_s;
 constexpr auto startupIdVariable = "DESKTOP_STARTUP_ID";
 constexpr auto tokenVariable = "XDG_ACTIVATION_TOKEN";
 
@@ -94,7 +96,7 @@ enum class HandOver { Done, OwnerGone };
 HandOver handOver(QDBusConnection& bus)
 {
     QDBusMessage activate = QDBusMessage::createMethodCall(
-        serviceName, objectPath, applicationInterface, QStringLiteral("Activate"));
+        serviceName, objectPath, applicationInterface, u"Activate"_s);
     activate.setAutoStartService(false);
     activate << platformData();
     const QDBusMessage reply = bus.call(activate, QDBus::Block, handOverTimeout);
@@ -103,8 +105,7 @@ HandOver handOver(QDBusConnection& bus)
         return HandOver::OwnerGone;
     }
     if (error.isValid()) {
-        log(QStringLiteral("Vellumcap is running already, but does not answer: %1")
-                .arg(error.message()));
+        log(u"Vellumcap is running already, but does not answer: %1"_s.arg(error.message()));
     }
     return HandOver::Done;
 }

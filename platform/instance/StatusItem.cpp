@@ -12,10 +12,12 @@
 
 #include <chrono>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
-const auto trayService = QStringLiteral("org.kde.StatusNotifierWatcher");
+const auto trayService = u"org.kde.StatusNotifierWatcher"_s;
 
 } // namespace
 
@@ -43,9 +45,8 @@ void StatusItem::waitForTray()
         trayService, bus, QDBusServiceWatcher::WatchForRegistration, this);
     connect(service, &QDBusServiceWatcher::serviceRegistered, this, &StatusItem::appear);
 
-    QDBusMessage isThere = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
-        QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
-        QStringLiteral("NameHasOwner"));
+    QDBusMessage isThere = QDBusMessage::createMethodCall(u"org.freedesktop.DBus"_s,
+        u"/org/freedesktop/DBus"_s, u"org.freedesktop.DBus"_s, u"NameHasOwner"_s);
     isThere << trayService;
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(isThere), this);
     connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
@@ -56,7 +57,7 @@ void StatusItem::waitForTray()
         answer->deleteLater();
     });
 
-    if (QGuiApplication::platformName() == QStringLiteral("xcb")) {
+    if (QGuiApplication::platformName() == u"xcb"_s) {
         // A tray of the older, X11 kind is asked for when the session has had time to start one
         // of the other kind.
         constexpr std::chrono::seconds sessionStart{ 10 };

@@ -15,6 +15,8 @@
 #include <sys/wait.h>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -126,7 +128,7 @@ LuaState::LuaState()
         return true;
     }();
     if (!isReady || m_lua == nullptr || !m_input || m_output.stream() == nullptr) {
-        m_error = QStringLiteral("not enough memory");
+        m_error = u"not enough memory"_s;
         return;
     }
     Streams streams{ m_output.stream(), m_input.get() };

@@ -11,6 +11,8 @@
 #include <clocale>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -129,7 +131,7 @@ QString topText(lua_State* lua)
     if (size <= longestDescription) {
         return QString::fromUtf8(bytes, static_cast<qsizetype>(size));
     }
-    return QString::fromUtf8(bytes, longestDescription) + QStringLiteral("…");
+    return QString::fromUtf8(bytes, longestDescription) + u"…"_s;
 }
 
 /// Calls `function` with a pointer, protected.

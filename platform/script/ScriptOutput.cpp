@@ -4,6 +4,8 @@
 
 #include <QString>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -55,14 +57,13 @@ void ScriptOutput::endLine()
     }
     QString line = QString::fromUtf8(m_line.data(), static_cast<qsizetype>(m_line.size()));
     if (m_line.size() > longestLine) {
-        line += QStringLiteral("…");
+        line += u"…"_s;
     }
     m_logged += m_line.size() + 1;
     m_line.clear();
     ScriptThreads::logFromScript(line);
     if (m_logged > mostLogged) {
-        ScriptThreads::logFromScript(
-            QStringLiteral("The script prints too much; the rest is left out"));
+        ScriptThreads::logFromScript(u"The script prints too much; the rest is left out"_s);
     }
 }
 

@@ -14,6 +14,8 @@
 #include <unistd.h>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -44,7 +46,7 @@ void run(const Job& job)
     try {
         job();
     } catch (const std::exception& exception) {
-        log(QStringLiteral("A job failed: %1").arg(QString::fromUtf8(exception.what())));
+        log(u"A job failed: %1"_s.arg(QString::fromUtf8(exception.what())));
     }
 }
 
@@ -97,7 +99,7 @@ void dispatchScript(Job job)
         ++state.running;
         ++state.inProgram;
     } catch (const std::system_error& error) {
-        log(QStringLiteral("A script has to wait: %1").arg(QString::fromUtf8(error.what())));
+        log(u"A script has to wait: %1"_s.arg(QString::fromUtf8(error.what())));
     }
 }
 

@@ -16,6 +16,8 @@
 #include <utility>
 #include <vector>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -24,9 +26,9 @@ void run(const Job& job)
     try {
         job();
     } catch (const std::exception& exception) {
-        log(QStringLiteral("A job failed: %1").arg(QString::fromUtf8(exception.what())));
+        log(u"A job failed: %1"_s.arg(QString::fromUtf8(exception.what())));
     } catch (...) {
-        log(QStringLiteral("A job failed"));
+        log(u"A job failed"_s);
     }
 }
 

@@ -16,6 +16,8 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -33,22 +35,22 @@ QString advice(int code)
     switch (code) {
     case ENOSPC:
     case EDQUOT:
-        return QStringLiteral("The disk is full. Free some space, then try again.");
+        return u"The disk is full. Free some space, then try again."_s;
     case EACCES:
     case EPERM:
-        return QStringLiteral("You may not write to its folder. Change the folder's permissions, "
-                              "then try again.");
+        return u"You may not write to its folder. Change the folder's permissions, "
+               "then try again."_s;
     case EROFS:
-        return QStringLiteral("The disk can only be read. Make it writable, then try again.");
+        return u"The disk can only be read. Make it writable, then try again."_s;
     case ENOENT:
     case ENOTDIR:
-        return QStringLiteral("Its folder does not exist. Make the folder, then try again.");
+        return u"Its folder does not exist. Make the folder, then try again."_s;
     case EISDIR:
     case EEXIST:
     case ENOTEMPTY:
-        return QStringLiteral("There is a folder of that name. Move it away, then try again.");
+        return u"There is a folder of that name. Move it away, then try again."_s;
     case EFBIG:
-        return QStringLiteral("The file would be larger than is allowed here.");
+        return u"The file would be larger than is allowed here."_s;
     default:
         return qt_error_string(code);
     }
@@ -57,7 +59,7 @@ QString advice(int code)
 Error writeError(const QString& path, int code)
 {
     return { QLatin1StringView(posixErrorDomain), code,
-        QStringLiteral("The file “%1” could not be written.").arg(path), advice(code) };
+        u"The file “%1” could not be written."_s.arg(path), advice(code) };
 }
 
 /// Zero or errno, like everything below.

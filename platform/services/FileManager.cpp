@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <sys/stat.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform::FileManager {
 
 namespace {
@@ -24,7 +26,7 @@ std::variant<bool, Error> isDirectory(const QString& path)
         return S_ISDIR(status.st_mode);
     }
     return fileError(errno == ENOENT ? fileReadNoSuchFileError : fileReadUnknownError,
-        QStringLiteral("The folder “%1” could not be read.").arg(path));
+        u"The folder “%1” could not be read."_s.arg(path));
 }
 
 std::optional<Error> createDirectory(const QString& path)
@@ -34,18 +36,17 @@ std::optional<Error> createDirectory(const QString& path)
     for (qsizetype end = whole.indexOf(u'/', 1);; end = whole.indexOf(u'/', end + 1)) {
         const QByteArray part = QFile::encodeName(end < 0 ? whole : whole.left(end));
         if (::mkdir(part.constData(), S_IRWXU) != 0 && errno != EEXIST) {
-            return fileError(fileWriteUnknownError,
-                QStringLiteral("The folder “%1” could not be created.").arg(path));
+            return fileError(
+                fileWriteUnknownError, u"The folder “%1” could not be created."_s.arg(path));
         }
         if (end < 0) {
             break;
         }
     }
     errno = ENOTDIR;
-    return QFileInfo(whole).isDir()
-        ? std::nullopt
-        : std::optional(fileError(fileWriteUnknownError,
-            QStringLiteral("The folder “%1” could not be created.").arg(path)));
+    return QFileInfo(whole).isDir() ? std::nullopt
+                                    : std::optional(fileError(fileWriteUnknownError,
+                                        u"The folder “%1” could not be created."_s.arg(path)));
 }
 
 } // namespace platform::FileManager

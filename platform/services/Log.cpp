@@ -2,6 +2,8 @@
 
 #include <QtGlobal>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -23,8 +25,7 @@ QString escaped(const QString& line)
     result.reserve(line.size());
     for (const QChar character : line) {
         if (isControl(character.unicode())) {
-            result += QStringLiteral("\\u%1").arg(
-                uint{ character.unicode() }, 4, 16, QLatin1Char('0'));
+            result += u"\\u%1"_s.arg(uint{ character.unicode() }, 4, 16, QLatin1Char('0'));
         } else {
             result += character;
         }

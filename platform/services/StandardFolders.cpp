@@ -4,13 +4,15 @@
 
 #include <QStandardPaths>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform::StandardFolders {
 namespace {
 
 // The generic locations, since Qt's own for an application follow its changeable name.
 QString ownFolder(QStandardPaths::StandardLocation location)
 {
-    return QStandardPaths::writableLocation(location) + QStringLiteral("/vellumcap");
+    return QStandardPaths::writableLocation(location) + u"/vellumcap"_s;
 }
 
 } // namespace
@@ -37,7 +39,7 @@ QString pictures()
 
 QString applicationScripts(Creation creation)
 {
-    const QString path = configuration() + QStringLiteral("/scripts");
+    const QString path = configuration() + u"/scripts"_s;
     const bool missing = creation == Creation::Yes && FileManager::createDirectory(path);
     return missing ? QString() : path;
 }

@@ -18,6 +18,8 @@
 #include <utility>
 #include <vector>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 struct UserDefaults::State {
@@ -62,8 +64,7 @@ struct UserDefaults::State {
 
 UserDefaults& UserDefaults::standard()
 {
-    static UserDefaults defaults(
-        StandardFolders::configuration() + QStringLiteral("/vellumcap.ini"));
+    static UserDefaults defaults(StandardFolders::configuration() + u"/vellumcap.ini"_s);
     return defaults;
 }
 
@@ -82,14 +83,14 @@ QString UserDefaults::text(const QString& key) const
         return {};
     }
     // A comma that somebody typed into the file makes a list of it.
-    const QString value = m_state->settings.value(key).toStringList().join(QStringLiteral(", "));
-    return value.isNull() ? QStringLiteral("") : value;
+    const QString value = m_state->settings.value(key).toStringList().join(u", "_s);
+    return value.isNull() ? u""_s : value;
 }
 
 double UserDefaults::number(const QString& key) const
 {
     const QString value = text(key);
-    return value == QStringLiteral("true") ? 1.0 : value.toDouble();
+    return value == u"true"_s ? 1.0 : value.toDouble();
 }
 
 std::optional<QString> UserDefaults::stringForKey(const QString& key) const
@@ -139,7 +140,7 @@ void UserDefaults::setInteger(const QString& key, int value)
 
 void UserDefaults::setBool(const QString& key, bool value)
 {
-    write(key, value ? QStringLiteral("true") : QStringLiteral("false"));
+    write(key, value ? u"true"_s : u"false"_s);
 }
 
 void UserDefaults::removeObject(const QString& key)

@@ -9,6 +9,8 @@
 #include <gio/gio.h>
 #include <memory>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform::Workspace {
 namespace {
 
@@ -29,8 +31,7 @@ Reference<GAppLaunchContext> launchContext(Activation activation)
     Reference<GAppLaunchContext> context(g_app_launch_context_new());
     g_app_launch_context_unsetenv(context.get(), "XDG_ACTIVATION_TOKEN");
     g_app_launch_context_unsetenv(context.get(), "DESKTOP_STARTUP_ID");
-    if (activation == Activation::Background
-        && QGuiApplication::platformName() == QStringLiteral("xcb")) {
+    if (activation == Activation::Background && QGuiApplication::platformName() == u"xcb"_s) {
         // By the startup notification protocol, a window of time 0 does not take the focus.
         g_app_launch_context_setenv(context.get(), "DESKTOP_STARTUP_ID", "vellumcap-0_TIME0");
     }
@@ -42,8 +43,8 @@ Reference<GAppLaunchContext> launchContext(Activation activation)
 bool needsToken(Activation activation)
 {
     return activation == Activation::Foreground
-        && QGuiApplication::platformName().startsWith(QStringLiteral("wayland"))
-        && !QStandardPaths::findExecutable(QStringLiteral("xdg-open")).isEmpty();
+        && QGuiApplication::platformName().startsWith(u"wayland"_s)
+        && !QStandardPaths::findExecutable(u"xdg-open"_s).isEmpty();
 }
 
 } // namespace

@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -153,14 +155,14 @@ std::optional<ManagedObjectContext::Objects> ManagedObjectContext::execute(
 {
     const EntityDescription* const description = entity(request.entityName);
     if (description == nullptr) {
-        setError(error, QStringLiteral("There is no entity “%1”.").arg(request.entityName));
+        setError(error, u"There is no entity “%1”."_s.arg(request.entityName));
         return std::nullopt;
     }
     for (const SortDescriptor& descriptor : request.sortDescriptors) {
         if (description->indexOf(descriptor.key) < 0) {
             setError(error,
-                QStringLiteral("The entity “%1” has no attribute “%2” to sort by.")
-                    .arg(request.entityName, descriptor.key));
+                u"The entity “%1” has no attribute “%2” to sort by."_s.arg(
+                    request.entityName, descriptor.key));
             return std::nullopt;
         }
     }
@@ -194,8 +196,8 @@ std::optional<Error> ManagedObjectContext::save()
         return std::nullopt;
     }
     if (m_state->store == nullptr) {
-        return storeError(StoreErrorCode::NoStore, QStringLiteral("There is no store to save to."),
-            QStringLiteral("The changes are kept until the program ends, but not on the disk."));
+        return storeError(StoreErrorCode::NoStore, u"There is no store to save to."_s,
+            u"The changes are kept until the program ends, but not on the disk."_s);
     }
     if (std::optional<Error> error = m_state->objects.updateTexts()) {
         return error;

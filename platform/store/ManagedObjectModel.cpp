@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -55,7 +57,7 @@ public:
     }
 
 private:
-    void fail() { m_xml.raiseError(QStringLiteral("This is no model.")); }
+    void fail() { m_xml.raiseError(u"This is no model."_s); }
 
     template <typename Description>
     void refuseDuplicate(const std::vector<Description>& descriptions)

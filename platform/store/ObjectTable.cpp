@@ -6,6 +6,8 @@
 
 #include <algorithm>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -30,10 +32,9 @@ std::optional<Error> missingValue(const ManagedObject& object)
             && std::holds_alternative<std::monostate>(
                 object.primitiveValue(static_cast<int>(index)))) {
             return storeError(StoreErrorCode::ValueMissing,
-                QStringLiteral("The changes could not be saved: a %1 has no %2.")
-                    .arg(object.entity().name, attributes[index].name),
-                QStringLiteral(
-                    "This is a fault of the program. Delete the entry, or undo, then save again."));
+                u"The changes could not be saved: a %1 has no %2."_s.arg(
+                    object.entity().name, attributes[index].name),
+                u"This is a fault of the program. Delete the entry, or undo, then save again."_s);
         }
     }
     return std::nullopt;

@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -15,29 +17,26 @@ namespace {
 Error folderError(const QString& folder, int code)
 {
     if (code == ENOTDIR) {
-        return { QLatin1StringView(posixErrorDomain), code,
-            QStringLiteral("“%1” is not a folder.").arg(folder),
-            QStringLiteral(
-                "The store is kept in a folder of that name. Move what is there away, then try "
-                "again.") };
+        return { QLatin1StringView(posixErrorDomain), code, u"“%1” is not a folder."_s.arg(folder),
+            u"The store is kept in a folder of that name. Move what is there away, then try "
+            "again."_s };
     }
     return { QLatin1StringView(posixErrorDomain), code,
-        QStringLiteral("The folder “%1” could not be opened.").arg(folder), qt_error_string(code) };
+        u"The folder “%1” could not be opened."_s.arg(folder), qt_error_string(code) };
 }
 
 Error lockError(const QString& folder, int code)
 {
     if (code == EWOULDBLOCK) {
         return storeError(StoreErrorCode::InUse,
-            QStringLiteral("The store in “%1” is in use by another running program.").arg(folder),
-            QStringLiteral("Quit the other program, then try again."));
+            u"The store in “%1” is in use by another running program."_s.arg(folder),
+            u"Quit the other program, then try again."_s);
     }
     return { QLatin1StringView(posixErrorDomain), code,
-        QStringLiteral("The folder “%1” could not be locked.").arg(folder),
-        QStringLiteral("Without the lock, two programs could overwrite each other's changes. Keep "
-                       "the folder on "
-                       "a disk that supports locks. (%1)")
-            .arg(qt_error_string(code)) };
+        u"The folder “%1” could not be locked."_s.arg(folder),
+        u"Without the lock, two programs could overwrite each other's changes. Keep "
+        "the folder on "
+        "a disk that supports locks. (%1)"_s.arg(qt_error_string(code)) };
 }
 
 } // namespace

@@ -13,6 +13,8 @@
 #include <string>
 #include <string_view>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -39,7 +41,7 @@ QString fromUtf8(std::string_view text)
 
 QString quoted(std::string_view name)
 {
-    return QStringLiteral("“%1”").arg(fromUtf8(name));
+    return u"“%1”"_s.arg(fromUtf8(name));
 }
 
 /// The attributes of an XML start tag, as expat gives them: names and values in turn, then null.
@@ -163,7 +165,7 @@ std::optional<StoreContents> StoreReader::read(StoreReadFailure& failure)
 void StoreReader::fail(const QString& detail, StoreErrorCode code)
 {
     const auto line = static_cast<qulonglong>(XML_GetCurrentLineNumber(m_parser.get()));
-    m_failure = StoreReadFailure{ code, QStringLiteral("line %1: %2").arg(line).arg(detail) };
+    m_failure = StoreReadFailure{ code, u"line %1: %2"_s.arg(line).arg(detail) };
     XML_StopParser(m_parser.get(), XML_FALSE);
 }
 
@@ -198,13 +200,13 @@ void StoreReader::characters(void* reader, const char* text, int length)
     if (self->m_level == Level::Attribute) {
         self->m_text += data;
     } else if (data.find_first_not_of(" \t\r\n") != std::string_view::npos) {
-        self->fail(QStringLiteral("text outside of an attribute"));
+        self->fail(u"text outside of an attribute"_s);
     }
 }
 
 void StoreReader::startDoctype(void* reader, const char*, const char*, const char*, int)
 {
-    static_cast<StoreReader*>(reader)->fail(QStringLiteral("a document type, which no store has"));
+    static_cast<StoreReader*>(reader)->fail(u"a document type, which no store has"_s);
 }
 
 void StoreReader::start(std::string_view name, const TagAttributes& attributes)
@@ -216,7 +218,7 @@ void StoreReader::start(std::string_view name, const TagAttributes& attributes)
     } else if (m_level == Level::Object && name == "attribute") {
         startAttribute(attributes);
     } else {
-        fail(QStringLiteral("an element %1 where none is expected").arg(quoted(name)));
+        fail(u"an element %1 where none is expected"_s.arg(quoted(name)));
     }
 }
 
@@ -224,23 +226,22 @@ void StoreReader::startStore(const TagAttributes& attributes)
 {
     const std::optional<int> format = attributes.number<int>("format");
     if (!format || *format < 1) {
-        return fail(QStringLiteral("a store without the number of its format"));
+        return fail(u"a store without the number of its format"_s);
     }
     if (*format > storeFormatVersion) {
-        return fail(QStringLiteral("format %1").arg(*format), StoreErrorCode::NewerVersion);
+        return fail(u"format %1"_s.arg(*format), StoreErrorCode::NewerVersion);
     }
     const char* const model = attributes.value("model");
     const std::optional<int> modelVersion = attributes.number<int>("modelVersion");
     const std::optional<qint64> nextID = attributes.number<qint64>("nextId");
     if (model == nullptr || !modelVersion || !nextID || *nextID < 1 || attributes.count() != 4) {
-        return fail(QStringLiteral("a store without its model or its next identity"));
+        return fail(u"a store without its model or its next identity"_s);
     }
     if (fromUtf8(model) != m_model.name()) {
-        return fail(QStringLiteral("the model %1").arg(quoted(model)), StoreErrorCode::OtherModel);
+        return fail(u"the model %1"_s.arg(quoted(model)), StoreErrorCode::OtherModel);
     }
     if (*modelVersion > m_model.version()) {
-        return fail(
-            QStringLiteral("model version %1").arg(*modelVersion), StoreErrorCode::NewerVersion);
+        return fail(u"model version %1"_s.arg(*modelVersion), StoreErrorCode::NewerVersion);
     }
     m_contents.nextID = *nextID;
     m_level = Level::Store;
@@ -270,16 +271,14 @@ void StoreReader::startObject(const TagAttributes& attributes)
     const char* const entity = attributes.value("entity");
     const std::optional<qint64> id = attributes.number<qint64>("id");
     if (entity == nullptr || !id || attributes.count() != 2) {
-        return fail(QStringLiteral("an object without its entity or identity"));
+        return fail(u"an object without its entity or identity"_s);
     }
     if (*id <= m_objectID || *id >= m_contents.nextID) {
-        return fail(
-            QStringLiteral("an object whose identity %1 is taken, or out of order").arg(*id));
+        return fail(u"an object whose identity %1 is taken, or out of order"_s.arg(*id));
     }
     m_objectNames = namesOf(entity);
     if (m_objectNames == nullptr) {
-        return fail(
-            QStringLiteral("the entity %1").arg(quoted(entity)), StoreErrorCode::NewerVersion);
+        return fail(u"the entity %1"_s.arg(quoted(entity)), StoreErrorCode::NewerVersion);
     }
     const EntityDescription& description = *m_objectNames->entity;
     m_object = description.makeObject ? description.makeObject(description)
@@ -296,15 +295,14 @@ void StoreReader::startAttribute(const TagAttributes& attributes)
     const char* const escape = attributes.value("escaped");
     if (name == nullptr || attributes.count() != (escape != nullptr ? 2 : 1)
         || (escape != nullptr && std::string_view(escape) != "yes")) {
-        return fail(QStringLiteral("an attribute without its name"));
+        return fail(u"an attribute without its name"_s);
     }
     // Attributes stand in the order of declaration unless a person has moved them.
     const std::vector<std::string>& names = m_objectNames->attributes;
     if (m_attribute >= names.size() || names[m_attribute] != name) {
         const auto found = std::find(names.begin(), names.end(), name);
         if (found == names.end()) {
-            return fail(
-                QStringLiteral("the attribute %1").arg(quoted(name)), StoreErrorCode::NewerVersion);
+            return fail(u"the attribute %1"_s.arg(quoted(name)), StoreErrorCode::NewerVersion);
         }
         m_attribute = static_cast<std::size_t>(found - names.begin());
     }
@@ -318,11 +316,11 @@ void StoreReader::endAttribute()
     const AttributeDescription& attribute = m_objectNames->entity->attributes[m_attribute];
     const int index = static_cast<int>(m_attribute);
     if (!std::holds_alternative<std::monostate>(m_object->primitiveValue(index))) {
-        return fail(QStringLiteral("a second %1").arg(attribute.name));
+        return fail(u"a second %1"_s.arg(attribute.name));
     }
     std::optional<AttributeValue> read = value(attribute.type);
     if (!read) {
-        return fail(QStringLiteral("a value of %1 that is of another kind").arg(attribute.name));
+        return fail(u"a value of %1 that is of another kind"_s.arg(attribute.name));
     }
     m_object->setPrimitiveValue(index, *std::move(read));
     ++m_attribute;
@@ -360,7 +358,7 @@ void StoreReader::endObject()
         if (!attributes[index].optional
             && std::holds_alternative<std::monostate>(
                 m_object->primitiveValue(static_cast<int>(index)))) {
-            return fail(QStringLiteral("an object without %1").arg(attributes[index].name));
+            return fail(u"an object without %1"_s.arg(attributes[index].name));
         }
     }
     qsizetype end = XML_GetCurrentByteIndex(m_parser.get());

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -88,7 +90,7 @@ QString escaped(QStringView text)
     for (qsizetype at = 0; at < text.size();) {
         const qsizetype length = plainLength(text, at);
         if (length == 0) {
-            result += QStringLiteral("\\u%1").arg(text[at].unicode(), 4, 16, QLatin1Char('0'));
+            result += u"\\u%1"_s.arg(text[at].unicode(), 4, 16, QLatin1Char('0'));
             ++at;
             continue;
         }

@@ -10,6 +10,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -17,12 +19,11 @@ namespace {
 Error readError(const QString& path, int code)
 {
     const QString reason = code == EISDIR
-        ? QStringLiteral(
-            "There is a folder of that name, or something else that is no file. Move it away, "
-            "then try again.")
+        ? u"There is a folder of that name, or something else that is no file. Move it away, "
+          "then try again."_s
         : qt_error_string(code);
     return { QLatin1StringView(posixErrorDomain), code,
-        QStringLiteral("The store file “%1” could not be read.").arg(path), reason };
+        u"The store file “%1” could not be read."_s.arg(path), reason };
 }
 
 Error contentError(const QString& path, const QString& modelName, const StoreReadFailure& failure)
@@ -30,22 +31,18 @@ Error contentError(const QString& path, const QString& modelName, const StoreRea
     switch (failure.code) {
     case StoreErrorCode::NewerVersion:
         return storeError(failure.code,
-            QStringLiteral("The store file “%1” comes from a newer version of %2.")
-                .arg(path, modelName),
-            QStringLiteral(
-                "Install the newer version to open it. The file has not been changed. (%1)")
-                .arg(failure.detail));
+            u"The store file “%1” comes from a newer version of %2."_s.arg(path, modelName),
+            u"Install the newer version to open it. The file has not been changed. (%1)"_s.arg(
+                failure.detail));
     case StoreErrorCode::OtherModel:
         return storeError(failure.code,
-            QStringLiteral("The file “%1” is not a store of %2.").arg(path, modelName),
-            QStringLiteral("Move it away, then try again. The file has not been changed. (%1)")
-                .arg(failure.detail));
+            u"The file “%1” is not a store of %2."_s.arg(path, modelName),
+            u"Move it away, then try again. The file has not been changed. (%1)"_s.arg(
+                failure.detail));
     default:
-        return storeError(failure.code, QStringLiteral("The store file “%1” is damaged.").arg(path),
-            QStringLiteral(
-                "Put a backup copy in its place, or move it away to begin with an empty store. The "
-                "file has not been changed. (%1)")
-                .arg(failure.detail));
+        return storeError(failure.code, u"The store file “%1” is damaged."_s.arg(path),
+            u"Put a backup copy in its place, or move it away to begin with an empty store. The "
+            "file has not been changed. (%1)"_s.arg(failure.detail));
     }
 }
 

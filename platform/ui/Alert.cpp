@@ -7,6 +7,8 @@
 
 #include <algorithm>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -59,7 +61,7 @@ int Alert::runModal(QWidget* parent) const
         pressable.append(box.addButton(title, QMessageBox::ActionRole));
     }
     box.setDefaultButton(static_cast<QPushButton*>(pressable.first()));
-    const qsizetype cancel = titles.indexOf(QStringLiteral("Cancel"));
+    const qsizetype cancel = titles.indexOf(u"Cancel"_s);
     const qsizetype escape = cancel >= 0 ? cancel : titles.size() - 1;
     box.setEscapeButton(pressable.at(escape));
     box.exec();

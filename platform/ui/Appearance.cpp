@@ -7,6 +7,8 @@
 #include <QStyle>
 #include <QStyleFactory>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -62,7 +64,7 @@ QString styleSheet(const Colors& colors, bool isDark)
     const auto points = [](double factor) {
         return QString::number(QApplication::font().pointSizeF() * factor, 'f', 1);
     };
-    return QStringLiteral(R"(
+    return uR"(
 QMainWindow::separator, QSplitter::handle { background: %6; }
 QMenuBar { background: %9; padding: 2px 6px; }
 QMenuBar::item { padding: 4px 9px; border-radius: 5px; background: transparent; }
@@ -124,11 +126,9 @@ QScrollBar::handle:vertical:hover { background: %4; }
 QScrollBar:horizontal { background: transparent; height: 12px; margin: 0; }
 QScrollBar::handle:horizontal { background: %5; border-radius: 3px; min-width: 32px; margin: 3px; }
 QScrollBar::add-line, QScrollBar::sub-line, QScrollBar::add-page, QScrollBar::sub-page { background: none; width: 0; height: 0; }
-)")
-        .arg(css(colors.base), css(colors.raised), css(colors.text), css(colors.secondaryText),
-            css(colors.disabledText), css(colors.line), css(colors.accent), css(colors.onAccent),
-            css(colors.window), isDark ? QStringLiteral("dark") : QStringLiteral("light"),
-            points(1.15), points(1.5));
+)"_s.arg(css(colors.base), css(colors.raised), css(colors.text), css(colors.secondaryText),
+        css(colors.disabledText), css(colors.line), css(colors.accent), css(colors.onAccent),
+        css(colors.window), isDark ? u"dark"_s : u"light"_s, points(1.15), points(1.5));
 }
 
 } // namespace
@@ -175,7 +175,7 @@ Appearance::Appearance(QObject* parent)
     : QObject(parent)
     , m_colorScheme(std::make_unique<ColorScheme>())
 {
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
     apply(m_colorScheme->prefersDark());
     connect(m_colorScheme.get(), &ColorScheme::changed, this,
         [this] { apply(m_colorScheme->prefersDark()); });

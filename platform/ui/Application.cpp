@@ -9,15 +9,17 @@
 #include <QScopeGuard>
 #include <QSessionManager>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 Application::Application(int& argc, char** argv)
     : QApplication(argc, argv)
 {
-    setApplicationName(QStringLiteral("Vellumcap"));
-    setApplicationDisplayName(QStringLiteral("Vellumcap"));
+    setApplicationName(u"Vellumcap"_s);
+    setApplicationDisplayName(u"Vellumcap"_s);
     setApplicationVersion(QStringLiteral(VELLUMCAP_VERSION));
-    setDesktopFileName(QStringLiteral("org.vellumcap.Vellumcap"));
+    setDesktopFileName(u"org.vellumcap.Vellumcap"_s);
     setQuitOnLastWindowClosed(false);
     connect(
         this, &QGuiApplication::commitDataRequest, this,

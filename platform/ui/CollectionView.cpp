@@ -15,20 +15,20 @@
 #include <array>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
 
 QString itemKind(const QString& identifier)
 {
-    return QStringLiteral("item ") + identifier;
+    return u"item "_s + identifier;
 }
 
 QString supplementaryKind(SupplementaryKind kind, const QString& identifier)
 {
-    return (kind == SupplementaryKind::SectionHeader ? QStringLiteral("header ")
-                                                     : QStringLiteral("footer "))
-        + identifier;
+    return (kind == SupplementaryKind::SectionHeader ? u"header "_s : u"footer "_s) + identifier;
 }
 
 } // namespace

@@ -11,14 +11,16 @@
 #include <functional>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
-const auto portalService = QStringLiteral("org.freedesktop.portal.Desktop");
-const auto portalPath = QStringLiteral("/org/freedesktop/portal/desktop");
-const auto settingsInterface = QStringLiteral("org.freedesktop.portal.Settings");
-const auto appearanceGroup = QStringLiteral("org.freedesktop.appearance");
-const auto colorSchemeKey = QStringLiteral("color-scheme");
+const auto portalService = u"org.freedesktop.portal.Desktop"_s;
+const auto portalPath = u"/org/freedesktop/portal/desktop"_s;
+const auto settingsInterface = u"org.freedesktop.portal.Settings"_s;
+const auto appearanceGroup = u"org.freedesktop.appearance"_s;
+const auto colorSchemeKey = u"color-scheme"_s;
 
 constexpr uint preferDark = 1;
 constexpr uint preferLight = 2;
@@ -82,10 +84,10 @@ void ColorScheme::askPortal()
     }
     auto* listener
         = new SettingListener([this](const QVariant& setting) { follow(setting); }, this);
-    bus.connect(portalService, portalPath, settingsInterface, QStringLiteral("SettingChanged"),
-        listener, SLOT(settingChanged(QDBusMessage)));
-    QDBusMessage read = QDBusMessage::createMethodCall(
-        portalService, portalPath, settingsInterface, QStringLiteral("Read"));
+    bus.connect(portalService, portalPath, settingsInterface, u"SettingChanged"_s, listener,
+        SLOT(settingChanged(QDBusMessage)));
+    QDBusMessage read
+        = QDBusMessage::createMethodCall(portalService, portalPath, settingsInterface, u"Read"_s);
     read << appearanceGroup << colorSchemeKey;
     auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(read), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {

@@ -21,6 +21,8 @@
 #include <QPainter>
 #include <QPointer>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 
 namespace {
@@ -35,7 +37,7 @@ QString pictureFilter()
     QStringList patterns;
     const QList<QByteArray> formats = QImageReader::supportedImageFormats();
     for (const QByteArray& format : formats) {
-        patterns.append(QStringLiteral("*.") + QString::fromLatin1(format));
+        patterns.append(u"*."_s + QString::fromLatin1(format));
     }
     return ImageWell::tr("Pictures (%1)").arg(patterns.join(u' '));
 }

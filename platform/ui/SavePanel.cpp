@@ -11,6 +11,8 @@
 
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform {
 namespace {
 
@@ -23,7 +25,7 @@ QString nameFilter(const QStringList& types)
 {
     QStringList patterns;
     for (const QString& type : types) {
-        patterns.append(QStringLiteral("*.") + type);
+        patterns.append(u"*."_s + type);
     }
     return patterns.join(QLatin1Char(' '));
 }
@@ -66,7 +68,7 @@ void SavePanel::beginSheet(QWidget* window, std::function<void(const QString& pa
     if (!allowedFileTypes.isEmpty()) {
         QStringList filters{ nameFilter(allowedFileTypes) };
         if (allowsOtherFileTypes) {
-            filters.append(QStringLiteral("*"));
+            filters.append(u"*"_s);
         }
         dialog->setNameFilters(filters);
         dialog->setDefaultSuffix(allowedFileTypes.first());

@@ -10,6 +10,8 @@
 #include <QRegularExpression>
 #include <QUndoStack>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::Data;
 using support::Program;
 using support::Start;
@@ -39,24 +41,24 @@ void CaptureTest::storesTheRecordAndItsPicture()
 {
     Program program(Start::NotLaunched);
     const QDateTime before = QDateTime::currentDateTimeUtc();
-    Capture::storeCapture(support::plainPicture(), QStringLiteral("text"));
+    Capture::storeCapture(support::plainPicture(), u"text"_s);
 
     const auto captures = Capture::getCaptures();
     QVERIFY(captures);
     QCOMPARE(captures->size(), 1);
     const Capture& capture = *captures->front();
-    QCOMPARE(capture.captureValue(), QStringLiteral("text"));
+    QCOMPARE(capture.captureValue(), u"text"_s);
     QCOMPARE(capture.captureTypeValue(), 1);
     QVERIFY(!capture.notes());
     QVERIFY(capture.dateCaptured() >= before.addMSecs(-1));
     QVERIFY(capture.dateCaptured() <= QDateTime::currentDateTimeUtc());
 
-    const QRegularExpression uuid(QStringLiteral("^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"));
+    const QRegularExpression uuid(u"^[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}$"_s);
     QVERIFY2(
         uuid.match(capture.captureImageKey()).hasMatch(), qPrintable(capture.captureImageKey()));
     QCOMPARE(capture.getImageUrl(),
-        Program::dataFolder() + u'/' + capture.captureImageKey() + QStringLiteral(".jpg"));
-    QCOMPARE(Program::pictures(), { capture.captureImageKey() + QStringLiteral(".jpg") });
+        Program::dataFolder() + u'/' + capture.captureImageKey() + u".jpg"_s);
+    QCOMPARE(Program::pictures(), { capture.captureImageKey() + u".jpg"_s });
     const QImage picture = capture.getImage().load();
     QCOMPARE(picture.size(), support::plainPicture().size());
     QFile file(capture.getImageUrl());
@@ -68,9 +70,9 @@ void CaptureTest::decidesTheLinkFlagWhenStoring_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("link");
-    QTest::newRow("web address") << QStringLiteral("https://example.org/path?query=1") << true;
-    QTest::newRow("bare host") << QStringLiteral("example.org") << false;
-    QTest::newRow("sentence") << QStringLiteral("a sentence with spaces") << false;
+    QTest::newRow("web address") << u"https://example.org/path?query=1"_s << true;
+    QTest::newRow("bare host") << u"example.org"_s << false;
+    QTest::newRow("sentence") << u"a sentence with spaces"_s << false;
     QTest::newRow("empty") << QString() << false;
 }
 
@@ -87,8 +89,8 @@ void CaptureTest::decidesTheLinkFlagWhenStoring()
 void CaptureTest::givesEachCaptureAKeyOfItsOwn()
 {
     Program program(Start::NotLaunched);
-    Capture::storeCapture(support::plainPicture(), QStringLiteral("same"));
-    Capture::storeCapture(support::plainPicture(), QStringLiteral("same"));
+    Capture::storeCapture(support::plainPicture(), u"same"_s);
+    Capture::storeCapture(support::plainPicture(), u"same"_s);
     const auto captures = *Capture::getCaptures();
     QCOMPARE(captures.size(), 2);
     QVERIFY(captures[0]->captureImageKey() != captures[1]->captureImageKey());
@@ -99,17 +101,15 @@ void CaptureTest::listsNewestFirst()
 {
     Program program(Start::NotLaunched);
     const QDateTime noon(QDate(2026, 3, 1), QTime(12, 0), Qt::UTC);
-    program.keep(QStringLiteral("middle"), noon);
-    program.keep(QStringLiteral("newest"), noon.addMSecs(1));
-    program.keep(QStringLiteral("oldest"), noon.addYears(-1));
+    program.keep(u"middle"_s, noon);
+    program.keep(u"newest"_s, noon.addMSecs(1));
+    program.keep(u"oldest"_s, noon.addYears(-1));
     QStringList texts;
     const auto captures = *Capture::getCaptures();
     for (const auto& capture : captures) {
         texts.append(capture->captureValue());
     }
-    QCOMPARE(texts,
-        (QStringList{
-            QStringLiteral("newest"), QStringLiteral("middle"), QStringLiteral("oldest") }));
+    QCOMPARE(texts, (QStringList{ u"newest"_s, u"middle"_s, u"oldest"_s }));
 }
 
 void CaptureTest::listsEqualMomentsInTheOrderOfTheStore()
@@ -124,13 +124,13 @@ void CaptureTest::listsEqualMomentsInTheOrderOfTheStore()
     for (const auto& capture : captures) {
         order += capture->captureValue();
     }
-    QCOMPARE(order, QStringLiteral("01234"));
+    QCOMPARE(order, u"01234"_s);
 }
 
 void CaptureTest::keepsARecordWhosePictureCannotBeWritten()
 {
     Program program(Start::NotLaunched);
-    Capture::storeCapture(QImage(), QStringLiteral("no picture"));
+    Capture::storeCapture(QImage(), u"no picture"_s);
     QCOMPARE(Capture::getCaptures()->size(), 1);
     QVERIFY(Program::pictures().isEmpty());
     QVERIFY(Capture::getCaptures()->front()->getImage().load().isNull());
@@ -141,7 +141,7 @@ void CaptureTest::drawsTransparentPicturesOnPaper()
     Program program(Start::NotLaunched);
     QImage transparent(8, 8, QImage::Format_ARGB32);
     transparent.fill(Qt::transparent);
-    Capture::storeCapture(transparent, QStringLiteral("t"));
+    Capture::storeCapture(transparent, u"t"_s);
     const QImage stored = Capture::getCaptures()->front()->getImage().load();
     QVERIFY(qGray(stored.pixel(4, 4)) > 250);
 }
@@ -149,19 +149,19 @@ void CaptureTest::drawsTransparentPicturesOnPaper()
 void CaptureTest::deletesTheRecordWithItsPicture()
 {
     Program program(Start::NotLaunched);
-    const auto kept = program.keep(QStringLiteral("kept"));
-    const auto gone = program.keep(QStringLiteral("gone"));
+    const auto kept = program.keep(u"kept"_s);
+    const auto gone = program.keep(u"gone"_s);
     Capture::deleteCapture(gone);
-    QCOMPARE(Program::pictures(), { kept->captureImageKey() + QStringLiteral(".jpg") });
+    QCOMPARE(Program::pictures(), { kept->captureImageKey() + u".jpg"_s });
     QCOMPARE(Capture::getCaptures()->size(), 1);
-    QCOMPARE(Capture::getCaptures()->front()->captureValue(), QStringLiteral("kept"));
+    QCOMPARE(Capture::getCaptures()->front()->captureValue(), u"kept"_s);
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
 }
 
 void CaptureTest::deletesARecordWhosePictureIsGone()
 {
     Program program(Start::NotLaunched);
-    const auto capture = program.keep(QStringLiteral("x"));
+    const auto capture = program.keep(u"x"_s);
     QVERIFY(QFile::remove(capture->getImageUrl()));
     Capture::deleteCapture(capture);
     QVERIFY(Capture::getCaptures()->empty());
@@ -173,7 +173,7 @@ void CaptureTest::deletesARecordWhosePictureIsGone()
 void CaptureTest::deletionIsUndoneWithItsPicture()
 {
     Program program(Start::NotLaunched);
-    const auto capture = program.keep(QStringLiteral("precious"));
+    const auto capture = program.keep(u"precious"_s);
     QFile file(capture->getImageUrl());
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QByteArray bytes = file.readAll();
@@ -184,7 +184,7 @@ void CaptureTest::deletionIsUndoneWithItsPicture()
     QVERIFY(!QFileInfo::exists(capture->getImageUrl()));
     undo.undo();
     QCOMPARE(Capture::getCaptures()->size(), 1);
-    QCOMPARE(Capture::getCaptures()->front()->captureValue(), QStringLiteral("precious"));
+    QCOMPARE(Capture::getCaptures()->front()->captureValue(), u"precious"_s);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll(), bytes);
     file.close();
@@ -196,9 +196,9 @@ void CaptureTest::deletionIsUndoneWithItsPicture()
 void CaptureTest::savesEveryPendingChange()
 {
     Program program(Start::NotLaunched);
-    program.keep(QStringLiteral("a"))->setNotes(QStringLiteral("note a"));
-    const auto other = program.keep(QStringLiteral("b"));
-    other->setNotes(QStringLiteral("note b"));
+    program.keep(u"a"_s)->setNotes(u"note a"_s);
+    const auto other = program.keep(u"b"_s);
+    other->setNotes(u"note b"_s);
     QVERIFY(program.delegate().managedObjectContext()->hasChanges());
     Capture::saveCapture(nullptr);
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
@@ -215,39 +215,39 @@ void CaptureTest::refusesAMissingContext()
         Capture::insertInManagedObjectContext(nullptr);
         QFAIL("no assertion failed");
     } catch (const platform::AssertionFailure& failure) {
-        QCOMPARE(QString::fromLatin1(failure.fileName), QStringLiteral("_Capture"));
+        QCOMPARE(QString::fromLatin1(failure.fileName), u"_Capture"_s);
         QCOMPARE(failure.lineNumber, 12);
-        QCOMPARE(failure.description, QStringLiteral("Invalid parameter not satisfying: moc_"));
+        QCOMPARE(failure.description, u"Invalid parameter not satisfying: moc_"_s);
     }
     try {
         Capture::entityInManagedObjectContext(nullptr);
         QFAIL("no assertion failed");
     } catch (const platform::AssertionFailure& failure) {
-        QCOMPARE(QString::fromLatin1(failure.fileName), QStringLiteral("_Capture"));
+        QCOMPARE(QString::fromLatin1(failure.fileName), u"_Capture"_s);
         QCOMPARE(failure.lineNumber, 21);
-        QCOMPARE(failure.description, QStringLiteral("Invalid parameter not satisfying: moc_"));
+        QCOMPARE(failure.description, u"Invalid parameter not satisfying: moc_"_s);
     }
     Program program(Start::NotLaunched);
     const auto* entity
         = Capture::entityInManagedObjectContext(program.delegate().managedObjectContext());
     QVERIFY(entity != nullptr);
     QCOMPARE(entity->name, Capture::entityName());
-    QCOMPARE(Capture::entityName(), QStringLiteral("Capture"));
+    QCOMPARE(Capture::entityName(), u"Capture"_s);
 }
 
 void CaptureTest::observersOfScalarViewsSeeTheAttribute()
 {
     Program program(Start::NotLaunched);
-    const auto capture = program.keep(QStringLiteral("x"));
-    QCOMPARE(capture->keyPathsForValuesAffectingValueForKey(QStringLiteral("captureTypeValue")),
-        std::set<QString>{ QStringLiteral("captureType") });
-    QCOMPARE(capture->keyPathsForValuesAffectingValueForKey(QStringLiteral("isURLValue")),
-        std::set<QString>{ QStringLiteral("isURL") });
-    QVERIFY(capture->keyPathsForValuesAffectingValueForKey(QStringLiteral("notes")).empty());
+    const auto capture = program.keep(u"x"_s);
+    QCOMPARE(capture->keyPathsForValuesAffectingValueForKey(u"captureTypeValue"_s),
+        std::set<QString>{ u"captureType"_s });
+    QCOMPARE(capture->keyPathsForValuesAffectingValueForKey(u"isURLValue"_s),
+        std::set<QString>{ u"isURL"_s });
+    QVERIFY(capture->keyPathsForValuesAffectingValueForKey(u"notes"_s).empty());
     int types = 0;
     int links = 0;
-    const auto first = capture->observe(QStringLiteral("captureTypeValue"), [&] { ++types; });
-    const auto second = capture->observe(QStringLiteral("isURLValue"), [&] { ++links; });
+    const auto first = capture->observe(u"captureTypeValue"_s, [&] { ++types; });
+    const auto second = capture->observe(u"isURLValue"_s, [&] { ++links; });
     capture->setCaptureTypeValue(2);
     capture->setIsURLValue(true);
     QCOMPARE(types, 1);
@@ -262,19 +262,19 @@ void CaptureTest::observersOfScalarViewsSeeTheAttribute()
 
 void CaptureTest::keepsCapturesOverRestarts()
 {
-    const QString text = QStringLiteral("line\r\nnext\ttab \u202e bidi ") + QChar(u'\0')
-        + QChar(u'\x1b') + QChar(0xd800) + QStringLiteral(" & <b> 😀");
+    const QString text = u"line\r\nnext\ttab \u202e bidi "_s + QChar(u'\0') + QChar(u'\x1b')
+        + QChar(0xd800) + u" & <b> 😀"_s;
     {
         Program program(Start::NotLaunched);
         Capture::storeCapture(support::plainPicture(), text);
-        Capture::getCaptures()->front()->setNotes(QStringLiteral("mine"));
+        Capture::getCaptures()->front()->setNotes(u"mine"_s);
         Capture::saveCapture(nullptr);
     }
     Program again(Start::NotLaunched, Data::Kept);
     const auto captures = *Capture::getCaptures();
     QCOMPARE(captures.size(), 1);
     QCOMPARE(captures.front()->captureValue(), text);
-    QCOMPARE(captures.front()->notes(), QStringLiteral("mine"));
+    QCOMPARE(captures.front()->notes(), u"mine"_s);
     QVERIFY(!captures.front()->getImage().load().isNull());
 }
 

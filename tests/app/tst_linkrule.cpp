@@ -1,6 +1,8 @@
 #include "app/LinkRule.h"
 #include "tests/support/TestMain.h"
 
+using Qt::StringLiterals::operator""_s;
+
 class LinkRuleTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -15,43 +17,43 @@ void LinkRuleTest::tellsLinks_data()
     const auto row = [](const char* name, const QString& text, bool link) {
         QTest::newRow(name) << text << link;
     };
-    row("web address", QStringLiteral("https://example.org/a/b?c=d&e=f#g"), true);
-    row("host only", QStringLiteral("http://example.org"), true);
-    row("port and user", QStringLiteral("https://user@example.org:8443/x"), true);
-    row("any scheme", QStringLiteral("made-up+1.0://host/path"), true);
-    row("IPv6 host", QStringLiteral("http://[2001:db8::1]:80/"), true);
-    row("escaped space", QStringLiteral("http://example.org/a%20b"), true);
-    row("upper case", QStringLiteral("HTTP://EXAMPLE.ORG/"), true);
-    row("quote allowed by the RFC", QStringLiteral("http://example.org/it's"), true);
+    row("web address", u"https://example.org/a/b?c=d&e=f#g"_s, true);
+    row("host only", u"http://example.org"_s, true);
+    row("port and user", u"https://user@example.org:8443/x"_s, true);
+    row("any scheme", u"made-up+1.0://host/path"_s, true);
+    row("IPv6 host", u"http://[2001:db8::1]:80/"_s, true);
+    row("escaped space", u"http://example.org/a%20b"_s, true);
+    row("upper case", u"HTTP://EXAMPLE.ORG/"_s, true);
+    row("quote allowed by the RFC", u"http://example.org/it's"_s, true);
 
     row("empty", QString(), false);
-    row("bare host", QStringLiteral("example.org"), false);
-    row("bare host with path", QStringLiteral("example.org/path"), false);
-    row("sentence", QStringLiteral("see http://example.org for more"), false);
-    row("space", QStringLiteral("http://example.org/a b"), false);
-    row("leading space", QStringLiteral(" http://example.org"), false);
-    row("trailing line end", QStringLiteral("http://example.org\n"), false);
-    row("mail", QStringLiteral("mailto:someone@example.org"), false);
-    row("telephone", QStringLiteral("tel:+491234"), false);
-    row("network settings", QStringLiteral("WIFI:S:net;T:WPA;P:secret;;"), false);
-    row("no host", QStringLiteral("http://"), false);
-    row("no host but a path", QStringLiteral("http:///path"), false);
-    row("file without host", QStringLiteral("file:///etc/passwd"), false);
-    row("no scheme", QStringLiteral("//example.org/path"), false);
-    row("scheme that begins with a digit", QStringLiteral("1http://example.org"), false);
-    row("letters beyond ASCII", QStringLiteral("http://exämple.org/"), false);
-    row("letters beyond ASCII in the path", QStringLiteral("http://example.org/ä"), false);
-    row("broken escape", QStringLiteral("http://example.org/%zz"), false);
-    row("cut escape", QStringLiteral("http://example.org/%2"), false);
-    row("markup", QStringLiteral("http://example.org/<b>"), false);
-    row("double quote", QStringLiteral("http://example.org/\"x\""), false);
-    row("backslash", QStringLiteral("http://example.org\\x"), false);
-    row("braces", QStringLiteral("http://example.org/{x}"), false);
-    row("bar", QStringLiteral("http://example.org/a|b"), false);
-    row("bracket in the path", QStringLiteral("http://example.org/[x]"), false);
-    row("second number sign", QStringLiteral("http://example.org/#a#b"), false);
-    row("NUL", QStringLiteral("http://example.org/") + QChar(u'\0'), false);
-    row("port that is no number", QStringLiteral("http://example.org:x/"), false);
+    row("bare host", u"example.org"_s, false);
+    row("bare host with path", u"example.org/path"_s, false);
+    row("sentence", u"see http://example.org for more"_s, false);
+    row("space", u"http://example.org/a b"_s, false);
+    row("leading space", u" http://example.org"_s, false);
+    row("trailing line end", u"http://example.org\n"_s, false);
+    row("mail", u"mailto:someone@example.org"_s, false);
+    row("telephone", u"tel:+491234"_s, false);
+    row("network settings", u"WIFI:S:net;T:WPA;P:secret;;"_s, false);
+    row("no host", u"http://"_s, false);
+    row("no host but a path", u"http:///path"_s, false);
+    row("file without host", u"file:///etc/passwd"_s, false);
+    row("no scheme", u"//example.org/path"_s, false);
+    row("scheme that begins with a digit", u"1http://example.org"_s, false);
+    row("letters beyond ASCII", u"http://exämple.org/"_s, false);
+    row("letters beyond ASCII in the path", u"http://example.org/ä"_s, false);
+    row("broken escape", u"http://example.org/%zz"_s, false);
+    row("cut escape", u"http://example.org/%2"_s, false);
+    row("markup", u"http://example.org/<b>"_s, false);
+    row("double quote", u"http://example.org/\"x\""_s, false);
+    row("backslash", u"http://example.org\\x"_s, false);
+    row("braces", u"http://example.org/{x}"_s, false);
+    row("bar", u"http://example.org/a|b"_s, false);
+    row("bracket in the path", u"http://example.org/[x]"_s, false);
+    row("second number sign", u"http://example.org/#a#b"_s, false);
+    row("NUL", u"http://example.org/"_s + QChar(u'\0'), false);
+    row("port that is no number", u"http://example.org:x/"_s, false);
 }
 
 void LinkRuleTest::tellsLinks()

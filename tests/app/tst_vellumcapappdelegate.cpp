@@ -18,6 +18,8 @@
 #include <csignal>
 #include <sys/resource.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::TerminateReply;
 using support::AlertSeen;
 using support::answerNextAlert;
@@ -51,10 +53,9 @@ private:
 };
 
 const AlertSeen quitAlert{
-    QStringLiteral("Could not save changes while quitting. Quit anyway?"),
-    QStringLiteral(
-        "Quitting now will lose any changes you have made since the last successful save"),
-    { QStringLiteral("Quit anyway"), QStringLiteral("Cancel") },
+    u"Could not save changes while quitting. Quit anyway?"_s,
+    u"Quitting now will lose any changes you have made since the last successful save"_s,
+    { u"Quit anyway"_s, u"Cancel"_s },
 };
 
 } // namespace
@@ -115,11 +116,10 @@ void VellumcapAppDelegateTest::reportsAFileWhereTheFolderShouldBe()
     QVERIFY(program.delegate().managedObjectContext() == nullptr);
     QCOMPARE(seen.size(), 2);
     QCOMPARE(seen[0].text,
-        QStringLiteral("Expected a folder to store application data, found a file (%1).")
-            .arg(Program::dataFolder()));
-    QCOMPARE(seen[1].text, QStringLiteral("Failed to initialize the store"));
-    QCOMPARE(
-        seen[1].informativeText, QStringLiteral("There was an error building up the data file."));
+        u"Expected a folder to store application data, found a file (%1)."_s.arg(
+            Program::dataFolder()));
+    QCOMPARE(seen[1].text, u"Failed to initialize the store"_s);
+    QCOMPARE(seen[1].informativeText, u"There was an error building up the data file."_s);
     QVERIFY(QFileInfo(Program::dataFolder()).isFile());
     QFile::remove(Program::dataFolder());
 }
@@ -138,8 +138,8 @@ void VellumcapAppDelegateTest::reportsAFolderThatCannotBeMade()
     QVERIFY(program.delegate().managedObjectContext() == nullptr);
     QCOMPARE(seen.size(), 2);
     QVERIFY(seen[0].text.contains(Program::dataFolder()));
-    QVERIFY(!seen[0].text.startsWith(QStringLiteral("Expected a folder")));
-    QCOMPARE(seen[1].text, QStringLiteral("Failed to initialize the store"));
+    QVERIFY(!seen[0].text.startsWith(u"Expected a folder"_s));
+    QCOMPARE(seen[1].text, u"Failed to initialize the store"_s);
     QFile::remove(support);
     QDir().mkpath(support);
 }
@@ -214,24 +214,24 @@ void VellumcapAppDelegateTest::savesChangesWhileQuitting()
 {
     {
         Program program;
-        program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+        program.keep(u"x"_s)->setNotes(u"pending"_s);
         QCOMPARE(askToTerminate(program), TerminateReply::Now);
     }
     Program again(Start::NotLaunched, support::Data::Kept);
-    QCOMPARE(Capture::getCaptures()->front()->notes(), QStringLiteral("pending"));
+    QCOMPARE(Capture::getCaptures()->front()->notes(), u"pending"_s);
 }
 
 void VellumcapAppDelegateTest::commitsTheFieldBeingEditedWhileQuitting()
 {
     {
         Program program;
-        program.keep(QStringLiteral("x"));
+        program.keep(u"x"_s);
         program.journal().collectionView->selectItem({ 0, 0 });
-        QTest::keyClicks(program.journal().selectedNotes, QStringLiteral("typed"));
+        QTest::keyClicks(program.journal().selectedNotes, u"typed"_s);
         QCOMPARE(askToTerminate(program), TerminateReply::Now);
     }
     Program again(Start::NotLaunched, support::Data::Kept);
-    QCOMPARE(Capture::getCaptures()->front()->notes(), QStringLiteral("typed"));
+    QCOMPARE(Capture::getCaptures()->front()->notes(), u"typed"_s);
 }
 
 void VellumcapAppDelegateTest::staysWhenAnEditorRefuses()
@@ -245,7 +245,7 @@ void VellumcapAppDelegateTest::staysWhenAnEditorRefuses()
 void VellumcapAppDelegateTest::cancelKeepsTheChanges()
 {
     Program program;
-    program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+    program.keep(u"x"_s)->setNotes(u"pending"_s);
     QList<AlertSeen> seen;
     {
         const NoRoomOnDisk full;
@@ -267,7 +267,7 @@ void VellumcapAppDelegateTest::quitAnywayQuitsWithoutSaving()
 {
     {
         Program program;
-        program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+        program.keep(u"x"_s)->setNotes(u"pending"_s);
         QList<AlertSeen> seen;
         const NoRoomOnDisk full;
         answerNextAlert(0, seen);
@@ -284,7 +284,7 @@ void VellumcapAppDelegateTest::quitAnywayQuitsWithoutSaving()
 void VellumcapAppDelegateTest::saveActionPresentsTheError()
 {
     Program program;
-    program.keep(QStringLiteral("x"))->setNotes(QStringLiteral("pending"));
+    program.keep(u"x"_s)->setNotes(u"pending"_s);
     QList<AlertSeen> seen;
     {
         const NoRoomOnDisk full;
@@ -329,14 +329,13 @@ void VellumcapAppDelegateTest::validatesTheWindowItemsOnly()
         item.setObjectName(name);
         return program.delegate().validateMenuItem(item);
     };
-    QVERIFY(enabled(QStringLiteral("openJournalWindow")));
-    QVERIFY(enabled(QStringLiteral("openPrefsWindow")));
+    QVERIFY(enabled(u"openJournalWindow"_s));
+    QVERIFY(enabled(u"openPrefsWindow"_s));
     for (const char* name :
         { "saveAction", "scan", "watch", "importImage", "generate", "deleteCapture", "quit", "" }) {
         QVERIFY2(!enabled(QString::fromLatin1(name)), name);
     }
-    const auto saveItems
-        = program.journal().window()->findChildren<QAction*>(QStringLiteral("saveAction"));
+    const auto saveItems = program.journal().window()->findChildren<QAction*>(u"saveAction"_s);
     QCOMPARE(saveItems.size(), 1);
     QVERIFY(!saveItems.first()->isEnabled());
 }
@@ -356,9 +355,9 @@ void VellumcapAppDelegateTest::performsActionsOfTheLauncher_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("isKnown");
-    QTest::newRow("as the launcher has it") << QStringLiteral("Watch") << true;
-    QTest::newRow("small letters") << QStringLiteral("watch") << true;
-    QTest::newRow("another") << QStringLiteral("watch-everything") << false;
+    QTest::newRow("as the launcher has it") << u"Watch"_s << true;
+    QTest::newRow("small letters") << u"watch"_s << true;
+    QTest::newRow("another") << u"watch-everything"_s << false;
     QTest::newRow("none") << QString() << false;
 }
 

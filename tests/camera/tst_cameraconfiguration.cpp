@@ -16,6 +16,8 @@
 
 #include <linux/videodev2.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using cameras::FakeProfile;
 using platform::CaptureDevice;
 using support::CameraOnStage;
@@ -28,7 +30,7 @@ Q_DECLARE_METATYPE(FakeProfile)
 
 namespace {
 
-const QString path = QStringLiteral("/dev/fake-camera");
+const QString path = u"/dev/fake-camera"_s;
 
 int control(quint32 id)
 {
@@ -104,10 +106,10 @@ void CameraConfiguration::cleanup()
 CameraOnStage CameraConfiguration::plugIn(FakeProfile profile)
 {
     cameras::addFakeDevice(path, profile);
-    support::CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
-    wish.properties.insert(QStringLiteral("api.v4l2.path"), path);
+    support::CameraWish wish{ u"a"_s, u"Camera"_s };
+    wish.properties.insert(u"api.v4l2.path"_s, path);
     CameraOnStage camera(m_rig->addCamera(wish).release());
-    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value()); }();
+    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(u"a"_s).has_value()); }();
     return camera;
 }
 
@@ -205,7 +207,7 @@ void CameraConfiguration::logsAdjustmentsWhileScanningOnly()
     const LogLines log;
     const auto adjust
         = [](int status) { cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, status); };
-    const auto said = [] { return LogLines::all().filter(QStringLiteral("adjusting")); };
+    const auto said = [] { return LogLines::all().filter(u"adjusting"_s); };
     Program program;
     open(program, window);
 
@@ -223,7 +225,7 @@ void CameraConfiguration::logsAdjustmentsWhileScanningOnly()
     }
 
     for (const QString& line : said()) {
-        QCOMPARE(line, QStringLiteral("Camera focus is adjusting {kind = 1} - (null)"));
+        QCOMPARE(line, u"Camera focus is adjusting {kind = 1} - (null)"_s);
     }
 }
 
@@ -265,12 +267,12 @@ void CameraConfiguration::opensAndCancelsWhileTheDriverHangs()
             QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
             QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
             QCOMPARE(cameras::heldFakeCalls(), 1);
-            QCOMPARE(threadsNamed(QStringLiteral("driver")), 1);
-            QCOMPARE(threadsNamed(QStringLiteral("focus")), 0);
+            QCOMPARE(threadsNamed(u"driver"_s), 1);
+            QCOMPARE(threadsNamed(u"focus"_s), 0);
         }
     }
     cameras::releaseFakeCalls();
-    QTRY_COMPARE(threadsNamed(QStringLiteral("driver")), 0);
+    QTRY_COMPARE(threadsNamed(u"driver"_s), 0);
 }
 
 void CameraConfiguration::cancelsWhileAnObservationHangs()
@@ -287,10 +289,10 @@ void CameraConfiguration::cancelsWhileAnObservationHangs()
         QTest::mouseClick(sheet.buttonCancel, Qt::LeftButton);
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
-        QCOMPARE(threadsNamed(QStringLiteral("focus")), 1);
+        QCOMPARE(threadsNamed(u"focus"_s), 1);
     }
     cameras::releaseFakeCalls();
-    QTRY_COMPARE(threadsNamed(QStringLiteral("focus")), 0);
+    QTRY_COMPARE(threadsNamed(u"focus"_s), 0);
 }
 
 /// A process like this one, which ends as cleanupTestCase() leaves it.
@@ -298,8 +300,7 @@ void CameraConfiguration::quitsWhileTheDriverHangs()
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QCoreApplication::applicationFilePath(),
-        { QStringLiteral("pressesButtonsForScanningOnly") });
+    process.start(QCoreApplication::applicationFilePath(), { u"pressesButtonsForScanningOnly"_s });
     QVERIFY(process.waitForFinished(60000));
     QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
         process.readAll().constData());

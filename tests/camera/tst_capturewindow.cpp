@@ -21,6 +21,8 @@
 #include <QPushButton>
 #include <QRegularExpression>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CaptureDevice;
 using platform::Symbology;
 using platform::UserDefaults;
@@ -33,13 +35,13 @@ using vellumcap::CaptureWindow;
 
 namespace {
 
-const QString cameraKey = QStringLiteral("pref-camera-id");
-const QString contrastKey = QStringLiteral("pref-camera-contrast");
-const QString mirrorKey = QStringLiteral("pref-mirror-video");
+const QString cameraKey = u"pref-camera-id"_s;
+const QString contrastKey = u"pref-camera-contrast"_s;
+const QString mirrorKey = u"pref-mirror-video"_s;
 
-const QString scanning = QStringLiteral("buttonCancel");
-const QString confirming = QStringLiteral("buttonCancel buttonSave buttonSkip");
-const QString confirmingLink = QStringLiteral("buttonCancel buttonSave buttonSkip buttonOpenLink");
+const QString scanning = u"buttonCancel"_s;
+const QString confirming = u"buttonCancel buttonSave buttonSkip"_s;
+const QString confirmingLink = u"buttonCancel buttonSave buttonSkip buttonOpenLink"_s;
 
 constexpr QSize frameSize(640, 480);
 
@@ -180,7 +182,7 @@ void CaptureWindowTest::cleanup()
 
 CameraOnStage CaptureWindowTest::plugIn(const QString& name, const QImage& picture)
 {
-    CameraWish wish{ name, QStringLiteral("Camera ") + name };
+    CameraWish wish{ name, u"Camera "_s + name };
     wish.size = frameSize;
     return plugIn(wish, picture);
 }
@@ -195,18 +197,18 @@ CameraOnStage CaptureWindowTest::plugIn(const CameraWish& wish, const QImage& pi
 
 void CaptureWindowTest::scansAtFirst()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
 
-    QCOMPARE(window.window()->windowTitle(), QStringLiteral("Capture"));
+    QCOMPARE(window.window()->windowTitle(), u"Capture"_s);
     QCOMPARE(window.captureState(), 0);
     QCOMPARE(enabledButtons(window), scanning);
     QVERIFY(window.mCaptureSession()->isRunning());
     QVERIFY(!window.capturedImageView->isVisible());
     QVERIFY(!window.captureData());
     QCOMPARE(window.textField->stringValue(), QString());
-    QVERIFY(window.cameraImageView->accessibleDescription().startsWith(QStringLiteral("Waiting")));
+    QVERIFY(window.cameraImageView->accessibleDescription().startsWith(u"Waiting"_s));
     QTRY_VERIFY(showsLivePicture(window));
     QCOMPARE(window.cameraImageView->caption(), QString());
     QTRY_COMPARE(window.cameraImageView->accessibleDescription(), QString());
@@ -233,8 +235,8 @@ void CaptureWindowTest::choosesTheCamera()
     QFETCH(QString, stored);
     QFETCH(QString, standard);
     QFETCH(QString, used);
-    const auto first = plugIn(QStringLiteral("a"), paper());
-    const auto second = plugIn(QStringLiteral("b"), paper());
+    const auto first = plugIn(u"a"_s, paper());
+    const auto second = plugIn(u"b"_s, paper());
     m_rig->setDefaultCamera(standard);
     QTRY_COMPARE(CaptureDevice::defaultDeviceWithMediaType(platform::MediaType::Video)->uniqueID(),
         standard);
@@ -248,13 +250,13 @@ void CaptureWindowTest::choosesTheCamera()
     QCOMPARE(window.mCaptureDevice()->uniqueID(), used);
     QCOMPARE(window.mCaptureDeviceInput()->device().uniqueID(), used);
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey).value_or(QString()), stored);
-    QTRY_COMPARE(used == QStringLiteral("a") ? first->links() : second->links(), 1);
+    QTRY_COMPARE(used == u"a"_s ? first->links() : second->links(), 1);
 
     // A choice that is made now is for the next window.
-    UserDefaults::standard().setString(cameraKey, QStringLiteral("a"));
+    UserDefaults::standard().setString(cameraKey, u"a"_s);
     QCOMPARE(window.mCaptureDevice()->uniqueID(), used);
     window.cancelCapture(nullptr);
-    QCOMPARE(openScan(program).mCaptureDevice()->uniqueID(), QStringLiteral("a"));
+    QCOMPARE(openScan(program).mCaptureDevice()->uniqueID(), u"a"_s);
 }
 
 void CaptureWindowTest::filtersByContrast_data()
@@ -277,13 +279,13 @@ void CaptureWindowTest::filtersByContrast()
     if (stored) {
         UserDefaults::standard().setDouble(contrastKey, *stored);
     }
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
 
     auto& window = openScan(program);
 
-    QCOMPARE(window.previewF1()->name(), QStringLiteral("exposure"));
-    QCOMPARE(window.previewF2()->name(), QStringLiteral("contrast"));
+    QCOMPARE(window.previewF1()->name(), u"exposure"_s);
+    QCOMPARE(window.previewF2()->name(), u"contrast"_s);
     for (const auto& filter : { window.previewF1(), window.scannerF1() }) {
         QCOMPARE(filter->kind(), platform::ImageFilter::Kind::ExposureAdjust);
         QCOMPARE(filter->value(), exposure);
@@ -292,8 +294,8 @@ void CaptureWindowTest::filtersByContrast()
         QCOMPARE(filter->kind(), platform::ImageFilter::Kind::ColorControls);
         QCOMPARE(filter->value(), contrast);
     }
-    QCOMPARE(window.preview()->filterNamed(QStringLiteral("exposure")), window.previewF1());
-    QCOMPARE(window.preview()->filterNamed(QStringLiteral("contrast")), window.previewF2());
+    QCOMPARE(window.preview()->filterNamed(u"exposure"_s), window.previewF1());
+    QCOMPARE(window.preview()->filterNamed(u"contrast"_s), window.previewF2());
     // 230 and 60 out of 255, through the filters.
     const auto expected = [&window](double component) {
         const double exposed = window.previewF1()->applied(component);
@@ -307,7 +309,7 @@ void CaptureWindowTest::filtersByContrast()
 
 void CaptureWindowTest::followsContrastAndMirroring()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
@@ -342,7 +344,7 @@ void CaptureWindowTest::mirrorsOnExactlyOne()
     QFETCH(int, stored);
     QFETCH(bool, mirrored);
     UserDefaults::standard().setInteger(mirrorKey, stored);
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
 
     auto& window = openScan(program);
@@ -355,17 +357,17 @@ void CaptureWindowTest::mirrorsOnExactlyOne()
 
 void CaptureWindowTest::offersTheFirstCode()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
     QCOMPARE(window.captureState(), 0);
 
-    camera->show(paper(QStringLiteral("first")));
+    camera->show(paper(u"first"_s));
 
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("first"));
+    QTRY_COMPARE(window.textField->stringValue(), u"first"_s);
     QCOMPARE(window.captureState(), 1);
-    QCOMPARE(window.captureData(), QStringLiteral("first"));
+    QCOMPARE(window.captureData(), u"first"_s);
     QCOMPARE(window.capturedImage().size(), frameSize);
     QVERIFY(window.capturedImageView->isVisible());
     QCOMPARE(window.capturedImageView->image(), window.capturedImage());
@@ -387,7 +389,7 @@ void CaptureWindowTest::enablesOpenLinkForLinksOnly()
 {
     QFETCH(QString, text);
     QFETCH(QString, buttons);
-    const auto camera = plugIn(QStringLiteral("a"), paper(text));
+    const auto camera = plugIn(u"a"_s, paper(text));
     Program program;
 
     auto& window = openScan(program);
@@ -398,8 +400,8 @@ void CaptureWindowTest::enablesOpenLinkForLinksOnly()
 
 void CaptureWindowTest::opensTheLinkAndStays()
 {
-    const QString link = QStringLiteral("https://example.org/a?b=c#d");
-    const auto camera = plugIn(QStringLiteral("a"), paper(link));
+    const QString link = u"https://example.org/a?b=c#d"_s;
+    const auto camera = plugIn(u"a"_s, paper(link));
     Program program;
     auto& window = openScan(program);
     QTRY_COMPARE(window.textField->stringValue(), link);
@@ -416,16 +418,16 @@ void CaptureWindowTest::opensTheLinkAndStays()
 
 void CaptureWindowTest::offersTheSameCodeOnce()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("A")));
+    const auto camera = plugIn(u"a"_s, paper(u"A"_s));
     Program program;
     auto& window = openScan(program);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("A"));
+    QTRY_COMPARE(window.textField->stringValue(), u"A"_s);
 
     QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
 
     QCOMPARE(window.captureState(), 0);
     QCOMPARE(window.textField->stringValue(), QString());
-    QCOMPARE(window.captureData(), QStringLiteral("A"));
+    QCOMPARE(window.captureData(), u"A"_s);
     QVERIFY(window.capturedImage().isNull());
     QVERIFY(!window.capturedImageView->isVisible());
     QCOMPARE(enabledButtons(window), scanning);
@@ -434,27 +436,27 @@ void CaptureWindowTest::offersTheSameCodeOnce()
     QCOMPARE(window.captureState(), 0);
 
     QVERIFY(takeAway(*camera, window));
-    camera->show(paper(QStringLiteral("B")));
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("B"));
+    camera->show(paper(u"B"_s));
+    QTRY_COMPARE(window.textField->stringValue(), u"B"_s);
     window.skipCapture(nullptr);
     QVERIFY(takeAway(*camera, window));
-    camera->show(paper(QStringLiteral("A")));
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("A"));
+    camera->show(paper(u"A"_s));
+    QTRY_COMPARE(window.textField->stringValue(), u"A"_s);
 }
 
 void CaptureWindowTest::savesCodeAndPicture()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("keep me")));
+    const auto camera = plugIn(u"a"_s, paper(u"keep me"_s));
     Program program;
     auto& window = openScan(program);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("keep me"));
+    QTRY_COMPARE(window.textField->stringValue(), u"keep me"_s);
     const QImage shown = window.capturedImage();
 
     QTest::mouseClick(window.buttonSave, Qt::LeftButton);
 
     QCOMPARE(program.journal().captures().size(), 1);
     const auto capture = program.journal().captures().front();
-    QCOMPARE(capture->captureValue(), QStringLiteral("keep me"));
+    QCOMPARE(capture->captureValue(), u"keep me"_s);
     QCOMPARE(QImage(capture->getImageUrl()).size(), shown.size());
     QCOMPARE(Program::pictures().size(), 1);
     QVERIFY(window.mCaptureSession()->isRunning());
@@ -462,21 +464,21 @@ void CaptureWindowTest::savesCodeAndPicture()
     QCOMPARE(window.captureState(), 0);
 
     QVERIFY(takeAway(*camera, window));
-    camera->show(paper(QStringLiteral("me too")));
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("me too"));
+    camera->show(paper(u"me too"_s));
+    QTRY_COMPARE(window.textField->stringValue(), u"me too"_s);
     window.saveCapture(nullptr);
     QCOMPARE(program.journal().captures().size(), 2);
-    QCOMPARE(program.journal().captures().front()->captureValue(), QStringLiteral("me too"));
+    QCOMPARE(program.journal().captures().front()->captureValue(), u"me too"_s);
 }
 
 void CaptureWindowTest::savesMirroredAndReadsUnmirrored()
 {
     UserDefaults::standard().setInteger(mirrorKey, 1);
-    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("looking glass")));
+    const auto camera = plugIn(u"a"_s, paper(u"looking glass"_s));
     Program program;
 
     auto& window = openScan(program);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("looking glass"));
+    QTRY_COMPARE(window.textField->stringValue(), u"looking glass"_s);
 
     const QImage picture = window.capturedImage();
     QVERIFY(qGray(picture.pixel(20, 20)) > qGray(picture.pixel(picture.width() - 20, 20)));
@@ -484,7 +486,7 @@ void CaptureWindowTest::savesMirroredAndReadsUnmirrored()
 
 void CaptureWindowTest::cancelWhileConfirmingStoresNothing()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("not this")));
+    const auto camera = plugIn(u"a"_s, paper(u"not this"_s));
     Program program;
     auto& window = openScan(program);
     QTRY_COMPARE(window.captureState(), 1);
@@ -499,7 +501,7 @@ void CaptureWindowTest::cancelWhileConfirmingStoresNothing()
 
 void CaptureWindowTest::cancelLetsGoOfTheCamera()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_COMPARE(camera->links(), 1);
@@ -510,7 +512,7 @@ void CaptureWindowTest::cancelLetsGoOfTheCamera()
     QVERIFY(!window.mCaptureDeviceInput());
     QVERIFY(!window.mCaptureVideoDataOutput());
     QVERIFY(!window.preview());
-    QCOMPARE(window.mCaptureDevice()->uniqueID(), QStringLiteral("a"));
+    QCOMPARE(window.mCaptureDevice()->uniqueID(), u"a"_s);
     QTRY_COMPARE(camera->links(), 0);
     // What is still under way for a window that was cancelled does no harm.
     window.confirmCapture();
@@ -522,7 +524,7 @@ void CaptureWindowTest::cancelLetsGoOfTheCamera()
 
 void CaptureWindowTest::escapeCancels()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
 
@@ -534,7 +536,7 @@ void CaptureWindowTest::escapeCancels()
 
 void CaptureWindowTest::closingCancels()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_COMPARE(camera->links(), 1);
@@ -550,45 +552,45 @@ void CaptureWindowTest::closingCancels()
 
 void CaptureWindowTest::aNewWindowOffersTheCodeAgain()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("again")));
+    const auto camera = plugIn(u"a"_s, paper(u"again"_s));
     Program program;
     auto& first = openScan(program);
-    QTRY_COMPARE(first.textField->stringValue(), QStringLiteral("again"));
+    QTRY_COMPARE(first.textField->stringValue(), u"again"_s);
     first.cancelCapture(nullptr);
 
     auto& second = openScan(program);
 
-    QTRY_COMPARE(second.textField->stringValue(), QStringLiteral("again"));
+    QTRY_COMPARE(second.textField->stringValue(), u"again"_s);
 }
 
 void CaptureWindowTest::aCameraThatIsPulledOutLeavesACaption()
 {
-    auto camera = plugIn(QStringLiteral("a"), paper());
+    auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
 
     camera->unplug();
 
-    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("unplugged")));
+    QTRY_VERIFY(window.cameraImageView->caption().contains(u"unplugged"_s));
     QCOMPARE(window.cameraImageView->accessibleDescription(), window.cameraImageView->caption());
     QVERIFY(!showsLivePicture(window));
     camera.reset();
-    camera = plugIn(QStringLiteral("a"), paper(QStringLiteral("back")));
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("back"));
+    camera = plugIn(u"a"_s, paper(u"back"_s));
+    QTRY_COMPARE(window.textField->stringValue(), u"back"_s);
     window.cancelCapture(nullptr);
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }
 
 void CaptureWindowTest::aFrozenCameraLeavesACaption()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
 
     camera->freeze();
-    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("no picture")));
+    QTRY_VERIFY(window.cameraImageView->caption().contains(u"no picture"_s));
 
     camera->thaw();
     QTRY_VERIFY(showsLivePicture(window));
@@ -612,7 +614,7 @@ void CaptureWindowTest::followsACameraThatChangesItsFormat()
     QFETCH(const bool, stays);
     QFETCH(const QString, mode);
     QFETCH(const QSize, size);
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
@@ -622,15 +624,14 @@ void CaptureWindowTest::followsACameraThatChangesItsFormat()
     } else {
         camera->setModes({ mode });
     }
-    camera->show(paper(QStringLiteral("changed")));
+    camera->show(paper(u"changed"_s));
 
-    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), QStringLiteral("changed"), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), u"changed"_s, 20000);
     // Read before the change where that was quicker.
     if (window.capturedImage().size() == frameSize) {
         window.skipCapture(nullptr);
-        camera->show(paper(QStringLiteral("changed since")));
-        QTRY_COMPARE_WITH_TIMEOUT(
-            window.textField->stringValue(), QStringLiteral("changed since"), 20000);
+        camera->show(paper(u"changed since"_s));
+        QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), u"changed since"_s, 20000);
     }
     QCOMPARE(window.capturedImage().size(), size);
     QCOMPARE(window.cameraImageView->caption(), QString());
@@ -640,14 +641,13 @@ void CaptureWindowTest::followsACameraThatChangesItsFormat()
 
 void CaptureWindowTest::aCameraThatSendsNoPicturesLeavesACaption()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
 
-    camera->lie(QStringLiteral("YUY2:320x240@30")); // in frames that are called larger
-    QTRY_VERIFY_WITH_TIMEOUT(
-        window.cameraImageView->caption().contains(QStringLiteral("no picture")), 20000);
+    camera->lie(u"YUY2:320x240@30"_s); // in frames that are called larger
+    QTRY_VERIFY_WITH_TIMEOUT(window.cameraImageView->caption().contains(u"no picture"_s), 20000);
     QVERIFY(!showsLivePicture(window));
 
     QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
@@ -656,16 +656,15 @@ void CaptureWindowTest::aCameraThatSendsNoPicturesLeavesACaption()
 
 void CaptureWindowTest::aCameraThatRefusesLeavesACaption()
 {
-    const auto camera = plugIn(QStringLiteral("a"), paper());
+    const auto camera = plugIn(u"a"_s, paper());
     camera->refuse();
-    QTest::ignoreMessage(
-        QtInfoMsg, QRegularExpression(QStringLiteral("The camera a cannot be used: .+")));
+    QTest::ignoreMessage(QtInfoMsg, QRegularExpression(u"The camera a cannot be used: .+"_s));
     Program program;
 
     auto& window = openScan(program);
 
     QTRY_VERIFY_WITH_TIMEOUT(
-        window.cameraImageView->caption().contains(QStringLiteral("cannot be opened")), 20000);
+        window.cameraImageView->caption().contains(u"cannot be opened"_s), 20000);
     QVERIFY(!showsLivePicture(window));
     QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
@@ -687,17 +686,17 @@ void CaptureWindowTest::readsWhatACameraOffers()
     QFETCH(const QString, encoding);
     QFETCH(const QSize, size);
     QFETCH(const int, rate);
-    CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
+    CameraWish wish{ u"a"_s, u"Camera"_s };
     wish.encoding = encoding;
     wish.size = size;
     wish.rate = rate;
-    const auto camera = plugIn(wish, paper(QStringLiteral("as it is")).scaled(size));
+    const auto camera = plugIn(wish, paper(u"as it is"_s).scaled(size));
     Program program;
 
     auto& window = openScan(program);
 
     QCOMPARE(window.mCaptureDevice()->activeFormat().dimensions, size);
-    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), QStringLiteral("as it is"), 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), u"as it is"_s, 20000);
     QCOMPARE(window.capturedImage().size(), size);
     window.skipCapture(nullptr);
     QTRY_VERIFY_WITH_TIMEOUT(showsLivePicture(window), 20000);
@@ -716,7 +715,7 @@ void CaptureWindowTest::survivesWithoutACamera()
 
     QVERIFY(!window.mCaptureDevice());
     QVERIFY(!window.mCaptureDeviceInput());
-    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("No camera")));
+    QTRY_VERIFY(window.cameraImageView->caption().contains(u"No camera"_s));
     QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }

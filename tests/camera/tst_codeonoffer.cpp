@@ -6,6 +6,8 @@
 #include <thread>
 #include <vector>
 
+using Qt::StringLiterals::operator""_s;
+
 using vellumcap::CodeOnOffer;
 
 namespace {
@@ -20,7 +22,7 @@ QImage picture(QRgb colour)
 // Of its own in every thread, so that nothing but the object under test is shared.
 QString text(int number)
 {
-    return QStringLiteral("code %1").arg(number);
+    return u"code %1"_s.arg(number);
 }
 
 } // namespace
@@ -52,20 +54,20 @@ void CodeOnOfferTest::offersANewCode()
 {
     CodeOnOffer offer;
 
-    QVERIFY(offer.accept(QStringLiteral("A"), picture(0xFF112233)));
+    QVERIFY(offer.accept(u"A"_s, picture(0xFF112233)));
 
     QCOMPARE(offer.captureState(), 1);
-    QCOMPARE(offer.captureData(), QStringLiteral("A"));
+    QCOMPARE(offer.captureData(), u"A"_s);
     QCOMPARE(offer.capturedImage(), picture(0xFF112233));
 }
 
 void CodeOnOfferTest::offersACodeOnce()
 {
     CodeOnOffer offer;
-    QVERIFY(offer.accept(QStringLiteral("A"), picture(1)));
+    QVERIFY(offer.accept(u"A"_s, picture(1)));
     offer.setCaptureState(0);
 
-    QVERIFY(!offer.accept(QStringLiteral("A"), picture(2)));
+    QVERIFY(!offer.accept(u"A"_s, picture(2)));
 
     QCOMPARE(offer.captureState(), 0);
     QCOMPARE(offer.capturedImage(), picture(1));
@@ -76,31 +78,31 @@ void CodeOnOfferTest::offersAnEmptyTextAtFirst()
     CodeOnOffer offer;
 
     QVERIFY(offer.accept(QString(), picture(1)));
-    QVERIFY(!offer.accept(QStringLiteral(""), picture(1)));
+    QVERIFY(!offer.accept(u""_s, picture(1)));
 }
 
 void CodeOnOfferTest::offersAgainWhatAnotherFollowed()
 {
     CodeOnOffer offer;
 
-    QVERIFY(offer.accept(QStringLiteral("A"), picture(1)));
-    QVERIFY(offer.accept(QStringLiteral("B"), picture(2)));
-    QVERIFY(offer.accept(QStringLiteral("A"), picture(3)));
+    QVERIFY(offer.accept(u"A"_s, picture(1)));
+    QVERIFY(offer.accept(u"B"_s, picture(2)));
+    QVERIFY(offer.accept(u"A"_s, picture(3)));
 
-    QCOMPARE(offer.captureData(), QStringLiteral("A"));
+    QCOMPARE(offer.captureData(), u"A"_s);
     QCOMPARE(offer.capturedImage(), picture(3));
 }
 
 void CodeOnOfferTest::keepsTheTextWhenTheWindowIsReset()
 {
     CodeOnOffer offer;
-    QVERIFY(offer.accept(QStringLiteral("A"), picture(1)));
+    QVERIFY(offer.accept(u"A"_s, picture(1)));
 
     offer.setCapturedImage(QImage());
     offer.setCaptureState(0);
 
     QVERIFY(offer.capturedImage().isNull());
-    QCOMPARE(offer.captureData(), QStringLiteral("A"));
+    QCOMPARE(offer.captureData(), u"A"_s);
 }
 
 void CodeOnOfferTest::keepsATextOfItsOwn()
@@ -133,7 +135,7 @@ void CodeOnOfferTest::staysWholeUnderManyThreads()
             for (int round = 0; round < rounds; ++round) {
                 const auto data = offer.captureData();
                 const QImage image = offer.capturedImage();
-                if ((data && !data->startsWith(QStringLiteral("code ")))
+                if ((data && !data->startsWith(u"code "_s))
                     || (!image.isNull() && image.pixel(3, 3) != 0xFF445566)) {
                     isTorn = true;
                 }
@@ -148,7 +150,7 @@ void CodeOnOfferTest::staysWholeUnderManyThreads()
         QVERIFY(count <= rounds);
     }
     QVERIFY(accepted.at(0) + accepted.at(1) + accepted.at(2) >= 7);
-    QVERIFY(offer.captureData()->startsWith(QStringLiteral("code ")));
+    QVERIFY(offer.captureData()->startsWith(u"code "_s));
 }
 
 VELLUMCAP_TEST_MAIN(CodeOnOfferTest)

@@ -9,6 +9,8 @@
 #include <thread>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Symbology;
 using vellumcap::AcceptedCode;
 using vellumcap::CodeOnOffer;
@@ -78,13 +80,13 @@ void Detection::examineAndWait(QImage picture)
 
 void Detection::offersACode()
 {
-    const QImage picture = qrCode(QStringLiteral("offered"));
+    const QImage picture = qrCode(u"offered"_s);
 
     examineAndWait(picture.copy());
 
     QCOMPARE(m_accepted->load(), 1);
     QCOMPARE(m_offer->captureState(), 1);
-    QCOMPARE(m_offer->captureData(), QStringLiteral("offered"));
+    QCOMPARE(m_offer->captureData(), u"offered"_s);
     QCOMPARE(m_offer->capturedImage(), picture);
 }
 
@@ -112,18 +114,18 @@ void Detection::offersNothingWithoutACode()
 
 void Detection::offersOneOfSeveralCodes()
 {
-    examineAndWait(sideBySide(qrCode(QStringLiteral("one")), qrCode(QStringLiteral("other"))));
+    examineAndWait(sideBySide(qrCode(u"one"_s), qrCode(u"other"_s)));
 
     QCOMPARE(m_accepted->load(), 1);
-    const QStringList either{ QStringLiteral("one"), QStringLiteral("other") };
+    const QStringList either{ u"one"_s, u"other"_s };
     QVERIFY(either.contains(m_offer->captureData().value_or(QString())));
 }
 
 void Detection::offersTheSameTextOnce()
 {
-    examineAndWait(qrCode(QStringLiteral("same")));
+    examineAndWait(qrCode(u"same"_s));
     m_offer->setCaptureState(0);
-    examineAndWait(qrCode(QStringLiteral("same")));
+    examineAndWait(qrCode(u"same"_s));
 
     QCOMPARE(m_accepted->load(), 1);
     QCOMPARE(m_offer->captureState(), 0);
@@ -131,19 +133,19 @@ void Detection::offersTheSameTextOnce()
 
 void Detection::offersAgainWhatAnotherFollowed()
 {
-    examineAndWait(qrCode(QStringLiteral("A")));
-    examineAndWait(qrCode(QStringLiteral("B")));
-    examineAndWait(qrCode(QStringLiteral("A")));
+    examineAndWait(qrCode(u"A"_s));
+    examineAndWait(qrCode(u"B"_s));
+    examineAndWait(qrCode(u"A"_s));
 
     QCOMPARE(m_accepted->load(), 3);
-    QCOMPARE(m_offer->captureData(), QStringLiteral("A"));
+    QCOMPARE(m_offer->captureData(), u"A"_s);
 }
 
 void Detection::acceptsOnAWorker()
 {
     auto worker = std::make_shared<std::atomic<std::thread::id>>();
 
-    vellumcap::examine(qrCode(QStringLiteral("worker")), {}, m_offer,
+    vellumcap::examine(qrCode(u"worker"_s), {}, m_offer,
         [worker](const AcceptedCode&) { *worker = std::this_thread::get_id(); });
     QTRY_COMPARE(m_offer.use_count(), 1);
 
@@ -153,7 +155,7 @@ void Detection::acceptsOnAWorker()
 
 void Detection::outlivesTheWindow()
 {
-    vellumcap::examine(qrCode(QStringLiteral("late")), {}, m_offer,
+    vellumcap::examine(qrCode(u"late"_s), {}, m_offer,
         [accepted = m_accepted](const AcceptedCode&) { ++*accepted; });
     m_offer.reset();
 

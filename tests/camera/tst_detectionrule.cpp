@@ -5,6 +5,8 @@
 
 #include <QPainter>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Symbology;
 
 namespace {
@@ -44,9 +46,9 @@ private Q_SLOTS:
 
 void DetectionRule::givesTheTextOfACode()
 {
-    const auto request = performed(support::drawnCode(Symbology::Qr, QStringLiteral("text")));
+    const auto request = performed(support::drawnCode(Symbology::Qr, u"text"_s));
 
-    QCOMPARE(vellumcap::firstPayload(request), QStringLiteral("text"));
+    QCOMPARE(vellumcap::firstPayload(request), u"text"_s);
 }
 
 void DetectionRule::givesNothingWithoutACode()

@@ -15,6 +15,8 @@
 #include <mutex>
 #include <thread>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::ImageFilter;
 using platform::Symbology;
 using platform::UserDefaults;
@@ -25,7 +27,7 @@ namespace {
 
 using WhileOffering = FramePipeline::WhileOffering;
 
-const QString mirrorKey = QStringLiteral("pref-mirror-video");
+const QString mirrorKey = u"pref-mirror-video"_s;
 
 /// A frame as a camera would send it: not quite white, with the code left of the middle.
 QImage frameWith(const QString& text)
@@ -149,7 +151,7 @@ void FramePipelineTest::examine(const QImage& frame)
 
 void FramePipelineTest::offersWhatWasPrepared()
 {
-    const QImage frame = frameWith(QStringLiteral("prepared"));
+    const QImage frame = frameWith(u"prepared"_s);
     m_filters.at(0)->setValue(-0.5);
     m_filters.at(1)->setValue(0.75);
 
@@ -157,7 +159,7 @@ void FramePipelineTest::offersWhatWasPrepared()
     QTRY_COMPARE(m_accepted.load(), 1);
 
     QCOMPARE(m_offer->captureState(), 1);
-    QCOMPARE(m_offer->captureData(), QStringLiteral("prepared"));
+    QCOMPARE(m_offer->captureData(), u"prepared"_s);
     const QImage expected = platform::filtered(frame, m_filters, platform::Mirroring::Off);
     QVERIFY(expected != frame);
     QCOMPARE(m_offer->capturedImage(), expected);
@@ -165,16 +167,16 @@ void FramePipelineTest::offersWhatWasPrepared()
 
 void FramePipelineTest::ignoresFramesWhileOffering()
 {
-    examine(frameWith(QStringLiteral("first")));
+    examine(frameWith(u"first"_s));
     QTRY_COMPARE(m_accepted.load(), 1);
 
-    examine(frameWith(QStringLiteral("second")));
+    examine(frameWith(u"second"_s));
     QCOMPARE(m_asked, 1);
 
     m_offer->setCaptureState(0);
-    examine(frameWith(QStringLiteral("second")));
+    examine(frameWith(u"second"_s));
     QTRY_COMPARE(m_accepted.load(), 2);
-    QCOMPARE(m_offer->captureData(), QStringLiteral("second"));
+    QCOMPARE(m_offer->captureData(), u"second"_s);
 }
 
 void FramePipelineTest::examinesFramesWhileOfferingWhenAsked()
@@ -186,7 +188,7 @@ void FramePipelineTest::examinesFramesWhileOfferingWhenAsked()
     }
 
     QCOMPARE(m_accepted.load(), 3);
-    QCOMPARE(m_offer->captureData(), QStringLiteral("A"));
+    QCOMPARE(m_offer->captureData(), u"A"_s);
 }
 
 void FramePipelineTest::findsNothingInOddFrames_data()
@@ -229,19 +231,19 @@ void FramePipelineTest::mirrorsOnExactlyOne()
 {
     QFETCH(int, stored);
     QFETCH(bool, mirrored);
-    const QImage frame = frameWith(QStringLiteral("which side"));
+    const QImage frame = frameWith(u"which side"_s);
     UserDefaults::standard().setInteger(mirrorKey, stored);
 
     examine(frame);
     QTRY_COMPARE(m_accepted.load(), 1);
 
     QCOMPARE(m_offer->capturedImage(), mirrored ? frame.mirrored(true, false) : frame);
-    QCOMPARE(m_offer->captureData(), QStringLiteral("which side"));
+    QCOMPARE(m_offer->captureData(), u"which side"_s);
 }
 
 void FramePipelineTest::neverMirrorsWithoutAConnection()
 {
-    const QImage frame = frameWith(QStringLiteral("no preview"));
+    const QImage frame = frameWith(u"no preview"_s);
     UserDefaults::standard().setInteger(mirrorKey, 1);
     m_pipeline->setPreparation(m_filters, nullptr);
 
@@ -256,22 +258,21 @@ void FramePipelineTest::readsWhatItMirrors()
 {
     QImage frame(300, 240, QImage::Format_RGB32);
     frame.fill(Qt::white);
-    QPainter(&frame).drawImage(
-        70, 40, support::drawnCode(Symbology::Aztec, QStringLiteral("mirrored")));
+    QPainter(&frame).drawImage(70, 40, support::drawnCode(Symbology::Aztec, u"mirrored"_s));
     UserDefaults::standard().setInteger(mirrorKey, 1);
 
     examine(frame);
     QTRY_COMPARE(m_accepted.load(), 1);
 
-    QCOMPARE(m_offer->captureData(), QStringLiteral("mirrored"));
+    QCOMPARE(m_offer->captureData(), u"mirrored"_s);
     QCOMPARE(m_offer->capturedImage(), frame.mirrored(true, false));
 }
 
 void FramePipelineTest::followsPreferencesWithTheNextFrame()
 {
     start(WhileOffering::Examined);
-    const QImage first = frameWith(QStringLiteral("before"));
-    const QImage second = frameWith(QStringLiteral("after"));
+    const QImage first = frameWith(u"before"_s);
+    const QImage second = frameWith(u"after"_s);
 
     examine(first);
     QTRY_COMPARE(m_accepted.load(), 1);
@@ -294,14 +295,14 @@ void FramePipelineTest::dropsFramesWhileAllCoresExamine()
         barrier->waitFor(running);
     }
 
-    examine(frameWith(QStringLiteral("late")));
+    examine(frameWith(u"late"_s));
     QCOMPARE(m_asked, cores());
 
     barrier->open();
     QTRY_VERIFY(areExaminationsOver());
-    examine(frameWith(QStringLiteral("in time")));
+    examine(frameWith(u"in time"_s));
     QCOMPARE(m_asked, cores() + 1);
-    QTRY_COMPARE(m_offer->captureData(), QStringLiteral("in time"));
+    QTRY_COMPARE(m_offer->captureData(), u"in time"_s);
 }
 
 void FramePipelineTest::staysWholeUnderManyThreads()

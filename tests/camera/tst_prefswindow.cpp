@@ -13,14 +13,16 @@
 #include <QSlider>
 #include <QToolButton>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::UserDefaults;
 using vellumcap::PrefsWindow;
 
 namespace {
 
-const QString contrastKey = QStringLiteral("pref-camera-contrast");
-const QString mirrorKey = QStringLiteral("pref-mirror-video");
-const QString cameraKey = QStringLiteral("pref-camera-id");
+const QString contrastKey = u"pref-camera-contrast"_s;
+const QString mirrorKey = u"pref-mirror-video"_s;
+const QString cameraKey = u"pref-camera-id"_s;
 
 } // namespace
 
@@ -82,7 +84,7 @@ void PrefsWindowTest::showsStoredValues()
 {
     UserDefaults::standard().setDouble(contrastKey, 25.0);
     UserDefaults::standard().setInteger(mirrorKey, 1);
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
     QCOMPARE(prefs.contrastSlider->value(), 25);
     QVERIFY(prefs.mirrorVideoCheckbox->isChecked());
@@ -108,22 +110,21 @@ void PrefsWindowTest::keepsAContrastBetweenTheSteps()
     QFETCH(const QString, shown);
     QFETCH(const int, step);
     UserDefaults::standard().setDouble(contrastKey, stored);
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
 
     prefs.showWindow(nullptr);
 
-    const auto* label = prefs.window()->findChild<QLabel*>(QStringLiteral("contrastValue"));
+    const auto* label = prefs.window()->findChild<QLabel*>(u"contrastValue"_s);
     QCOMPARE(label->text(), shown);
     QCOMPARE(prefs.contrastSlider->value(), step);
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), stored);
     // The slider's action without a move, as of whoever presses it at its place.
-    QTest::ignoreMessage(
-        QtInfoMsg, qPrintable(QStringLiteral("Contrast value %1").arg(stored, 0, 'f', 6)));
+    QTest::ignoreMessage(QtInfoMsg, qPrintable(u"Contrast value %1"_s.arg(stored, 0, 'f', 6)));
     prefs.contrastChanged(prefs.contrastSlider);
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), stored);
 
-    QTest::ignoreMessage(QtInfoMsg,
-        qPrintable(QStringLiteral("Contrast value %1.000000").arg(step > 0 ? step - 1 : step + 1)));
+    QTest::ignoreMessage(
+        QtInfoMsg, qPrintable(u"Contrast value %1.000000"_s.arg(step > 0 ? step - 1 : step + 1)));
     QTest::keyClick(prefs.contrastSlider, step > 0 ? Qt::Key_Left : Qt::Key_Right);
     QCOMPARE(
         UserDefaults::standard().doubleForKey(contrastKey), step > 0 ? step - 1.0 : step + 1.0);
@@ -141,9 +142,9 @@ void PrefsWindowTest::resetsContrast()
 {
     QFETCH(const double, stored);
     UserDefaults::standard().setDouble(contrastKey, stored);
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
-    auto* reset = prefs.window()->findChild<QToolButton*>(QStringLiteral("resetContrast"));
+    auto* reset = prefs.window()->findChild<QToolButton*>(u"resetContrast"_s);
 
     QTest::ignoreMessage(QtInfoMsg, "Contrast value 0.000000");
     QTest::mouseClick(reset, Qt::LeftButton);
@@ -157,7 +158,7 @@ void PrefsWindowTest::resetsContrast()
 
 void PrefsWindowTest::writesContrastAsItMoves()
 {
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
     QCOMPARE(prefs.contrastSlider->value(), 0);
     QTest::ignoreMessage(QtInfoMsg, "Contrast value 1.000000");
@@ -170,37 +171,36 @@ void PrefsWindowTest::writesContrastAsItMoves()
 
 void PrefsWindowTest::writesMirroring()
 {
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
     QVERIFY(!prefs.mirrorVideoCheckbox->isChecked());
     QTest::keyClick(prefs.mirrorVideoCheckbox, Qt::Key_Space);
     QCOMPARE(UserDefaults::standard().integerForKey(mirrorKey), 1);
     QTest::keyClick(prefs.mirrorVideoCheckbox, Qt::Key_Space);
-    QCOMPARE(UserDefaults::standard().stringForKey(mirrorKey), QStringLiteral("0"));
+    QCOMPARE(UserDefaults::standard().stringForKey(mirrorKey), u"0"_s);
 }
 
 void PrefsWindowTest::selectsNothingWithoutCameras()
 {
-    UserDefaults::standard().setString(cameraKey, QStringLiteral("a camera that is gone"));
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    UserDefaults::standard().setString(cameraKey, u"a camera that is gone"_s);
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
     QCOMPARE(prefs.cameraMenu->count(), 0);
     QCOMPARE(prefs.cameraMenu->currentIndex(), -1);
     prefs.menuSelected(nullptr);
-    QCOMPARE(
-        UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("a camera that is gone"));
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), u"a camera that is gone"_s);
 }
 
 void PrefsWindowTest::selectsTheDefaultCamera()
 {
     const auto first = plugIn("cam.a", "Camera A");
     const auto second = plugIn("cam.b", "Camera B");
-    m_rig->setDefaultCamera(QStringLiteral("cam.b"));
-    QTRY_COMPARE(platform::CameraRegistry::shared().defaultCamera(), QStringLiteral("cam.b"));
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    m_rig->setDefaultCamera(u"cam.b"_s);
+    QTRY_COMPARE(platform::CameraRegistry::shared().defaultCamera(), u"cam.b"_s);
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
-    QCOMPARE(prefs.devices(), (QStringList{ QStringLiteral("cam.a"), QStringLiteral("cam.b") }));
-    QCOMPARE(prefs.cameraMenu->currentText(), QStringLiteral("Camera B"));
+    QCOMPARE(prefs.devices(), (QStringList{ u"cam.a"_s, u"cam.b"_s }));
+    QCOMPARE(prefs.cameraMenu->currentText(), u"Camera B"_s);
     QVERIFY(!UserDefaults::standard().stringForKey(cameraKey).has_value());
 }
 
@@ -210,7 +210,7 @@ void PrefsWindowTest::selectsTheStoredCamera()
     const auto second = plugIn("cam.b", "Camera B");
     for (const char* name : { "cam.a", "cam.b" }) {
         UserDefaults::standard().setString(cameraKey, QString::fromLatin1(name));
-        PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+        PrefsWindow prefs(u"PrefsWindow"_s);
         prefs.showWindow(nullptr);
         QCOMPARE(prefs.devices().at(prefs.cameraMenu->currentIndex()), QString::fromLatin1(name));
     }
@@ -219,25 +219,25 @@ void PrefsWindowTest::selectsTheStoredCamera()
 void PrefsWindowTest::replacesAnAbsentCamera()
 {
     const auto first = plugIn("cam.a", "Camera A");
-    const QString absent = QStringLiteral("a camera that is gone");
+    const QString absent = u"a camera that is gone"_s;
     UserDefaults::standard().setString(cameraKey, absent);
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
-    QCOMPARE(prefs.cameraMenu->currentText(), QStringLiteral("Camera A"));
+    QCOMPARE(prefs.cameraMenu->currentText(), u"Camera A"_s);
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
     QTest::keyClick(prefs.cameraMenu, Qt::Key_Down); // there is no other
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
     prefs.menuSelected(prefs.cameraMenu);
-    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("cam.a"));
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), u"cam.a"_s);
 }
 
 void PrefsWindowTest::writesTheChoiceAtOnce()
 {
     const auto camera = plugIn("cam.a", "Camera A");
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
     prefs.menuSelected(prefs.cameraMenu);
-    QFile settings(platform::StandardFolders::configuration() + QStringLiteral("/vellumcap.ini"));
+    QFile settings(platform::StandardFolders::configuration() + u"/vellumcap.ini"_s);
     QVERIFY(settings.open(QFile::ReadOnly));
     QVERIFY(settings.readAll().contains("\npref-camera-id=cam.a\n"));
 }
@@ -246,28 +246,28 @@ void PrefsWindowTest::keepsCamerasOfOneNameApart()
 {
     const auto first = plugIn("cam.a", "Camera");
     const auto second = plugIn("cam.b", "Camera");
-    UserDefaults::standard().setString(cameraKey, QStringLiteral("cam.a"));
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    UserDefaults::standard().setString(cameraKey, u"cam.a"_s);
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
     QCOMPARE(prefs.cameraMenu->count(), 2);
-    QCOMPARE(prefs.cameraMenu->itemText(0), QStringLiteral("Camera"));
-    QCOMPARE(prefs.cameraMenu->itemText(1), QStringLiteral("Camera"));
-    QCOMPARE(prefs.devices(), (QStringList{ QStringLiteral("cam.a"), QStringLiteral("cam.b") }));
+    QCOMPARE(prefs.cameraMenu->itemText(0), u"Camera"_s);
+    QCOMPARE(prefs.cameraMenu->itemText(1), u"Camera"_s);
+    QCOMPARE(prefs.devices(), (QStringList{ u"cam.a"_s, u"cam.b"_s }));
     QCOMPARE(prefs.cameraMenu->currentIndex(), 0);
     QTest::keyClick(prefs.cameraMenu, Qt::Key_Down);
-    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), QStringLiteral("cam.b"));
+    QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), u"cam.b"_s);
 }
 
 void PrefsWindowTest::listsAnewWhenShown()
 {
-    PrefsWindow prefs(QStringLiteral("PrefsWindow"));
+    PrefsWindow prefs(u"PrefsWindow"_s);
     prefs.showWindow(nullptr);
     QCOMPARE(prefs.cameraMenu->count(), 0);
     QVERIFY(!prefs.cameraMenu->isEnabled());
     auto camera = plugIn("cam.a", "Camera A");
     QCOMPARE(prefs.cameraMenu->count(), 0);
     prefs.showWindow(nullptr);
-    QCOMPARE(prefs.devices(), QStringList{ QStringLiteral("cam.a") });
+    QCOMPARE(prefs.devices(), QStringList{ u"cam.a"_s });
     QVERIFY(prefs.cameraMenu->isEnabled());
     camera.reset();
     QTRY_COMPARE(platform::CameraRegistry::shared().cameras().size(), 0);

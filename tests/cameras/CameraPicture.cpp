@@ -6,13 +6,14 @@
 
 #include <algorithm>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace cameras {
 
 namespace {
 
-const QStringList encodings{ QStringLiteral("BGRx"), QStringLiteral("BGRA"), QStringLiteral("RGBx"),
-    QStringLiteral("RGB"), QStringLiteral("YUY2"), QStringLiteral("UYVY"), QStringLiteral("NV12"),
-    QStringLiteral("I420"), QStringLiteral("GRAY8"), QStringLiteral("JPEG") };
+const QStringList encodings{ u"BGRx"_s, u"BGRA"_s, u"RGBx"_s, u"RGB"_s, u"YUY2"_s, u"UYVY"_s,
+    u"NV12"_s, u"I420"_s, u"GRAY8"_s, u"JPEG"_s };
 
 char luma(QRgb color)
 {
@@ -107,7 +108,7 @@ CameraFrame compressed(const QImage& image)
 
 std::optional<CameraMode> CameraMode::parsed(const QString& text)
 {
-    static const QRegularExpression form(QStringLiteral("^(\\w+):(\\d+)x(\\d+)@(\\d+)$"));
+    static const QRegularExpression form(u"^(\\w+):(\\d+)x(\\d+)@(\\d+)$"_s);
     const auto match = form.match(text);
     const CameraMode mode{ match.captured(1),
         QSize(match.captured(2).toInt(), match.captured(3).toInt()), match.captured(4).toInt() };

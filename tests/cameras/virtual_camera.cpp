@@ -3,6 +3,8 @@
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 using cameras::CameraControl;
@@ -35,18 +37,15 @@ int main(int argc, char** argv)
     QCoreApplication application(argc, argv);
     QCommandLineParser parser;
     parser.addHelpOption();
-    parser.addPositionalArgument(QStringLiteral("name"), QStringLiteral("node.name"));
-    parser.addPositionalArgument(QStringLiteral("description"), QStringLiteral("node.description"));
-    parser.addPositionalArgument(QStringLiteral("modes"),
-        QStringLiteral("such as YUY2:1280x720@30, the preferred one first"),
-        QStringLiteral("mode..."));
-    const QCommandLineOption picture(QStringLiteral("picture"),
-        QStringLiteral("what it sees; white without"), QStringLiteral("file"));
-    const QCommandLineOption property(
-        QStringLiteral("property"), QStringLiteral("of the node"), QStringLiteral("key=value"));
-    const QCommandLineOption control(QStringLiteral("control"),
-        QStringLiteral("that can be set by way of PipeWire: V4L2's number, and a menu's choices"),
-        QStringLiteral("id[=choice,...]"));
+    parser.addPositionalArgument(u"name"_s, u"node.name"_s);
+    parser.addPositionalArgument(u"description"_s, u"node.description"_s);
+    parser.addPositionalArgument(
+        u"modes"_s, u"such as YUY2:1280x720@30, the preferred one first"_s, u"mode..."_s);
+    const QCommandLineOption picture(u"picture"_s, u"what it sees; white without"_s, u"file"_s);
+    const QCommandLineOption property(u"property"_s, u"of the node"_s, u"key=value"_s);
+    const QCommandLineOption control(u"control"_s,
+        u"that can be set by way of PipeWire: V4L2's number, and a menu's choices"_s,
+        u"id[=choice,...]"_s);
     parser.addOptions({ picture, property, control });
     parser.process(application);
 

@@ -14,6 +14,8 @@
 
 #include <memory>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::plainPicture;
 using vellumcap::DragDropImageView;
 using vellumcap::DragDropImageViewDelegate;
@@ -48,7 +50,7 @@ MimeData pictureData(const QImage& image)
 
 QString captureFile()
 {
-    return platform::StandardFolders::caches() + QStringLiteral("/capture.png");
+    return platform::StandardFolders::caches() + u"/capture.png"_s;
 }
 
 /// A well in a window, and events as a drag from another program sends them.
@@ -57,7 +59,7 @@ struct Well {
     {
         auto* layout = new QVBoxLayout(&window);
         layout->addWidget(view);
-        window.setWindowTitle(QStringLiteral("before"));
+        window.setWindowTitle(u"before"_s);
         window.resize(200, 200);
     }
 
@@ -176,7 +178,7 @@ void DragDropImageViewTest::initTestCase()
     m_text = inFolder("notes.txt");
     support::writeFile(m_text, "no picture");
     support::writeFile(inFolder("wrong.png"), "no picture either");
-    QVERIFY(QDir(m_folder.path()).mkdir(QStringLiteral("folder")));
+    QVERIFY(QDir(m_folder.path()).mkdir(u"folder"_s));
 }
 
 void DragDropImageViewTest::init()
@@ -337,7 +339,7 @@ void DragDropImageViewTest::showsAnotherWellsPictureFillingThisOne()
     QVERIFY(well.enter(*data));
     QVERIFY(corner() != QColor(Qt::blue));
     well.leave();
-    data->setData(QStringLiteral("application/x-vellumcap-image-well"), "1");
+    data->setData(u"application/x-vellumcap-image-well"_s, "1");
     QVERIFY(well.enter(*data));
     QCOMPARE(corner(), QColor(Qt::blue));
     QVERIFY(well.view->image().isNull());
@@ -351,7 +353,7 @@ void DragDropImageViewTest::takesAFile()
     QVERIFY(well.drop(*files(QStringList{ m_red })));
     QCOMPARE(well.view->image().pixelColor(4, 4), QColor(Qt::red));
     QCOMPARE(well.view->path(), m_red);
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("red.png"));
+    QCOMPARE(well.window.windowTitle(), u"red.png"_s);
     QVERIFY(!well.view->isHighlighted());
 }
 
@@ -362,10 +364,9 @@ void DragDropImageViewTest::takesPictureDataWithoutAFile()
     QVERIFY(well.drop(*pictureData(plainPicture({ 4, 4 }, Qt::blue))));
     QCOMPARE(well.view->image().pixelColor(1, 1), QColor(Qt::blue));
     QVERIFY(!well.view->path());
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("(no name)"));
+    QCOMPARE(well.window.windowTitle(), u"(no name)"_s);
     QMimeData encoded;
-    encoded.setData(
-        QStringLiteral("image/png"), support::encoded(plainPicture({ 4, 4 }, Qt::green), "PNG"));
+    encoded.setData(u"image/png"_s, support::encoded(plainPicture({ 4, 4 }, Qt::green), "PNG"));
     QVERIFY(well.drop(encoded));
     QCOMPARE(well.view->image().pixelColor(1, 1), QColor(Qt::green));
 }
@@ -383,11 +384,11 @@ void DragDropImageViewTest::namesAddressesElsewhereNoFile()
     // As a browser drags a picture out of a page.
     const Well well;
     const auto data = pictureData(plainPicture({ 4, 4 }, Qt::blue));
-    data->setUrls({ QUrl(QStringLiteral("https://example.org/picture.png")) });
+    data->setUrls({ QUrl(u"https://example.org/picture.png"_s) });
     QVERIFY(well.drop(*data));
     QVERIFY(!well.view->path());
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("(no name)"));
-    QVERIFY(!well.enter(*files(QList{ QUrl(QStringLiteral("https://example.org/picture.png")) })));
+    QCOMPARE(well.window.windowTitle(), u"(no name)"_s);
+    QVERIFY(!well.enter(*files(QList{ QUrl(u"https://example.org/picture.png"_s) })));
 }
 
 void DragDropImageViewTest::takesThePathWithoutThePicture()
@@ -399,15 +400,15 @@ void DragDropImageViewTest::takesThePathWithoutThePicture()
     QVERIFY(well.view->performDragOperation(*files(QStringList{ m_text }), nullptr));
     QCOMPARE(well.view->image().pixelColor(4, 4), QColor(Qt::red));
     QCOMPARE(well.view->path(), m_text);
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("notes.txt"));
+    QCOMPARE(well.window.windowTitle(), u"notes.txt"_s);
     QCOMPARE(delegate.told.last(), m_text);
-    const QUrl folder(QStringLiteral("file://") + inFolder("folder") + QLatin1Char('/'));
+    const QUrl folder(u"file://"_s + inFolder("folder") + QLatin1Char('/'));
     QVERIFY(well.view->performDragOperation(*files(QList{ folder }), nullptr));
     QCOMPARE(well.view->path(), inFolder("folder"));
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("folder"));
+    QCOMPARE(well.window.windowTitle(), u"folder"_s);
     QVERIFY(well.view->performDragOperation(*files(QStringList()), nullptr));
     QVERIFY(!well.view->path());
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("(no name)"));
+    QCOMPARE(well.window.windowTitle(), u"(no name)"_s);
 }
 
 void DragDropImageViewTest::keepsMarksInTheTitle()
@@ -417,7 +418,7 @@ void DragDropImageViewTest::keepsMarksInTheTitle()
     QVERIFY(QFile::copy(m_red, marked));
     QVERIFY(well.drop(*files(QStringList{ marked })));
     QCOMPARE(well.view->path(), marked);
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("a[*][*]b.png"));
+    QCOMPARE(well.window.windowTitle(), u"a[*][*]b.png"_s);
 }
 
 void DragDropImageViewTest::tellsItsDelegate()
@@ -445,7 +446,7 @@ void DragDropImageViewTest::changesNothingForItsOwnDrag()
     QVERIFY(well.view->performDragOperation(*files(QStringList{ m_red }), well.view));
     QCOMPARE(well.view->image().pixelColor(1, 1), QColor(Qt::blue));
     QVERIFY(!well.view->path());
-    QCOMPARE(well.window.windowTitle(), QStringLiteral("before"));
+    QCOMPARE(well.window.windowTitle(), u"before"_s);
     QVERIFY(delegate.told.isEmpty());
 }
 
@@ -457,7 +458,7 @@ void DragDropImageViewTest::dragsOutAFile()
     QVERIFY(drag != nullptr);
     QCOMPARE(drag->source(), well.view);
     QCOMPARE(drag->supportedActions(), Qt::CopyAction);
-    QCOMPARE(drag->mimeData()->formats(), QStringList{ QStringLiteral("text/uri-list") });
+    QCOMPARE(drag->mimeData()->formats(), QStringList{ u"text/uri-list"_s });
     QCOMPARE(drag->mimeData()->urls(), QList{ QUrl::fromLocalFile(captureFile()) });
     QCOMPARE(drag->hotSpot(), QPoint(16, 16));
     QCOMPARE(drag->pixmap().deviceIndependentSize(), QSizeF(32, 32));
@@ -491,7 +492,7 @@ void DragDropImageViewTest::overwritesTheFileWithEachDrag()
         QCOMPARE(QImage(captureFile()).pixelColor(1, 1), QColor(color));
     }
     const QStringList kept = QDir(platform::StandardFolders::caches()).entryList(QDir::Files);
-    QCOMPARE(kept, QStringList{ QStringLiteral("capture.png") });
+    QCOMPARE(kept, QStringList{ u"capture.png"_s });
 }
 
 void DragDropImageViewTest::dragsOutOfAnEmptyView()
@@ -561,12 +562,11 @@ void DragDropImageViewTest::providesTiffAndPdf()
     for (const char* type : { "image/tiff", "application/pdf", "image/png", "text/plain" }) {
         well.view->provideData(item, QString::fromLatin1(type));
     }
-    QCOMPARE(item.formats(),
-        (QStringList{ QStringLiteral("image/tiff"), QStringLiteral("application/pdf") }));
-    const QImage tiff = QImage::fromData(item.data(QStringLiteral("image/tiff")), "TIFF");
+    QCOMPARE(item.formats(), (QStringList{ u"image/tiff"_s, u"application/pdf"_s }));
+    const QImage tiff = QImage::fromData(item.data(u"image/tiff"_s), "TIFF");
     QCOMPARE(tiff.size(), QSize(12, 9));
     QCOMPARE(tiff.pixelColor(3, 3), QColor(Qt::red));
-    const QByteArray pdf = item.data(QStringLiteral("application/pdf"));
+    const QByteArray pdf = item.data(u"application/pdf"_s);
     QVERIFY(pdf.startsWith("%PDF-"));
     const auto points = [](int pixels) { return QByteArray::number(double(pixels), 'f', 6); };
     const QByteArray box

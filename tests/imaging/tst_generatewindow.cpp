@@ -16,6 +16,8 @@
 #include <QPushButton>
 #include <QScrollBar>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::Program;
 using vellumcap::GenerateWindow;
 
@@ -55,7 +57,7 @@ struct Sheet {
             }
         }
         if (window->imageWell->isEnabled()) {
-            names.append(QStringLiteral("Well"));
+            names.append(u"Well"_s);
         }
         return names.join(u' ');
     }
@@ -71,9 +73,9 @@ struct Sheet {
     GenerateWindow* window = nullptr;
 };
 
-const QString empty = QStringLiteral("Close");
-const QString edited = QStringLiteral("Close Generate");
-const QString generated = QStringLiteral("Close Save Well");
+const QString empty = u"Close"_s;
+const QString edited = u"Close Generate"_s;
+const QString generated = u"Close Save Well"_s;
 
 QImage codeOf(const QByteArray& message)
 {
@@ -121,18 +123,18 @@ void GenerateWindowTest::startsEmpty()
     QVERIFY(sheet.window->generatedImage().isNull());
     QVERIFY(!sheet.window->imageWell->allowDrop());
     QVERIFY(sheet.window->imageWell->allowDrag());
-    QCOMPARE(sheet.hint(), QStringLiteral("Type or paste a text above"));
+    QCOMPARE(sheet.hint(), u"Type or paste a text above"_s);
     QTRY_VERIFY(sheet.window->textField->hasFocus()); // one can type at once
 }
 
 void GenerateWindowTest::goesThroughItsStates()
 {
     const Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     QCOMPARE(sheet.enabled(), edited);
     QVERIFY(sheet.window->imageWell->image().isNull());
-    QCOMPARE(sheet.hint(), QStringLiteral("Press Generate to draw the code"));
-    QCOMPARE(sheet.window->generatedData(), QStringLiteral("abc"));
+    QCOMPARE(sheet.hint(), u"Press Generate to draw the code"_s);
+    QCOMPARE(sheet.window->generatedData(), u"abc"_s);
 
     QTest::ignoreMessage(QtInfoMsg, "Generate");
     sheet.generate();
@@ -141,7 +143,7 @@ void GenerateWindowTest::goesThroughItsStates()
     QCOMPARE(sheet.window->imageWell->image(), codeOf("abc"));
     QCOMPARE(sheet.window->generatedImage(), codeOf("abc"));
 
-    sheet.type(QStringLiteral("d"));
+    sheet.type(u"d"_s);
     QCOMPARE(sheet.enabled(), edited);
     QVERIFY(sheet.window->imageWell->image().isNull());
     sheet.generate();
@@ -152,20 +154,20 @@ void GenerateWindowTest::goesThroughItsStates()
     sheet.window->textField->clear();
     QCOMPARE(sheet.enabled(), empty);
     QVERIFY(sheet.window->imageWell->image().isNull());
-    QCOMPARE(sheet.window->generatedData(), QStringLiteral("abcd"));
+    QCOMPARE(sheet.window->generatedData(), u"abcd"_s);
 }
 
 void GenerateWindowTest::offersNothingForTheLastTextRetyped()
 {
     const Sheet sheet;
-    sheet.type(QStringLiteral("x"));
+    sheet.type(u"x"_s);
     QCOMPARE(sheet.enabled(), edited);
     sheet.press(Qt::Key_Backspace);
     QCOMPARE(sheet.enabled(), empty);
-    sheet.type(QStringLiteral("x"));
+    sheet.type(u"x"_s);
     QCOMPARE(sheet.enabled(), empty);
     QVERIFY(!sheet.window->canGenerate());
-    sheet.type(QStringLiteral("y"));
+    sheet.type(u"y"_s);
     QCOMPARE(sheet.enabled(), edited);
     sheet.generate();
     QCOMPARE(sheet.window->imageWell->image(), codeOf("xy"));
@@ -174,19 +176,19 @@ void GenerateWindowTest::offersNothingForTheLastTextRetyped()
 void GenerateWindowTest::anotherTextAfterEmptyingIsOffered()
 {
     const Sheet sheet;
-    sheet.type(QStringLiteral("x"));
+    sheet.type(u"x"_s);
     sheet.generate();
     sheet.press(Qt::Key_Backspace);
     QCOMPARE(sheet.enabled(), empty);
-    sheet.type(QStringLiteral("z"));
+    sheet.type(u"z"_s);
     QCOMPARE(sheet.enabled(), edited);
 }
 
 void GenerateWindowTest::takesUndoForAnEdit()
 {
     const Sheet sheet;
-    sheet.paste(QStringLiteral("one"));
-    sheet.paste(QStringLiteral("two"));
+    sheet.paste(u"one"_s);
+    sheet.paste(u"two"_s);
     sheet.generate();
     QCOMPARE(sheet.enabled(), generated);
     sheet.window->textField->undo();
@@ -205,11 +207,11 @@ void GenerateWindowTest::returnDoesNotGenerate()
 {
     QFETCH(int, key);
     const Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     sheet.press(key, key == Qt::Key_Enter ? Qt::KeypadModifier : Qt::NoModifier);
     QCOMPARE(sheet.enabled(), edited);
     QVERIFY(sheet.window->imageWell->image().isNull());
-    QCOMPARE(sheet.window->textField->stringValue(), QStringLiteral("abc"));
+    QCOMPARE(sheet.window->textField->stringValue(), u"abc"_s);
     QVERIFY(sheet.window->window()->isVisible());
     sheet.window->setText(nullptr);
     QCOMPARE(sheet.enabled(), edited);
@@ -218,11 +220,11 @@ void GenerateWindowTest::returnDoesNotGenerate()
 void GenerateWindowTest::shiftReturnBeginsALine()
 {
     const Sheet sheet;
-    sheet.type(QStringLiteral("a"));
+    sheet.type(u"a"_s);
     sheet.press(Qt::Key_Return, Qt::ShiftModifier);
-    sheet.type(QStringLiteral("b"));
+    sheet.type(u"b"_s);
     sheet.generate();
-    QCOMPARE(sheet.window->generatedData(), QStringLiteral("a\nb"));
+    QCOMPARE(sheet.window->generatedData(), u"a\nb"_s);
     QCOMPARE(sheet.window->imageWell->image(), codeOf("a\nb"));
 }
 
@@ -231,7 +233,7 @@ void GenerateWindowTest::fieldGrowsWithItsText()
     const Sheet sheet;
     const auto* field = sheet.window->textField;
     const int before = field->height();
-    sheet.paste(QStringLiteral("words that wrap ").repeated(20));
+    sheet.paste(u"words that wrap "_s.repeated(20));
     QTRY_VERIFY(field->height() > before + field->fontMetrics().lineSpacing());
     QCOMPARE(field->verticalScrollBar()->value(), 0);
 }
@@ -279,10 +281,10 @@ void GenerateWindowTest::saysHowManyBytesAreTooMany_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("excess");
-    QTest::newRow("one") << QString(2332, u'q') << QStringLiteral("1 byte ");
-    QTest::newRow("some") << QString(2400, u'q') << QStringLiteral("69 bytes ");
-    QTest::newRow("many") << QString(5000, u'q') << QStringLiteral("2,669 bytes ");
-    QTest::newRow("in UTF-8") << QString(778, QChar(0x6f22)) << QStringLiteral("3 bytes ");
+    QTest::newRow("one") << QString(2332, u'q') << u"1 byte "_s;
+    QTest::newRow("some") << QString(2400, u'q') << u"69 bytes "_s;
+    QTest::newRow("many") << QString(5000, u'q') << u"2,669 bytes "_s;
+    QTest::newRow("in UTF-8") << QString(778, QChar(0x6f22)) << u"3 bytes "_s;
 }
 
 void GenerateWindowTest::saysHowManyBytesAreTooMany()
@@ -308,7 +310,7 @@ void GenerateWindowTest::goesOnAfterATextThatIsTooLong()
     sheet.window->textField->moveCursor(QTextCursor::End);
     sheet.press(Qt::Key_Backspace);
     QCOMPARE(sheet.enabled(), edited);
-    QCOMPARE(sheet.hint(), QStringLiteral("Press Generate to draw the code"));
+    QCOMPARE(sheet.hint(), u"Press Generate to draw the code"_s);
     sheet.generate();
     QCOMPARE(sheet.enabled(), generated);
     QCOMPARE(sheet.window->imageWell->image(), codeOf(QByteArray(2331, 'q')));
@@ -317,7 +319,7 @@ void GenerateWindowTest::goesOnAfterATextThatIsTooLong()
 void GenerateWindowTest::savesTwice()
 {
     Sheet sheet;
-    sheet.type(QStringLiteral("https://example.org/"));
+    sheet.type(u"https://example.org/"_s);
     sheet.generate();
     sheet.save();
     QCOMPARE(sheet.enabled(), generated);
@@ -328,7 +330,7 @@ void GenerateWindowTest::savesTwice()
     QCOMPARE(captures.size(), 2);
     QCOMPARE(Program::pictures().size(), 2);
     for (const auto& capture : captures) {
-        QCOMPARE(capture->captureValue(), QStringLiteral("https://example.org/"));
+        QCOMPARE(capture->captureValue(), u"https://example.org/"_s);
         QVERIFY(capture->isURLValue());
         QCOMPARE(capture->getImage().load().size(), QSize(1024, 1024));
     }
@@ -339,7 +341,7 @@ void GenerateWindowTest::savesTwice()
 void GenerateWindowTest::generatingAloneStoresNothing()
 {
     Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     sheet.generate();
     QVERIFY(sheet.program.journal().captures().empty());
     QVERIFY(Program::pictures().isEmpty());
@@ -348,7 +350,7 @@ void GenerateWindowTest::generatingAloneStoresNothing()
 void GenerateWindowTest::closeStoresNothing()
 {
     Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     sheet.generate();
     Sheet::click(sheet.window->buttonClose);
     // The window is gone at once, the sheet ends with the next turn of the event loop.
@@ -369,7 +371,7 @@ void GenerateWindowTest::escapeCloses()
 void GenerateWindowTest::aNewSheetIsEmpty()
 {
     Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     sheet.generate();
     Sheet::click(sheet.window->buttonClose);
     QTRY_VERIFY(platform::attachedSheet(sheet.program.journal().window()) == nullptr);
@@ -377,14 +379,14 @@ void GenerateWindowTest::aNewSheetIsEmpty()
     sheet.window = sheet.program.journal().generateWindow();
     QCOMPARE(sheet.enabled(), empty);
     QCOMPARE(sheet.window->textField->stringValue(), QString());
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     QCOMPARE(sheet.enabled(), edited);
 }
 
 void GenerateWindowTest::refusesDrops()
 {
     const Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     sheet.generate();
     QMimeData data;
     data.setImageData(support::plainPicture());
@@ -397,13 +399,13 @@ void GenerateWindowTest::refusesDrops()
 void GenerateWindowTest::dragsTheCodeOut()
 {
     const Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     sheet.generate();
     QTest::mousePress(sheet.window->imageWell, Qt::LeftButton);
     const auto* drag = qApp->findChild<QDrag*>();
     QVERIFY(drag != nullptr);
     const QString path = drag->mimeData()->urls().value(0).toLocalFile();
-    QCOMPARE(path, platform::StandardFolders::caches() + QStringLiteral("/capture.png"));
+    QCOMPARE(path, platform::StandardFolders::caches() + u"/capture.png"_s);
     const QImage file(path);
     QCOMPARE(file.convertToFormat(QImage::Format_Grayscale8), codeOf("abc"));
     QCOMPARE(sheet.enabled(), generated);
@@ -412,7 +414,7 @@ void GenerateWindowTest::dragsTheCodeOut()
 void GenerateWindowTest::dragsNothingWhileThereIsNoCode()
 {
     const Sheet sheet;
-    sheet.type(QStringLiteral("abc"));
+    sheet.type(u"abc"_s);
     QTest::mousePress(sheet.window->imageWell, Qt::LeftButton);
     QVERIFY(qApp->findChild<QDrag*>() == nullptr);
 }

@@ -15,6 +15,8 @@
 #include <QPainter>
 #include <QPushButton>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Symbology;
 using support::Program;
 using support::waitForExaminations;
@@ -60,9 +62,9 @@ QString enabledButtons(const ImportWindow& window)
     return names.join(u' ');
 }
 
-const QString waiting = QStringLiteral("Close");
-const QString offering = QStringLiteral("Close Save Skip");
-const QString offeringLink = QStringLiteral("Close Save Skip OpenLink");
+const QString waiting = u"Close"_s;
+const QString offering = u"Close Save Skip"_s;
+const QString offeringLink = u"Close Save Skip OpenLink"_s;
 
 } // namespace
 
@@ -105,12 +107,12 @@ void ImportWindowTest::offersTheFirstCode()
 {
     Program program;
     auto& window = openImport(program);
-    drop(window, qr(QStringLiteral("first")));
+    drop(window, qr(u"first"_s));
     QVERIFY(!window.labelDragImage->isVisible());
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("first"));
+    QTRY_COMPARE(window.textField->stringValue(), u"first"_s);
     QCOMPARE(enabledButtons(window), offering);
     QCOMPARE(window.captureState(), 1);
-    QCOMPARE(window.captureData(), QStringLiteral("first"));
+    QCOMPARE(window.captureData(), u"first"_s);
     QVERIFY(!window.labelDragImage->isVisible());
     QVERIFY(!window.imageWell->image().isNull());
 }
@@ -119,9 +121,9 @@ void ImportWindowTest::enablesOpenLinkForLinksOnly_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("buttons");
-    QTest::newRow("link") << QStringLiteral("https://example.org/a") << offeringLink;
-    QTest::newRow("bare host") << QStringLiteral("example.org") << offering;
-    QTest::newRow("sentence") << QStringLiteral("go to https://example.org") << offering;
+    QTest::newRow("link") << u"https://example.org/a"_s << offeringLink;
+    QTest::newRow("bare host") << u"example.org"_s << offering;
+    QTest::newRow("sentence") << u"go to https://example.org"_s << offering;
 }
 
 void ImportWindowTest::enablesOpenLinkForLinksOnly()
@@ -139,9 +141,9 @@ void ImportWindowTest::ignoresTheCodeLastOffered()
 {
     Program program;
     auto& window = openImport(program);
-    const QImage picture = qr(QStringLiteral("same"));
+    const QImage picture = qr(u"same"_s);
     drop(window, picture);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("same"));
+    QTRY_COMPARE(window.textField->stringValue(), u"same"_s);
     drop(window, picture);
     waitForExaminations();
     QCOMPARE(window.textField->stringValue(), QString());
@@ -149,7 +151,7 @@ void ImportWindowTest::ignoresTheCodeLastOffered()
     QVERIFY(!window.labelDragImage->isVisible());
     QCOMPARE(window.captureState(), 1);
     // The same code in another picture is the same code.
-    drop(window, support::drawnCode(Symbology::Qr, QStringLiteral("same"), 7));
+    drop(window, support::drawnCode(Symbology::Qr, u"same"_s, 7));
     waitForExaminations();
     QCOMPARE(enabledButtons(window), waiting);
 }
@@ -168,8 +170,8 @@ void ImportWindowTest::offersACodeAgainAfterAnother()
 
 void ImportWindowTest::offersTheFirstOfSeveral()
 {
-    const QImage left = qr(QStringLiteral("left"));
-    const QImage right = qr(QStringLiteral("right"));
+    const QImage left = qr(u"left"_s);
+    const QImage right = qr(u"right"_s);
     QImage both(left.width() + right.width() + 40, left.height() + 20, QImage::Format_RGB32);
     both.fill(Qt::white);
     QPainter painter(&both);
@@ -181,7 +183,7 @@ void ImportWindowTest::offersTheFirstOfSeveral()
     drop(window, both);
     QTRY_VERIFY(!window.textField->stringValue().isEmpty());
     const QString offered = window.textField->stringValue();
-    QVERIFY(offered == QStringLiteral("left") || offered == QStringLiteral("right"));
+    QVERIFY(offered == u"left"_s || offered == u"right"_s);
     QTest::mouseClick(window.buttonSave, Qt::LeftButton);
     waitForExaminations();
     QCOMPARE(program.journal().captures().size(), 1);
@@ -192,7 +194,7 @@ void ImportWindowTest::clearsTheOfferAtOnceOnADrop()
 {
     Program program;
     auto& window = openImport(program);
-    drop(window, qr(QStringLiteral("https://example.org/")));
+    drop(window, qr(u"https://example.org/"_s));
     QTRY_COMPARE(enabledButtons(window), offeringLink);
     drop(window, support::plainPicture());
     QCOMPARE(window.textField->stringValue(), QString());
@@ -217,7 +219,7 @@ void ImportWindowTest::savesTheBitmapThatWasExamined()
 {
     Program program;
     auto& window = openImport(program);
-    const QImage picture = qr(QStringLiteral("keep me"));
+    const QImage picture = qr(u"keep me"_s);
     drop(window, picture);
     QTRY_COMPARE(enabledButtons(window), offering);
     QCOMPARE(window.capturedImage().size(), picture.size());
@@ -226,10 +228,10 @@ void ImportWindowTest::savesTheBitmapThatWasExamined()
     QVERIFY(window.labelDragImage->isVisible());
     QCOMPARE(enabledButtons(window), waiting);
     QCOMPARE(window.captureState(), 0);
-    QCOMPARE(window.captureData(), QStringLiteral("keep me"));
+    QCOMPARE(window.captureData(), u"keep me"_s);
     QCOMPARE(program.journal().captures().size(), 1);
     const auto& kept = *program.journal().captures().front();
-    QCOMPARE(kept.captureValue(), QStringLiteral("keep me"));
+    QCOMPARE(kept.captureValue(), u"keep me"_s);
     QCOMPARE(kept.getImage().load().size(), picture.size());
     drop(window, picture);
     waitForExaminations();
@@ -240,7 +242,7 @@ void ImportWindowTest::skipReturnsToWaiting()
 {
     Program program;
     auto& window = openImport(program);
-    drop(window, qr(QStringLiteral("skipped")));
+    drop(window, qr(u"skipped"_s));
     QTRY_COMPARE(enabledButtons(window), offering);
     QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
     QCOMPARE(enabledButtons(window), waiting);
@@ -255,7 +257,7 @@ void ImportWindowTest::closeStoresNothing()
 {
     Program program;
     auto& window = openImport(program);
-    drop(window, qr(QStringLiteral("not kept")));
+    drop(window, qr(u"not kept"_s));
     QTRY_COMPARE(enabledButtons(window), offering);
     QTest::mouseClick(window.buttonClose, Qt::LeftButton);
     // The window is gone at once, the sheet ends with the next turn of the event loop.
@@ -278,14 +280,14 @@ void ImportWindowTest::escapeCloses()
 void ImportWindowTest::aNewSheetOffersTheCodeAgain()
 {
     Program program;
-    const QImage picture = qr(QStringLiteral("again"));
+    const QImage picture = qr(u"again"_s);
     drop(openImport(program), picture);
     QTRY_COMPARE(enabledButtons(*program.journal().importWindow()), offering);
     QTest::mouseClick(program.journal().importWindow()->buttonClose, Qt::LeftButton);
     QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
     auto& window = openImport(program);
     drop(window, picture);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("again"));
+    QTRY_COMPARE(window.textField->stringValue(), u"again"_s);
 }
 
 void ImportWindowTest::survivesClosingDuringAnExamination()
@@ -315,8 +317,8 @@ void ImportWindowTest::theLaterOfTwoDropsWins()
 {
     Program program;
     auto& window = openImport(program);
-    drop(window, qr(QStringLiteral("one")));
-    drop(window, qr(QStringLiteral("two")));
+    drop(window, qr(u"one"_s));
+    drop(window, qr(u"two"_s));
     waitForExaminations();
     QTRY_COMPARE(enabledButtons(window), offering);
     // Both are examined at once: whichever was accepted last is the one on offer.
@@ -328,10 +330,10 @@ void ImportWindowTest::readsPastedPictures()
 {
     Program program;
     auto& window = openImport(program);
-    QGuiApplication::clipboard()->setImage(qr(QStringLiteral("pasted")));
+    QGuiApplication::clipboard()->setImage(qr(u"pasted"_s));
     window.imageWell->setFocus();
     QTest::keyClick(window.imageWell, Qt::Key_V, Qt::ControlModifier);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("pasted"));
+    QTRY_COMPARE(window.textField->stringValue(), u"pasted"_s);
 }
 
 VELLUMCAP_TEST_MAIN(ImportWindowTest)

@@ -8,6 +8,8 @@
 
 #include <QLabel>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::Program;
 using support::TimeZone;
 using vellumcap::Capture;
@@ -79,44 +81,42 @@ void CaptureCollectionViewByDateDataTest::midnightDividesDays()
     Program program(support::Start::NotLaunched);
     const auto at
         = [](QDate date, QTime time) { return QDateTime(date, time, Qt::LocalTime).toUTC(); };
-    program.keep(QStringLiteral("before"), at(day.addDays(-1), QTime(23, 59)));
-    program.keep(QStringLiteral("early"), at(day, QTime(1, 1)));
-    program.keep(QStringLiteral("late"), at(day, QTime(23, 59)));
-    program.keep(QStringLiteral("after"), at(day.addDays(1), QTime(0, 1)));
+    program.keep(u"before"_s, at(day.addDays(-1), QTime(23, 59)));
+    program.keep(u"early"_s, at(day, QTime(1, 1)));
+    program.keep(u"late"_s, at(day, QTime(23, 59)));
+    program.keep(u"after"_s, at(day.addDays(1), QTime(0, 1)));
     platform::CollectionView view;
     CaptureCollectionViewByDateData data(*Capture::getCaptures());
     QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
-    QCOMPARE(textsOfSection(data, view, 0), QStringList{ QStringLiteral("after") });
-    QCOMPARE(textsOfSection(data, view, 1),
-        (QStringList{ QStringLiteral("late"), QStringLiteral("early") }));
-    QCOMPARE(textsOfSection(data, view, 2), QStringList{ QStringLiteral("before") });
+    QCOMPARE(textsOfSection(data, view, 0), QStringList{ u"after"_s });
+    QCOMPARE(textsOfSection(data, view, 1), (QStringList{ u"late"_s, u"early"_s }));
+    QCOMPARE(textsOfSection(data, view, 2), QStringList{ u"before"_s });
 }
 
 void CaptureCollectionViewByDateDataTest::newestDayAndCaptureComeFirst()
 {
     Program program(support::Start::NotLaunched);
-    program.keep(QStringLiteral("b2"), localTime(2026, 5, 2, 9, 0));
-    program.keep(QStringLiteral("a1"), localTime(2025, 5, 3, 8, 0));
-    program.keep(QStringLiteral("c1"), localTime(2026, 5, 3, 7, 0));
-    program.keep(QStringLiteral("b1"), localTime(2026, 5, 2, 10, 0));
+    program.keep(u"b2"_s, localTime(2026, 5, 2, 9, 0));
+    program.keep(u"a1"_s, localTime(2025, 5, 3, 8, 0));
+    program.keep(u"c1"_s, localTime(2026, 5, 3, 7, 0));
+    program.keep(u"b1"_s, localTime(2026, 5, 2, 10, 0));
     platform::CollectionView view;
     CaptureCollectionViewByDateData data(*Capture::getCaptures());
     QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
     QVERIFY(std::is_sorted(data.sortedKeys().begin(), data.sortedKeys().end(), std::greater<>{}));
-    QCOMPARE(textsOfSection(data, view, 0), QStringList{ QStringLiteral("c1") });
-    QCOMPARE(
-        textsOfSection(data, view, 1), (QStringList{ QStringLiteral("b1"), QStringLiteral("b2") }));
-    QCOMPARE(textsOfSection(data, view, 2), QStringList{ QStringLiteral("a1") });
+    QCOMPARE(textsOfSection(data, view, 0), QStringList{ u"c1"_s });
+    QCOMPARE(textsOfSection(data, view, 1), (QStringList{ u"b1"_s, u"b2"_s }));
+    QCOMPARE(textsOfSection(data, view, 2), QStringList{ u"a1"_s });
 }
 
 void CaptureCollectionViewByDateDataTest::headsSections_data()
 {
     QTest::addColumn<QByteArray>("zone");
     QTest::addColumn<QString>("header");
-    QTest::newRow("GMT") << QByteArray("UTC") << QStringLiteral("6/10/26");
-    QTest::newRow("east of GMT") << QByteArray("Asia/Tokyo") << QStringLiteral("6/10/26");
+    QTest::newRow("GMT") << QByteArray("UTC") << u"6/10/26"_s;
+    QTest::newRow("east of GMT") << QByteArray("Asia/Tokyo") << u"6/10/26"_s;
     // The key is shifted by the offset, so that west of GMT it falls into the evening before.
-    QTest::newRow("west of GMT") << QByteArray("America/Bogota") << QStringLiteral("6/9/26");
+    QTest::newRow("west of GMT") << QByteArray("America/Bogota") << u"6/9/26"_s;
 }
 
 void CaptureCollectionViewByDateDataTest::headsSections()
@@ -125,7 +125,7 @@ void CaptureCollectionViewByDateDataTest::headsSections()
     QFETCH(QString, header);
     const TimeZone there(zone.constData());
     Program program;
-    program.keep(QStringLiteral("x"), localTime(2026, 6, 10, 12, 0));
+    program.keep(u"x"_s, localTime(2026, 6, 10, 12, 0));
     auto* shown = program.journal().collectionView->findChild<ImageCollectionViewHeaderCell*>();
     QVERIFY(shown != nullptr);
     QCOMPARE(shown->label->text(), header);
@@ -136,12 +136,12 @@ void CaptureCollectionViewByDateDataTest::headsSections()
 void CaptureCollectionViewByDateDataTest::givesTheCaptureThatIsShown()
 {
     Program program;
-    program.keep(QStringLiteral("old"), localTime(2026, 6, 10, 12, 0));
-    const auto middle = program.keep(QStringLiteral("middle"), localTime(2026, 6, 11, 12, 0));
+    program.keep(u"old"_s, localTime(2026, 6, 10, 12, 0));
+    const auto middle = program.keep(u"middle"_s, localTime(2026, 6, 11, 12, 0));
     auto& view = *program.journal().collectionView;
     view.selectItem({ 0, 0 });
     QCOMPARE(program.journal().selectedCapture(), middle);
-    const auto newest = program.keep(QStringLiteral("newest"), localTime(2026, 6, 12, 12, 0));
+    const auto newest = program.keep(u"newest"_s, localTime(2026, 6, 12, 12, 0));
     QCOMPARE(program.journal().selectedCapture(), middle);
     view.selectItem({ 0, 0 });
     QCOMPARE(program.journal().selectedCapture(), newest);
@@ -152,7 +152,7 @@ void CaptureCollectionViewByDateDataTest::givesTheCaptureThatIsShown()
 void CaptureCollectionViewByDateDataTest::doesNothingForAnEmptySelection()
 {
     Program program;
-    const auto capture = program.keep(QStringLiteral("x"));
+    const auto capture = program.keep(u"x"_s);
     auto& view = *program.journal().collectionView;
     view.selectItem({ 0, 0 });
     program.journal().captureCollectionViewByDateData().didSelectItemsAtIndexPaths(view, {});

@@ -2,6 +2,8 @@
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 
+using Qt::StringLiterals::operator""_s;
+
 using support::Program;
 using support::Start;
 using vellumcap::CaptureImageBrowserDatasource;
@@ -18,13 +20,13 @@ private Q_SLOTS:
 void CaptureImageBrowserTest::describesACapture()
 {
     Program program(Start::NotLaunched);
-    const auto capture = program.keep(QStringLiteral("text"));
+    const auto capture = program.keep(u"text"_s);
     const CaptureImageBrowserDatasource source({ capture });
     QCOMPARE(source.numberOfItemsInImageBrowser(), 1);
     const auto item = source.itemAtIndex(0);
     QCOMPARE(item.capture(), capture);
     QCOMPARE(item.imageUID(), capture->captureImageKey());
-    QCOMPARE(item.imageTitle(), QStringLiteral("text"));
+    QCOMPARE(item.imageTitle(), u"text"_s);
     QCOMPARE(item.imageRepresentation(), capture->getImage());
     QCOMPARE(item.imageRepresentationType(), vellumcap::ImageRepresentationType::ImageFile);
 }
@@ -33,9 +35,9 @@ void CaptureImageBrowserTest::writesSubtitles_data()
 {
     QTest::addColumn<QTime>("time");
     QTest::addColumn<QString>("subtitle");
-    QTest::newRow("unpadded minute") << QTime(9, 5) << QStringLiteral("2026-06-10 @ 9:5 AM");
-    QTest::newRow("afternoon") << QTime(15, 45) << QStringLiteral("2026-06-10 @ 3:45 PM");
-    QTest::newRow("midnight") << QTime(0, 0) << QStringLiteral("2026-06-10 @ 12:0 AM");
+    QTest::newRow("unpadded minute") << QTime(9, 5) << u"2026-06-10 @ 9:5 AM"_s;
+    QTest::newRow("afternoon") << QTime(15, 45) << u"2026-06-10 @ 3:45 PM"_s;
+    QTest::newRow("midnight") << QTime(0, 0) << u"2026-06-10 @ 12:0 AM"_s;
 }
 
 void CaptureImageBrowserTest::writesSubtitles()
@@ -44,8 +46,8 @@ void CaptureImageBrowserTest::writesSubtitles()
     QFETCH(QString, subtitle);
     const support::TimeZone there("Asia/Tokyo");
     Program program(Start::NotLaunched);
-    const auto capture = program.keep(
-        QStringLiteral("x"), QDateTime(QDate(2026, 6, 10), time, Qt::LocalTime).toUTC());
+    const auto capture
+        = program.keep(u"x"_s, QDateTime(QDate(2026, 6, 10), time, Qt::LocalTime).toUTC());
     QCOMPARE(vellumcap::CaptureImageBrowserItem(capture).imageSubtitle(), subtitle);
 }
 
@@ -54,7 +56,7 @@ void CaptureImageBrowserTest::followsTheJournal()
     Program program;
     auto& source = program.journal().captureImageBrowserDatasource();
     QCOMPARE(source.numberOfItemsInImageBrowser(), 0);
-    program.keep(QStringLiteral("x"));
+    program.keep(u"x"_s);
     QCOMPARE(source.numberOfItemsInImageBrowser(), 1);
 }
 

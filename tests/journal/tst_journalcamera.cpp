@@ -3,6 +3,8 @@
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CameraRegistry;
 using support::Program;
 
@@ -19,8 +21,7 @@ void JournalCameraTest::offersScanningWithACamera()
     {
         Program program;
         QVERIFY(!program.journal().scanAvailable());
-        const auto camera = rig.addCamera(
-            { .name = QStringLiteral("cam.a"), .description = QStringLiteral("Camera A") });
+        const auto camera = rig.addCamera({ .name = u"cam.a"_s, .description = u"Camera A"_s });
         QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 1);
         QVERIFY(!program.journal().scanAvailable());
         Program another;

@@ -25,6 +25,8 @@
 #include <QToolButton>
 #include <QUndoStack>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::Data;
 using support::Program;
 using vellumcap::Capture;
@@ -32,8 +34,8 @@ using vellumcap::JournalWindow;
 
 namespace {
 
-const QString webLink = QStringLiteral("https://example.org/x");
-const QString plainText = QStringLiteral("just text");
+const QString webLink = u"https://example.org/x"_s;
+const QString plainText = u"just text"_s;
 
 QAction* itemOf(JournalWindow& journal, const char* name)
 {
@@ -123,11 +125,11 @@ void JournalWindowTest::showsItsTitleAndNothingAtFirst()
 {
     Program program;
     auto& journal = program.journal();
-    QCOMPARE(journal.window()->windowTitle(), QStringLiteral("Vellumcap"));
+    QCOMPARE(journal.window()->windowTitle(), u"Vellumcap"_s);
     QVERIFY(journal.selectedCapture() == nullptr);
     QVERIFY(journal.selectedImage->image().isNull());
     QVERIFY(!journal.selectedText->isVisible());
-    QVERIFY(journal.window()->findChild<QLabel*>(QStringLiteral("placeholderTitle"))->isVisible());
+    QVERIFY(journal.window()->findChild<QLabel*>(u"placeholderTitle"_s)->isVisible());
     QCOMPARE(journal.collectionView->dataSource(), &journal.captureCollectionViewByDateData());
 }
 
@@ -135,15 +137,13 @@ void JournalWindowTest::validatesItems_data()
 {
     QTest::addColumn<QString>("selected");
     QTest::addColumn<QStringList>("enabled");
-    const QStringList always{ QStringLiteral("importImage"), QStringLiteral("generate") };
+    const QStringList always{ u"importImage"_s, u"generate"_s };
     QTest::newRow("nothing") << QString() << always;
     QTest::newRow("text") << plainText
-                          << always
-            + QStringList{ QStringLiteral("saveImage"), QStringLiteral("deleteCapture") };
+                          << always + QStringList{ u"saveImage"_s, u"deleteCapture"_s };
     QTest::newRow("link") << webLink
                           << always
-            + QStringList{ QStringLiteral("saveImage"), QStringLiteral("openLinkInSafari"),
-                  QStringLiteral("deleteCapture") };
+            + QStringList{ u"saveImage"_s, u"openLinkInSafari"_s, u"deleteCapture"_s };
 }
 
 void JournalWindowTest::validatesItems()
@@ -156,7 +156,7 @@ void JournalWindowTest::validatesItems()
         program.keep(selected);
         journal.collectionView->selectItem({ 0, 0 });
     }
-    auto* menu = journal.window()->findChild<QMenu*>(QStringLiteral("menuFile"));
+    auto* menu = journal.window()->findChild<QMenu*>(u"menuFile"_s);
     Q_EMIT menu->aboutToShow();
     QCOMPARE(enabledItems(journal), enabled);
     QStringList buttons = enabledToolButtons(journal);
@@ -175,7 +175,7 @@ void JournalWindowTest::validatesScanAndWatchByTheCamera()
     journal.setScanAvailable(true);
     QVERIFY(itemOf(journal, "scan")->isEnabled());
     QVERIFY(itemOf(journal, "watch")->isEnabled());
-    QVERIFY(enabledToolButtons(journal).contains(QStringLiteral("scan")));
+    QVERIFY(enabledToolButtons(journal).contains(u"scan"_s));
 }
 
 void JournalWindowTest::disablesUnknownItems()
@@ -218,7 +218,7 @@ void JournalWindowTest::makesANewControllerForEachSheet()
     auto& journal = program.journal();
     journal.importImage(nullptr);
     QPointer<vellumcap::ImportWindow> first = journal.importWindow();
-    QCOMPARE(first->windowNibName(), QStringLiteral("ImportWindow"));
+    QCOMPARE(first->windowNibName(), u"ImportWindow"_s);
     QTest::mouseClick(first->buttonClose, Qt::LeftButton);
     QTRY_VERIFY(platform::attachedSheet(journal.window()) == nullptr);
     journal.importImage(nullptr);
@@ -244,13 +244,12 @@ void JournalWindowTest::passesTheScriptNameOn_data()
 {
     QTest::addColumn<QVariantMap>("options");
     QTest::addColumn<QString>("name");
-    const QString key = QStringLiteral("ScriptName");
+    const QString key = u"ScriptName"_s;
     QTest::newRow("none") << QVariantMap() << QString();
     QTest::newRow("empty") << QVariantMap{ { key, QString() } } << QString();
     QTest::newRow("number") << QVariantMap{ { key, 7 } } << QString();
     QTest::newRow("list") << QVariantMap{ { key, QStringList{ key } } } << QString();
-    QTest::newRow("name") << QVariantMap{ { key, QStringLiteral("a.scpt") } }
-                          << QStringLiteral("a.scpt");
+    QTest::newRow("name") << QVariantMap{ { key, u"a.scpt"_s } } << u"a.scpt"_s;
 }
 
 void JournalWindowTest::passesTheScriptNameOn()
@@ -270,11 +269,11 @@ void JournalWindowTest::showsTheSelectedCapture()
 {
     Program program;
     auto& journal = program.journal();
-    program.keep(plainText)->setNotes(QStringLiteral("my notes"));
+    program.keep(plainText)->setNotes(u"my notes"_s);
     QTest::mouseClick(journal.collectionView->itemAtIndexPath({ 0, 0 }), Qt::LeftButton);
     QVERIFY(journal.selectedText->isVisible());
     QCOMPARE(journal.selectedText->stringValue(), plainText);
-    QCOMPARE(journal.selectedNotes->stringValue(), QStringLiteral("my notes"));
+    QCOMPARE(journal.selectedNotes->stringValue(), u"my notes"_s);
     QTRY_COMPARE(journal.selectedImage->image().size(), support::plainPicture().size());
     journal.captureSelected(nullptr);
     QVERIFY(!journal.selectedImage->isVisible());
@@ -286,11 +285,11 @@ void JournalWindowTest::showsTheSelectedCapture()
 void JournalWindowTest::showsAbsentNotesAsEmpty()
 {
     Program program;
-    program.keep(plainText)->setNotes(QStringLiteral("notes"));
+    program.keep(plainText)->setNotes(u"notes"_s);
     program.keep(webLink, QDateTime::currentDateTimeUtc().addSecs(1));
     auto& journal = program.journal();
     journal.collectionView->selectItem({ 0, 1 });
-    QCOMPARE(journal.selectedNotes->stringValue(), QStringLiteral("notes"));
+    QCOMPARE(journal.selectedNotes->stringValue(), u"notes"_s);
     journal.collectionView->selectItem({ 0, 0 });
     QCOMPARE(journal.selectedNotes->stringValue(), QString());
 }
@@ -304,30 +303,29 @@ void JournalWindowTest::keepsNotesWhenTheFieldIsLeft()
         QApplication::setActiveWindow(journal.window());
         journal.collectionView->selectItem({ 0, 0 });
         journal.selectedNotes->setFocus();
-        QTest::keyClicks(journal.selectedNotes, QStringLiteral("first"));
+        QTest::keyClicks(journal.selectedNotes, u"first"_s);
         QTest::keyClick(journal.selectedNotes, Qt::Key_Return);
-        QTest::keyClicks(journal.selectedNotes, QStringLiteral("second"));
+        QTest::keyClicks(journal.selectedNotes, u"second"_s);
         QVERIFY(!journal.selectedCapture()->notes());
         QTest::keyClick(journal.selectedNotes, Qt::Key_Tab);
-        QCOMPARE(journal.selectedCapture()->notes(), QStringLiteral("first\nsecond"));
+        QCOMPARE(journal.selectedCapture()->notes(), u"first\nsecond"_s);
         QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
     }
     Program again(support::Start::Launched, Data::Kept);
     again.journal().collectionView->selectItem({ 0, 0 });
-    QCOMPARE(again.journal().selectedNotes->stringValue(), QStringLiteral("first\nsecond"));
+    QCOMPARE(again.journal().selectedNotes->stringValue(), u"first\nsecond"_s);
 }
 
 void JournalWindowTest::keepsNotesWhenAnotherCaptureIsSelected()
 {
     Program program;
     auto& journal = program.journal();
-    const auto first = program.keep(QStringLiteral("first"));
-    const auto second
-        = program.keep(QStringLiteral("second"), QDateTime::currentDateTimeUtc().addSecs(1));
+    const auto first = program.keep(u"first"_s);
+    const auto second = program.keep(u"second"_s, QDateTime::currentDateTimeUtc().addSecs(1));
     journal.captureSelected(first);
-    QTest::keyClicks(journal.selectedNotes, QStringLiteral("of the first"));
+    QTest::keyClicks(journal.selectedNotes, u"of the first"_s);
     journal.captureSelected(second);
-    QCOMPARE(first->notes(), QStringLiteral("of the first"));
+    QCOMPARE(first->notes(), u"of the first"_s);
     QVERIFY(!second->notes());
 }
 
@@ -336,11 +334,11 @@ void JournalWindowTest::dropsNotesWithoutASelection()
     Program program;
     auto& journal = program.journal();
     const auto capture = program.keep(plainText);
-    capture->setNotes(QStringLiteral("pending"));
+    capture->setNotes(u"pending"_s);
     journal.captureSelected(nullptr);
-    journal.selectedNotes->setStringValue(QStringLiteral("dropped"));
+    journal.selectedNotes->setStringValue(u"dropped"_s);
     journal.controlTextDidEndEditing(*journal.selectedNotes);
-    QCOMPARE(capture->notes(), QStringLiteral("pending"));
+    QCOMPARE(capture->notes(), u"pending"_s);
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
 }
 
@@ -349,9 +347,9 @@ void JournalWindowTest::deletesTheSelectedCapture()
     Program program;
     auto& journal = program.journal();
     const QDateTime noon(QDate(2026, 6, 10), QTime(12, 0), Qt::UTC);
-    program.keep(QStringLiteral("alone"), noon);
-    program.keep(QStringLiteral("a"), noon.addDays(-1));
-    program.keep(QStringLiteral("b"), noon.addDays(-1).addSecs(-1));
+    program.keep(u"alone"_s, noon);
+    program.keep(u"a"_s, noon.addDays(-1));
+    program.keep(u"b"_s, noon.addDays(-1).addSecs(-1));
     auto& days = journal.captureCollectionViewByDateData();
     QCOMPARE(days.sortedKeys().size(), 2);
     journal.collectionView->selectItem({ 0, 0 });
@@ -362,8 +360,8 @@ void JournalWindowTest::deletesTheSelectedCapture()
     QVERIFY(!journal.selectedText->isVisible());
     QCOMPARE(days.sortedKeys().size(), 1);
     QCOMPARE(journal.captures().size(), 2);
-    QCOMPARE(journal.captures()[0]->captureValue(), QStringLiteral("a"));
-    QCOMPARE(journal.captures()[1]->captureValue(), QStringLiteral("b"));
+    QCOMPARE(journal.captures()[0]->captureValue(), u"a"_s);
+    QCOMPARE(journal.captures()[1]->captureValue(), u"b"_s);
     QCOMPARE(Program::pictures().size(), 2);
     QVERIFY(!itemOf(journal, "deleteCapture")->isEnabled());
 }
@@ -376,7 +374,7 @@ void JournalWindowTest::undoBringsADeletedCaptureBack()
     journal.collectionView->selectItem({ 0, 0 });
     itemOf(journal, "deleteCapture")->trigger();
     QVERIFY(journal.captures().empty());
-    Q_EMIT journal.window()->findChild<QMenu*>(QStringLiteral("menuEdit"))->aboutToShow();
+    Q_EMIT journal.window()->findChild<QMenu*>(u"menuEdit"_s)->aboutToShow();
     QVERIFY(itemOf(journal, "undo")->isEnabled());
     itemOf(journal, "undo")->trigger();
     QCOMPARE(journal.captures().size(), 1);
@@ -401,18 +399,15 @@ void JournalWindowTest::newCapturesAppearOnTop()
 {
     Program program;
     auto& journal = program.journal();
-    program.keep(QStringLiteral("old"), QDateTime::currentDateTimeUtc().addDays(-3));
-    Capture::storeCapture(support::plainPicture(), QStringLiteral("one"));
+    program.keep(u"old"_s, QDateTime::currentDateTimeUtc().addDays(-3));
+    Capture::storeCapture(support::plainPicture(), u"one"_s);
     journal.refreshLists();
     QTest::qWait(2); // moments differ by a millisecond at least
-    Capture::storeCapture(support::plainPicture(), QStringLiteral("two"));
+    Capture::storeCapture(support::plainPicture(), u"two"_s);
     journal.refreshLists();
-    QCOMPARE(journal.collectionView->itemAtIndexPath({ 0, 0 })->textField->text(),
-        QStringLiteral("two"));
-    QCOMPARE(journal.collectionView->itemAtIndexPath({ 0, 1 })->textField->text(),
-        QStringLiteral("one"));
-    QCOMPARE(journal.collectionView->itemAtIndexPath({ 1, 0 })->textField->text(),
-        QStringLiteral("old"));
+    QCOMPARE(journal.collectionView->itemAtIndexPath({ 0, 0 })->textField->text(), u"two"_s);
+    QCOMPARE(journal.collectionView->itemAtIndexPath({ 0, 1 })->textField->text(), u"one"_s);
+    QCOMPARE(journal.collectionView->itemAtIndexPath({ 1, 0 })->textField->text(), u"old"_s);
 }
 
 void JournalWindowTest::showsMissingPicturesAsEmpty()
@@ -423,7 +418,7 @@ void JournalWindowTest::showsMissingPicturesAsEmpty()
     QVERIFY(QFile::remove(capture->getImageUrl()));
     journal.captureSelected(capture);
     QVERIFY(journal.selectedImage->image().isNull());
-    const QString target = Program::dataFolder() + QStringLiteral("/../out.jpg");
+    const QString target = Program::dataFolder() + u"/../out.jpg"_s;
     auto* panel = openSavePanel(journal);
     QVERIFY(panel != nullptr);
     panel->selectFile(target);
@@ -442,14 +437,13 @@ void JournalWindowTest::savesAPictureByteForByte()
     auto* panel = openSavePanel(journal);
     QVERIFY(panel != nullptr);
     QCOMPARE(panel->acceptMode(), QFileDialog::AcceptSave);
-    QVERIFY(panel->findChild<QLineEdit*>()->text().startsWith(QStringLiteral("QR Capture")));
-    const QString target
-        = QDir::tempPath() + QStringLiteral("/exported-") + capture->captureImageKey();
+    QVERIFY(panel->findChild<QLineEdit*>()->text().startsWith(u"QR Capture"_s));
+    const QString target = QDir::tempPath() + u"/exported-"_s + capture->captureImageKey();
     panel->findChild<QLineEdit*>()->setText(target);
     QMetaObject::invokeMethod(panel, "accept");
-    QTRY_VERIFY(QFileInfo::exists(target + QStringLiteral(".jpg")));
-    QCOMPARE(bytesOf(target + QStringLiteral(".jpg")), bytesOf(capture->getImageUrl()));
-    QFile::remove(target + QStringLiteral(".jpg"));
+    QTRY_VERIFY(QFileInfo::exists(target + u".jpg"_s));
+    QCOMPARE(bytesOf(target + u".jpg"_s), bytesOf(capture->getImageUrl()));
+    QFile::remove(target + u".jpg"_s);
 }
 
 void JournalWindowTest::savingReplacesAnExistingFile()
@@ -458,7 +452,7 @@ void JournalWindowTest::savingReplacesAnExistingFile()
     auto& journal = program.journal();
     const auto capture = program.keep(plainText);
     journal.captureSelected(capture);
-    const QString target = QDir::homePath() + QStringLiteral("/there.jpg");
+    const QString target = QDir::homePath() + u"/there.jpg"_s;
     QFile there(target);
     QVERIFY(there.open(QIODevice::WriteOnly));
     there.write("something else");
@@ -500,7 +494,7 @@ void JournalWindowTest::cancellingThePanelChangesNothing()
 void JournalWindowTest::foreignTextStaysPlain()
 {
     Program program;
-    const QString hostile = QStringLiteral("<img src='file:///etc/passwd'><b>%1 %n</b>");
+    const QString hostile = u"<img src='file:///etc/passwd'><b>%1 %n</b>"_s;
     program.keep(hostile);
     auto& journal = program.journal();
     journal.collectionView->selectItem({ 0, 0 });
@@ -508,7 +502,7 @@ void JournalWindowTest::foreignTextStaysPlain()
     auto* cell = journal.collectionView->itemAtIndexPath({ 0, 0 });
     QCOMPARE(cell->textField->text(), hostile);
     for (const auto* label : journal.window()->findChildren<QLabel*>()) {
-        if (label->text().contains(QStringLiteral("passwd"))) {
+        if (label->text().contains(u"passwd"_s)) {
             QCOMPARE(label->textFormat(), Qt::PlainText);
         }
     }
@@ -518,7 +512,7 @@ void JournalWindowTest::dividersKeepTheListWide()
 {
     Program program;
     auto& journal = program.journal();
-    auto* split = journal.window()->findChild<QSplitter*>(QStringLiteral("splitView"));
+    auto* split = journal.window()->findChild<QSplitter*>(u"splitView"_s);
     for (const double proposed : { -10.0, 0.0, 219.0, 500.0 }) {
         QCOMPARE(journal.constrainMinCoordinate(*split, proposed, 0), 220.0);
         QCOMPARE(journal.constrainMinCoordinate(*split, proposed, 3), 220.0);
@@ -531,15 +525,15 @@ void JournalWindowTest::showsTheFlatListToo()
 {
     Program program;
     auto& journal = program.journal();
-    program.keep(QStringLiteral("old"), QDateTime::currentDateTimeUtc().addDays(-3));
-    const auto newest = program.keep(QStringLiteral("new"));
+    program.keep(u"old"_s, QDateTime::currentDateTimeUtc().addDays(-3));
+    const auto newest = program.keep(u"new"_s);
     auto& view = *journal.collectionView;
     view.setDataSource(&journal);
     view.setDelegate(&journal);
     QCOMPARE(journal.numberOfSectionsInCollectionView(view), 1);
     QCOMPARE(journal.numberOfItemsInSection(view, 0), 2);
-    QCOMPARE(view.itemAtIndexPath({ 0, 0 })->textField->text(), QStringLiteral("new"));
-    QCOMPARE(view.itemAtIndexPath({ 0, 1 })->textField->text(), QStringLiteral("old"));
+    QCOMPARE(view.itemAtIndexPath({ 0, 0 })->textField->text(), u"new"_s);
+    QCOMPARE(view.itemAtIndexPath({ 0, 1 })->textField->text(), u"old"_s);
     view.selectItem({ 0, 0 });
     QCOMPARE(journal.selectedCapture(), newest);
 }

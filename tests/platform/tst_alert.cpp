@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+using Qt::StringLiterals::operator""_s;
+
 class AlertTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -23,7 +25,7 @@ private Q_SLOTS:
 
 namespace {
 
-const QStringList quitOrCancel{ QStringLiteral("Quit anyway"), QStringLiteral("Cancel") };
+const QStringList quitOrCancel{ u"Quit anyway"_s, u"Cancel"_s };
 
 int runAnd(const platform::Alert& alert, const std::function<void(QMessageBox&)>& answer)
 {
@@ -51,7 +53,7 @@ void AlertTest::returnsThePlaceOfTheButton_data()
 void AlertTest::returnsThePlaceOfTheButton()
 {
     QFETCH(int, place);
-    const platform::Alert alert{ QStringLiteral("Quit?"), {}, quitOrCancel };
+    const platform::Alert alert{ u"Quit?"_s, {}, quitOrCancel };
     QCOMPARE(runAnd(alert, [place](QMessageBox& box) { box.buttons().at(place)->click(); }), place);
 }
 
@@ -60,8 +62,8 @@ void AlertTest::pressesByKey_data()
     QTest::addColumn<QStringList>("buttons");
     QTest::addColumn<int>("key");
     QTest::addColumn<int>("place");
-    const QStringList three{ QStringLiteral("A"), QStringLiteral("Cancel"), QStringLiteral("B") };
-    const QStringList without{ QStringLiteral("A"), QStringLiteral("B") };
+    const QStringList three{ u"A"_s, u"Cancel"_s, u"B"_s };
+    const QStringList without{ u"A"_s, u"B"_s };
     QTest::newRow("return presses the first") << three << int{ Qt::Key_Return } << 0;
     QTest::newRow("escape presses Cancel") << three << int{ Qt::Key_Escape } << 1;
     QTest::newRow("escape presses the last without one") << without << int{ Qt::Key_Escape } << 1;
@@ -72,7 +74,7 @@ void AlertTest::pressesByKey()
     QFETCH(QStringList, buttons);
     QFETCH(int, key);
     QFETCH(int, place);
-    const platform::Alert alert{ QStringLiteral("Quit?"), {}, buttons };
+    const platform::Alert alert{ u"Quit?"_s, {}, buttons };
     QCOMPARE(runAnd(alert,
                  [key](QMessageBox& box) { QTest::keyClick(&box, static_cast<Qt::Key>(key)); }),
         place);
@@ -81,7 +83,7 @@ void AlertTest::pressesByKey()
 void AlertTest::keepsTheOrderOfTheButtons()
 {
     QStringList seen;
-    const platform::Alert alert{ QStringLiteral("Quit?"), {}, quitOrCancel };
+    const platform::Alert alert{ u"Quit?"_s, {}, quitOrCancel };
     runAnd(alert, [&seen](QMessageBox& box) {
         auto buttons = box.findChildren<QPushButton*>();
         std::sort(buttons.begin(), buttons.end(),
@@ -96,7 +98,7 @@ void AlertTest::keepsTheOrderOfTheButtons()
 
 void AlertTest::showsPlainTextOnly()
 {
-    const auto markup = QStringLiteral("<a href=\"https://example.org\">a</a>");
+    const auto markup = u"<a href=\"https://example.org\">a</a>"_s;
     const platform::Alert alert{ markup, markup, quitOrCancel };
     int labels = 0;
     runAnd(alert, [&](QMessageBox& box) {
@@ -115,8 +117,8 @@ void AlertTest::showsPlainTextOnly()
 
 void AlertTest::wrapsLongTexts()
 {
-    const platform::Alert alert{ QStringLiteral("word ").repeated(300),
-        QStringLiteral("/folder").repeated(300), quitOrCancel };
+    const platform::Alert alert{ u"word "_s.repeated(300), u"/folder"_s.repeated(300),
+        quitOrCancel };
     int width = 0;
     runAnd(alert, [&width](QMessageBox& box) {
         width = box.width();

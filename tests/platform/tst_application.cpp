@@ -12,6 +12,8 @@
 #include <csignal>
 #include <cstdio>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Application;
 using platform::TerminateReply;
 
@@ -93,8 +95,8 @@ private Q_SLOTS:
 void ApplicationTest::hasTheProgramsNames()
 {
     QCOMPARE(&Application::shared(), qApp);
-    QCOMPARE(Application::applicationDisplayName(), QStringLiteral("Vellumcap"));
-    QCOMPARE(Application::desktopFileName(), QStringLiteral("org.vellumcap.Vellumcap"));
+    QCOMPARE(Application::applicationDisplayName(), u"Vellumcap"_s);
+    QCOMPARE(Application::desktopFileName(), u"org.vellumcap.Vellumcap"_s);
     QVERIFY(!Application::quitOnLastWindowClosed());
 }
 
@@ -194,11 +196,11 @@ void ApplicationTest::presentsErrors()
         }
         box->buttons().first()->click();
     });
-    QVERIFY(!Application::shared().presentError(
-        { QStringLiteral("test"), 1, QStringLiteral("It failed."), QStringLiteral("<b>So.</b>") }));
-    QCOMPARE(message, QStringLiteral("It failed."));
-    QCOMPARE(reason, QStringLiteral("<b>So.</b>"));
-    QCOMPARE(buttons, QStringList{ QStringLiteral("OK") });
+    QVERIFY(
+        !Application::shared().presentError({ u"test"_s, 1, u"It failed."_s, u"<b>So.</b>"_s }));
+    QCOMPARE(message, u"It failed."_s);
+    QCOMPARE(reason, u"<b>So.</b>"_s);
+    QCOMPARE(buttons, QStringList{ u"OK"_s });
 }
 
 void ApplicationTest::endsOnSignals_data()
@@ -214,7 +216,7 @@ void ApplicationTest::endsOnSignals()
 
     QProcess child;
     QByteArray said;
-    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--run") });
+    child.start(QCoreApplication::applicationFilePath(), { u"--run"_s });
     const auto heard = [&](const char* line) {
         said += child.readAllStandardOutput();
         return said.contains(line);
@@ -235,7 +237,7 @@ void ApplicationTest::endsOnSignals()
 void ApplicationTest::finishesBackgroundWorkAtTheEnd()
 {
     QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--end") });
+    child.start(QCoreApplication::applicationFilePath(), { u"--end"_s });
     QVERIFY(child.waitForFinished());
     QCOMPARE(child.exitCode(), 0);
     QCOMPARE(child.readAllStandardOutput(), QByteArray("job's end\ndeleted\n"));
@@ -245,10 +247,10 @@ int main(int argc, char** argv)
 {
     const support::Sandbox sandbox;
     Application application(argc, argv);
-    if (application.arguments().contains(QStringLiteral("--run"))) {
+    if (application.arguments().contains(u"--run"_s)) {
         return runAsChild(application);
     }
-    if (application.arguments().contains(QStringLiteral("--end"))) {
+    if (application.arguments().contains(u"--end"_s)) {
         return endAtOnce();
     }
     ApplicationTest cases;

@@ -10,6 +10,8 @@
 
 #include <array>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::BarcodeObservation;
 using platform::DetectBarcodesRequest;
 using platform::ImageRequestHandler;
@@ -124,22 +126,22 @@ void BarcodeDetection::readsEverySymbology_data()
         = [](const char* name, Symbology symbology, const QString& written, const QString& read) {
               QTest::newRow(name) << symbology << written << (read.isEmpty() ? written : read);
           };
-    row("Aztec", Symbology::Aztec, QStringLiteral("Aztec 1"), {});
-    row("Codabar", Symbology::Codabar, QStringLiteral("A1234567B"), {});
-    row("Code 39", Symbology::Code39, QStringLiteral("CODE-39"), {});
-    row("Code 93", Symbology::Code93, QStringLiteral("CODE 93"), {});
-    row("Code 128", Symbology::Code128, QStringLiteral("Code 128"), {});
-    row("Data Matrix", Symbology::DataMatrix, QStringLiteral("Data Matrix 1"), {});
-    row("EAN-8", Symbology::Ean8, QStringLiteral("96385074"), {});
-    row("EAN-13", Symbology::Ean13, QStringLiteral("4006381333931"), {});
-    row("UPC-A", Symbology::Ean13, QStringLiteral("0036000291452"), {});
-    row("UPC-E, 0", Symbology::UpcE, QStringLiteral("01234505"), QStringLiteral("0012000003455"));
-    row("UPC-E, 3", Symbology::UpcE, QStringLiteral("01234531"), QStringLiteral("0012300000451"));
-    row("UPC-E, 4", Symbology::UpcE, QStringLiteral("01234543"), QStringLiteral("0012340000053"));
-    row("UPC-E, 6", Symbology::UpcE, QStringLiteral("01234565"), QStringLiteral("0012345000065"));
-    row("ITF", Symbology::Itf, QStringLiteral("00123456789012"), {});
-    row("PDF417", Symbology::Pdf417, QStringLiteral("PDF 417 text"), {});
-    row("QR", Symbology::Qr, QStringLiteral("https://example.org/"), {});
+    row("Aztec", Symbology::Aztec, u"Aztec 1"_s, {});
+    row("Codabar", Symbology::Codabar, u"A1234567B"_s, {});
+    row("Code 39", Symbology::Code39, u"CODE-39"_s, {});
+    row("Code 93", Symbology::Code93, u"CODE 93"_s, {});
+    row("Code 128", Symbology::Code128, u"Code 128"_s, {});
+    row("Data Matrix", Symbology::DataMatrix, u"Data Matrix 1"_s, {});
+    row("EAN-8", Symbology::Ean8, u"96385074"_s, {});
+    row("EAN-13", Symbology::Ean13, u"4006381333931"_s, {});
+    row("UPC-A", Symbology::Ean13, u"0036000291452"_s, {});
+    row("UPC-E, 0", Symbology::UpcE, u"01234505"_s, u"0012000003455"_s);
+    row("UPC-E, 3", Symbology::UpcE, u"01234531"_s, u"0012300000451"_s);
+    row("UPC-E, 4", Symbology::UpcE, u"01234543"_s, u"0012340000053"_s);
+    row("UPC-E, 6", Symbology::UpcE, u"01234565"_s, u"0012345000065"_s);
+    row("ITF", Symbology::Itf, u"00123456789012"_s, {});
+    row("PDF417", Symbology::Pdf417, u"PDF 417 text"_s, {});
+    row("QR", Symbology::Qr, u"https://example.org/"_s, {});
 }
 
 void BarcodeDetection::readsEverySymbology()
@@ -160,7 +162,7 @@ void BarcodeDetection::readsDataBar()
     const auto codes = codesIn(support::drawnBars(dataBarWidths));
 
     QCOMPARE(codes.size(), 1);
-    QCOMPARE(codes.first().payloadStringValue, QStringLiteral("0120012345678909"));
+    QCOMPARE(codes.first().payloadStringValue, u"0120012345678909"_s);
     QCOMPARE(codes.first().symbology, Symbology::DataBar);
 }
 
@@ -168,16 +170,16 @@ void BarcodeDetection::readsTextAsItWasWritten_data()
 {
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("umlauts") << QStringLiteral("Grüße aus Köln");
-    QTest::newRow("Greek") << QStringLiteral("Καλημέρα κόσμε");
-    QTest::newRow("Japanese") << QStringLiteral("日本語のテキスト");
-    QTest::newRow("beyond the basic plane") << QStringLiteral("Hi \U0001F600!");
-    QTest::newRow("line ends") << QStringLiteral("one\r\ntwo\n\tthree");
-    QTest::newRow("separators") << QStringLiteral("a\u001Db\u001Ec\u0004");
-    QTest::newRow("null character") << QString(QStringLiteral("a") + QChar(0) + u'b');
-    QTest::newRow("control characters") << QStringLiteral("\u0001\u0010AD:SUB;;");
-    QTest::newRow("markup") << QStringLiteral("<b>bold</b> &amp; <GS>");
-    QTest::newRow("spaces") << QStringLiteral("  two  ");
+    QTest::newRow("umlauts") << u"Grüße aus Köln"_s;
+    QTest::newRow("Greek") << u"Καλημέρα κόσμε"_s;
+    QTest::newRow("Japanese") << u"日本語のテキスト"_s;
+    QTest::newRow("beyond the basic plane") << u"Hi \U0001F600!"_s;
+    QTest::newRow("line ends") << u"one\r\ntwo\n\tthree"_s;
+    QTest::newRow("separators") << u"a\u001Db\u001Ec\u0004"_s;
+    QTest::newRow("null character") << QString(u"a"_s + QChar(0) + u'b');
+    QTest::newRow("control characters") << u"\u0001\u0010AD:SUB;;"_s;
+    QTest::newRow("markup") << u"<b>bold</b> &amp; <GS>"_s;
+    QTest::newRow("spaces") << u"  two  "_s;
 }
 
 void BarcodeDetection::readsTextAsItWasWritten()
@@ -191,7 +193,7 @@ void BarcodeDetection::readsLatinBytes()
 {
     const auto picture = drawnCode(Symbology::Qr, QByteArray("caf\xE9 cr\xE8me"));
 
-    QCOMPARE(textIn(picture), QStringLiteral("café crème"));
+    QCOMPARE(textIn(picture), u"café crème"_s);
 }
 
 void BarcodeDetection::givesNoTextForBytes()
@@ -217,15 +219,14 @@ void BarcodeDetection::readsEveryImageFormat_data()
 void BarcodeDetection::readsEveryImageFormat()
 {
     QFETCH(QImage::Format, format);
-    const auto picture = drawnCode(Symbology::Qr, QStringLiteral("format")).convertToFormat(format);
+    const auto picture = drawnCode(Symbology::Qr, u"format"_s).convertToFormat(format);
 
-    QCOMPARE(textIn(picture), QStringLiteral("format"));
+    QCOMPARE(textIn(picture), u"format"_s);
 }
 
 void BarcodeDetection::takesTransparentForWhite()
 {
-    QImage picture
-        = drawnCode(Symbology::Qr, QStringLiteral("glass")).convertToFormat(QImage::Format_ARGB32);
+    QImage picture = drawnCode(Symbology::Qr, u"glass"_s).convertToFormat(QImage::Format_ARGB32);
     for (int y = 0; y < picture.height(); ++y) {
         for (int x = 0; x < picture.width(); ++x) {
             const bool isPaper = qGray(picture.pixel(x, y)) > 0;
@@ -233,7 +234,7 @@ void BarcodeDetection::takesTransparentForWhite()
         }
     }
 
-    QCOMPARE(textIn(picture), QStringLiteral("glass"));
+    QCOMPARE(textIn(picture), u"glass"_s);
 }
 
 void BarcodeDetection::readsTurnedCodes_data()
@@ -255,25 +256,24 @@ void BarcodeDetection::readsTurnedCodes()
 {
     QFETCH(Symbology, symbology);
     QFETCH(QTransform, turn);
-    const QImage upright
-        = drawnCode(symbology, QStringLiteral("turned")).convertToFormat(QImage::Format_ARGB32);
+    const QImage upright = drawnCode(symbology, u"turned"_s).convertToFormat(QImage::Format_ARGB32);
 
-    QCOMPARE(textIn(upright.transformed(turn)), QStringLiteral("turned"));
+    QCOMPARE(textIn(upright.transformed(turn)), u"turned"_s);
 }
 
 void BarcodeDetection::readsInvertedCodes()
 {
-    QImage picture = drawnCode(Symbology::Qr, QStringLiteral("white on black"));
+    QImage picture = drawnCode(Symbology::Qr, u"white on black"_s);
     picture.invertPixels();
 
-    QCOMPARE(textIn(picture), QStringLiteral("white on black"));
+    QCOMPARE(textIn(picture), u"white on black"_s);
 }
 
 void BarcodeDetection::readsWhatWasMirroredForShow()
 {
     QImage shown(400, 300, QImage::Format_RGB32);
     shown.fill(Qt::white);
-    const QImage code = drawnCode(Symbology::Aztec, QStringLiteral("from the left"), 4);
+    const QImage code = drawnCode(Symbology::Aztec, u"from the left"_s, 4);
     QPainter(&shown).drawImage(100, 60, code);
     const QRectF upright = codeRect(code, QPoint(100, 60), 4);
     shown.mirror(true, false);
@@ -283,7 +283,7 @@ void BarcodeDetection::readsWhatWasMirroredForShow()
         ImageRequestHandler(shown, { platform::ImageOrientation::Mirrored, {} }).perform(request));
 
     QCOMPARE(request.results().size(), 1);
-    QCOMPARE(request.results().first().payloadStringValue, QStringLiteral("from the left"));
+    QCOMPARE(request.results().first().payloadStringValue, u"from the left"_s);
     const QRectF found = request.results().first().corners.boundingRect();
     QVERIFY(std::abs(found.right() - (400 - upright.left())) < 8);
     QVERIFY(std::abs(found.top() - upright.top()) < 8);
@@ -307,7 +307,7 @@ void BarcodeDetection::tellsWhereTheCodeIs()
     QFETCH(int, modulePixels);
     QImage picture(size, QImage::Format_RGB32);
     picture.fill(Qt::white);
-    const QImage code = drawnCode(Symbology::Qr, QStringLiteral("here"), modulePixels);
+    const QImage code = drawnCode(Symbology::Qr, u"here"_s, modulePixels);
     QPainter(&picture).drawImage(at, code);
 
     const auto codes = codesIn(picture);
@@ -330,13 +330,10 @@ void BarcodeDetection::readsCodesAside_data()
     QTest::addColumn<QImage>("code");
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("Aztec") << drawnCode(Symbology::Aztec, QStringLiteral("aside"))
-                           << QStringLiteral("aside");
-    QTest::newRow("Data Matrix") << drawnCode(Symbology::DataMatrix, QStringLiteral("aside"))
-                                 << QStringLiteral("aside");
-    QTest::newRow("Data Matrix, 8 x 18") << oblongDataMatrix() << QStringLiteral("ABC");
-    QTest::newRow("QR") << drawnCode(Symbology::Qr, QStringLiteral("aside"))
-                        << QStringLiteral("aside");
+    QTest::newRow("Aztec") << drawnCode(Symbology::Aztec, u"aside"_s) << u"aside"_s;
+    QTest::newRow("Data Matrix") << drawnCode(Symbology::DataMatrix, u"aside"_s) << u"aside"_s;
+    QTest::newRow("Data Matrix, 8 x 18") << oblongDataMatrix() << u"ABC"_s;
+    QTest::newRow("QR") << drawnCode(Symbology::Qr, u"aside"_s) << u"aside"_s;
 }
 
 void BarcodeDetection::readsCodesAside()
@@ -352,16 +349,15 @@ void BarcodeDetection::readsCodesAside()
 
 void BarcodeDetection::readsWithoutQuietZone()
 {
-    const QImage code = drawnCode(Symbology::Qr, QStringLiteral("to the border"));
+    const QImage code = drawnCode(Symbology::Qr, u"to the border"_s);
 
-    QCOMPARE(
-        textIn(code.copy(code.rect().adjusted(40, 40, -40, -40))), QStringLiteral("to the border"));
+    QCOMPARE(textIn(code.copy(code.rect().adjusted(40, 40, -40, -40))), u"to the border"_s);
 }
 
 // An engine that follows such a code from its middle loses its way.
 void BarcodeDetection::readsSlantedAztec()
 {
-    const QString text = QStringLiteral("slanted ").repeated(12);
+    const QString text = u"slanted "_s.repeated(12);
     const QImage code = drawnCode(Symbology::Aztec, text, 5);
     const double side = code.width();
     QTransform slant;
@@ -431,7 +427,7 @@ void BarcodeDetection::callsItsHandlerOnceOnThisThread_data()
     QTest::addColumn<QImage>("picture");
     QTest::addColumn<int>("results");
 
-    QTest::newRow("code") << drawnCode(Symbology::Qr, QStringLiteral("once")) << 1;
+    QTest::newRow("code") << drawnCode(Symbology::Qr, u"once"_s) << 1;
     QTest::newRow("no code") << noise(QSize(100, 100)) << 0;
     QTest::newRow("pixel") << noise(QSize(1, 1)) << 0;
     QTest::newRow("null") << QImage() << 0;
@@ -457,7 +453,7 @@ void BarcodeDetection::callsItsHandlerOnceOnThisThread()
 void BarcodeDetection::forgetsThePreviousResults()
 {
     DetectBarcodesRequest request(nullptr);
-    ImageRequestHandler(drawnCode(Symbology::Qr, QStringLiteral("first"))).perform(request);
+    ImageRequestHandler(drawnCode(Symbology::Qr, u"first"_s)).perform(request);
     QCOMPARE(request.results().size(), 1);
 
     ImageRequestHandler(noise(QSize(100, 100))).perform(request);

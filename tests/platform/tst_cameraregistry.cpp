@@ -10,6 +10,8 @@
 #include <limits>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CameraFormat;
 using platform::CameraRegistry;
 using support::CameraRig;
@@ -80,7 +82,7 @@ void CameraRegistryTest::listsNothingWithoutCameras()
     qInfo("First listing after %lld ms", timer.elapsed());
     QCOMPARE(registry.defaultCamera(), QString());
     QCOMPARE(registry.source(), CameraRegistry::Source::PipeWire);
-    QVERIFY(!registry.camera(QStringLiteral("cam.a")).has_value());
+    QVERIFY(!registry.camera(u"cam.a"_s).has_value());
     QCOMPARE(registry.openRemote(), -1);
 }
 
@@ -92,10 +94,10 @@ void CameraRegistryTest::listsTwoOfOneDescription()
     const CameraRegistry registry;
     const auto cameras = registry.cameras();
     QCOMPARE(cameras.size(), 2);
-    QCOMPARE(cameras.at(0).name, QStringLiteral("cam.b"));
-    QCOMPARE(cameras.at(1).name, QStringLiteral("cam.a"));
-    QCOMPARE(cameras.at(0).description, QStringLiteral("Camera"));
-    QCOMPARE(cameras.at(1).description, QStringLiteral("Camera"));
+    QCOMPARE(cameras.at(0).name, u"cam.b"_s);
+    QCOMPARE(cameras.at(1).name, u"cam.a"_s);
+    QCOMPARE(cameras.at(0).description, u"Camera"_s);
+    QCOMPARE(cameras.at(1).description, u"Camera"_s);
     QVERIFY(cameras.at(0).id != cameras.at(1).id);
 }
 
@@ -103,7 +105,7 @@ void CameraRegistryTest::tellsFormats()
 {
     CameraRig rig;
     CameraWish asked = wish("cam.a", "Camera A");
-    asked.furtherModes = { QStringLiteral("JPEG:1920x1080@30"), QStringLiteral("NV12:640x480@15") };
+    asked.furtherModes = { u"JPEG:1920x1080@30"_s, u"NV12:640x480@15"_s };
     const auto camera = rig.addCamera(asked);
     const CameraRegistry registry;
     QCOMPARE(registry.cameras().size(), 1);
@@ -124,13 +126,13 @@ void CameraRegistryTest::tellsDevicePathAndControls()
 {
     CameraRig rig;
     CameraWish asked = wish("cam.a", "Camera A");
-    asked.properties = { { QStringLiteral("api.v4l2.path"), QStringLiteral("/dev/none") } };
-    asked.controls = { QStringLiteral("0x9a090c"), QStringLiteral("0x9a0901=1,3") };
+    asked.properties = { { u"api.v4l2.path"_s, u"/dev/none"_s } };
+    asked.controls = { u"0x9a090c"_s, u"0x9a0901=1,3"_s };
     const auto camera = rig.addCamera(asked);
     const CameraRegistry registry;
-    const auto node = registry.camera(QStringLiteral("cam.a"));
+    const auto node = registry.camera(u"cam.a"_s);
     QVERIFY(node.has_value());
-    QCOMPARE(node->devicePath, QStringLiteral("/dev/none"));
+    QCOMPARE(node->devicePath, u"/dev/none"_s);
     QCOMPARE(node->controls.size(), 2);
     QCOMPARE(node->controls.at(0).id, 0x9a090cu);
     QCOMPARE(node->controls.at(0).choices, QList<int>());
@@ -144,12 +146,12 @@ void CameraRegistryTest::followsTheDefault()
     auto first = rig.addCamera(wish("cam.a", "Camera A"));
     auto second = rig.addCamera(wish("cam.b", "Camera B"));
     const CameraRegistry registry;
-    rig.setDefaultCamera(QStringLiteral("cam.b"));
-    QTRY_COMPARE(registry.defaultCamera(), QStringLiteral("cam.b"));
-    rig.setDefaultCamera(QStringLiteral("cam.a"));
-    QTRY_COMPARE(registry.defaultCamera(), QStringLiteral("cam.a"));
+    rig.setDefaultCamera(u"cam.b"_s);
+    QTRY_COMPARE(registry.defaultCamera(), u"cam.b"_s);
+    rig.setDefaultCamera(u"cam.a"_s);
+    QTRY_COMPARE(registry.defaultCamera(), u"cam.a"_s);
     first.reset();
-    QTRY_COMPARE(registry.defaultCamera(), QStringLiteral("cam.b"));
+    QTRY_COMPARE(registry.defaultCamera(), u"cam.b"_s);
     second.reset();
     QTRY_COMPARE(registry.defaultCamera(), QString());
 }
@@ -162,14 +164,14 @@ void CameraRegistryTest::followsPlugging()
     std::atomic<int> changes = 0;
     const auto observation = registry.observe([&changes] { ++changes; });
     auto camera = rig.addCamera(wish("cam.a", "Camera A"));
-    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QTRY_COMPARE(names(registry), QStringList{ u"cam.a"_s });
     QTRY_VERIFY(changes > 0);
     changes = 0;
     camera->unplug();
     QTRY_COMPARE(names(registry), QStringList());
     QTRY_VERIFY(changes > 0);
     camera = rig.addCamera(wish("cam.a", "Camera A"));
-    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QTRY_COMPARE(names(registry), QStringList{ u"cam.a"_s });
 }
 
 void CameraRegistryTest::followsFormats()
@@ -178,7 +180,7 @@ void CameraRegistryTest::followsFormats()
     const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
     const CameraRegistry registry;
     QCOMPARE(registry.cameras().size(), 1);
-    camera->setModes({ QStringLiteral("BGRx:320x240@15"), QStringLiteral("JPEG:640x480@30") });
+    camera->setModes({ u"BGRx:320x240@15"_s, u"JPEG:640x480@30"_s });
     const auto sizes = [&registry] {
         QList<QSize> result;
         for (const auto& node : registry.cameras()) {
@@ -196,14 +198,13 @@ void CameraRegistryTest::tellsUseByOthers()
     CameraRig rig;
     const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
     const CameraRegistry registry;
-    const auto node = [&registry] { return registry.camera(QStringLiteral("cam.a")).value(); };
+    const auto node = [&registry] { return registry.camera(u"cam.a"_s).value(); };
     QVERIFY(!node().isInUse);
     QVERIFY(!node().isRunning);
     QProcess other;
-    CameraRig::start(other, QStringLiteral("gst-launch-1.0"),
-        { QStringLiteral("-q"), QStringLiteral("pipewiresrc"), QStringLiteral("always-copy=true"),
-            QStringLiteral("target-object=cam.a"), QStringLiteral("!"),
-            QStringLiteral("video/x-raw"), QStringLiteral("!"), QStringLiteral("fakesink") });
+    CameraRig::start(other, u"gst-launch-1.0"_s,
+        { u"-q"_s, u"pipewiresrc"_s, u"always-copy=true"_s, u"target-object=cam.a"_s, u"!"_s,
+            u"video/x-raw"_s, u"!"_s, u"fakesink"_s });
     QTRY_VERIFY(node().isInUse);
     QVERIFY(node().isRunning);
     other.kill();
@@ -215,16 +216,15 @@ void CameraRegistryTest::setsControls()
 {
     CameraRig rig;
     CameraWish asked = wish("cam.a", "Camera A");
-    asked.controls = { QStringLiteral("0x9a090c"), QStringLiteral("0x9a0901=1,3") };
+    asked.controls = { u"0x9a090c"_s, u"0x9a0901=1,3"_s };
     const auto camera = rig.addCamera(asked);
     CameraRegistry registry;
-    QCOMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
-    QVERIFY(registry.setControl(QStringLiteral("cam.a"), 0x9a090c, 1));
-    QVERIFY(registry.setControl(QStringLiteral("cam.a"), 0x9a0901, 3));
-    QTRY_COMPARE(camera->controlsSet(),
-        (QStringList{ QStringLiteral("0x9a090c 1"), QStringLiteral("0x9a0901 3") }));
-    QVERIFY(!registry.setControl(QStringLiteral("cam.a"), 0x9a0902, 1));
-    QVERIFY(!registry.setControl(QStringLiteral("cam.b"), 0x9a090c, 1));
+    QCOMPARE(names(registry), QStringList{ u"cam.a"_s });
+    QVERIFY(registry.setControl(u"cam.a"_s, 0x9a090c, 1));
+    QVERIFY(registry.setControl(u"cam.a"_s, 0x9a0901, 3));
+    QTRY_COMPARE(camera->controlsSet(), (QStringList{ u"0x9a090c 1"_s, u"0x9a0901 3"_s }));
+    QVERIFY(!registry.setControl(u"cam.a"_s, 0x9a0902, 1));
+    QVERIFY(!registry.setControl(u"cam.b"_s, 0x9a090c, 1));
 }
 
 void CameraRegistryTest::doesWithoutDaemon()
@@ -241,7 +241,7 @@ void CameraRegistryTest::doesWithoutDaemon()
     QVERIFY2(quickest < 200, "It waited for a daemon that is not there");
     CameraRegistry registry;
     QCOMPARE(registry.source(), CameraRegistry::Source::V4L2);
-    QVERIFY(!registry.setControl(QStringLiteral("cam.a"), 0x9a090c, 1));
+    QVERIFY(!registry.setControl(u"cam.a"_s, 0x9a090c, 1));
 }
 
 void CameraRegistryTest::survivesTheDaemon()
@@ -249,15 +249,15 @@ void CameraRegistryTest::survivesTheDaemon()
     CameraRig rig;
     auto camera = rig.addCamera(wish("cam.a", "Camera A"));
     const CameraRegistry registry;
-    QCOMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QCOMPARE(names(registry), QStringList{ u"cam.a"_s });
     for (int round = 0; round < 3; ++round) {
         rig.stopPipeWire();
         QTRY_COMPARE(registry.source(), CameraRegistry::Source::V4L2);
-        QVERIFY(!names(registry).contains(QStringLiteral("cam.a")));
+        QVERIFY(!names(registry).contains(u"cam.a"_s));
         rig.startPipeWire();
         camera = rig.addCamera(wish("cam.a", "Camera A"));
         QTRY_COMPARE(registry.source(), CameraRegistry::Source::PipeWire);
-        QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+        QTRY_COMPARE(names(registry), QStringList{ u"cam.a"_s });
     }
 }
 
@@ -269,7 +269,7 @@ void CameraRegistryTest::meetsADaemonThatComesLater()
     rig.startPipeWire();
     const auto camera = rig.addCamera(wish("cam.a", "Camera A"));
     QTRY_COMPARE(registry.source(), CameraRegistry::Source::PipeWire);
-    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QTRY_COMPARE(names(registry), QStringList{ u"cam.a"_s });
 }
 
 void CameraRegistryTest::endsObservations()
@@ -281,7 +281,7 @@ void CameraRegistryTest::endsObservations()
     const auto observation = registry.observe([&kept] { ++kept; });
     auto other = registry.observe([&ended] { ++ended; });
     auto camera = rig.addCamera(wish("cam.a", "Camera A"));
-    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
+    QTRY_COMPARE(names(registry), QStringList{ u"cam.a"_s });
     QTRY_VERIFY(ended > 0);
     other.reset();
     const int before = ended;
@@ -299,8 +299,8 @@ void CameraRegistryTest::opensThePortal()
     const Variable sandbox("VELLUMCAP_CAMERA_PORTAL", "1");
     const CameraRegistry registry;
     QCOMPARE(registry.source(), CameraRegistry::Source::Portal);
-    QTRY_COMPARE(names(registry), QStringList{ QStringLiteral("cam.a") });
-    QCOMPARE(registry.defaultCamera(), QStringLiteral("cam.a"));
+    QTRY_COMPARE(names(registry), QStringList{ u"cam.a"_s });
+    QCOMPARE(registry.defaultCamera(), u"cam.a"_s);
     const int remote = registry.openRemote();
     QVERIFY(remote >= 0);
     QVERIFY((fcntl(remote, F_GETFD) & FD_CLOEXEC) != 0);

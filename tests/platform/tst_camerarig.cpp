@@ -5,6 +5,8 @@
 #include <QElapsedTimer>
 #include <QPainter>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::CameraRig;
 
 /// Judges the rig by an ordinary program that watches, before others trust it.
@@ -29,13 +31,11 @@ namespace {
 /// A reader of GStreamer's that writes its frames as BGRx to its standard output.
 void watch(QProcess& reader, const QString& name, const QStringList& between)
 {
-    CameraRig::start(reader, QStringLiteral("gst-launch-1.0"),
-        QStringList{ QStringLiteral("-q"), QStringLiteral("pipewiresrc"),
-            QStringLiteral("always-copy=true"), QStringLiteral("target-object=") + name }
+    CameraRig::start(reader, u"gst-launch-1.0"_s,
+        QStringList{ u"-q"_s, u"pipewiresrc"_s, u"always-copy=true"_s, u"target-object="_s + name }
             + between
-            + QStringList{ QStringLiteral("!"), QStringLiteral("videoconvert"), QStringLiteral("!"),
-                QStringLiteral("video/x-raw,format=BGRx"), QStringLiteral("!"),
-                QStringLiteral("fdsink"), QStringLiteral("fd=1") });
+            + QStringList{ u"!"_s, u"videoconvert"_s, u"!"_s, u"video/x-raw,format=BGRx"_s, u"!"_s,
+                u"fdsink"_s, u"fd=1"_s });
 }
 
 QColor colorOf(QProcess& reader)
@@ -60,27 +60,26 @@ void CameraRigTest::sendsWhatItShows_data()
 {
     QTest::addColumn<QStringList>("between");
     for (const char* raw : { "BGRx", "BGRA", "RGBx", "RGB", "YUY2", "UYVY", "NV12", "I420" }) {
-        QTest::newRow(raw) << QStringList{ QStringLiteral("!"),
-            QStringLiteral("video/x-raw,format=%1,width=640,height=480,framerate=30/1")
-                .arg(QString::fromLatin1(raw)) };
+        QTest::newRow(raw) << QStringList{ u"!"_s,
+            u"video/x-raw,format=%1,width=640,height=480,framerate=30/1"_s.arg(
+                QString::fromLatin1(raw)) };
     }
-    QTest::newRow("JPEG") << QStringList{ QStringLiteral("!"),
-        QStringLiteral("image/jpeg,width=640,height=480,framerate=30/1"), QStringLiteral("!"),
-        QStringLiteral("jpegdec") };
+    QTest::newRow("JPEG") << QStringList{ u"!"_s,
+        u"image/jpeg,width=640,height=480,framerate=30/1"_s, u"!"_s, u"jpegdec"_s };
 }
 
 void CameraRigTest::sendsWhatItShows()
 {
     QFETCH(QStringList, between);
     CameraRig rig;
-    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = { 640, 480 },
         .encoding = QString::fromLatin1(QTest::currentDataTag()) });
     const QColor color(180, 90, 40);
     camera->show(support::plainPicture(QSize(640, 480), color));
     QProcess reader;
-    watch(reader, QStringLiteral("cam.a"), between);
+    watch(reader, u"cam.a"_s, between);
     QTRY_VERIFY_WITH_TIMEOUT(reader.bytesAvailable() >= 640 * 480 * 4, 20000);
     const QColor seen = colorOf(reader);
     QVERIFY2(isNear(seen, color), qPrintable(seen.name()));
@@ -93,12 +92,12 @@ void CameraRigTest::sendsWhatItShows()
 void CameraRigTest::freezesAndThaws()
 {
     CameraRig rig;
-    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = { 64, 48 },
-        .encoding = QStringLiteral("BGRx") });
+        .encoding = u"BGRx"_s });
     QProcess reader;
-    watch(reader, QStringLiteral("cam.a"), {});
+    watch(reader, u"cam.a"_s, {});
     QTRY_VERIFY_WITH_TIMEOUT(reader.bytesAvailable() > 0, 20000);
     camera->freeze();
     // What was on its way arrives, late where the machine is slow.
@@ -129,21 +128,20 @@ void CameraRigTest::sendsWhatWasAgreedOn()
     QFETCH(const QString, encoding);
     QFETCH(const QSize, size);
     CameraRig rig;
-    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = { 64, 48 },
-        .encoding = QStringLiteral("BGRx"),
-        .furtherModes = { QStringLiteral("BGRx:32x24@30"), QStringLiteral("YUY2:80x60@30") } });
+        .encoding = u"BGRx"_s,
+        .furtherModes = { u"BGRx:32x24@30"_s, u"YUY2:80x60@30"_s } });
     const QColor left(180, 90, 40);
     const QColor right(40, 90, 180);
     QImage picture = support::plainPicture(size, left);
     QPainter(&picture).fillRect(size.width() / 2, 0, size.width() / 2, size.height(), right);
     camera->show(picture);
     QProcess reader;
-    watch(reader, QStringLiteral("cam.a"),
-        { QStringLiteral("!"),
-            QStringLiteral("video/x-raw,format=%1,width=%2,height=%3,framerate=30/1")
-                .arg(encoding)
+    watch(reader, u"cam.a"_s,
+        { u"!"_s,
+            u"video/x-raw,format=%1,width=%2,height=%3,framerate=30/1"_s.arg(encoding)
                 .arg(size.width())
                 .arg(size.height()) });
     QTRY_VERIFY_WITH_TIMEOUT(reader.bytesAvailable() >= size.width() * 4, 20000);
@@ -159,23 +157,22 @@ void CameraRigTest::sendsWhatWasAgreedOn()
 void CameraRigTest::changesItsFormat()
 {
     CameraRig rig;
-    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = { 64, 48 },
-        .encoding = QStringLiteral("BGRx") });
+        .encoding = u"BGRx"_s });
     const auto readSize = [](int width) {
-        return QStringList{ QStringLiteral("!"),
-            QStringLiteral("video/x-raw,width=%1").arg(width) };
+        return QStringList{ u"!"_s, u"video/x-raw,width=%1"_s.arg(width) };
     };
     QProcess before;
-    watch(before, QStringLiteral("cam.a"), readSize(64));
+    watch(before, u"cam.a"_s, readSize(64));
     QTRY_VERIFY_WITH_TIMEOUT(before.bytesAvailable() > 0, 20000);
     before.kill();
     before.waitForFinished();
     QTRY_COMPARE(camera->links(), 0);
-    camera->setModes({ QStringLiteral("BGRx:32x24@30") });
+    camera->setModes({ u"BGRx:32x24@30"_s });
     QProcess after;
-    watch(after, QStringLiteral("cam.a"), readSize(32));
+    watch(after, u"cam.a"_s, readSize(32));
     QTRY_VERIFY_WITH_TIMEOUT(after.bytesAvailable() > 0, 20000);
     after.kill();
     after.waitForFinished();
@@ -192,14 +189,13 @@ void CameraRigTest::changesItsFormatWhileItIsWatched()
 {
     QFETCH(const bool, stays);
     CameraRig rig;
-    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = { 64, 48 },
-        .encoding = QStringLiteral("BGRx") });
+        .encoding = u"BGRx"_s });
     const auto numbers = [] {
         QStringList result;
-        const auto nodes = CameraRig::output(
-            QStringLiteral("pw-cli"), { QStringLiteral("ls"), QStringLiteral("cam.a") });
+        const auto nodes = CameraRig::output(u"pw-cli"_s, { u"ls"_s, u"cam.a"_s });
         for (const QByteArray& line : nodes.split('\n')) {
             if (line.contains("object.serial")) {
                 result.append(QString::fromLatin1(line.trimmed()));
@@ -208,15 +204,14 @@ void CameraRigTest::changesItsFormatWhileItIsWatched()
         return result;
     };
     const auto readSize = [](int width) {
-        return QStringList{ QStringLiteral("!"),
-            QStringLiteral("video/x-raw,width=%1").arg(width) };
+        return QStringList{ u"!"_s, u"video/x-raw,width=%1"_s.arg(width) };
     };
     const QStringList before = numbers();
     QCOMPARE(before.size(), 1);
     QProcess first;
-    watch(first, QStringLiteral("cam.a"), readSize(64));
+    watch(first, u"cam.a"_s, readSize(64));
     QTRY_VERIFY_WITH_TIMEOUT(first.bytesAvailable() > 0, 20000);
-    const QString mode = QStringLiteral("BGRx:32x24@30");
+    const QString mode = u"BGRx:32x24@30"_s;
     if (stays) {
         camera->renegotiate({ mode });
     } else {
@@ -226,7 +221,7 @@ void CameraRigTest::changesItsFormatWhileItIsWatched()
     first.kill();
     first.waitForFinished();
     QProcess second;
-    watch(second, QStringLiteral("cam.a"), readSize(32));
+    watch(second, u"cam.a"_s, readSize(32));
     QTRY_VERIFY_WITH_TIMEOUT(second.bytesAvailable() > 0, 20000);
     second.kill();
     second.waitForFinished();
@@ -235,22 +230,21 @@ void CameraRigTest::changesItsFormatWhileItIsWatched()
 void CameraRigTest::lies()
 {
     CameraRig rig;
-    const auto camera = rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = { 64, 48 },
-        .encoding = QStringLiteral("GRAY8") });
+        .encoding = u"GRAY8"_s });
     QProcess reader;
-    CameraRig::start(reader, QStringLiteral("gst-launch-1.0"),
-        { QStringLiteral("-q"), QStringLiteral("pipewiresrc"), QStringLiteral("always-copy=true"),
-            QStringLiteral("target-object=cam.a"), QStringLiteral("!"),
-            QStringLiteral("video/x-raw,format=GRAY8,width=64,height=48,framerate=30/1"),
-            QStringLiteral("!"), QStringLiteral("fdsink"), QStringLiteral("fd=1") });
+    CameraRig::start(reader, u"gst-launch-1.0"_s,
+        { u"-q"_s, u"pipewiresrc"_s, u"always-copy=true"_s, u"target-object=cam.a"_s, u"!"_s,
+            u"video/x-raw,format=GRAY8,width=64,height=48,framerate=30/1"_s, u"!"_s, u"fdsink"_s,
+            u"fd=1"_s });
     qint64 count = 0; // of the bytes that came last: some frames, each of which is written at once
     connect(&reader, &QProcess::readyReadStandardOutput, this,
         [&] { count = reader.readAllStandardOutput().size(); });
     const auto sendsFramesOf = [&count](qint64 size) { return count > 0 && count % size == 0; };
     QTRY_VERIFY_WITH_TIMEOUT(sendsFramesOf(64 * 48), 20000);
-    camera->lie(QStringLiteral("GRAY8:40x26@30"));
+    camera->lie(u"GRAY8:40x26@30"_s);
     QTRY_VERIFY_WITH_TIMEOUT(sendsFramesOf(40 * 26), 20000);
     reader.kill();
     reader.waitForFinished();
@@ -259,11 +253,10 @@ void CameraRigTest::lies()
 void CameraRigTest::refuses()
 {
     CameraRig rig;
-    const auto camera = rig.addCamera(
-        { .name = QStringLiteral("cam.a"), .description = QStringLiteral("Camera A") });
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s, .description = u"Camera A"_s });
     camera->refuse();
     QProcess reader;
-    watch(reader, QStringLiteral("cam.a"), {});
+    watch(reader, u"cam.a"_s, {});
     QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 1, 20000);
     QVERIFY(!reader.waitForReadyRead(300));
     reader.kill();
@@ -276,13 +269,9 @@ void CameraRigTest::comesAndGoes()
     timer.start();
     CameraRig rig;
     qInfo("Ready within %lld ms", timer.elapsed());
-    const auto listed = [] {
-        return CameraRig::output(
-            QStringLiteral("pw-cli"), { QStringLiteral("ls"), QStringLiteral("Node") });
-    };
+    const auto listed = [] { return CameraRig::output(u"pw-cli"_s, { u"ls"_s, u"Node"_s }); };
     QVERIFY(!listed().contains("cam.a"));
-    const auto camera = rig.addCamera(
-        { .name = QStringLiteral("cam.a"), .description = QStringLiteral("Camera A") });
+    const auto camera = rig.addCamera({ .name = u"cam.a"_s, .description = u"Camera A"_s });
     QVERIFY(listed().contains("cam.a"));
     camera->unplug();
     QTRY_VERIFY(!listed().contains("cam.a"));

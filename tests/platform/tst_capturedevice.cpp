@@ -12,6 +12,8 @@
 #include <linux/videodev2.h>
 #include <mutex>
 
+using Qt::StringLiterals::operator""_s;
+
 using cameras::FakeProfile;
 using platform::CameraFormat;
 using platform::CameraNode;
@@ -73,7 +75,7 @@ private:
 
 namespace {
 
-const QString path = QStringLiteral("/dev/fake-camera");
+const QString path = u"/dev/fake-camera"_s;
 
 QStringList names(MediaType type)
 {
@@ -118,9 +120,9 @@ void CaptureDeviceTest::cleanup()
 
 std::unique_ptr<RigCamera> CaptureDeviceTest::plugIn(const char* profilePath)
 {
-    CameraWish wish{ .name = QStringLiteral("cam.a"), .description = QStringLiteral("Camera A") };
+    CameraWish wish{ .name = u"cam.a"_s, .description = u"Camera A"_s };
     if (profilePath != nullptr) {
-        wish.properties.insert(QStringLiteral("api.v4l2.path"), QString::fromLatin1(profilePath));
+        wish.properties.insert(u"api.v4l2.path"_s, QString::fromLatin1(profilePath));
     }
     auto camera = m_rig->addCamera(wish);
     [] { QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 1); }();
@@ -129,7 +131,7 @@ std::unique_ptr<RigCamera> CaptureDeviceTest::plugIn(const char* profilePath)
 
 CaptureDevice CaptureDeviceTest::device()
 {
-    return CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a")).value();
+    return CaptureDevice::deviceWithUniqueID(u"cam.a"_s).value();
 }
 
 void CaptureDeviceTest::listsNothingWithoutCameras()
@@ -138,39 +140,35 @@ void CaptureDeviceTest::listsNothingWithoutCameras()
     QCOMPARE(names(MediaType::Muxed), QStringList());
     QVERIFY(!CaptureDevice::defaultDeviceWithMediaType(MediaType::Video).has_value());
     QVERIFY(!CaptureDevice::defaultDeviceWithMediaType(MediaType::Muxed).has_value());
-    QVERIFY(!CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a")).has_value());
+    QVERIFY(!CaptureDevice::deviceWithUniqueID(u"cam.a"_s).has_value());
     QVERIFY(!CaptureDevice::deviceWithUniqueID(QString()).has_value());
 }
 
 void CaptureDeviceTest::listsCameras()
 {
-    const auto first = m_rig->addCamera(
-        { .name = QStringLiteral("cam.b"), .description = QStringLiteral("Camera") });
-    const auto second = m_rig->addCamera(
-        { .name = QStringLiteral("cam.a"), .description = QStringLiteral("Camera") });
-    QTRY_COMPARE(names(MediaType::Video),
-        (QStringList{ QStringLiteral("Camera"), QStringLiteral("Camera") }));
+    const auto first = m_rig->addCamera({ .name = u"cam.b"_s, .description = u"Camera"_s });
+    const auto second = m_rig->addCamera({ .name = u"cam.a"_s, .description = u"Camera"_s });
+    QTRY_COMPARE(names(MediaType::Video), (QStringList{ u"Camera"_s, u"Camera"_s }));
     const auto devices = CaptureDevice::devicesWithMediaType(MediaType::Video);
-    QCOMPARE(devices.at(0).uniqueID(), QStringLiteral("cam.b"));
-    QCOMPARE(devices.at(1).uniqueID(), QStringLiteral("cam.a"));
+    QCOMPARE(devices.at(0).uniqueID(), u"cam.b"_s);
+    QCOMPARE(devices.at(1).uniqueID(), u"cam.a"_s);
     QCOMPARE(names(MediaType::Muxed), QStringList());
     QVERIFY(!CaptureDevice::defaultDeviceWithMediaType(MediaType::Muxed).has_value());
-    QCOMPARE(device().localizedName(), QStringLiteral("Camera"));
+    QCOMPARE(device().localizedName(), u"Camera"_s);
 }
 
 void CaptureDeviceTest::findsTheDefault()
 {
     const auto first = plugIn();
-    const auto second = m_rig->addCamera(
-        { .name = QStringLiteral("cam.b"), .description = QStringLiteral("Camera B") });
-    m_rig->setDefaultCamera(QStringLiteral("cam.b"));
+    const auto second = m_rig->addCamera({ .name = u"cam.b"_s, .description = u"Camera B"_s });
+    m_rig->setDefaultCamera(u"cam.b"_s);
     const auto standard = [] {
         const auto found = CaptureDevice::defaultDeviceWithMediaType(MediaType::Video);
         return found ? found->uniqueID() : QString();
     };
-    QTRY_COMPARE(standard(), QStringLiteral("cam.b"));
-    m_rig->setDefaultCamera(QStringLiteral("cam.a"));
-    QTRY_COMPARE(standard(), QStringLiteral("cam.a"));
+    QTRY_COMPARE(standard(), u"cam.b"_s);
+    m_rig->setDefaultCamera(u"cam.a"_s);
+    QTRY_COMPARE(standard(), u"cam.a"_s);
 }
 
 void CaptureDeviceTest::losesACamera()
@@ -181,7 +179,7 @@ void CaptureDeviceTest::losesACamera()
     QVERIFY(gone.isFocusModeSupported(FocusMode::ContinuousAutoFocus));
     camera.reset();
     QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 0);
-    QCOMPARE(gone.uniqueID(), QStringLiteral("cam.a"));
+    QCOMPARE(gone.uniqueID(), u"cam.a"_s);
     QVERIFY(!gone.isFocusModeSupported(FocusMode::ContinuousAutoFocus));
     QVERIFY(!gone.isSuspended());
     QVERIFY(!gone.isInUseByAnotherApplication());
@@ -315,8 +313,8 @@ void CaptureDeviceTest::failsToLock()
     QVERIFY(!tested.lockForConfiguration(&error));
     QCOMPARE(error.domain, QString::fromLatin1(posixErrorDomain));
     QCOMPARE(error.code, EBUSY);
-    QCOMPARE(error.localizedDescription, QStringLiteral("The camera “Camera A” cannot be set up."));
-    QCOMPARE(error.failureReason, QStringLiteral("Another program is setting it up."));
+    QCOMPARE(error.localizedDescription, u"The camera “Camera A” cannot be set up."_s);
+    QCOMPARE(error.failureReason, u"Another program is setting it up."_s);
     QVERIFY(!tested.lockForConfiguration());
     tested.setFocusMode(FocusMode::ContinuousAutoFocus);
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 0);
@@ -352,10 +350,9 @@ void CaptureDeviceTest::isInUseByAReader()
     const auto camera = plugIn();
     QVERIFY(!device().isInUseByAnotherApplication());
     QProcess reader;
-    CameraRig::start(reader, QStringLiteral("gst-launch-1.0"),
-        { QStringLiteral("-q"), QStringLiteral("pipewiresrc"), QStringLiteral("always-copy=true"),
-            QStringLiteral("target-object=cam.a"), QStringLiteral("!"),
-            QStringLiteral("video/x-raw"), QStringLiteral("!"), QStringLiteral("fakesink") });
+    CameraRig::start(reader, u"gst-launch-1.0"_s,
+        { u"-q"_s, u"pipewiresrc"_s, u"always-copy=true"_s, u"target-object=cam.a"_s, u"!"_s,
+            u"video/x-raw"_s, u"!"_s, u"fakesink"_s });
     QTRY_VERIFY_WITH_TIMEOUT(device().isInUseByAnotherApplication(), 20000);
     reader.kill();
     reader.waitForFinished();
@@ -365,11 +362,11 @@ void CaptureDeviceTest::isInUseByAReader()
 void CaptureDeviceTest::setsModesThroughPipeWire()
 {
     // The device is named, but cannot be opened.
-    const auto camera = m_rig->addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
-        .properties = { { QStringLiteral("api.v4l2.path"), path } },
-        .controls = { QStringLiteral("0x%1").arg(V4L2_CID_FOCUS_AUTO, 0, 16),
-            QStringLiteral("0x%1=1,3").arg(V4L2_CID_EXPOSURE_AUTO, 0, 16) } });
+    const auto camera = m_rig->addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
+        .properties = { { u"api.v4l2.path"_s, path } },
+        .controls = { u"0x%1"_s.arg(V4L2_CID_FOCUS_AUTO, 0, 16),
+            u"0x%1=1,3"_s.arg(V4L2_CID_EXPOSURE_AUTO, 0, 16) } });
     QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 1);
     CaptureDevice tested = device();
     QVERIFY(tested.isFocusModeSupported(FocusMode::ContinuousAutoFocus));
@@ -382,20 +379,19 @@ void CaptureDeviceTest::setsModesThroughPipeWire()
     tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
     tested.unlockForConfiguration();
     QTRY_COMPARE(camera->controlsSet(),
-        (QStringList{ QStringLiteral("0x%1 1").arg(V4L2_CID_FOCUS_AUTO, 0, 16),
-            QStringLiteral("0x%1 3").arg(V4L2_CID_EXPOSURE_AUTO, 0, 16) }));
+        (QStringList{ u"0x%1 1"_s.arg(V4L2_CID_FOCUS_AUTO, 0, 16),
+            u"0x%1 3"_s.arg(V4L2_CID_EXPOSURE_AUTO, 0, 16) }));
 }
 
 void CaptureDeviceTest::tellsItsActiveFormat()
 {
-    const auto camera = m_rig->addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    const auto camera = m_rig->addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = { 640, 480 },
-        .furtherModes
-        = { QStringLiteral("JPEG:1920x1080@30"), QStringLiteral("YUY2:1920x1080@5") } });
+        .furtherModes = { u"JPEG:1920x1080@30"_s, u"YUY2:1920x1080@5"_s } });
     QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 1);
     const CaptureDeviceFormat format = device().activeFormat();
-    QCOMPARE(format.mediaSubType, QStringLiteral("JPEG"));
+    QCOMPARE(format.mediaSubType, u"JPEG"_s);
     QCOMPARE(format.dimensions, QSize(1920, 1080));
     QCOMPARE(format.videoSupportedFrameRateRanges.size(), 1);
     QCOMPARE(format.videoSupportedFrameRateRanges.first().maxFrameRate, 30.0);
@@ -454,8 +450,8 @@ void CaptureDeviceTest::listsV4L2Devices()
         QFile file(folder.filePath(QString::fromLatin1(name)));
         QVERIFY(file.open(QIODevice::WriteOnly));
     }
-    const QString second = folder.filePath(QStringLiteral("video2"));
-    const QString tenth = folder.filePath(QStringLiteral("video10"));
+    const QString second = folder.filePath(u"video2"_s);
+    const QString tenth = folder.filePath(u"video10"_s);
     cameras::addFakeDevice(tenth, FakeProfile::Full);
     cameras::addFakeDevice(second, FakeProfile::Plain);
     const QList<CameraNode> nodes = platform::v4l2Cameras(folder.path());
@@ -463,7 +459,7 @@ void CaptureDeviceTest::listsV4L2Devices()
     QCOMPARE(nodes.at(0).name, second);
     QCOMPARE(nodes.at(1).name, tenth);
     QCOMPARE(nodes.at(0).devicePath, second);
-    QCOMPARE(nodes.at(0).description, QStringLiteral("Fake Camera"));
+    QCOMPARE(nodes.at(0).description, u"Fake Camera"_s);
     const auto& formats = nodes.at(0).formats;
     QCOMPARE(formats.size(), 5);
     QCOMPARE(formats.at(0).encoding, CameraFormat::Encoding::YUY2);
@@ -573,7 +569,7 @@ void CaptureDeviceTest::listsNoDeviceThatHangs()
         QVERIFY(file.open(QIODevice::WriteOnly));
         cameras::addFakeDevice(file.fileName(), FakeProfile::Full);
     }
-    const QString first = folder.filePath(QStringLiteral("video1"));
+    const QString first = folder.filePath(u"video1"_s);
     cameras::holdFakeCalls(first, VIDIOC_ENUM_FMT);
     const auto names = [&folder] {
         QStringList result;
@@ -582,11 +578,11 @@ void CaptureDeviceTest::listsNoDeviceThatHangs()
         }
         return result;
     };
-    QCOMPARE(names(), QStringList{ QStringLiteral("video2") });
-    QCOMPARE(names(), QStringList{ QStringLiteral("video2") });
+    QCOMPARE(names(), QStringList{ u"video2"_s });
+    QCOMPARE(names(), QStringList{ u"video2"_s });
     QCOMPARE(cameras::heldFakeCalls(), 1);
     cameras::releaseFakeCalls();
-    QTRY_COMPARE(names(), (QStringList{ QStringLiteral("video1"), QStringLiteral("video2") }));
+    QTRY_COMPARE(names(), (QStringList{ u"video1"_s, u"video2"_s }));
 }
 
 VELLUMCAP_TEST_MAIN(CaptureDeviceTest)

@@ -12,6 +12,8 @@
 #include <atomic>
 #include <future>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CaptureSession;
 using support::CameraRig;
 using support::CameraWish;
@@ -53,8 +55,8 @@ namespace {
 constexpr QSize cameraSize(640, 480);
 constexpr int patience = support::patienceWithCameras;
 
-const QString cameraA = QStringLiteral("cam.a");
-const QString cameraB = QStringLiteral("cam.b");
+const QString cameraA = u"cam.a"_s;
+const QString cameraB = u"cam.b"_s;
 
 int threadCount()
 {
@@ -158,7 +160,7 @@ void CaptureSessionTest::takesAnUnpluggedCameraUpAgain()
     QVERIFY(scene.session->isRunning());
     camera.reset();
     scene.watcher->forget();
-    CameraWish other = smallCamera(cameraA, QStringLiteral("JPEG"));
+    CameraWish other = smallCamera(cameraA, u"JPEG"_s);
     other.size = QSize(320, 240);
     camera = m_rig.addCamera(other);
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
@@ -209,8 +211,7 @@ void CaptureSessionTest::tellsOfARefusal()
 {
     const auto camera = m_rig.addCamera(smallCamera(cameraA));
     camera->refuse();
-    QTest::ignoreMessage(
-        QtInfoMsg, QRegularExpression(QStringLiteral("The camera cam.a cannot be used: .+")));
+    QTest::ignoreMessage(QtInfoMsg, QRegularExpression(u"The camera cam.a cannot be used: .+"_s));
     Scene scene(cameraA);
     scene.session->startRunning();
     QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::Refused, patience);
@@ -284,7 +285,7 @@ void CaptureSessionTest::survivesItsEndAtAnyMoment()
         }
     }
     // What was begun is ended first, and may be linked for a moment before.
-    QTRY_COMPARE_WITH_TIMEOUT(threadsNamed(QStringLiteral("camera")), 0, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(threadsNamed(u"camera"_s), 0, patience);
     QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
 }
 
@@ -317,7 +318,7 @@ void CaptureSessionTest::givesABusyDelegateTheNewestFrame()
 void CaptureSessionTest::keepsMemoryFlat()
 {
     const auto residentKilobytes = [] {
-        QFile statistics(QStringLiteral("/proc/self/statm"));
+        QFile statistics(u"/proc/self/statm"_s);
         return statistics.open(QFile::ReadOnly)
             ? statistics.readAll().split(' ').at(1).toLongLong() * 4
             : 0;
@@ -331,8 +332,8 @@ void CaptureSessionTest::keepsMemoryFlat()
     const qint64 before = residentKilobytes();
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 300, 3 * patience);
     const qint64 after = residentKilobytes();
-    QVERIFY2(after < before + before / 10,
-        qPrintable(QStringLiteral("%1 kB, then %2 kB").arg(before).arg(after)));
+    QVERIFY2(
+        after < before + before / 10, qPrintable(u"%1 kB, then %2 kB"_s.arg(before).arg(after)));
 }
 
 void CaptureSessionTest::leavesNoThreadBehind()

@@ -12,6 +12,8 @@
 
 #include <thread>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CaptureVideoPreviewLayer;
 using platform::ImageFilter;
 using support::CameraRig;
@@ -59,24 +61,22 @@ int leftRed(const CaptureVideoPreviewLayer& layer)
 
 void CaptureVideoPreviewLayerTest::init()
 {
-    m_camera = m_rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
+    m_camera = m_rig.addCamera({ .name = u"cam.a"_s,
+        .description = u"Camera A"_s,
         .size = cameraSize,
-        .encoding = QStringLiteral("BGRx") });
+        .encoding = u"BGRx"_s });
     m_camera->show(darkAndWhite());
-    QTRY_VERIFY_WITH_TIMEOUT(
-        platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a")), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s), patience);
     m_session = std::make_shared<platform::CaptureSession>();
     m_session->addInput(platform::CaptureDeviceInput::create(
-        platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))));
+        platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)));
 }
 
 void CaptureVideoPreviewLayerTest::cleanup()
 {
     m_session.reset();
     m_camera.reset();
-    QTRY_VERIFY_WITH_TIMEOUT(
-        !platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a")), patience);
+    QTRY_VERIFY_WITH_TIMEOUT(!platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s), patience);
 }
 
 /// A layer with its first picture; the session runs.
@@ -95,7 +95,7 @@ void CaptureVideoPreviewLayerTest::hasNoConnectionWithoutInput()
     CaptureVideoPreviewLayer layer(session);
     QVERIFY(!layer.connection());
     session->addInput(platform::CaptureDeviceInput::create(
-        platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a"))));
+        platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)));
     QVERIFY(layer.connection());
     QVERIFY(layer.connection()->isVideoMirroringSupported());
     QCOMPARE(layer.connection(), layer.connection());
@@ -126,15 +126,15 @@ void CaptureVideoPreviewLayerTest::followsFiltersMirroringAndSizeWhileItIsStoppe
     QTRY_COMPARE_WITH_TIMEOUT(m_camera->links(), 0, patience);
 
     const auto exposure = std::make_shared<ImageFilter>(ImageFilter::Kind::ExposureAdjust);
-    exposure->setName(QStringLiteral("exposure"));
+    exposure->setName(u"exposure"_s);
     const auto expected = [&exposure](int component) {
         return qRound(qMin(exposure->applied(component / 255.0), 1.0) * 255);
     };
     const int plain = leftRed(*layer);
     exposure->setValue(1);
     layer->setFilters({ exposure });
-    QCOMPARE(layer->filterNamed(QStringLiteral("exposure")), exposure);
-    QVERIFY(!layer->filterNamed(QStringLiteral("contrast")));
+    QCOMPARE(layer->filterNamed(u"exposure"_s), exposure);
+    QVERIFY(!layer->filterNamed(u"contrast"_s));
     QVERIFY(expected(plain) > plain + 10);
     QTRY_COMPARE_WITH_TIMEOUT(leftRed(*layer), expected(plain), patience);
     exposure->setValue(-1);

@@ -4,6 +4,8 @@
 #include "tests/support/CaptureScene.h"
 #include "tests/support/TestMain.h"
 
+using Qt::StringLiterals::operator""_s;
+
 using support::CameraRig;
 using support::CameraWish;
 using support::quarters;
@@ -43,7 +45,7 @@ private:
 namespace {
 
 constexpr int patience = support::patienceWithCameras;
-const QString cameraA = QStringLiteral("cam.a");
+const QString cameraA = u"cam.a"_s;
 
 /// The first mode is the preferred one.
 CameraWish wishOf(const QString& name, const QStringList& modes)
@@ -81,7 +83,7 @@ void ChangingCameraTest::followsAChangeOfFormat()
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
     scene.session->stopRunning();
     QTRY_COMPARE_WITH_TIMEOUT(camera->links(), 0, patience);
-    camera->setModes({ QStringLiteral("NV12:320x240@30") });
+    camera->setModes({ u"NV12:320x240@30"_s });
     scene.session->startRunning();
     QTRY_COMPARE_WITH_TIMEOUT(scene.watcher->pixels().size(), QSize(320, 240), patience);
     QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::None, patience);
@@ -153,12 +155,10 @@ void ChangingCameraTest::survivesManyChanges()
     scene.session->startRunning();
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
     for (const int pause : { 0, 5, 10, 20, 40, 80, 0, 5, 10, 20, 40, 80 }) {
-        changeModes(*camera, change,
-            pause % 20 == 0 ? QStringLiteral("YUY2:320x240@30")
-                            : QStringLiteral("JPEG:800x600@30"));
+        changeModes(*camera, change, pause % 20 == 0 ? u"YUY2:320x240@30"_s : u"JPEG:800x600@30"_s);
         QTest::qWait(pause);
     }
-    changeModes(*camera, change, QStringLiteral("NV12:400x300@30"));
+    changeModes(*camera, change, u"NV12:400x300@30"_s);
     // PipeWire may take half a minute to give up on a stream that it was still setting up when the
     // camera changed again. Until then it is told that there is no picture.
     const auto isTold = [&scene] { return scene.session->interruption() != Interruption::None; };
@@ -198,7 +198,7 @@ void ChangingCameraTest::tellsOfFramesWithoutAPicture()
     QVERIFY(!scene.watcher->pixels().isNull()); // none was handed out
 
     scene.watcher->forget();
-    camera->lie(agreed + QStringLiteral(":640x480@30"));
+    camera->lie(agreed + u":640x480@30"_s);
     QTRY_COMPARE_WITH_TIMEOUT(scene.session->interruption(), Interruption::None, patience);
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 0, patience);
     QCOMPARE(wrongQuarter(scene.watcher->pixels(), quarters()), QString());
@@ -210,15 +210,15 @@ void ChangingCameraTest::takesWhatACameraOffers_data()
     QTest::addColumn<QString>("encoding");
     QTest::addColumn<QSize>("size");
     QTest::addColumn<double>("rate");
-    QTest::newRow("2160 lines alone") << QStringList{ QStringLiteral("YUY2:3840x2160@30") }
-                                      << "YUY2" << QSize(3840, 2160) << 30.0;
-    QTest::newRow("2160 lines of JPEG alone") << QStringList{ QStringLiteral("JPEG:3840x2160@30") }
-                                              << "JPEG" << QSize(3840, 2160) << 30.0;
+    QTest::newRow("2160 lines alone")
+        << QStringList{ u"YUY2:3840x2160@30"_s } << "YUY2" << QSize(3840, 2160) << 30.0;
+    QTest::newRow("2160 lines of JPEG alone")
+        << QStringList{ u"JPEG:3840x2160@30"_s } << "JPEG" << QSize(3840, 2160) << 30.0;
     QTest::newRow("15 a second alone")
-        << QStringList{ QStringLiteral("YUY2:1280x720@15") } << "YUY2" << QSize(1280, 720) << 15.0;
-    QTest::newRow("15 a second at most") << QStringList{ QStringLiteral("YUY2:1920x1080@5"),
-        QStringLiteral("YUY2:640x480@15"), QStringLiteral("NV12:1280x720@15") }
-                                         << "NV12" << QSize(1280, 720) << 15.0;
+        << QStringList{ u"YUY2:1280x720@15"_s } << "YUY2" << QSize(1280, 720) << 15.0;
+    QTest::newRow("15 a second at most")
+        << QStringList{ u"YUY2:1920x1080@5"_s, u"YUY2:640x480@15"_s, u"NV12:1280x720@15"_s }
+        << "NV12" << QSize(1280, 720) << 15.0;
 }
 
 void ChangingCameraTest::takesWhatACameraOffers()

@@ -11,6 +11,8 @@
 
 #include <memory>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CollectionLayout;
 using platform::CollectionView;
 using platform::CollectionViewDataSource;
@@ -21,8 +23,8 @@ using platform::SupplementaryKind;
 
 namespace {
 
-const QString cellIdentifier = QStringLiteral("cell");
-const QString headerIdentifier = QStringLiteral("header");
+const QString cellIdentifier = u"cell"_s;
+const QString headerIdentifier = u"header"_s;
 
 class Cell : public CollectionViewItem {
 public:
@@ -68,7 +70,7 @@ public:
         auto* label
             = static_cast<QLabel*>(view.makeSupplementaryView(kind, headerIdentifier, path));
         if (label != nullptr) {
-            label->setText(QStringLiteral("day %1").arg(path.section));
+            label->setText(u"day %1"_s.arg(path.section));
         }
         return label;
     }
@@ -85,13 +87,10 @@ public:
     }
     QString accessibleNameOfItem(IndexPath path) const override
     {
-        return path == IndexPath{ 0, 1 } ? QStringLiteral("spoken") : QString();
+        return path == IndexPath{ 0, 1 } ? u"spoken"_s : QString();
     }
 
-    static QString nameOf(IndexPath path)
-    {
-        return QStringLiteral("%1/%2").arg(path.section).arg(path.item);
-    }
+    static QString nameOf(IndexPath path) { return u"%1/%2"_s.arg(path.section).arg(path.item); }
 
     QList<int> counts;
     int binds = 0;
@@ -590,7 +589,7 @@ void CollectionViewTest::unknownKindsAreNull()
     view.setDelegate(&source);
     view.resize(300, 300);
     view.show();
-    QCOMPARE(view.makeItem(QStringLiteral("unknown"), {}), nullptr);
+    QCOMPARE(view.makeItem(u"unknown"_s, {}), nullptr);
     QVERIFY(view.visibleViews().isEmpty());
     view.registerItem(cellIdentifier, [] { return new Cell; });
     view.reloadData();
@@ -660,10 +659,10 @@ void CollectionViewTest::mirrored()
 void CollectionViewTest::accessibleList()
 {
     Fixture fixture({ 2, 1 });
-    fixture.view.setAccessibleName(QStringLiteral("Captures"));
+    fixture.view.setAccessibleName(u"Captures"_s);
     QAccessibleInterface& list = accessible(&fixture.view);
     QCOMPARE(list.role(), QAccessible::List);
-    QCOMPARE(list.text(QAccessible::Name), QStringLiteral("Captures"));
+    QCOMPARE(list.text(QAccessible::Name), u"Captures"_s);
     QCOMPARE(list.childCount(), 5);
 
     QStringList names;
@@ -676,9 +675,7 @@ void CollectionViewTest::accessibleList()
         const QPoint middle = child->rect().center();
         QCOMPARE(list.childAt(middle.x(), middle.y()), child);
     }
-    QCOMPARE(names,
-        (QStringList{ QStringLiteral("day 0"), QStringLiteral("0/0"), QStringLiteral("spoken"),
-            QStringLiteral("day 1"), QStringLiteral("1/0") }));
+    QCOMPARE(names, (QStringList{ u"day 0"_s, u"0/0"_s, u"spoken"_s, u"day 1"_s, u"1/0"_s }));
     QCOMPARE(list.child(0)->role(), QAccessible::Heading);
 
     QAccessibleInterface& item = *list.child(2);

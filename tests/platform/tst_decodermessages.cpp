@@ -5,6 +5,8 @@
 #include <cstring>
 #include <limits>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::BarcodeObservation;
 using platform::Detection;
 using platform::LiveFrame;
@@ -129,15 +131,15 @@ void DecoderMessagesTest::carriesRequests()
 
 void DecoderMessagesTest::carriesReplies()
 {
-    const auto read = readReply(written(replyOf({ codeOf(QStringLiteral("one")),
-        { std::nullopt, Symbology::UpcE, {} }, codeOf(QString()) })));
+    const auto read = readReply(written(
+        replyOf({ codeOf(u"one"_s), { std::nullopt, Symbology::UpcE, {} }, codeOf(QString()) })));
 
     QVERIFY(read && read->detection);
     QCOMPARE(read->number, 7U);
     QCOMPARE(read->detection->located, QRect(3, 4, 50, 60));
     const auto& codes = read->detection->codes;
     QCOMPARE(codes.size(), 3);
-    QCOMPARE(codes.at(0).payloadStringValue, QStringLiteral("one"));
+    QCOMPARE(codes.at(0).payloadStringValue, u"one"_s);
     QCOMPARE(codes.at(0).symbology, Symbology::Qr);
     QCOMPARE(codes.at(0).corners, square);
     QVERIFY(!codes.at(1).payloadStringValue);
@@ -159,10 +161,10 @@ void DecoderMessagesTest::carriesTexts_data()
 {
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("null character") << QString(QStringLiteral("a") + QChar(0) + u'b');
-    QTest::newRow("beyond the basic plane") << QStringLiteral("\U0001F600\U0010FFFF");
-    QTest::newRow("controls, directions") << QStringLiteral("\u001d\n\u202e\u2066");
-    QTest::newRow("no characters") << QStringLiteral("\uFFFE\uFFFF");
+    QTest::newRow("null character") << QString(u"a"_s + QChar(0) + u'b');
+    QTest::newRow("beyond the basic plane") << u"\U0001F600\U0010FFFF"_s;
+    QTest::newRow("controls, directions") << u"\u001d\n\u202e\u2066"_s;
+    QTest::newRow("no characters") << u"\uFFFE\uFFFF"_s;
     QTest::newRow("longest") << QString(longestText, u'日');
 }
 
@@ -187,12 +189,12 @@ void DecoderMessagesTest::carriesEverySymbology()
 void DecoderMessagesTest::leavesOutWhatIsNoText()
 {
     const auto codes = carried({ codeOf(QString(QChar(0xd800)) + u'a'),
-        codeOf(QString(longestText + 1, u'a')), codeOf(QStringLiteral("good")) });
+        codeOf(QString(longestText + 1, u'a')), codeOf(u"good"_s) });
 
     QCOMPARE(codes.size(), 3);
     QVERIFY(!codes.at(0).payloadStringValue);
     QVERIFY(!codes.at(1).payloadStringValue);
-    QCOMPARE(codes.at(2).payloadStringValue, QStringLiteral("good"));
+    QCOMPARE(codes.at(2).payloadStringValue, u"good"_s);
 }
 
 void DecoderMessagesTest::leavesOutWhatAreNoCorners_data()
@@ -214,11 +216,11 @@ void DecoderMessagesTest::leavesOutWhatAreNoCorners_data()
 void DecoderMessagesTest::leavesOutWhatAreNoCorners()
 {
     QFETCH(QPolygonF, corners);
-    const auto codes = carried({ { QStringLiteral("text"), Symbology::Qr, corners } });
+    const auto codes = carried({ { u"text"_s, Symbology::Qr, corners } });
 
     QCOMPARE(codes.size(), 1);
     QVERIFY(codes.first().corners.isEmpty());
-    QCOMPARE(codes.first().payloadStringValue, QStringLiteral("text"));
+    QCOMPARE(codes.first().payloadStringValue, u"text"_s);
 }
 
 void DecoderMessagesTest::leavesOutWhatIsTooMuch()
@@ -235,8 +237,7 @@ void DecoderMessagesTest::leavesOutWhatIsTooMuch()
 
 void DecoderMessagesTest::refusesWhatIsCutShort()
 {
-    const QByteArray reply
-        = written(replyOf({ codeOf(QStringLiteral("one")), codeOf(QStringLiteral("two")) }));
+    const QByteArray reply = written(replyOf({ codeOf(u"one"_s), codeOf(u"two"_s) }));
     const QByteArray request
         = written(Request{ 3, { 8, 9 }, 8, 0, LiveFrame{ 41, QRect(1, 2, 3, 4) } });
     QVERIFY(readReply(reply));
@@ -271,7 +272,7 @@ void DecoderMessagesTest::refusesOtherMessages()
 void DecoderMessagesTest::refusesHostileReplies_data()
 {
     QTest::addColumn<QByteArray>("message");
-    const QByteArray good = written(replyOf({ codeOf(QStringLiteral("text")) }));
+    const QByteArray good = written(replyOf({ codeOf(u"text"_s) }));
     QVERIFY(readReply(good));
     QCOMPARE(good.size(), textAt + 8);
     const auto row = [&good](const char* name, qsizetype at, auto field) {

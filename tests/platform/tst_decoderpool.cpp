@@ -19,6 +19,8 @@
 #include <thread>
 #include <vector>
 
+using Qt::StringLiterals::operator""_s;
+
 using namespace std::chrono_literals;
 using platform::Detection;
 using platform::LiveFrame;
@@ -72,7 +74,7 @@ QImage codeFor(const QString& text)
 QString textOf(const std::optional<Detection>& detection)
 {
     return detection && !detection->codes.isEmpty()
-        ? detection->codes.first().payloadStringValue.value_or(QStringLiteral("(no text)"))
+        ? detection->codes.first().payloadStringValue.value_or(u"(no text)"_s)
         : QString();
 }
 
@@ -81,12 +83,12 @@ QString outcome(Pool& pool, Misdeed misdeed)
     return textOf(pool.detect(pictureThat(misdeed), std::nullopt));
 }
 
-const auto wellBehaved = QStringLiteral("well behaved");
+const auto wellBehaved = u"well behaved"_s;
 
 /// The fields of /proc/PID/stat from the state on; none when there is no such process.
 QList<QByteArray> statusFields(pid_t pid)
 {
-    QFile file(QStringLiteral("/proc/%1/stat").arg(pid));
+    QFile file(u"/proc/%1/stat"_s.arg(pid));
     if (!file.open(QFile::ReadOnly)) {
         return {};
     }
@@ -97,7 +99,7 @@ QList<QByteArray> statusFields(pid_t pid)
 QList<pid_t> childProcesses(pid_t parent = ::getpid())
 {
     QList<pid_t> children;
-    for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
+    for (const QString& name : QDir(u"/proc"_s).entryList(QDir::Dirs)) {
         const pid_t pid = name.toInt();
         const auto fields = pid > 0 ? statusFields(pid) : QList<QByteArray>();
         if (fields.size() > 1 && fields.at(1).toInt() == parent) {
@@ -201,19 +203,19 @@ void DecoderPoolTest::readsWhatIsReadInTheProcess_data()
                     << hasText;
             };
 
-    row("plain", Symbology::Qr, QStringLiteral("https://example.org/"), true);
-    row("umlauts", Symbology::Qr, QStringLiteral("Grüße aus Köln"), true);
-    row("Japanese", Symbology::Qr, QStringLiteral("日本語のテキスト"), true);
-    row("accents", Symbology::Aztec, QStringLiteral("un café naïf"), true);
-    row("beyond the basic plane", Symbology::Qr, QStringLiteral("Hi \U0001F600!"), true);
-    row("null character", Symbology::Qr, QString(QStringLiteral("a") + QChar(0) + u'b'), true);
-    row("controls", Symbology::Qr, QStringLiteral("a\u001Db\r\n\u0004"), true);
+    row("plain", Symbology::Qr, u"https://example.org/"_s, true);
+    row("umlauts", Symbology::Qr, u"Grüße aus Köln"_s, true);
+    row("Japanese", Symbology::Qr, u"日本語のテキスト"_s, true);
+    row("accents", Symbology::Aztec, u"un café naïf"_s, true);
+    row("beyond the basic plane", Symbology::Qr, u"Hi \U0001F600!"_s, true);
+    row("null character", Symbology::Qr, QString(u"a"_s + QChar(0) + u'b'), true);
+    row("controls", Symbology::Qr, u"a\u001Db\r\n\u0004"_s, true);
     row("long", Symbology::Qr, QString(2000, u'x'), true);
     row("long digits", Symbology::Qr, QString(5000, u'7'), true);
     row("Latin bytes", Symbology::Qr, QByteArray("caf\xE9"), true);
     row("no text", Symbology::Qr, QByteArray("\x78\x9C\xC5\x99\x5B\x8F\x9A\x40\x14", 9), false);
-    row("Code 128", Symbology::Code128, QStringLiteral("Code 128"), true);
-    row("EAN-13", Symbology::Ean13, QStringLiteral("4006381333931"), true);
+    row("Code 128", Symbology::Code128, u"Code 128"_s, true);
+    row("EAN-13", Symbology::Ean13, u"4006381333931"_s, true);
 }
 
 void DecoderPoolTest::readsWhatIsReadInTheProcess()
@@ -239,7 +241,7 @@ void DecoderPoolTest::readsWhatIsReadInTheProcess()
 void DecoderPoolTest::readsPicturesOfEverySize()
 {
     Pool pool(honest());
-    const QImage code = codeFor(QStringLiteral("any size"));
+    const QImage code = codeFor(u"any size"_s);
     // Up and down, within the memory that is kept and beyond it.
     for (const QSize size : { QSize(161, 163), QSize(1921, 1081), QSize(301, 201),
              QSize(9001, 4001), QSize(300, 200), QSize(1, 1), QSize(1023, 1025) }) {
@@ -251,14 +253,14 @@ void DecoderPoolTest::readsPicturesOfEverySize()
         }
         const auto detection = pool.detect(picture, std::nullopt);
         QVERIFY(detection);
-        QCOMPARE(textOf(detection), hasRoom ? QStringLiteral("any size") : QString());
+        QCOMPARE(textOf(detection), hasRoom ? u"any size"_s : QString());
     }
 }
 
 void DecoderPoolTest::readsLiveFrames()
 {
     Pool pool(honest());
-    const QImage frame = codeFor(QStringLiteral("live"));
+    const QImage frame = codeFor(u"live"_s);
     QRect located;
     QString text;
     for (quint64 number = 0; number < 20 && text.isEmpty(); ++number) {
@@ -268,14 +270,14 @@ void DecoderPoolTest::readsLiveFrames()
         QVERIFY(located.isEmpty() || frame.rect().contains(located));
         text = textOf(detection);
     }
-    QCOMPARE(text, QStringLiteral("live"));
+    QCOMPARE(text, u"live"_s);
 }
 
 void DecoderPoolTest::keepsItsDecoder()
 {
     Pool pool(honest(4));
     QVERIFY(childProcesses().isEmpty());
-    pool.detect(codeFor(QStringLiteral("first")), std::nullopt);
+    pool.detect(codeFor(u"first"_s), std::nullopt);
     const pid_t decoder = theDecoder();
     for (int i = 0; i < 10; ++i) {
         const QString text = QString::number(i);
@@ -287,11 +289,10 @@ void DecoderPoolTest::keepsItsDecoder()
 void DecoderPoolTest::keepsADecoderThatAnotherThreadStarted()
 {
     Pool pool(honest());
-    std::thread([&pool] { pool.detect(codeFor(QStringLiteral("there")), std::nullopt); }).join();
+    std::thread([&pool] { pool.detect(codeFor(u"there"_s), std::nullopt); }).join();
     const pid_t decoder = theDecoder();
 
-    QCOMPARE(
-        textOf(pool.detect(codeFor(QStringLiteral("here")), std::nullopt)), QStringLiteral("here"));
+    QCOMPARE(textOf(pool.detect(codeFor(u"here"_s), std::nullopt)), u"here"_s);
     QCOMPARE(childProcesses(), QList<pid_t>{ decoder });
 }
 
@@ -307,7 +308,7 @@ void DecoderPoolTest::servesManyThreads()
     for (int thread = 0; thread < threadCount; ++thread) {
         threads.emplace_back([&, thread] {
             for (int number = 0; number < picturesEach; ++number) {
-                const QString text = QStringLiteral("%1 of %2").arg(number).arg(thread);
+                const QString text = u"%1 of %2"_s.arg(number).arg(thread);
                 right += textOf(pool.detect(codeFor(text), std::nullopt)) == text ? 1 : 0;
             }
         });
@@ -323,14 +324,13 @@ void DecoderPoolTest::servesManyThreads()
 void DecoderPoolTest::outlivesAKilledDecoder()
 {
     Pool pool(honest());
-    pool.detect(codeFor(QStringLiteral("before")), std::nullopt);
+    pool.detect(codeFor(u"before"_s), std::nullopt);
     const pid_t first = theDecoder();
     ::kill(first, SIGKILL);
     QTRY_VERIFY(hasEnded(first));
 
     expectLog("^The decoder was ended by signal 9 \\(Killed\\) while it had nothing to do$");
-    QCOMPARE(textOf(pool.detect(codeFor(QStringLiteral("after")), std::nullopt)),
-        QStringLiteral("after"));
+    QCOMPARE(textOf(pool.detect(codeFor(u"after"_s), std::nullopt)), u"after"_s);
     QVERIFY(theDecoder() != first);
 }
 
@@ -357,8 +357,7 @@ void DecoderPoolTest::outlivesAStoppedDecoder()
     auto settings = honest();
     settings.stillLimit = hangLimit;
     Pool pool(settings);
-    QCOMPARE(
-        textOf(pool.detect(codeFor(QStringLiteral("one")), std::nullopt)), QStringLiteral("one"));
+    QCOMPARE(textOf(pool.detect(codeFor(u"one"_s), std::nullopt)), u"one"_s);
     const pid_t first = theDecoder();
     ::kill(first, SIGSTOP);
     QTRY_COMPARE(statusFields(first).value(0), "T");
@@ -366,17 +365,16 @@ void DecoderPoolTest::outlivesAStoppedDecoder()
     expectLog(late);
     QElapsedTimer clock;
     clock.start();
-    QVERIFY(!pool.detect(codeFor(QStringLiteral("two")), std::nullopt));
+    QVERIFY(!pool.detect(codeFor(u"two"_s), std::nullopt));
     QVERIFY(clock.elapsed() >= std::chrono::milliseconds(hangLimit).count() - 1);
     QVERIFY(hasEnded(first));
-    QCOMPARE(textOf(pool.detect(codeFor(QStringLiteral("three")), std::nullopt)),
-        QStringLiteral("three"));
+    QCOMPARE(textOf(pool.detect(codeFor(u"three"_s), std::nullopt)), u"three"_s);
 }
 
 void DecoderPoolTest::outlivesADecoderWithoutMemory()
 {
     Pool pool(honest());
-    pool.detect(codeFor(QStringLiteral("before")), std::nullopt);
+    pool.detect(codeFor(u"before"_s), std::nullopt);
     const pid_t first = theDecoder();
     const rlimit tiny{ 4096, 4096 };
     QCOMPARE(::prlimit(first, RLIMIT_AS, &tiny, nullptr), 0);
@@ -390,8 +388,7 @@ void DecoderPoolTest::outlivesADecoderWithoutMemory()
     QImage large(4000, 3000, QImage::Format_Grayscale8);
     large.fill(0xff);
     QVERIFY(!pool.detect(large, std::nullopt) || isSanitized);
-    QCOMPARE(textOf(pool.detect(codeFor(QStringLiteral("after")), std::nullopt)),
-        QStringLiteral("after"));
+    QCOMPARE(textOf(pool.detect(codeFor(u"after"_s), std::nullopt)), u"after"_s);
     QVERIFY(theDecoder() != first);
 }
 
@@ -443,13 +440,12 @@ void DecoderPoolTest::takesOneAnswerAndNoDescriptor()
 {
     Pool pool(misbehaving(hangLimit));
     QCOMPARE(outcome(pool, Misdeed::None), wellBehaved);
-    const auto openDescriptors = [] {
-        return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::Files);
-    };
+    const auto openDescriptors
+        = [] { return QDir(u"/proc/self/fd"_s).entryList(QDir::System | QDir::Files); };
     const auto before = openDescriptors().size();
     QVERIFY(before > 0);
 
-    QCOMPARE(outcome(pool, Misdeed::SendTwice), QStringLiteral("first"));
+    QCOMPARE(outcome(pool, Misdeed::SendTwice), u"first"_s);
     QCOMPARE(openDescriptors().size(), before);
     expectLog("^The decoder spoke without being asked while it had nothing to do$");
     QTRY_COMPARE_WITH_TIMEOUT(statusFields(theDecoder()).value(0), "S", 5000); // it has spoken
@@ -462,14 +458,12 @@ void DecoderPoolTest::givesAwayNothing_data()
     QTest::addColumn<QString>("expected");
     QTest::addColumn<bool>("isSandboxed"); // not so where sanitizers need what the sandbox takes
 
-    QTest::newRow("open a file") << Misdeed::OpenFile << QStringLiteral("refused") << true;
-    QTest::newRow("make a file") << Misdeed::MakeFile << QStringLiteral("refused") << true;
-    QTest::newRow("eat memory") << Misdeed::EatMemory << QStringLiteral("refused") << true;
-    QTest::newRow("write pixels") << Misdeed::WritePixels << QStringLiteral("refused") << false;
-    QTest::newRow("environment") << Misdeed::LookAtEnvironment << QStringLiteral("nothing")
-                                 << false;
-    QTest::newRow("descriptors") << Misdeed::LookForDescriptors << QStringLiteral("nothing")
-                                 << false;
+    QTest::newRow("open a file") << Misdeed::OpenFile << u"refused"_s << true;
+    QTest::newRow("make a file") << Misdeed::MakeFile << u"refused"_s << true;
+    QTest::newRow("eat memory") << Misdeed::EatMemory << u"refused"_s << true;
+    QTest::newRow("write pixels") << Misdeed::WritePixels << u"refused"_s << false;
+    QTest::newRow("environment") << Misdeed::LookAtEnvironment << u"nothing"_s << false;
+    QTest::newRow("descriptors") << Misdeed::LookForDescriptors << u"nothing"_s << false;
 }
 
 void DecoderPoolTest::givesAwayNothing()
@@ -523,9 +517,9 @@ void DecoderPoolTest::confinesTheRealDecoder()
         QSKIP("Sanitizers need what the sandbox takes");
     }
     Pool pool(honest());
-    pool.detect(codeFor(QStringLiteral("confined")), std::nullopt);
+    pool.detect(codeFor(u"confined"_s), std::nullopt);
 
-    QFile status(QStringLiteral("/proc/%1/status").arg(theDecoder()));
+    QFile status(u"/proc/%1/status"_s.arg(theDecoder()));
     QVERIFY(status.open(QFile::ReadOnly));
     const QByteArray lines = status.readAll();
     QVERIFY(lines.contains("\nNoNewPrivs:\t1\n"));
@@ -556,15 +550,15 @@ void DecoderPoolTest::letsAStillPictureWait()
 
 void DecoderPoolTest::saysThatThereIsNoDecoder()
 {
-    Pool pool({ .executable = QStringLiteral("/nowhere/decoder"), .decoders = 2 });
+    Pool pool({ .executable = u"/nowhere/decoder"_s, .decoders = 2 });
 
     expectLog("^The decoder cannot be started from /nowhere/decoder: No such file or directory$");
-    QVERIFY(!pool.detect(codeFor(QStringLiteral("text")), std::nullopt));
+    QVERIFY(!pool.detect(codeFor(u"text"_s), std::nullopt));
 }
 
 void DecoderPoolTest::saysThatTheDecoderDoesNotStart()
 {
-    Pool pool({ .executable = QStringLiteral("/bin/false"), .decoders = 1 });
+    Pool pool({ .executable = u"/bin/false"_s, .decoders = 1 });
 
     expectLog("^The decoder left with status 1$");
     QVERIFY(!pool.detect(pictureThat(Misdeed::None), std::nullopt));
@@ -587,8 +581,8 @@ void DecoderPoolTest::givesUpOnAnotherProgram()
     QFETCH(QByteArray, greeting);
     QFETCH(QByteArray, reason);
     const QTemporaryDir folder;
-    const QString started = folder.filePath(QStringLiteral("started"));
-    const QString script = folder.filePath(QStringLiteral("decoder"));
+    const QString started = folder.filePath(u"started"_s);
+    const QString script = folder.filePath(u"decoder"_s);
     QByteArray octal;
     for (const char byte : greeting) {
         octal += '\\' + QByteArray::number(uchar(byte), 8).rightJustified(3, '0');
@@ -630,7 +624,7 @@ void DecoderPoolTest::finishesAtOnce()
 void DecoderPoolTest::endsWithTheProgram()
 {
     QProcess program;
-    program.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--hang") });
+    program.start(QCoreApplication::applicationFilePath(), { u"--hang"_s });
     QVERIFY(program.waitForStarted());
     const auto parent = pid_t(program.processId());
     QTRY_VERIFY(!childProcesses(parent).isEmpty());
@@ -647,7 +641,7 @@ int main(int argc, char** argv)
 {
     const support::Sandbox sandbox;
     platform::Application application(argc, argv);
-    if (application.arguments().contains(QStringLiteral("--hang"))) {
+    if (application.arguments().contains(u"--hang"_s)) {
         Pool pool(misbehaving());
         outcome(pool, Misdeed::None);
         QTextStream(stdout) << "ready" << Qt::endl;

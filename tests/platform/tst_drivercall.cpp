@@ -9,6 +9,8 @@
 #include <memory>
 #include <thread>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::askDriver;
 using platform::DriverVisit;
 using platform::patienceWithDriver;
@@ -24,7 +26,7 @@ private Q_SLOTS:
 
 namespace {
 
-const QString path = QStringLiteral("/dev/camera");
+const QString path = u"/dev/camera"_s;
 
 } // namespace
 
@@ -61,7 +63,7 @@ void DriverCallTest::losesOneThreadToADriverThatHangs()
     const auto call = [&wasCalled] { return wasCalled = true; };
     QVERIFY(!askDriver(path, call).has_value());
     QVERIFY(!wasCalled);
-    QCOMPARE(askDriver(QStringLiteral("/dev/other"), [] { return 1; }), 1);
+    QCOMPARE(askDriver(u"/dev/other"_s, [] { return 1; }), 1);
 
     QVERIFY(!life.expired());
     release.set_value();

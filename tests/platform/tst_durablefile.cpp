@@ -11,6 +11,8 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Error;
 using platform::posixErrorDomain;
 using platform::removeUnfinishedFiles;
@@ -48,18 +50,18 @@ private:
 
 void TestDurableFile::writesTheConcatenationOfTheParts()
 {
-    const QString path = m_folder.filePath(QStringLiteral("parts"));
+    const QString path = m_folder.filePath(u"parts"_s);
     const std::array<QByteArrayView, 4> parts{ "one ", "", "two ", "three" };
     QVERIFY(!writeDurably(path, parts));
     QCOMPARE(fileBytes(path), "one two three");
     QVERIFY(!writeDurably(path, {}));
     QCOMPARE(fileBytes(path), "");
-    QCOMPARE(names(), QStringList{ QStringLiteral("parts") });
+    QCOMPARE(names(), QStringList{ u"parts"_s });
 }
 
 void TestDurableFile::writesMorePartsThanOneCallTakes()
 {
-    const QString path = m_folder.filePath(QStringLiteral("many"));
+    const QString path = m_folder.filePath(u"many"_s);
     std::vector<QByteArray> bytes;
     QByteArray whole;
     for (int index = 0; index < 3000; ++index) {
@@ -73,7 +75,7 @@ void TestDurableFile::writesMorePartsThanOneCallTakes()
 
 void TestDurableFile::keepsTheFilePrivate()
 {
-    const QString path = m_folder.filePath(QStringLiteral("private"));
+    const QString path = m_folder.filePath(u"private"_s);
     QVERIFY(!write(path, "secret"));
     struct stat status { };
     QCOMPARE(::stat(QFile::encodeName(path).constData(), &status), 0);
@@ -92,9 +94,9 @@ void TestDurableFile::reportsWhatIsInTheWay_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("code");
-    QTest::newRow("a folder at the path") << QStringLiteral("folder") << EISDIR;
-    QTest::newRow("no folder") << QStringLiteral("none/file") << ENOENT;
-    QTest::newRow("a file for a folder") << QStringLiteral("plain/file") << ENOTDIR;
+    QTest::newRow("a folder at the path") << u"folder"_s << EISDIR;
+    QTest::newRow("no folder") << u"none/file"_s << ENOENT;
+    QTest::newRow("a file for a folder") << u"plain/file"_s << ENOTDIR;
     QTest::newRow("no name") << QString() << EISDIR;
     QTest::newRow("too long a name") << QString(256, u'n') << ENAMETOOLONG;
 }
@@ -103,8 +105,8 @@ void TestDurableFile::reportsWhatIsInTheWay()
 {
     QFETCH(const QString, name);
     QFETCH(const int, code);
-    QDir(m_folder.path()).mkpath(QStringLiteral("folder"));
-    support::setFileBytes(m_folder.filePath(QStringLiteral("plain")), "plain");
+    QDir(m_folder.path()).mkpath(u"folder"_s);
+    support::setFileBytes(m_folder.filePath(u"plain"_s), "plain");
     const QStringList before = names();
 
     const QString path = m_folder.path() + u'/' + name;
@@ -115,12 +117,12 @@ void TestDurableFile::reportsWhatIsInTheWay()
     QVERIFY(error->localizedDescription.contains(path));
     QVERIFY(!error->failureReason.isEmpty());
     QCOMPARE(names(), before);
-    QCOMPARE(fileBytes(m_folder.filePath(QStringLiteral("plain"))), "plain");
+    QCOMPARE(fileBytes(m_folder.filePath(u"plain"_s)), "plain");
 }
 
 void TestDurableFile::keepsTheOldFileAtTheSizeLimit()
 {
-    const QString path = m_folder.filePath(QStringLiteral("limited"));
+    const QString path = m_folder.filePath(u"limited"_s);
     QVERIFY(!write(path, "old"));
     const QStringList before = names();
 
@@ -141,7 +143,7 @@ void TestDurableFile::keepsTheOldFileAtTheSizeLimit()
 
 void TestDurableFile::keepsTheOldFileOnAFullDisk()
 {
-    const QByteArray disk = QFile::encodeName(m_folder.filePath(QStringLiteral("disk")));
+    const QByteArray disk = QFile::encodeName(m_folder.filePath(u"disk"_s));
     QCOMPARE(::mkdir(disk.constData(), 0700), 0);
     if (::mount("tmpfs", disk.constData(), "tmpfs", 0, "size=64k") != 0) {
         ::rmdir(disk.constData());
@@ -151,15 +153,15 @@ void TestDurableFile::keepsTheOldFileOnAFullDisk()
         ::umount(disk.constData());
         ::rmdir(disk.constData());
     });
-    const QString path = QFile::decodeName(disk) + QStringLiteral("/file");
+    const QString path = QFile::decodeName(disk) + u"/file"_s;
     QVERIFY(!write(path, "old"));
     const std::optional<Error> error = write(path, QByteArray(200'000, 'n'));
     QVERIFY(error);
     QCOMPARE(error->code, ENOSPC);
-    QVERIFY(error->failureReason.contains(QStringLiteral("full")));
+    QVERIFY(error->failureReason.contains(u"full"_s));
     QCOMPARE(fileBytes(path), "old");
     QCOMPARE(QDir(QFile::decodeName(disk)).entryList(QDir::Files | QDir::Hidden),
-        QStringList{ QStringLiteral("file") });
+        QStringList{ u"file"_s });
     QVERIFY(!write(path, "new"));
     QCOMPARE(fileBytes(path), "new");
 }
@@ -169,19 +171,18 @@ void TestDurableFile::removesUnfinishedFilesOnly()
     const QTemporaryDir folder;
     const auto make
         = [&](const QString& name) { support::setFileBytes(folder.filePath(name), "bytes"); };
-    make(QStringLiteral(".unfinished-0123456789abcdef"));
-    make(QStringLiteral(".unfinished-notes"));
-    make(QStringLiteral("unfinished-0123456789abcdef"));
-    make(QStringLiteral("store"));
-    QDir(folder.path()).mkpath(QStringLiteral(".unfinished-0123456789abcdee"));
+    make(u".unfinished-0123456789abcdef"_s);
+    make(u".unfinished-notes"_s);
+    make(u"unfinished-0123456789abcdef"_s);
+    make(u"store"_s);
+    QDir(folder.path()).mkpath(u".unfinished-0123456789abcdee"_s);
     removeUnfinishedFiles(folder.path());
     const QStringList left
         = QDir(folder.path())
               .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
     QCOMPARE(left,
-        (QStringList{ QStringLiteral(".unfinished-0123456789abcdee"),
-            QStringLiteral(".unfinished-notes"), QStringLiteral("store"),
-            QStringLiteral("unfinished-0123456789abcdef") }));
+        (QStringList{ u".unfinished-0123456789abcdee"_s, u".unfinished-notes"_s, u"store"_s,
+            u"unfinished-0123456789abcdef"_s }));
 }
 
 VELLUMCAP_TEST_MAIN(TestDurableFile)

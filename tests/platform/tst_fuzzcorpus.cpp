@@ -5,6 +5,8 @@
 
 #include <QDir>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::decoder::Pool;
 using platform::decoder::readGreeting;
 using platform::decoder::readReply;
@@ -27,8 +29,7 @@ void addFiles(const char* folder)
 
 QString decoder()
 {
-    return QDir(QCoreApplication::applicationDirPath())
-        .filePath(QStringLiteral("vellumcap-decoder"));
+    return QDir(QCoreApplication::applicationDirPath()).filePath(u"vellumcap-decoder"_s);
 }
 
 } // namespace

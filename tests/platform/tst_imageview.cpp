@@ -7,6 +7,8 @@
 #include <QTemporaryDir>
 #include <QWheelEvent>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::ImageFile;
 using platform::ImageView;
 using support::plainPicture;
@@ -66,7 +68,7 @@ QPointF pointUnder(const ImageView& view, QPointF at)
 void ImageViewTest::loadsByContent()
 {
     const QByteArray png = support::encoded(plainPicture({ 3, 2 }, Qt::green), "PNG");
-    const ImageFile file{ fileNamed(QStringLiteral("wrong.jpg"), png) };
+    const ImageFile file{ fileNamed(u"wrong.jpg"_s, png) };
     QCOMPARE(file.load().size(), QSize(3, 2));
     QCOMPARE(file.load().pixelColor(0, 0), QColor(Qt::green));
 }
@@ -80,7 +82,7 @@ void ImageViewTest::loadTurnsAsTheMetadataSay()
             image.setPixelColor(x, y, Qt::black); // the left half
         }
     }
-    const ImageFile file{ fileNamed(QStringLiteral("turned.jpg"), support::turnedJpeg(image)) };
+    const ImageFile file{ fileNamed(u"turned.jpg"_s, support::turnedJpeg(image)) };
     const QImage loaded = file.load();
     QCOMPARE(loaded.size(), QSize(20, 40));
     QVERIFY(loaded.pixelColor(10, 5).lightness() < 40);
@@ -90,9 +92,9 @@ void ImageViewTest::loadTurnsAsTheMetadataSay()
 void ImageViewTest::loadIsNullWithoutAPicture()
 {
     QVERIFY(ImageFile{}.load().isNull());
-    QVERIFY(ImageFile{ m_folder.filePath(QStringLiteral("missing.png")) }.load().isNull());
+    QVERIFY(ImageFile{ m_folder.filePath(u"missing.png"_s) }.load().isNull());
     QVERIFY(ImageFile{ m_folder.path() }.load().isNull());
-    QVERIFY(ImageFile{ fileNamed(QStringLiteral("text.png"), "no picture") }.load().isNull());
+    QVERIFY(ImageFile{ fileNamed(u"text.png"_s, "no picture") }.load().isNull());
 }
 
 void ImageViewTest::showsThePictureWhole_data()
@@ -273,7 +275,7 @@ void ImageViewTest::largePicturesAreSmooth()
 void ImageViewTest::fileIsReadInTheBackground()
 {
     const QByteArray png = support::encoded(plainPicture({ 30, 20 }, Qt::blue), "PNG");
-    const ImageFile file{ fileNamed(QStringLiteral("blue.png"), png) };
+    const ImageFile file{ fileNamed(u"blue.png"_s, png) };
     ImageView view;
     QSignalSpy changed(&view, &ImageView::imageChanged);
     view.setImageWithFile(file);
@@ -285,10 +287,10 @@ void ImageViewTest::fileIsReadInTheBackground()
 void ImageViewTest::missingFileIsEmpty()
 {
     const QByteArray png = support::encoded(plainPicture({ 30, 20 }, Qt::blue), "PNG");
-    const ImageFile good{ fileNamed(QStringLiteral("good.png"), png) };
+    const ImageFile good{ fileNamed(u"good.png"_s, png) };
     ImageView missing;
     missing.setImage(plainPicture({ 5, 5 }, Qt::red));
-    missing.setImageWithFile({ m_folder.filePath(QStringLiteral("none.png")) });
+    missing.setImageWithFile({ m_folder.filePath(u"none.png"_s) });
     ImageView other; // what is read after it tells when it has been read
     for (int turn = 0; turn < 3; ++turn) {
         other.setImageWithFile(good);
@@ -301,8 +303,8 @@ void ImageViewTest::lateFilesAreIgnored()
 {
     const QByteArray large = support::encoded(support::noisePicture({ 1200, 1200 }), "PNG");
     const QByteArray small = support::encoded(plainPicture({ 30, 20 }, Qt::blue), "PNG");
-    const ImageFile slow{ fileNamed(QStringLiteral("slow.png"), large) };
-    const ImageFile quick{ fileNamed(QStringLiteral("quick.png"), small) };
+    const ImageFile slow{ fileNamed(u"slow.png"_s, large) };
+    const ImageFile quick{ fileNamed(u"quick.png"_s, small) };
     ImageView view;
     QList<QSize> sizes;
     connect(&view, &ImageView::imageChanged, this, [&] { sizes.append(view.image().size()); });
@@ -323,7 +325,7 @@ void ImageViewTest::lateFilesAreIgnored()
 void ImageViewTest::viewMayGoWhileAFileIsRead()
 {
     const QByteArray large = support::encoded(support::noisePicture({ 800, 800 }), "PNG");
-    const ImageFile slow{ fileNamed(QStringLiteral("gone.png"), large) };
+    const ImageFile slow{ fileNamed(u"gone.png"_s, large) };
     auto view = std::make_unique<ImageView>();
     view->setImageWithFile(slow);
     view.reset();
@@ -350,7 +352,7 @@ void ImageViewTest::isAGraphicForScreenReaders()
     ImageView view;
     const QAccessibleInterface* graphic = QAccessible::queryAccessibleInterface(&view);
     QCOMPARE(graphic->role(), QAccessible::Graphic);
-    QCOMPARE(graphic->text(QAccessible::Name), QStringLiteral("Picture"));
+    QCOMPARE(graphic->text(QAccessible::Name), u"Picture"_s);
 }
 
 VELLUMCAP_TEST_MAIN(ImageViewTest)

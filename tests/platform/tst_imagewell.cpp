@@ -14,6 +14,8 @@
 
 #include <memory>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::ImageWell;
 using support::plainPicture;
 
@@ -66,7 +68,7 @@ bool drop(ImageWell& well, const QMimeData& data)
     return event.isAccepted() && event.dropAction() == Qt::CopyAction;
 }
 
-const QString unreadable = QStringLiteral("This is not a picture that can be read");
+const QString unreadable = u"This is not a picture that can be read"_s;
 
 } // namespace
 
@@ -120,12 +122,12 @@ private:
 void ImageWellTest::initTestCase()
 {
     QVERIFY(m_folder.isValid());
-    m_red = fileNamed(QStringLiteral("red picture.data"),
-        support::encoded(plainPicture({ 30, 20 }, Qt::red), "PNG"));
-    m_text = fileNamed(QStringLiteral("text.png"), "no picture at all");
+    m_red = fileNamed(
+        u"red picture.data"_s, support::encoded(plainPicture({ 30, 20 }, Qt::red), "PNG"));
+    m_text = fileNamed(u"text.png"_s, "no picture at all");
     const QByteArray large = support::encoded(support::noisePicture({ 1500, 1200 }), "PNG");
     QVERIFY(large.size() > 4 * 1024 * 1024);
-    m_slow = fileNamed(QStringLiteral("slow.png"), large);
+    m_slow = fileNamed(u"slow.png"_s, large);
 }
 
 void ImageWellTest::startsEmpty()
@@ -168,9 +170,9 @@ void ImageWellTest::takesDroppedData_data()
 {
     QTest::addColumn<QString>("format");
     QTest::addColumn<QByteArray>("encoding");
-    QTest::newRow("png") << QStringLiteral("image/png") << QByteArrayLiteral("PNG");
-    QTest::newRow("jpeg") << QStringLiteral("image/jpeg") << QByteArrayLiteral("JPEG");
-    QTest::newRow("bmp") << QStringLiteral("image/bmp") << QByteArrayLiteral("BMP");
+    QTest::newRow("png") << u"image/png"_s << QByteArrayLiteral("PNG");
+    QTest::newRow("jpeg") << u"image/jpeg"_s << QByteArrayLiteral("JPEG");
+    QTest::newRow("bmp") << u"image/bmp"_s << QByteArrayLiteral("BMP");
 }
 
 void ImageWellTest::takesDroppedData()
@@ -193,21 +195,21 @@ void ImageWellTest::takesDroppedData()
 void ImageWellTest::takesAPathAsText_data()
 {
     QTest::addColumn<QString>("pattern");
-    QTest::newRow("absolute") << QStringLiteral("%1");
-    QTest::newRow("with blanks around") << QStringLiteral("  %1\n");
-    QTest::newRow("address") << QStringLiteral("file://%1");
-    QTest::newRow("home") << QStringLiteral("~/%2");
+    QTest::newRow("absolute") << u"%1"_s;
+    QTest::newRow("with blanks around") << u"  %1\n"_s;
+    QTest::newRow("address") << u"file://%1"_s;
+    QTest::newRow("home") << u"~/%2"_s;
 }
 
 void ImageWellTest::takesAPathAsText()
 {
     QFETCH(const QString, pattern);
-    const QString name = QStringLiteral("home picture.png");
+    const QString name = u"home picture.png"_s;
     const QString path = QDir::home().filePath(name);
     support::writeFile(path, support::encoded(plainPicture({ 12, 3 }, Qt::red), "PNG"));
     ImageWell well;
     QGuiApplication::clipboard()->setText(
-        pattern.contains(QLatin1String("%1")) ? pattern.arg(path) : QStringLiteral("~/") + name);
+        pattern.contains(QLatin1String("%1")) ? pattern.arg(path) : u"~/"_s + name);
     well.paste();
     QCOMPARE(well.image().size(), QSize(12, 3));
 }
@@ -215,28 +217,27 @@ void ImageWellTest::takesAPathAsText()
 void ImageWellTest::refusesDrags_data()
 {
     QTest::addColumn<QString>("kind");
-    QTest::newRow("text") << QStringLiteral("text");
-    QTest::newRow("a link") << QStringLiteral("link");
-    QTest::newRow("a folder") << QStringLiteral("folder");
-    QTest::newRow("a text file named like a picture") << QStringLiteral("text file");
-    QTest::newRow("a missing file") << QStringLiteral("missing");
-    QTest::newRow("unknown data") << QStringLiteral("unknown");
+    QTest::newRow("text") << u"text"_s;
+    QTest::newRow("a link") << u"link"_s;
+    QTest::newRow("a folder") << u"folder"_s;
+    QTest::newRow("a text file named like a picture") << u"text file"_s;
+    QTest::newRow("a missing file") << u"missing"_s;
+    QTest::newRow("unknown data") << u"unknown"_s;
 }
 
 void ImageWellTest::refusesDrags()
 {
     QFETCH(const QString, kind);
     QMimeData link;
-    link.setUrls({ QUrl(QStringLiteral("https://example.org/picture.png")) });
+    link.setUrls({ QUrl(u"https://example.org/picture.png"_s) });
     std::map<QString, MimeData> offers;
-    offers[QStringLiteral("text")] = text(QStringLiteral("hello"));
-    offers[QStringLiteral("link")] = std::make_unique<QMimeData>();
-    offers[QStringLiteral("link")]->setUrls(link.urls());
-    offers[QStringLiteral("folder")] = files({ m_folder.path() });
-    offers[QStringLiteral("text file")] = files({ m_text });
-    offers[QStringLiteral("missing")] = files({ m_folder.filePath(QStringLiteral("none.png")) });
-    offers[QStringLiteral("unknown")]
-        = pictureData(QStringLiteral("application/x-unknown"), QByteArrayLiteral("data"));
+    offers[u"text"_s] = text(u"hello"_s);
+    offers[u"link"_s] = std::make_unique<QMimeData>();
+    offers[u"link"_s]->setUrls(link.urls());
+    offers[u"folder"_s] = files({ m_folder.path() });
+    offers[u"text file"_s] = files({ m_text });
+    offers[u"missing"_s] = files({ m_folder.filePath(u"none.png"_s) });
+    offers[u"unknown"_s] = pictureData(u"application/x-unknown"_s, QByteArrayLiteral("data"));
     ImageWell well;
     QVERIFY(!dragOver(well, *offers.at(kind)));
     QVERIFY(well.refusal().isEmpty());
@@ -284,7 +285,7 @@ void ImageWellTest::pasteOfTextIsRefused()
     ImageWell well;
     well.setImage(plainPicture({ 4, 4 }, Qt::green));
     const QSignalSpy placed(&well, &ImageWell::imagePlaced);
-    QGuiApplication::clipboard()->setText(QStringLiteral("<b>hello</b>"));
+    QGuiApplication::clipboard()->setText(u"<b>hello</b>"_s);
     QTest::keyClick(&well, Qt::Key_V, Qt::ControlModifier);
     QCOMPARE(well.refusal(), unreadable);
     QCOMPARE(well.image().size(), QSize(4, 4));
@@ -303,7 +304,7 @@ void ImageWellTest::unreadableFileIsRefused()
     const QSignalSpy placed(&well, &ImageWell::imagePlaced);
     QByteArray broken = support::encoded(support::noisePicture({ 60, 60 }), "PNG");
     broken.truncate(60);
-    const QString path = fileNamed(QStringLiteral("broken.png"), broken);
+    const QString path = fileNamed(u"broken.png"_s, broken);
     QVERIFY(drop(well, *files({ path })));
     QCOMPARE(well.refusal(), unreadable);
     QCOMPARE(well.image().size(), QSize(30, 20));
@@ -317,14 +318,13 @@ void ImageWellTest::tooLargeFileIsRefused()
 {
     QImage huge(20'000, 20'000, QImage::Format_Mono);
     huge.fill(1);
-    const QString path = m_folder.filePath(QStringLiteral("huge.png"));
+    const QString path = m_folder.filePath(u"huge.png"_s);
     QVERIFY(huge.save(path));
     huge = {};
     ImageWell well;
     const QSignalSpy placed(&well, &ImageWell::imagePlaced);
     QVERIFY(drop(well, *files({ path })));
-    QTRY_COMPARE(
-        well.refusal(), QStringLiteral("This picture is too large: 20,000 × 20,000 pixels"));
+    QTRY_COMPARE(well.refusal(), u"This picture is too large: 20,000 × 20,000 pixels"_s);
     QVERIFY(well.image().isNull());
     QCOMPARE(placed.count(), 0);
 }
@@ -334,7 +334,7 @@ void ImageWellTest::truncatedJpegCounts()
     QByteArray jpeg = support::encoded(support::noisePicture({ 200, 200 }), "JPEG");
     jpeg.truncate(jpeg.size() / 2);
     ImageWell well;
-    QVERIFY(drop(well, *files({ fileNamed(QStringLiteral("half.jpg"), jpeg) })));
+    QVERIFY(drop(well, *files({ fileNamed(u"half.jpg"_s, jpeg) })));
     QCOMPARE(well.image().size(), QSize(200, 200));
     QVERIFY(well.refusal().isEmpty());
 }
@@ -344,7 +344,7 @@ void ImageWellTest::emptyJpegIsRefused()
     QByteArray jpeg = support::encoded(support::noisePicture({ 200, 200 }), "JPEG");
     jpeg.truncate(100);
     ImageWell well;
-    QVERIFY(drop(well, *files({ fileNamed(QStringLiteral("head.jpg"), jpeg) })));
+    QVERIFY(drop(well, *files({ fileNamed(u"head.jpg"_s, jpeg) })));
     QVERIFY(well.image().isNull());
     QCOMPARE(well.refusal(), unreadable);
 }
@@ -352,7 +352,7 @@ void ImageWellTest::emptyJpegIsRefused()
 void ImageWellTest::animationGivesItsFirstFrame()
 {
     ImageWell well;
-    QVERIFY(drop(well, *files({ fileNamed(QStringLiteral("two.gif"), support::animatedGif()) })));
+    QVERIFY(drop(well, *files({ fileNamed(u"two.gif"_s, support::animatedGif()) })));
     QCOMPARE(well.image().size(), QSize(2, 2));
     QCOMPARE(well.image().pixelColor(1, 1), QColor(Qt::red));
 }
@@ -417,7 +417,7 @@ void ImageWellTest::choosesAFile()
     auto* dialog = well.findChild<QFileDialog*>();
     QVERIFY(dialog->isVisible());
     QCOMPARE(dialog->windowModality(), Qt::WindowModal);
-    auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    auto* name = dialog->findChild<QLineEdit*>(u"fileNameEdit"_s);
     name->setText(m_red);
     QTest::keyClick(name, Qt::Key_Return);
     QTRY_COMPARE(placed.count(), 1);
@@ -463,7 +463,7 @@ void ImageWellTest::isAButtonForScreenReaders()
     QVERIFY(!button->text(QAccessible::Name).isEmpty());
     QVERIFY(!button->text(QAccessible::Description).isEmpty());
     QVERIFY(button->state().focusable);
-    QGuiApplication::clipboard()->setText(QStringLiteral("hello"));
+    QGuiApplication::clipboard()->setText(u"hello"_s);
     well.paste();
     QCOMPARE(button->text(QAccessible::Description), unreadable);
     const QString press = QAccessibleActionInterface::pressAction();

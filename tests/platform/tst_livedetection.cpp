@@ -9,6 +9,8 @@
 
 #include <memory>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::ImageOrientation;
 using platform::Symbology;
 using support::HardCode;
@@ -147,7 +149,7 @@ void LiveDetection::locatesWhatItDoesNotRead()
 {
     QImage frame(frameSize, QImage::Format_Grayscale8);
     frame.fill(220);
-    QImage code = support::drawnCode(Symbology::Qr, QStringLiteral("half of it is missing"), 6);
+    QImage code = support::drawnCode(Symbology::Qr, u"half of it is missing"_s, 6);
     const QPoint at(800, 300);
     QPainter painter(&frame);
     painter.drawImage(at, code);
@@ -182,7 +184,7 @@ void LiveDetection::tellsWhereTheCodeIs_data()
 {
     QTest::addColumn<QImage>("code");
 
-    const QImage upright = support::drawnCode(Symbology::Qr, QStringLiteral("here"), 5);
+    const QImage upright = support::drawnCode(Symbology::Qr, u"here"_s, 5);
     QImage inverted = upright;
     inverted.invertPixels();
     QTest::newRow("at once") << upright;

@@ -3,6 +3,8 @@
 
 #include <QProcess>
 
+using Qt::StringLiterals::operator""_s;
+
 class LogTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -19,12 +21,12 @@ void LogTest::escapesWhatCouldForgeALine_data()
     const auto row = [](const char* name, const QString& line, const char* written) {
         QTest::newRow(name) << line << QByteArray(written);
     };
-    row("plain", QStringLiteral("Contrast value 1.5"), "Contrast value 1.5");
-    row("percent signs", QStringLiteral("%s %n %1"), "%s %n %1");
-    row("other scripts", QStringLiteral("Grüße 読む 😀"), "Grüße 読む 😀");
-    row("new line", QStringLiteral("a\nb\r"), "a\\u000ab\\u000d");
-    row("null character", QStringLiteral("a") + QChar(0) + QStringLiteral("b"), "a\\u0000b");
-    row("terminal sequence", QStringLiteral("\x1b[2J"), "\\u001b[2J");
+    row("plain", u"Contrast value 1.5"_s, "Contrast value 1.5");
+    row("percent signs", u"%s %n %1"_s, "%s %n %1");
+    row("other scripts", u"Grüße 読む 😀"_s, "Grüße 読む 😀");
+    row("new line", u"a\nb\r"_s, "a\\u000ab\\u000d");
+    row("null character", u"a"_s + QChar(0) + u"b"_s, "a\\u0000b");
+    row("terminal sequence", u"\x1b[2J"_s, "\\u001b[2J");
     row("delete and C1", QString(QChar(0x7f)) + QChar(0x9b), "\\u007f\\u009b");
     row("separators", QString(QChar(0x2028)) + QChar(0x2029), "\\u2028\\u2029");
     row("bidi controls", QString(QChar(0x202e)) + QChar(0x2066) + QChar(0x200f) + QChar(0x061c),
@@ -43,7 +45,7 @@ void LogTest::escapesWhatCouldForgeALine()
 void LogTest::writesTheBareLineToStandardError()
 {
     QProcess child;
-    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--log") });
+    child.start(QCoreApplication::applicationFilePath(), { u"--log"_s });
     QVERIFY(child.waitForFinished());
     QCOMPARE(child.readAllStandardError(), QByteArray("one\\u000aline\n"));
 }
@@ -52,8 +54,8 @@ int main(int argc, char** argv)
 {
     const support::Sandbox sandbox;
     platform::Application application(argc, argv);
-    if (application.arguments().contains(QStringLiteral("--log"))) {
-        platform::log(QStringLiteral("one\nline"));
+    if (application.arguments().contains(u"--log"_s)) {
+        platform::log(u"one\nline"_s);
         return 0;
     }
     LogTest cases;

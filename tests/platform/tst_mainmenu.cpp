@@ -12,6 +12,8 @@
 
 #include <map>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 /// A link of the chain: the names it responds to, and whether each is enabled.
@@ -51,7 +53,7 @@ protected:
         layout->addWidget(field = new QLineEdit);
         layout->addWidget(notes = new QPlainTextEdit);
         window->setCentralWidget(content);
-        menu = window->menuBar()->addMenu(QStringLiteral("Menu"));
+        menu = window->menuBar()->addMenu(u"Menu"_s);
         return window;
     }
 };
@@ -84,7 +86,7 @@ public:
     void perform(QAction& item) override { responder.perform(item); }
 };
 
-const auto scan = QStringLiteral("scan");
+const auto scan = u"scan"_s;
 
 } // namespace
 
@@ -130,8 +132,8 @@ private:
 void MainMenuTest::init()
 {
     m_delegate = std::make_unique<Delegate>();
-    m_main = std::make_unique<Controller>(QStringLiteral("Main"));
-    m_other = std::make_unique<Controller>(QStringLiteral("Other"));
+    m_main = std::make_unique<Controller>(u"Main"_s);
+    m_other = std::make_unique<Controller>(u"Other"_s);
     m_other->window();
     m_main->showWindow(nullptr);
     QVERIFY(QTest::qWaitForWindowActive(m_main->window()));
@@ -215,21 +217,21 @@ void MainMenuTest::validatesWhenAMenuOpens()
 
 void MainMenuTest::undoesTheTextFirst()
 {
-    QAction* undo = add(QStringLiteral("undo"));
-    QAction* redo = add(QStringLiteral("redo"));
+    QAction* undo = add(u"undo"_s);
+    QAction* redo = add(u"redo"_s);
     m_delegate->undoStack.push(new QUndoCommand);
     for (QWidget* text :
         { static_cast<QWidget*>(m_main->field), static_cast<QWidget*>(m_main->notes) }) {
         text->setFocus();
-        QTest::keyClicks(text, QStringLiteral("a"));
+        QTest::keyClicks(text, u"a"_s);
         m_menu->validate();
         undo->trigger();
         QVERIFY(m_delegate->undoStack.canUndo());
         m_menu->validate();
         redo->trigger();
     }
-    QCOMPARE(m_main->field->text(), QStringLiteral("a"));
-    QCOMPARE(m_main->notes->toPlainText(), QStringLiteral("a"));
+    QCOMPARE(m_main->field->text(), u"a"_s);
+    QCOMPARE(m_main->notes->toPlainText(), u"a"_s);
 
     m_main->button->setFocus();
     undo->trigger();
@@ -240,13 +242,13 @@ void MainMenuTest::undoesTheTextFirst()
 
 void MainMenuTest::undoesTheStoreByKeyWhereTheTextHasNothing()
 {
-    add(QStringLiteral("undo"), QKeySequence::Undo);
+    add(u"undo"_s, QKeySequence::Undo);
     m_delegate->undoStack.push(new QUndoCommand);
     m_main->field->setFocus();
     const auto press
         = [this] { QTest::keySequence(m_main->window()->windowHandle(), QKeySequence::Undo); };
 
-    QTest::keyClicks(m_main->field, QStringLiteral("a"));
+    QTest::keyClicks(m_main->field, u"a"_s);
     press();
     QCOMPARE(m_main->field->text(), QString());
     QVERIFY(m_delegate->undoStack.canUndo());
@@ -256,7 +258,7 @@ void MainMenuTest::undoesTheStoreByKeyWhereTheTextHasNothing()
 
 void MainMenuTest::followsTheUndoManager()
 {
-    QAction* undo = add(QStringLiteral("undo"));
+    QAction* undo = add(u"undo"_s);
     m_main->button->setFocus();
     m_menu->validate();
     QVERIFY(!undo->isEnabled());
@@ -268,7 +270,7 @@ void MainMenuTest::followsTheUndoManager()
 
 void MainMenuTest::doesNotAskAFailedUndoManagerAgainByItself()
 {
-    add(QStringLiteral("undo"));
+    add(u"undo"_s);
     m_delegate->hasUndoManager = false;
     m_menu->validate();
     const int asked = m_delegate->timesAskedForUndoManager;
@@ -281,11 +283,11 @@ void MainMenuTest::doesNotAskAFailedUndoManagerAgainByItself()
 
 void MainMenuTest::editsTheFocusedText()
 {
-    QAction* cut = add(QStringLiteral("cut"));
-    QAction* copy = add(QStringLiteral("copy"));
-    QAction* paste = add(QStringLiteral("paste"));
-    QAction* selectAll = add(QStringLiteral("selectAll"));
-    m_main->field->setText(QStringLiteral("abc"));
+    QAction* cut = add(u"cut"_s);
+    QAction* copy = add(u"copy"_s);
+    QAction* paste = add(u"paste"_s);
+    QAction* selectAll = add(u"selectAll"_s);
+    m_main->field->setText(u"abc"_s);
     m_main->field->setFocus();
     m_menu->validate();
     QVERIFY(!cut->isEnabled() && !copy->isEnabled() && paste->isEnabled());
@@ -297,7 +299,7 @@ void MainMenuTest::editsTheFocusedText()
     m_main->notes->setFocus();
     m_menu->validate();
     paste->trigger();
-    QCOMPARE(m_main->notes->toPlainText(), QStringLiteral("abc"));
+    QCOMPARE(m_main->notes->toPlainText(), u"abc"_s);
 
     m_main->notes->selectAll();
     m_main->notes->setReadOnly(true);
@@ -322,7 +324,7 @@ void MainMenuTest::leavesTheKeysOfOtherWidgetsAlone()
             pastes += event->matches(QKeySequence::Paste);
         }
     };
-    add(QStringLiteral("paste"), QKeySequence::Paste);
+    add(u"paste"_s, QKeySequence::Paste);
     KeyWidget well;
     well.setFocusPolicy(Qt::StrongFocus);
     well.setParent(m_main->window());
@@ -334,7 +336,7 @@ void MainMenuTest::leavesTheKeysOfOtherWidgetsAlone()
 
 void MainMenuTest::closesTheKeyWindow()
 {
-    QAction* close = add(QStringLiteral("closeWindow"));
+    QAction* close = add(u"closeWindow"_s);
     m_other->showWindow(nullptr);
     QTRY_COMPARE(QApplication::activeWindow(), m_other->window());
     m_menu->validate();
@@ -345,15 +347,15 @@ void MainMenuTest::closesTheKeyWindow()
 
 void MainMenuTest::quitsThroughTheDelegate()
 {
-    QAction* quit = add(QStringLiteral("quit"));
+    QAction* quit = add(u"quit"_s);
     quit->trigger();
     QCOMPARE(m_delegate->timesAskedToTerminate, 1);
 }
 
 void MainMenuTest::sharesClosingWithTheOtherWindows()
 {
-    add(QStringLiteral("closeWindow"), QKeySequence::Close);
-    QAction* item = add(QStringLiteral("deleteCapture"), QKeySequence::Delete);
+    add(u"closeWindow"_s, QKeySequence::Close);
+    QAction* item = add(u"deleteCapture"_s, QKeySequence::Delete);
     m_main->responder.items[item->objectName()] = true;
     m_other->showWindow(nullptr);
     QTRY_COMPARE(QApplication::activeWindow(), m_other->window());

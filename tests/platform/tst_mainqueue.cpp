@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <thread>
 
+using Qt::StringLiterals::operator""_s;
+
 using namespace std::chrono_literals;
 
 /// What Dispatch runs on the main thread.
@@ -55,10 +57,10 @@ void MainQueueTest::dropsAJobWhoseGuardIsGone()
     QStringList seen;
     auto gone = newGuard();
     const auto kept = newGuard();
-    platform::dispatchMain(gone, [&seen] { seen.append(QStringLiteral("gone")); });
-    platform::dispatchMain(kept, [&seen] { seen.append(QStringLiteral("kept")); });
+    platform::dispatchMain(gone, [&seen] { seen.append(u"gone"_s); });
+    platform::dispatchMain(kept, [&seen] { seen.append(u"kept"_s); });
     gone.reset();
-    QTRY_COMPARE(seen, QStringList{ QStringLiteral("kept") });
+    QTRY_COMPARE(seen, QStringList{ u"kept"_s });
 }
 
 void MainQueueTest::goesOnAfterAnException()
@@ -106,10 +108,10 @@ void MainQueueTest::dropsADelayedJobWhoseGuardIsGone()
     QStringList seen;
     auto gone = newGuard();
     const auto kept = newGuard();
-    platform::dispatchMainAfter(10ms, gone, [&seen] { seen.append(QStringLiteral("gone")); });
-    platform::dispatchMainAfter(20ms, kept, [&seen] { seen.append(QStringLiteral("kept")); });
+    platform::dispatchMainAfter(10ms, gone, [&seen] { seen.append(u"gone"_s); });
+    platform::dispatchMainAfter(20ms, kept, [&seen] { seen.append(u"kept"_s); });
     gone.reset();
-    QTRY_COMPARE(seen, QStringList{ QStringLiteral("kept") });
+    QTRY_COMPARE(seen, QStringList{ u"kept"_s });
 }
 
 VELLUMCAP_TEST_MAIN(MainQueueTest)

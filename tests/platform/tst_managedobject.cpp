@@ -4,6 +4,8 @@
 
 #include <QTimeZone>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::EntityDescription;
 using platform::ManagedObject;
 using platform::ManagedObjectModel;
@@ -25,10 +27,10 @@ public:
     std::set<QString> keyPathsForValuesAffectingValueForKey(const QString& key) const override
     {
         if (key == QLatin1StringView("title")) {
-            return { QStringLiteral("isURLValue"), QStringLiteral("notes") };
+            return { u"isURLValue"_s, u"notes"_s };
         }
         if (key == QLatin1StringView("isURLValue")) {
-            return { QStringLiteral("isURL") };
+            return { u"isURL"_s };
         }
         return ManagedObject::keyPathsForValuesAffectingValueForKey(key);
     }
@@ -69,16 +71,16 @@ void TestManagedObject::tellsObserversOfTheKey()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
     int calls = 0;
-    auto token = object->observe(QStringLiteral("notes"), [&] {
+    auto token = object->observe(u"notes"_s, [&] {
         ++calls;
-        QCOMPARE(std::get<QString>(object->value(Notes)), QStringLiteral("new"));
+        QCOMPARE(std::get<QString>(object->value(Notes)), u"new"_s);
     });
-    object->setValue(Value, QStringLiteral("other key"));
+    object->setValue(Value, u"other key"_s);
     QCOMPARE(calls, 0);
-    object->setValue(Notes, QStringLiteral("new"));
+    object->setValue(Notes, u"new"_s);
     QCOMPARE(calls, 1);
     token.reset();
-    object->setValue(Notes, QStringLiteral("newer"));
+    object->setValue(Notes, u"newer"_s);
     QCOMPARE(calls, 1);
 }
 
@@ -87,15 +89,15 @@ void TestManagedObject::tellsObserversOfDependentKeys()
     const auto link = std::make_shared<Link>(m_entity);
     int direct = 0;
     int indirect = 0;
-    const auto directToken = link->observe(QStringLiteral("isURLValue"), [&] { ++direct; });
-    const auto indirectToken = link->observe(QStringLiteral("title"), [&] { ++indirect; });
+    const auto directToken = link->observe(u"isURLValue"_s, [&] { ++direct; });
+    const auto indirectToken = link->observe(u"title"_s, [&] { ++indirect; });
     link->setValue(IsUrl, true);
     QCOMPARE(direct, 1);
     QCOMPARE(indirect, 1);
-    link->setValue(Notes, QStringLiteral("notes"));
+    link->setValue(Notes, u"notes"_s);
     QCOMPARE(direct, 1);
     QCOMPARE(indirect, 2);
-    link->setValue(Value, QStringLiteral("value"));
+    link->setValue(Value, u"value"_s);
     QCOMPARE(indirect, 2);
 }
 
@@ -103,7 +105,7 @@ void TestManagedObject::doesNotTellOfEqualOrPrimitiveValues()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
     int calls = 0;
-    const auto token = object->observe(QStringLiteral("captureType"), [&] { ++calls; });
+    const auto token = object->observe(u"captureType"_s, [&] { ++calls; });
     object->setPrimitiveValue(Type, 1);
     object->setValue(Type, 1);
     QCOMPARE(calls, 0);
@@ -117,14 +119,14 @@ void TestManagedObject::toleratesADroppedTokenInACallback()
     int calls = 0;
     std::shared_ptr<void> first;
     std::shared_ptr<void> second;
-    first = object->observe(QStringLiteral("notes"), [&] {
+    first = object->observe(u"notes"_s, [&] {
         ++calls;
         first.reset();
         second.reset();
     });
-    second = object->observe(QStringLiteral("notes"), [&] { ++calls; });
-    object->setValue(Notes, QStringLiteral("a"));
-    object->setValue(Notes, QStringLiteral("b"));
+    second = object->observe(u"notes"_s, [&] { ++calls; });
+    object->setValue(Notes, u"a"_s);
+    object->setValue(Notes, u"b"_s);
     QCOMPARE(calls, 1);
 }
 
@@ -133,11 +135,11 @@ void TestManagedObject::toleratesANewObserverInACallback()
     const auto object = std::make_shared<ManagedObject>(m_entity);
     std::vector<std::shared_ptr<void>> tokens;
     int calls = 0;
-    tokens.push_back(object->observe(QStringLiteral("notes"),
-        [&] { tokens.push_back(object->observe(QStringLiteral("notes"), [&] { ++calls; })); }));
-    object->setValue(Notes, QStringLiteral("a"));
+    tokens.push_back(object->observe(
+        u"notes"_s, [&] { tokens.push_back(object->observe(u"notes"_s, [&] { ++calls; })); }));
+    object->setValue(Notes, u"a"_s);
     QCOMPARE(calls, 0);
-    object->setValue(Notes, QStringLiteral("b"));
+    object->setValue(Notes, u"b"_s);
     QCOMPARE(calls, 1);
 }
 
@@ -147,11 +149,11 @@ void TestManagedObject::survivesItsLastOwnerInACallback()
     const std::weak_ptr<ManagedObject> weak = object;
     ManagedObject& borrowed = *object;
     bool wasAlive = false;
-    const auto token = object->observe(QStringLiteral("notes"), [&] {
+    const auto token = object->observe(u"notes"_s, [&] {
         object.reset();
         wasAlive = !weak.expired();
     });
-    borrowed.setValue(Notes, QStringLiteral("a"));
+    borrowed.setValue(Notes, u"a"_s);
     QVERIFY(wasAlive);
     QVERIFY(weak.expired());
 }
@@ -169,12 +171,12 @@ void TestManagedObject::keepsDatesInUtc()
 void TestManagedObject::takesNoChangesWhileDeleted()
 {
     const QTemporaryDir folder;
-    OpenStore store(folder.filePath(QStringLiteral("store")));
+    OpenStore store(folder.filePath(u"store"_s));
     QVERIFY(!store.error);
-    const auto capture = insertCapture(store.context, QStringLiteral("kept"));
+    const auto capture = insertCapture(store.context, u"kept"_s);
     store.context.deleteObject(*capture);
-    capture->setValue(Value, QStringLiteral("lost"));
-    QCOMPARE(std::get<QString>(capture->value(Value)), QStringLiteral("kept"));
+    capture->setValue(Value, u"lost"_s);
+    QCOMPARE(std::get<QString>(capture->value(Value)), u"kept"_s);
 }
 
 VELLUMCAP_TEST_MAIN(TestManagedObject)

@@ -9,6 +9,8 @@
 
 #include <random>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::EntityDescription;
 using platform::Error;
 using platform::ManagedObject;
@@ -125,7 +127,7 @@ private:
 void TestManagedObjectContext::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    m_store.emplace(m_folder->filePath(QStringLiteral("store")));
+    m_store.emplace(m_folder->filePath(u"store"_s));
     QVERIFY(!m_store->error);
 }
 
@@ -148,7 +150,7 @@ void TestManagedObjectContext::insertsObjectsOfTheProgramsClass()
     public:
         using ManagedObject::ManagedObject;
     };
-    const QString path = m_folder->filePath(QStringLiteral("store"));
+    const QString path = m_folder->filePath(u"store"_s);
     insertCapture(context());
     QVERIFY(!context().save());
     m_store.reset();
@@ -160,7 +162,7 @@ void TestManagedObjectContext::insertsObjectsOfTheProgramsClass()
     QVERIFY(!coordinator.addXmlStore(path));
     ManagedObjectContext other(coordinator);
     other.insertObject(u"Capture");
-    const auto captures = other.execute({ QStringLiteral("Capture"), {} }).value();
+    const auto captures = other.execute({ u"Capture"_s, {} }).value();
     QCOMPARE(captures.size(), std::size_t{ 2 });
     for (const auto& capture : captures) {
         QVERIFY(dynamic_cast<Capture*>(capture.get()));
@@ -170,7 +172,7 @@ void TestManagedObjectContext::insertsObjectsOfTheProgramsClass()
 
 void TestManagedObjectContext::givesIdentitiesThatAreNeverReused()
 {
-    const QString path = m_folder->filePath(QStringLiteral("store"));
+    const QString path = m_folder->filePath(u"store"_s);
     const auto first = insertCapture(context());
     const auto second = insertCapture(context());
     QVERIFY(first->objectID() < second->objectID());
@@ -197,13 +199,13 @@ void TestManagedObjectContext::hasNoChangesAfterInsertAndDelete()
 
 void TestManagedObjectContext::hasNoChangesAfterAnEqualValue()
 {
-    const auto capture = insertCapture(context(), QStringLiteral("text"));
+    const auto capture = insertCapture(context(), u"text"_s);
     QVERIFY(!context().save());
     const int steps = undo().count();
-    capture->setValue(Value, QStringLiteral("text"));
+    capture->setValue(Value, u"text"_s);
     QVERIFY(!context().hasChanges());
     QCOMPARE(undo().count(), steps);
-    capture->setValue(Value, QStringLiteral("other"));
+    capture->setValue(Value, u"other"_s);
     QVERIFY(context().hasChanges());
 }
 
@@ -212,7 +214,7 @@ void TestManagedObjectContext::hasNoChangesAfterASave()
     const auto capture = insertCapture(context());
     QVERIFY(!context().save());
     QVERIFY(!context().hasChanges());
-    capture->setValue(Notes, QStringLiteral("notes"));
+    capture->setValue(Notes, u"notes"_s);
     QVERIFY(context().hasChanges());
     QVERIFY(!context().save());
     QVERIFY(!context().hasChanges());
@@ -227,14 +229,11 @@ void TestManagedObjectContext::fetchesInOrder()
     for (const auto* text : { "b", "c", "a" }) {
         insertCapture(context(), QLatin1StringView(text));
     }
-    QCOMPARE(m_store->texts(),
-        (std::vector{ QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("a") }));
+    QCOMPARE(m_store->texts(), (std::vector{ u"b"_s, u"c"_s, u"a"_s }));
     const auto sorted
-        = context()
-              .execute({ QStringLiteral("Capture"), { { QStringLiteral("captureValue"), true } } })
-              .value();
-    QCOMPARE(textOf(*sorted.front()), QStringLiteral("a"));
-    QCOMPARE(textOf(*sorted.back()), QStringLiteral("c"));
+        = context().execute({ u"Capture"_s, { { u"captureValue"_s, true } } }).value();
+    QCOMPARE(textOf(*sorted.front()), u"a"_s);
+    QCOMPARE(textOf(*sorted.back()), u"c"_s);
 }
 
 void TestManagedObjectContext::sortsLikeAStableSort_data()
@@ -273,8 +272,7 @@ void TestManagedObjectContext::sortsLikeAStableSort()
     std::stable_sort(expected.begin(), expected.end(), [&](const auto& left, const auto& right) {
         return ascending ? left.first < right.first : right.first < left.first;
     });
-    const auto sorted
-        = context().execute({ QStringLiteral("Capture"), { { key, ascending } } }).value();
+    const auto sorted = context().execute({ u"Capture"_s, { { key, ascending } } }).value();
     QCOMPARE(sorted.size(), expected.size());
     for (std::size_t index = 0; index < sorted.size(); ++index) {
         QCOMPARE(sorted[index]->objectID().number, expected[index].second.number);
@@ -286,40 +284,37 @@ void TestManagedObjectContext::sortsByTwoKeys()
     const auto add = [&](const QString& text, int type) {
         insertCapture(context(), text)->setValue(Type, type);
     };
-    add(QStringLiteral("a"), 2);
-    add(QStringLiteral("b"), 1);
-    add(QStringLiteral("c"), 2);
-    add(QStringLiteral("d"), 1);
+    add(u"a"_s, 2);
+    add(u"b"_s, 1);
+    add(u"c"_s, 2);
+    add(u"d"_s, 1);
     const auto sorted = context()
-                            .execute({ QStringLiteral("Capture"),
-                                { { QStringLiteral("captureType"), true },
-                                    { QStringLiteral("captureValue"), false } } })
+                            .execute({ u"Capture"_s,
+                                { { u"captureType"_s, true }, { u"captureValue"_s, false } } })
                             .value();
     QString order;
     for (const auto& capture : sorted) {
         order += textOf(*capture);
     }
-    QCOMPARE(order, QStringLiteral("dbca"));
+    QCOMPARE(order, u"dbca"_s);
 }
 
 void TestManagedObjectContext::refusesUnknownNames()
 {
     Error error;
-    QVERIFY(!context().execute({ QStringLiteral("Journal"), {} }, &error));
+    QVERIFY(!context().execute({ u"Journal"_s, {} }, &error));
     QVERIFY(error.localizedDescription.contains(u"Journal"));
-    QVERIFY(!context().execute(
-        { QStringLiteral("Capture"), { { QStringLiteral("date"), true } } }, &error));
+    QVERIFY(!context().execute({ u"Capture"_s, { { u"date"_s, true } } }, &error));
     QVERIFY(error.localizedDescription.contains(u"date"));
     QCOMPARE(error.code, static_cast<int>(StoreErrorCode::UnknownName));
-    QVERIFY(
-        !context().execute({ QStringLiteral("Capture"), { { QStringLiteral("date"), true } } }));
+    QVERIFY(!context().execute({ u"Capture"_s, { { u"date"_s, true } } }));
 }
 
 void TestManagedObjectContext::undoesATurnAsOneStep()
 {
     insertCapture(context());
     const auto second = insertCapture(context());
-    second->setValue(Notes, QStringLiteral("notes"));
+    second->setValue(Notes, u"notes"_s);
     QCOMPARE(undo().count(), 1);
     undo().undo();
     QVERIFY(m_store->captures().empty());
@@ -328,22 +323,22 @@ void TestManagedObjectContext::undoesATurnAsOneStep()
     undo().redo();
     QCOMPARE(m_store->captures().size(), std::size_t{ 2 });
     QCOMPARE(m_store->captures().back(), second);
-    QCOMPARE(std::get<QString>(second->value(Notes)), QStringLiteral("notes"));
+    QCOMPARE(std::get<QString>(second->value(Notes)), u"notes"_s);
 }
 
 void TestManagedObjectContext::beginsAStepAfterASaveAndAfterATurn()
 {
     const auto capture = insertCapture(context());
     QVERIFY(!context().save());
-    capture->setValue(Notes, QStringLiteral("one"));
+    capture->setValue(Notes, u"one"_s);
     endTurn();
-    capture->setValue(Notes, QStringLiteral("two"));
+    capture->setValue(Notes, u"two"_s);
     QCOMPARE(undo().count(), 3);
     undo().undo();
-    QCOMPARE(std::get<QString>(capture->value(Notes)), QStringLiteral("one"));
+    QCOMPARE(std::get<QString>(capture->value(Notes)), u"one"_s);
     undo().undo();
     QVERIFY(std::holds_alternative<std::monostate>(capture->value(Notes)));
-    capture->setValue(Notes, QStringLiteral("three"));
+    capture->setValue(Notes, u"three"_s);
     QCOMPARE(undo().count(), 2);
     undo().undo();
     undo().undo();
@@ -352,18 +347,18 @@ void TestManagedObjectContext::beginsAStepAfterASaveAndAfterATurn()
 
 void TestManagedObjectContext::revivesTheSameObject()
 {
-    insertCapture(context(), QStringLiteral("first"));
-    const auto capture = insertCapture(context(), QStringLiteral("middle"));
-    insertCapture(context(), QStringLiteral("last"));
+    insertCapture(context(), u"first"_s);
+    const auto capture = insertCapture(context(), u"middle"_s);
+    insertCapture(context(), u"last"_s);
     QVERIFY(!context().save());
-    const QString path = m_folder->filePath(QStringLiteral("store"));
+    const QString path = m_folder->filePath(u"store"_s);
     const QByteArray saved = fileBytes(path);
     const ManagedObjectID id = capture->objectID();
     int told = 0;
-    const auto token = capture->observe(QStringLiteral("notes"), [&] { ++told; });
+    const auto token = capture->observe(u"notes"_s, [&] { ++told; });
 
     context().deleteObject(*capture);
-    QCOMPARE(m_store->texts(), (std::vector{ QStringLiteral("first"), QStringLiteral("last") }));
+    QCOMPARE(m_store->texts(), (std::vector{ u"first"_s, u"last"_s }));
     undo().undo();
     QCOMPARE(told, 1);
     QVERIFY(!capture->isDeleted());
@@ -396,14 +391,14 @@ void TestManagedObjectContext::undoesAMacroOfTheProgramWhole()
     const auto capture = insertCapture(context());
     QVERIFY(!context().save());
     bool isFileGone = false;
-    undo().beginMacro(QStringLiteral("Delete Capture"));
+    undo().beginMacro(u"Delete Capture"_s);
     undo().push(std::make_unique<FlagCommand>(isFileGone).release());
     context().deleteObject(*capture);
     QVERIFY(!context().save());
     insertCapture(context());
     undo().endMacro();
     QCOMPARE(undo().count(), 2);
-    QCOMPARE(undo().undoText(), QStringLiteral("Delete Capture"));
+    QCOMPARE(undo().undoText(), u"Delete Capture"_s);
     QVERIFY(isFileGone && capture->isDeleted());
 
     insertCapture(context());
@@ -418,27 +413,27 @@ void TestManagedObjectContext::undoesAMacroOfTheProgramWhole()
 
 void TestManagedObjectContext::undoesValuesAndTellsObservers()
 {
-    const auto capture = insertCapture(context(), QStringLiteral("old"));
+    const auto capture = insertCapture(context(), u"old"_s);
     QVERIFY(!context().save());
-    capture->setValue(Value, QStringLiteral("new"));
+    capture->setValue(Value, u"new"_s);
     int told = 0;
-    const auto token = capture->observe(QStringLiteral("captureValue"), [&] { ++told; });
+    const auto token = capture->observe(u"captureValue"_s, [&] { ++told; });
     undo().undo();
-    QCOMPARE(textOf(*capture), QStringLiteral("old"));
+    QCOMPARE(textOf(*capture), u"old"_s);
     undo().redo();
-    QCOMPARE(textOf(*capture), QStringLiteral("new"));
+    QCOMPARE(textOf(*capture), u"new"_s);
     QCOMPARE(told, 2);
 }
 
 void TestManagedObjectContext::recordsNothingOfAnObserverDuringUndo()
 {
-    const auto capture = insertCapture(context(), QStringLiteral("old"));
+    const auto capture = insertCapture(context(), u"old"_s);
     QVERIFY(!context().save());
-    capture->setValue(Value, QStringLiteral("new"));
-    const auto token = capture->observe(
-        QStringLiteral("captureValue"), [&] { capture->setValue(Notes, textOf(*capture)); });
+    capture->setValue(Value, u"new"_s);
+    const auto token
+        = capture->observe(u"captureValue"_s, [&] { capture->setValue(Notes, textOf(*capture)); });
     undo().undo();
-    QCOMPARE(std::get<QString>(capture->value(Notes)), QStringLiteral("old"));
+    QCOMPARE(std::get<QString>(capture->value(Notes)), u"old"_s);
     QCOMPARE(undo().count(), 2);
     QVERIFY(undo().canRedo());
 }
@@ -472,14 +467,14 @@ void TestManagedObjectContext::commitsEditorsUntilOneRefuses()
     QVERIFY(context().commitEditing());
     const auto capture = insertCapture(context());
     const auto first = context().registerEditor([&] {
-        capture->setValue(Notes, QStringLiteral("typed"));
+        capture->setValue(Notes, u"typed"_s);
         return true;
     });
     auto second = context().registerEditor([] { return false; });
     int thirdCalls = 0;
     const auto third = context().registerEditor([&] { return ++thirdCalls > 0; });
     QVERIFY(!context().commitEditing());
-    QCOMPARE(std::get<QString>(capture->value(Notes)), QStringLiteral("typed"));
+    QCOMPARE(std::get<QString>(capture->value(Notes)), u"typed"_s);
     QCOMPARE(thirdCalls, 0);
     second.reset();
     QVERIFY(context().commitEditing());
@@ -491,7 +486,7 @@ void TestManagedObjectContext::outlivedObjectsAreDeleted()
     const auto capture = insertCapture(context());
     m_store.reset();
     QVERIFY(capture->isDeleted());
-    QCOMPARE(textOf(*capture), QStringLiteral("text"));
+    QCOMPARE(textOf(*capture), u"text"_s);
 }
 
 void TestManagedObjectContext::savesNothingWithoutAStore()
@@ -510,11 +505,11 @@ void TestManagedObjectContext::secondContextCannotOverwriteTheStore()
 {
     insertCapture(context());
     QVERIFY(!context().save());
-    const QByteArray saved = fileBytes(m_folder->filePath(QStringLiteral("store")));
+    const QByteArray saved = fileBytes(m_folder->filePath(u"store"_s));
     ManagedObjectContext second(m_store->coordinator);
     insertCapture(second);
     QVERIFY(second.save());
-    QCOMPARE(fileBytes(m_folder->filePath(QStringLiteral("store"))), saved);
+    QCOMPARE(fileBytes(m_folder->filePath(u"store"_s)), saved);
 }
 
 void TestManagedObjectContext::refusesToSaveAMissingValue()

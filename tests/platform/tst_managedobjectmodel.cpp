@@ -5,6 +5,8 @@
 
 #include <QTemporaryDir>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::AttributeDescription;
 using platform::AttributeType;
 using platform::EntityDescription;
@@ -29,7 +31,7 @@ private:
 void TestManagedObjectModel::readsTheProgramsModel()
 {
     const auto model = support::captureModel();
-    QCOMPARE(model->name(), QStringLiteral("Vellumcap"));
+    QCOMPARE(model->name(), u"Vellumcap"_s);
     QCOMPARE(model->version(), 1);
     const EntityDescription* const capture = model->entity(u"Capture");
     QVERIFY(capture);
@@ -83,14 +85,14 @@ void TestManagedObjectModel::refusesWhatIsNoModel_data()
 void TestManagedObjectModel::refusesWhatIsNoModel()
 {
     QFETCH(const QByteArray, bytes);
-    const QString path = m_folder.filePath(QStringLiteral("model"));
+    const QString path = m_folder.filePath(u"model"_s);
     support::setFileBytes(path, bytes);
     QVERIFY(!ManagedObjectModel::fromFile(path));
 }
 
 void TestManagedObjectModel::refusesAMissingFile()
 {
-    QVERIFY(!ManagedObjectModel::fromFile(m_folder.filePath(QStringLiteral("none"))));
+    QVERIFY(!ManagedObjectModel::fromFile(m_folder.filePath(u"none"_s)));
 }
 
 void TestManagedObjectModel::keepsTheFactory()

@@ -9,6 +9,8 @@
 
 #include <random>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Symbology;
 using support::drawnCode;
 
@@ -24,8 +26,8 @@ QByteArray inShiftJis(const QString& text)
 QString textOf(const platform::Readings& readings)
 {
     return readings && !readings->isEmpty()
-        ? readings->first().code.payloadStringValue.value_or(QStringLiteral("(no text)"))
-        : QStringLiteral("(unread)");
+        ? readings->first().code.payloadStringValue.value_or(u"(no text)"_s)
+        : u"(unread)"_s;
 }
 
 QString byZXing(const QImage& picture)
@@ -65,18 +67,17 @@ void PayloadText::findsTheCharacterSet_data()
     QTest::addColumn<QString>("text");
 
     QTest::newRow("nothing") << QByteArray("") << QString();
-    QTest::newRow("ASCII") << QByteArray("plain") << QStringLiteral("plain");
-    QTest::newRow("UTF-8") << QByteArray("Gr\xC3\xBC\xC3\x9F") << QStringLiteral("Grüß");
-    QTest::newRow("ISO 8859-1") << QByteArray("caf\xE9 cr\xE8me") << QStringLiteral("café crème");
+    QTest::newRow("ASCII") << QByteArray("plain") << u"plain"_s;
+    QTest::newRow("UTF-8") << QByteArray("Gr\xC3\xBC\xC3\x9F") << u"Grüß"_s;
+    QTest::newRow("ISO 8859-1") << QByteArray("caf\xE9 cr\xE8me") << u"café crème"_s;
     QTest::newRow("pairs of umlauts")
-        << QByteArray("\xDC\xD6\xC4 \xFC\xF6\xE4\xDF") << QStringLiteral("ÜÖÄ üöäß");
-    QTest::newRow("Shift JIS") << inShiftJis(QStringLiteral("こんにちは世界"))
-                               << QStringLiteral("こんにちは世界");
-    QTest::newRow("half-width") << inShiftJis(QStringLiteral("ﾃﾞｻﾞｲﾝQR\r\nhttp://example.org/"))
-                                << QStringLiteral("ﾃﾞｻﾞｲﾝQR\r\nhttp://example.org/");
+        << QByteArray("\xDC\xD6\xC4 \xFC\xF6\xE4\xDF") << u"ÜÖÄ üöäß"_s;
+    QTest::newRow("Shift JIS") << inShiftJis(u"こんにちは世界"_s) << u"こんにちは世界"_s;
+    QTest::newRow("half-width") << inShiftJis(u"ﾃﾞｻﾞｲﾝQR\r\nhttp://example.org/"_s)
+                                << u"ﾃﾞｻﾞｲﾝQR\r\nhttp://example.org/"_s;
     QTest::newRow("separator") << QByteArray("a\x1D"
                                              "b")
-                               << QStringLiteral("a\u001Db");
+                               << u"a\u001Db"_s;
 }
 
 void PayloadText::findsTheCharacterSet()
@@ -113,27 +114,23 @@ void PayloadText::isTheSameInBothEngines_data()
     const auto qr = [](const char* name, const QByteArray& payload, const QString& text) {
         QTest::newRow(name) << Symbology::Qr << payload << text;
     };
-    qr("QR, UTF-8", QStringLiteral("Grüße, 日本語").toUtf8(), QStringLiteral("Grüße, 日本語"));
-    qr("QR, ISO 8859-1", "caf\xE9 cr\xE8me", QStringLiteral("café crème"));
-    qr("QR, Shift JIS", inShiftJis(QStringLiteral("漢字とかな")), QStringLiteral("漢字とかな"));
-    qr("QR, half-width", inShiftJis(QStringLiteral("ﾃﾞｻﾞｲﾝ")), QStringLiteral("ﾃﾞｻﾞｲﾝ"));
-    qr("QR, bytes", QByteArray("\x78\x9C\xC5\x99\x5B\x8F\x9A\x40\x14", 9),
-        QStringLiteral("(no text)"));
-    QTest::newRow("UPC-A") << Symbology::Ean13 << QByteArray("0036000291452")
-                           << QStringLiteral("0036000291452");
+    qr("QR, UTF-8", u"Grüße, 日本語"_s.toUtf8(), u"Grüße, 日本語"_s);
+    qr("QR, ISO 8859-1", "caf\xE9 cr\xE8me", u"café crème"_s);
+    qr("QR, Shift JIS", inShiftJis(u"漢字とかな"_s), u"漢字とかな"_s);
+    qr("QR, half-width", inShiftJis(u"ﾃﾞｻﾞｲﾝ"_s), u"ﾃﾞｻﾞｲﾝ"_s);
+    qr("QR, bytes", QByteArray("\x78\x9C\xC5\x99\x5B\x8F\x9A\x40\x14", 9), u"(no text)"_s);
+    QTest::newRow("UPC-A") << Symbology::Ean13 << QByteArray("0036000291452") << u"0036000291452"_s;
     QTest::newRow("EAN-13") << Symbology::Ean13 << QByteArray("4006381333931")
-                            << QStringLiteral("4006381333931");
-    QTest::newRow("UPC-E") << Symbology::UpcE << QByteArray("01234565")
-                           << QStringLiteral("0012345000065");
-    QTest::newRow("Codabar") << Symbology::Codabar << QByteArray("A1234567B")
-                             << QStringLiteral("A1234567B");
+                            << u"4006381333931"_s;
+    QTest::newRow("UPC-E") << Symbology::UpcE << QByteArray("01234565") << u"0012345000065"_s;
+    QTest::newRow("Codabar") << Symbology::Codabar << QByteArray("A1234567B") << u"A1234567B"_s;
     // FNC1 before all else says that what follows is GS1's; later ones end a field.
     QTest::newRow("GS1-128") << Symbology::Code128
                              << QByteArray("\xF1"
                                            "0104012345123456"
                                            "10ABC\xF1"
                                            "21XYZ")
-                             << QStringLiteral("010401234512345610ABC\u001D21XYZ");
+                             << u"010401234512345610ABC\u001D21XYZ"_s;
 }
 
 void PayloadText::isTheSameInBothEngines()
@@ -153,9 +150,9 @@ void PayloadText::heedsADeclaredCharacterSet_data()
     QTest::addColumn<QByteArray>("characterSet");
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("UTF-8") << QByteArray("UTF-8") << QStringLiteral("Grüße, 日本語");
-    QTest::newRow("Shift JIS") << QByteArray("Shift_JIS") << QStringLiteral("漢字とかなABC");
-    QTest::newRow("ISO 8859-15") << QByteArray("ISO-8859-15") << QStringLiteral("10 € für Œuvre");
+    QTest::newRow("UTF-8") << QByteArray("UTF-8") << u"Grüße, 日本語"_s;
+    QTest::newRow("Shift JIS") << QByteArray("Shift_JIS") << u"漢字とかなABC"_s;
+    QTest::newRow("ISO 8859-15") << QByteArray("ISO-8859-15") << u"10 € für Œuvre"_s;
 }
 
 void PayloadText::heedsADeclaredCharacterSet()
@@ -171,11 +168,10 @@ void PayloadText::agreesOnRandomText_data()
     QTest::addColumn<QByteArray>("characterSet");
     QTest::addColumn<QString>("alphabet");
 
-    QTest::newRow("UTF-8") << QByteArray("UTF-8") << QStringLiteral("abc äöüßéñ €漢字かなЖя");
+    QTest::newRow("UTF-8") << QByteArray("UTF-8") << u"abc äöüßéñ €漢字かなЖя"_s;
     QTest::newRow("ISO 8859-1") << QByteArray("ISO-8859-1")
-                                << QStringLiteral("abcdefghijklmnopqrstuvwxyz ABCDEFGH äüéè");
-    QTest::newRow("Shift JIS") << QByteArray("Shift_JIS")
-                               << QStringLiteral("abc漢字日本語東京かなカナひらがな");
+                                << u"abcdefghijklmnopqrstuvwxyz ABCDEFGH äüéè"_s;
+    QTest::newRow("Shift JIS") << QByteArray("Shift_JIS") << u"abc漢字日本語東京かなカナひらがな"_s;
 }
 
 void PayloadText::agreesOnRandomText()

@@ -4,6 +4,8 @@
 #include "tests/support/CameraRig.h"
 #include "tests/support/TestMain.h"
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CaptureDevice;
 using support::CameraRig;
 
@@ -19,12 +21,11 @@ private:
 
 void PortalCaptureTest::showsTheCamera()
 {
-    const auto camera = m_rig.addCamera({ .name = QStringLiteral("cam.a"),
-        .description = QStringLiteral("Camera A"),
-        .size = QSize(640, 480) });
+    const auto camera = m_rig.addCamera(
+        { .name = u"cam.a"_s, .description = u"Camera A"_s, .size = QSize(640, 480) });
     m_rig.startPortal(CameraRig::Answer::Granted);
     qputenv("VELLUMCAP_CAMERA_PORTAL", "1");
-    const auto device = [] { return CaptureDevice::deviceWithUniqueID(QStringLiteral("cam.a")); };
+    const auto device = [] { return CaptureDevice::deviceWithUniqueID(u"cam.a"_s); };
     QTRY_VERIFY_WITH_TIMEOUT(device().has_value(), 20000);
     const auto session = std::make_shared<platform::CaptureSession>();
     session->addInput(platform::CaptureDeviceInput::create(device()));

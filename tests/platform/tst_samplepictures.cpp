@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QImageReader>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 // Folders of photographs, named after what is on them, with the expected text of NAME.webp in
@@ -15,9 +17,7 @@ QDir samples()
 
 QFileInfoList picturesIn(const QDir& folder)
 {
-    return folder.entryInfoList(
-        { QStringLiteral("*.png"), QStringLiteral("*.jpg"), QStringLiteral("*.webp") }, QDir::Files,
-        QDir::Name);
+    return folder.entryInfoList({ u"*.png"_s, u"*.jpg"_s, u"*.webp"_s }, QDir::Files, QDir::Name);
 }
 
 QList<platform::BarcodeObservation> codesIn(const QFileInfo& picture)
@@ -29,7 +29,7 @@ QList<platform::BarcodeObservation> codesIn(const QFileInfo& picture)
 
 QString expectedText(const QFileInfo& picture)
 {
-    QFile file(picture.dir().filePath(picture.completeBaseName() + QStringLiteral(".txt")));
+    QFile file(picture.dir().filePath(picture.completeBaseName() + u".txt"_s));
     return file.open(QFile::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
@@ -142,8 +142,7 @@ void SamplePictures::seesNoCodeWhereThereIsNone_data()
 {
     QTest::addColumn<QFileInfo>("picture");
 
-    const QFileInfoList folders
-        = samples().entryInfoList({ QStringLiteral("falsepositives*") }, QDir::Dirs);
+    const QFileInfoList folders = samples().entryInfoList({ u"falsepositives*"_s }, QDir::Dirs);
     if (folders.isEmpty()) {
         QSKIP("no such pictures");
     }

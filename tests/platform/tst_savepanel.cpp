@@ -8,6 +8,8 @@
 #include <QTemporaryDir>
 #include <QTimer>
 
+using Qt::StringLiterals::operator""_s;
+
 /// With Qt's own dialog, which the offscreen screen has.
 class SavePanelTest : public QObject {
     Q_OBJECT
@@ -27,8 +29,8 @@ private:
     QWidget m_window;
     QTemporaryDir m_folder;
     const platform::SavePanel m_panel{
-        .suggestedName = QStringLiteral("QR Capture"),
-        .allowedFileTypes = { QStringLiteral("jpg"), QStringLiteral("jpeg") },
+        .suggestedName = u"QR Capture"_s,
+        .allowedFileTypes = { u"jpg"_s, u"jpeg"_s },
     };
 };
 
@@ -37,7 +39,7 @@ void SavePanelTest::confirm(const QString& name)
     auto* dialog = qobject_cast<QFileDialog*>(platform::attachedSheet(&m_window));
     QVERIFY(dialog != nullptr);
     dialog->setDirectory(m_folder.path());
-    auto* field = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+    auto* field = dialog->findChild<QLineEdit*>(u"fileNameEdit"_s);
     QVERIFY(field != nullptr);
     field->setText(name);
     QMetaObject::invokeMethod(dialog, "accept");
@@ -50,10 +52,10 @@ void SavePanelTest::returnsAPathOfAnAllowedType_data()
     const auto row = [](const QString& typed, const QString& chosen) {
         QTest::newRow(qPrintable(typed)) << typed << chosen;
     };
-    row(QStringLiteral("picture"), QStringLiteral("picture.jpg"));
-    row(QStringLiteral("picture.jpeg"), QStringLiteral("picture.jpeg"));
-    row(QStringLiteral("picture.JPG"), QStringLiteral("picture.JPG"));
-    row(QStringLiteral("picture.png"), QStringLiteral("picture.png.jpg"));
+    row(u"picture"_s, u"picture.jpg"_s);
+    row(u"picture.jpeg"_s, u"picture.jpeg"_s);
+    row(u"picture.JPG"_s, u"picture.JPG"_s);
+    row(u"picture.png"_s, u"picture.png.jpg"_s);
 }
 
 void SavePanelTest::returnsAPathOfAnAllowedType()
@@ -72,8 +74,7 @@ void SavePanelTest::suggestsAName()
     m_panel.beginSheet(&m_window, [](const QString&) {});
     auto* dialog = qobject_cast<QFileDialog*>(platform::attachedSheet(&m_window));
     QVERIFY(dialog != nullptr);
-    QCOMPARE(dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"))->text(),
-        QStringLiteral("QR Capture.jpg"));
+    QCOMPARE(dialog->findChild<QLineEdit*>(u"fileNameEdit"_s)->text(), u"QR Capture.jpg"_s);
     dialog->reject();
 }
 
@@ -92,7 +93,7 @@ void SavePanelTest::isASheet()
 
 void SavePanelTest::asksBeforeItReplacesAFileThatTheUserDidNotName()
 {
-    QFile file(m_folder.filePath(QStringLiteral("there.png.jpg")));
+    QFile file(m_folder.filePath(u"there.png.jpg"_s));
     QVERIFY(file.open(QFile::WriteOnly));
     bool wasChosen = false;
     bool wasAsked = false;
@@ -103,7 +104,7 @@ void SavePanelTest::asksBeforeItReplacesAFileThatTheUserDidNotName()
         wasAsked = true;
         QTest::keyClick(box, Qt::Key_Escape);
     });
-    confirm(QStringLiteral("there.png"));
+    confirm(u"there.png"_s);
     QTRY_VERIFY(wasAsked);
     QVERIFY(!wasChosen);
 }

@@ -13,6 +13,8 @@
 #include <thread>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Script;
 using platform::ScriptError;
 
@@ -46,7 +48,7 @@ private Q_SLOTS:
     void sharesNothingWithOthers();
 
 private:
-    QString write(const QByteArray& text, const QString& name = QStringLiteral("a.scpt")) const;
+    QString write(const QByteArray& text, const QString& name = u"a.scpt"_s) const;
     Script loaded(const QByteArray& text) const;
     QString result(const QByteArray& text, const QStringList& arguments = {}) const;
     QString error(const QByteArray& text) const;
@@ -73,15 +75,15 @@ Script ScriptTest::loaded(const QByteArray& text) const
 /// What the handler "h" of the script `text` returns, or a text that no row expects.
 QString ScriptTest::result(const QByteArray& text, const QStringList& arguments) const
 {
-    const auto outcome = loaded(text).executeHandler(QStringLiteral("h"), arguments);
+    const auto outcome = loaded(text).executeHandler(u"h"_s, arguments);
     const auto* result = std::get_if<QString>(&outcome);
-    return result != nullptr ? *result : QStringLiteral("failed: ") + error(text);
+    return result != nullptr ? *result : u"failed: "_s + error(text);
 }
 
 /// Why the handler "h" of the script `text` failed; empty when it did not.
 QString ScriptTest::error(const QByteArray& text) const
 {
-    const auto outcome = loaded(text).executeHandler(QStringLiteral("h"), {});
+    const auto outcome = loaded(text).executeHandler(u"h"_s, {});
     const auto* error = std::get_if<ScriptError>(&outcome);
     return error != nullptr ? error->message : QString();
 }
@@ -89,20 +91,20 @@ QString ScriptTest::error(const QByteArray& text) const
 void ScriptTest::handsArgumentsOverExactly_data()
 {
     QTest::addColumn<QStringList>("arguments");
-    QTest::newRow("one") << QStringList{ QStringLiteral("https://example.org/") };
+    QTest::newRow("one") << QStringList{ u"https://example.org/"_s };
     QTest::newRow("none") << QStringList{};
     QTest::newRow("empty") << QStringList{ QString() };
-    QTest::newRow("many") << QStringList(300, QStringLiteral("a"));
-    QTest::newRow("other scripts") << QStringList{ QStringLiteral("Grüße 読む 😀 e\u0301") };
-    QTest::newRow("quotes") << QStringList{ QStringLiteral(R"("a" 'b' `c` \n ]] --[[ %s $(id))") };
-    QTest::newRow("line ends") << QStringList{ QStringLiteral("a\nb\r\nc\rd\u2028e\u0085") };
+    QTest::newRow("many") << QStringList(300, u"a"_s);
+    QTest::newRow("other scripts") << QStringList{ u"Grüße 読む 😀 e\u0301"_s };
+    QTest::newRow("quotes") << QStringList{ uR"("a" 'b' `c` \n ]] --[[ %s $(id))"_s };
+    QTest::newRow("line ends") << QStringList{ u"a\nb\r\nc\rd\u2028e\u0085"_s };
     QString controls;
     for (char16_t unit = 0; unit < 0x20; ++unit) {
         controls += QChar(unit);
     }
     QTest::newRow("control characters") << QStringList{ controls + QChar(0x7f) };
     QTest::newRow("null character in the middle")
-        << QStringList{ QStringLiteral("a") + QChar(0) + QStringLiteral("b"), QStringLiteral("c") };
+        << QStringList{ u"a"_s + QChar(0) + u"b"_s, u"c"_s };
     QTest::newRow("long") << QStringList{ QString(100'000, u'x') };
 }
 
@@ -115,7 +117,7 @@ void ScriptTest::handsArgumentsOverExactly()
     for (const QString& argument : arguments) {
         expected += argument.toUtf8().toHex() + '\n';
     }
-    const QString path = m_folder.filePath(QStringLiteral("seen"));
+    const QString path = m_folder.filePath(u"seen"_s);
     const QByteArray script = "function h(...)\n"
                               "  local file = io.open('"
         + path.toUtf8()
@@ -129,7 +131,7 @@ void ScriptTest::handsArgumentsOverExactly()
           "  file:close()\n"
           "  return 'done'\n"
           "end\n";
-    QCOMPARE(result(script, arguments), QStringLiteral("done"));
+    QCOMPARE(result(script, arguments), u"done"_s);
     QFile seen(path);
     QVERIFY(seen.open(QFile::ReadOnly));
     QCOMPARE(seen.readAll(), expected);
@@ -142,21 +144,19 @@ void ScriptTest::describesResults_data()
     const auto row = [](const char* expression, const QString& description) {
         QTest::newRow(expression) << QByteArray(expression) << description;
     };
-    row("", QStringLiteral("nil"));
-    row("nil", QStringLiteral("nil"));
-    row("'text'", QStringLiteral("text"));
+    row("", u"nil"_s);
+    row("nil", u"nil"_s);
+    row("'text'", u"text"_s);
     row("''", QString());
-    row("1.5", QStringLiteral("1.5"));
-    row("1 << 62", QStringLiteral("4611686018427387904"));
-    row("true, nil, 'a'", QStringLiteral("true, nil, a"));
-    row("setmetatable({}, { __tostring = function() return 'mine' end })", QStringLiteral("mine"));
-    row("'\\255'", QStringLiteral("\uFFFD"));
-    row("('x'):rep(10000)", QString(8192, u'x') + QStringLiteral("…"));
-    row("('x'):rep(100 * 1024 * 1024)", QString(8192, u'x') + QStringLiteral("…"));
-    row("table.unpack({}, 1, 100000)",
-        QStringLiteral("nil, ").repeated(100000).left(8192) + QStringLiteral("…"));
-    row("#{ table.unpack({}, 1, 1000) }, table.unpack({}, 1, 3)",
-        QStringLiteral("0, nil, nil, nil"));
+    row("1.5", u"1.5"_s);
+    row("1 << 62", u"4611686018427387904"_s);
+    row("true, nil, 'a'", u"true, nil, a"_s);
+    row("setmetatable({}, { __tostring = function() return 'mine' end })", u"mine"_s);
+    row("'\\255'", u"\uFFFD"_s);
+    row("('x'):rep(10000)", QString(8192, u'x') + u"…"_s);
+    row("('x'):rep(100 * 1024 * 1024)", QString(8192, u'x') + u"…"_s);
+    row("table.unpack({}, 1, 100000)", u"nil, "_s.repeated(100000).left(8192) + u"…"_s);
+    row("#{ table.unpack({}, 1, 1000) }, table.unpack({}, 1, 3)", u"0, nil, nil, nil"_s);
 }
 
 void ScriptTest::describesResults()
@@ -174,22 +174,21 @@ void ScriptTest::runsTheTopLevelBeforeTheHandler()
     QCOMPARE(result("count = (count or 0) + 1\n"
                     "local mine = 'top'\n"
                     "function h(a, b) return mine, count, a, b end",
-                 { QStringLiteral("1"), QStringLiteral("2") }),
-        QStringLiteral("top, 1, 1, 2"));
+                 { u"1"_s, u"2"_s }),
+        u"top, 1, 1, 2"_s);
     // The name is a key of the table of globals, whatever it is made of.
     auto script = loaded("_G['a\\0b ü'] = function() return 'odd' end");
-    const auto outcome
-        = script.executeHandler(QStringLiteral("a") + QChar(0) + QStringLiteral("b ü"), {});
-    QCOMPARE(std::get<QString>(outcome), QStringLiteral("odd"));
+    const auto outcome = script.executeHandler(u"a"_s + QChar(0) + u"b ü"_s, {});
+    QCOMPARE(std::get<QString>(outcome), u"odd"_s);
 }
 
 void ScriptTest::runsNothingWhileLoading()
 {
-    const QString path = m_folder.filePath(QStringLiteral("made"));
+    const QString path = m_folder.filePath(u"made"_s);
     const QByteArray text = "io.open('" + path.toUtf8() + "', 'w'):close()";
     auto script = loaded(text);
     QVERIFY(!QFile::exists(path));
-    QCOMPARE(std::get<QString>(script.execute()), QStringLiteral("nil"));
+    QCOMPARE(std::get<QString>(script.execute()), u"nil"_s);
     QVERIFY(QFile::exists(path));
 }
 
@@ -198,14 +197,12 @@ void ScriptTest::saysWhyItWasNotLoaded_data()
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("reason");
     QTest::newRow("syntax") << QByteArray("function h(\nend")
-                            << QStringLiteral(":2: <name> or '...' expected near 'end'");
+                            << u":2: <name> or '...' expected near 'end'"_s;
     QTest::newRow("not Lua") << QByteArray("tell application \"Finder\"\n")
-                             << QStringLiteral(":1: syntax error near 'application'");
-    QTest::newRow("unfinished text")
-        << QByteArray("x = [[") << QStringLiteral("unfinished long string");
-    QTest::newRow("binary") << QByteArray("\0\1\2\3", 4) << QStringLiteral("unexpected symbol");
-    QTest::newRow("nested") << "x = " + QByteArray(100'000, '(')
-                            << QStringLiteral("C stack overflow");
+                             << u":1: syntax error near 'application'"_s;
+    QTest::newRow("unfinished text") << QByteArray("x = [[") << u"unfinished long string"_s;
+    QTest::newRow("binary") << QByteArray("\0\1\2\3", 4) << u"unexpected symbol"_s;
+    QTest::newRow("nested") << "x = " + QByteArray(100'000, '(') << u"C stack overflow"_s;
 }
 
 void ScriptTest::saysWhyItWasNotLoaded()
@@ -222,45 +219,44 @@ void ScriptTest::saysWhyItWasNotLoaded()
     QFile::remove(path);
     const auto missing = Script::load(path);
     QCOMPARE(std::get<ScriptError>(missing).message,
-        QStringLiteral("cannot open ") + path + QStringLiteral(": No such file or directory"));
+        u"cannot open "_s + path + u": No such file or directory"_s);
     const auto folder = Script::load(m_folder.path());
-    QVERIFY(std::get<ScriptError>(folder).message.startsWith(
-        QStringLiteral("cannot read ") + m_folder.path()));
+    QVERIFY(std::get<ScriptError>(folder).message.startsWith(u"cannot read "_s + m_folder.path()));
 }
 
 void ScriptTest::refusesPrecompiledChunks()
 {
-    const QString path = m_folder.filePath(QStringLiteral("compiled"));
+    const QString path = m_folder.filePath(u"compiled"_s);
     auto compiler = loaded("local file = io.open('" + path.toUtf8()
         + "', 'wb')\n"
           "file:write(string.dump(function() return 'ran' end))\n"
           "file:close()");
-    QCOMPARE(std::get<QString>(compiler.execute()), QStringLiteral("nil"));
+    QCOMPARE(std::get<QString>(compiler.execute()), u"nil"_s);
     const auto script = Script::load(path);
     QVERIFY(std::get<ScriptError>(script).message.contains(
-        QStringLiteral("attempt to load a binary chunk (mode is 't')")));
+        u"attempt to load a binary chunk (mode is 't')"_s));
 
     // Nor from within.
     for (const QByteArray& call :
         { QByteArray("load(string.dump(h))"), QByteArray("load(string.dump(h), 'h', 'b')"),
             "loadfile('" + path.toUtf8() + "', 'b')" }) {
         QVERIFY(result("function h() return select(2, " + call + ") end")
-                    .endsWith(QStringLiteral("attempt to load a binary chunk (mode is 't')")));
+                    .endsWith(u"attempt to load a binary chunk (mode is 't')"_s));
     }
     QVERIFY(error("function h() dofile('" + path.toUtf8() + "') end")
-                .contains(QStringLiteral("attempt to load a binary chunk")));
+                .contains(u"attempt to load a binary chunk"_s));
     QVERIFY(error("package.path = '" + m_folder.path().toUtf8()
         + "/?'\n"
           "function h() require 'compiled' end")
-                .contains(QStringLiteral("attempt to load a binary chunk")));
+                .contains(u"attempt to load a binary chunk"_s));
 
-    write("return { name = ... }", QStringLiteral("module.lua"));
+    write("return { name = ... }", u"module.lua"_s);
     QCOMPARE(result("package.path = '" + m_folder.path().toUtf8()
                  + "/?.lua'\n"
                    "local environment = { x = 7 }\n"
                    "function h() return require('module').name,\n"
                    "  load('return x', 'x', 't', environment)(), load('return x')() end"),
-        QStringLiteral("module, 7, nil"));
+        u"module, 7, nil"_s);
 }
 
 void ScriptTest::saysWhyItFailed_data()
@@ -302,7 +298,7 @@ void ScriptTest::saysWhyItFailed()
     const QString said = error(text);
     QVERIFY2(said.section(u'\n', 0, 0).endsWith(message), qUtf8Printable(said));
     if (QByteArray(QTest::currentDataTag()) != "badly described") {
-        QVERIFY2(said.contains(QStringLiteral("\nstack traceback:\n\t")), qUtf8Printable(said));
+        QVERIFY2(said.contains(u"\nstack traceback:\n\t"_s), qUtf8Printable(said));
     }
 }
 
@@ -341,12 +337,11 @@ void ScriptTest::holdsMemoryWithinBounds()
 
     const QString said = error("function h() " + body + " end");
     const QString described = said.isEmpty() ? result("function h() " + body + " end") : said;
-    QVERIFY2(described.contains(QStringLiteral("not enough memory")), qUtf8Printable(described));
+    QVERIFY2(described.contains(u"not enough memory"_s), qUtf8Printable(described));
     QVERIFY(error("function h() return ('x'):rep(10 << 30) end")
-                .contains(QStringLiteral("resulting string too large")));
+                .contains(u"resulting string too large"_s));
     // The next one has all of its memory.
-    QCOMPARE(result("function h() return #('x'):rep(100 * 1024 * 1024) end"),
-        QStringLiteral("104857600"));
+    QCOMPARE(result("function h() return #('x'):rep(100 * 1024 * 1024) end"), u"104857600"_s);
 }
 
 void ScriptTest::survivesDeepRecursion_data()
@@ -383,7 +378,7 @@ void ScriptTest::survivesDeepRecursion()
     // As on the thread where scripts run, whose stack is not that of the main thread.
     QString said;
     std::thread([&] { said = error(text); }).join();
-    QVERIFY2(said.contains(QStringLiteral("overflow")), qUtf8Printable(said));
+    QVERIFY2(said.contains(u"overflow"_s), qUtf8Printable(said));
 }
 
 void ScriptTest::leavesTheProgramAlone_data()
@@ -437,17 +432,13 @@ void ScriptTest::leavesTheProgramAlone()
 
 void ScriptTest::runsCommands()
 {
-    QCOMPARE(result("function h() return os.execute() end"), QStringLiteral("true"));
-    QCOMPARE(
-        result("function h() return os.execute('exit 0') end"), QStringLiteral("true, exit, 0"));
-    QCOMPARE(
-        result("function h() return os.execute('exit 3') end"), QStringLiteral("nil, exit, 3"));
-    QCOMPARE(result("function h() return os.execute('kill -TERM $$') end"),
-        QStringLiteral("nil, signal, 15"));
+    QCOMPARE(result("function h() return os.execute() end"), u"true"_s);
+    QCOMPARE(result("function h() return os.execute('exit 0') end"), u"true, exit, 0"_s);
+    QCOMPARE(result("function h() return os.execute('exit 3') end"), u"nil, exit, 3"_s);
+    QCOMPARE(result("function h() return os.execute('kill -TERM $$') end"), u"nil, signal, 15"_s);
     QVERIFY(error("function h() os.execute('true\\0false') end")
-                .contains(QStringLiteral("a command cannot hold a zero byte")));
-    QCOMPARE(
-        result("function h() return io.popen('echo heard'):read() end"), QStringLiteral("heard"));
+                .contains(u"a command cannot hold a zero byte"_s));
+    QCOMPARE(result("function h() return io.popen('echo heard'):read() end"), u"heard"_s);
     // A command is stopped by a broken pipe and by the keyboard, as under any other program.
     QCOMPARE(result("function h()\n"
                     "  local command = io.popen('grep SigIgn: /proc/self/status')\n"
@@ -467,24 +458,21 @@ void ScriptTest::printsIntoTheLog_data()
     };
     row("nothing", "", {});
     row("print", "print('a', 1, nil, true) print()",
-        { QStringLiteral("a\\u00091\\u0009nil\\u0009true"), QString() });
-    row("write", "io.write('a', 1) io.write('b\\nc')",
-        { QStringLiteral("a1b"), QStringLiteral("c") });
+        { u"a\\u00091\\u0009nil\\u0009true"_s, QString() });
+    row("write", "io.write('a', 1) io.write('b\\nc')", { u"a1b"_s, u"c"_s });
     row("standard streams",
         "io.stderr:write('error\\n') io.stdout:write('output\\n') print('both')",
-        { QStringLiteral("error"), QStringLiteral("output"), QStringLiteral("both") });
-    row("lines in one", "print('one\\ntwo')", { QStringLiteral("one"), QStringLiteral("two") });
-    row("not the log's own", "print('\\27[2J\\r\\0')",
-        { QStringLiteral("\\u001b[2J\\u000d\\u0000") });
-    row("no Unicode", "print('\\255')", { QStringLiteral("\uFFFD") });
+        { u"error"_s, u"output"_s, u"both"_s });
+    row("lines in one", "print('one\\ntwo')", { u"one"_s, u"two"_s });
+    row("not the log's own", "print('\\27[2J\\r\\0')", { u"\\u001b[2J\\u000d\\u0000"_s });
+    row("no Unicode", "print('\\255')", { u"\uFFFD"_s });
     row("described", "print(setmetatable({}, { __tostring = function() return 'it' end }))",
-        { QStringLiteral("it") });
+        { u"it"_s });
     row("long", "print(('x'):rep(50000000)) print('next')",
-        { QString(4097, u'x') + QStringLiteral("…"), QStringLiteral("next") });
-    row("buffered", "io.stdout:setvbuf('full') print('a') print('b')",
-        { QStringLiteral("a"), QStringLiteral("b") });
-    row("own names", "table = nil tostring = nil print('a', 2)", { QStringLiteral("a\\u00092") });
-    row("before an error", "print('seen') error('x')", { QStringLiteral("seen") });
+        { QString(4097, u'x') + u"…"_s, u"next"_s });
+    row("buffered", "io.stdout:setvbuf('full') print('a') print('b')", { u"a"_s, u"b"_s });
+    row("own names", "table = nil tostring = nil print('a', 2)", { u"a\\u00092"_s });
+    row("before an error", "print('seen') error('x')", { u"seen"_s });
 }
 
 void ScriptTest::printsIntoTheLog()
@@ -493,18 +481,17 @@ void ScriptTest::printsIntoTheLog()
     QFETCH(QStringList, lines);
 
     const support::LogLines log;
-    static_cast<void>(
-        loaded("function h() " + body + " end").executeHandler(QStringLiteral("h"), {}));
+    static_cast<void>(loaded("function h() " + body + " end").executeHandler(u"h"_s, {}));
     QCOMPARE(support::LogLines::all(), lines);
 }
 
 void ScriptTest::stopsLoggingWhatIsTooMuch()
 {
     const support::LogLines log;
-    QCOMPARE(result("function h() for i = 1, 200000 do print(('x'):rep(99)) end return 1 end"),
-        QStringLiteral("1"));
+    QCOMPARE(
+        result("function h() for i = 1, 200000 do print(('x'):rep(99)) end return 1 end"), u"1"_s);
     const QStringList lines = support::LogLines::all();
-    QCOMPARE(lines.last(), QStringLiteral("The script prints too much; the rest is left out"));
+    QCOMPARE(lines.last(), u"The script prints too much; the rest is left out"_s);
     QCOMPARE(lines.size(), 1024 * 1024 / 100 + 2);
 }
 
@@ -520,12 +507,12 @@ void ScriptTest::outlivesItsFile()
           "end\n"
           "function later() return 'old' end\n";
     const QString path = write(text);
-    QCOMPARE(result(text, { path }), QStringLiteral("old, old"));
+    QCOMPARE(result(text, { path }), u"old, old"_s);
     const auto replaced = Script::load(path);
     auto script = loaded("function h() return 'unlinked' end");
     QVERIFY(QFile::remove(path));
-    const auto outcome = script.executeHandler(QStringLiteral("h"), {});
-    QCOMPARE(std::get<QString>(outcome), QStringLiteral("unlinked"));
+    const auto outcome = script.executeHandler(u"h"_s, {});
+    QCOMPARE(std::get<QString>(outcome), u"unlinked"_s);
     QVERIFY(std::holds_alternative<Script>(replaced));
 }
 
@@ -544,8 +531,8 @@ void ScriptTest::sharesNothingWithOthers()
     for (std::size_t index = 0; index < threads.size(); ++index) {
         threads[index] = std::thread([&, index] {
             auto script = Script::load(path);
-            const auto outcome = std::get<Script>(script).executeHandler(
-                QStringLiteral("h"), { QString::number(index) });
+            const auto outcome
+                = std::get<Script>(script).executeHandler(u"h"_s, { QString::number(index) });
             seen[index] = std::get<QString>(outcome);
         });
     }
@@ -553,7 +540,7 @@ void ScriptTest::sharesNothingWithOthers()
         thread.join();
     }
     for (const QString& each : seen) {
-        QCOMPARE(each, QStringLiteral("300000, true"));
+        QCOMPARE(each, u"300000, true"_s);
     }
 }
 

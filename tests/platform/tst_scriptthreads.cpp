@@ -17,6 +17,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Script;
 using platform::ScriptError;
 using platform::ScriptPatience;
@@ -43,17 +45,17 @@ constexpr ScriptPatience shortPatience{ milliseconds(300), milliseconds(300) };
 int runAndQuit(const QString& path, const ScriptPatience& patience)
 {
     platform::dispatchScript([path] {
-        platform::log(QStringLiteral("loading"));
+        platform::log(u"loading"_s);
         auto script = Script::load(path);
-        const auto outcome = std::get<Script>(script).executeHandler(QStringLiteral("h"), {});
+        const auto outcome = std::get<Script>(script).executeHandler(u"h"_s, {});
         const auto* error = std::get_if<ScriptError>(&outcome);
-        platform::log(QStringLiteral("outcome: ")
-            + (error != nullptr ? error->message : std::get<QString>(outcome)));
+        platform::log(
+            u"outcome: "_s + (error != nullptr ? error->message : std::get<QString>(outcome)));
     });
     char note = 0;
     while (::read(STDIN_FILENO, &note, 1) > 0) { }
     platform::finishScripts(patience);
-    platform::log(QStringLiteral("finished"));
+    platform::log(u"finished"_s);
     return 0;
 }
 
@@ -110,7 +112,7 @@ void ScriptThreadsTest::goesOnAfterAnException()
     const support::LogLines log;
     std::promise<void> done;
     platform::dispatchScript([] { throw std::runtime_error("out of luck"); });
-    QTRY_VERIFY(support::LogLines::contain(QStringLiteral("A job failed: out of luck")));
+    QTRY_VERIFY(support::LogLines::contain(u"A job failed: out of luck"_s));
     platform::dispatchScript([&done] { done.set_value(); });
     QCOMPARE(done.get_future().wait_for(seconds(30)), std::future_status::ready);
 }
@@ -210,7 +212,7 @@ void ScriptThreadsTest::quits()
     QFETCH(ScriptPatience, patience);
 
     const QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("a.scpt"));
+    const QString path = folder.filePath(u"a.scpt"_s);
     if (text.isEmpty()) {
         QCOMPARE(::mkfifo(path.toUtf8().constData(), S_IRWXU), 0);
     } else {
@@ -219,8 +221,7 @@ void ScriptThreadsTest::quits()
     QProcess program;
     program.setProcessChannelMode(QProcess::MergedChannels);
     program.start(QCoreApplication::applicationFilePath(),
-        { QStringLiteral("--run-and-quit"), path,
-            QString::number(patience.untilInterrupted.count()),
+        { u"--run-and-quit"_s, path, QString::number(patience.untilInterrupted.count()),
             QString::number(patience.untilAbandoned.count()) });
     QByteArray said;
     const QByteArray sign = text.isEmpty() ? "loading\n" : "begun\n";
@@ -244,7 +245,7 @@ int main(int argc, char** argv)
     const support::Sandbox sandbox;
     platform::Application application(argc, argv);
     const QStringList arguments = application.arguments();
-    if (arguments.value(1) == QStringLiteral("--run-and-quit")) {
+    if (arguments.value(1) == u"--run-and-quit"_s) {
         return runAndQuit(arguments.at(2),
             { milliseconds(arguments.at(3).toInt()), milliseconds(arguments.at(4).toInt()) });
     }

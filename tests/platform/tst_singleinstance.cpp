@@ -9,6 +9,8 @@
 #include <unistd.h>
 #include <vector>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 void say(const QByteArray& line)
@@ -61,7 +63,7 @@ public:
     explicit Process(const QString& busAddress)
     {
         auto environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), busAddress);
+        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, busAddress);
         setProcessEnvironment(environment);
     }
     ~Process() override
@@ -114,9 +116,8 @@ private:
 void SingleInstanceTest::init()
 {
     m_bus = std::make_unique<QProcess>();
-    m_bus->start(QStringLiteral("dbus-daemon"),
-        { QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-            QStringLiteral("--print-address") });
+    m_bus->start(u"dbus-daemon"_s,
+        { u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address"_s });
     QVERIFY(m_bus->waitForStarted());
     QTRY_VERIFY(m_bus->canReadLine());
     m_address = QString::fromUtf8(m_bus->readLine().trimmed());
@@ -133,10 +134,10 @@ std::unique_ptr<Process> SingleInstanceTest::startProgram(const QString& token) 
     auto process = std::make_unique<Process>(m_address);
     if (!token.isEmpty()) {
         auto environment = process->processEnvironment();
-        environment.insert(QStringLiteral("XDG_ACTIVATION_TOKEN"), token);
+        environment.insert(u"XDG_ACTIVATION_TOKEN"_s, token);
         process->setProcessEnvironment(environment);
     }
-    process->start(QCoreApplication::applicationFilePath(), { QStringLiteral("--start") });
+    process->start(QCoreApplication::applicationFilePath(), { u"--start"_s });
     return process;
 }
 
@@ -144,7 +145,7 @@ void SingleInstanceTest::handsOverToTheFirst()
 {
     const auto first = startProgram();
     QTRY_VERIFY(first->said("owner"));
-    const auto second = startProgram(QStringLiteral("token-2"));
+    const auto second = startProgram(u"token-2"_s);
     QTRY_VERIFY(second->hasEnded());
     QVERIFY(second->said("handed over"));
     QCOMPARE(second->exitCode(), 0);
@@ -201,23 +202,20 @@ void SingleInstanceTest::answersOtherApplications_data()
     const auto row = [](const char* name, const QStringList& call, const char* answer) {
         QTest::newRow(name) << call << QByteArray(answer);
     };
-    const auto none = QStringLiteral("{}");
-    const auto token = QStringLiteral("{'activation-token': <'from-elsewhere'>}");
+    const auto none = u"{}"_s;
+    const auto token = u"{'activation-token': <'from-elsewhere'>}"_s;
     const auto application = [](const char* method) {
-        return QStringLiteral("org.freedesktop.Application.") + QString::fromLatin1(method);
+        return u"org.freedesktop.Application."_s + QString::fromLatin1(method);
     };
     row("activate", { application("Activate"), token }, "reopened from-elsewhere");
-    row("open", { application("Open"), QStringLiteral("['file:///a']"), none }, "reopened ");
-    row("action",
-        { application("ActivateAction"), QStringLiteral("Watch"), QStringLiteral("[]"), token },
+    row("open", { application("Open"), u"['file:///a']"_s, none }, "reopened ");
+    row("action", { application("ActivateAction"), u"Watch"_s, u"[]"_s, token },
         "action Watch from-elsewhere");
-    row("action with a parameter",
-        { application("ActivateAction"), QStringLiteral("x"), QStringLiteral("[<1>]"), none },
+    row("action with a parameter", { application("ActivateAction"), u"x"_s, u"[<1>]"_s, none },
         "action x ");
 
     const auto watch = [](const char* arguments) {
-        return QStringList{ QStringLiteral("org.vellumcap.Vellumcap.Watch"),
-            QString::fromUtf8(arguments) };
+        return QStringList{ u"org.vellumcap.Vellumcap.Watch"_s, QString::fromUtf8(arguments) };
     };
     row("watch", watch("{}"), "watch {}");
     row("watch with all",
@@ -247,11 +245,10 @@ void SingleInstanceTest::answersOtherApplications()
     const auto program = startProgram();
     QTRY_VERIFY(program->said("owner"));
     QProcess caller;
-    caller.start(QStringLiteral("gdbus"),
-        QStringList{ QStringLiteral("call"), QStringLiteral("--address"), m_address,
-            QStringLiteral("--dest"), QStringLiteral("org.vellumcap.Vellumcap"),
-            QStringLiteral("--object-path"), QStringLiteral("/org/vellumcap/Vellumcap"),
-            QStringLiteral("--method") }
+    caller.start(u"gdbus"_s,
+        QStringList{ u"call"_s, u"--address"_s, m_address, u"--dest"_s,
+            u"org.vellumcap.Vellumcap"_s, u"--object-path"_s, u"/org/vellumcap/Vellumcap"_s,
+            u"--method"_s }
             + call);
     QVERIFY(caller.waitForFinished());
     QVERIFY2(caller.exitCode() == 0, caller.readAllStandardError().constData());
@@ -264,10 +261,9 @@ void SingleInstanceTest::describesItsInterface()
     const auto program = startProgram();
     QTRY_VERIFY(program->said("owner"));
     QProcess caller;
-    caller.start(QStringLiteral("gdbus"),
-        { QStringLiteral("introspect"), QStringLiteral("--address"), m_address,
-            QStringLiteral("--dest"), QStringLiteral("org.vellumcap.Vellumcap"),
-            QStringLiteral("--object-path"), QStringLiteral("/org/vellumcap/Vellumcap") });
+    caller.start(u"gdbus"_s,
+        { u"introspect"_s, u"--address"_s, m_address, u"--dest"_s, u"org.vellumcap.Vellumcap"_s,
+            u"--object-path"_s, u"/org/vellumcap/Vellumcap"_s });
     QVERIFY(caller.waitForFinished());
     const QByteArray description = caller.readAllStandardOutput().simplified();
     QVERIFY2(description.contains("interface org.vellumcap.Vellumcap { methods: "),
@@ -278,7 +274,7 @@ void SingleInstanceTest::describesItsInterface()
 
 void SingleInstanceTest::goesOnWithoutABus()
 {
-    m_address = QStringLiteral("unix:path=/nonexistent/bus");
+    m_address = u"unix:path=/nonexistent/bus"_s;
     const auto first = startProgram();
     QTRY_VERIFY(first->said("owner"));
     const auto second = startProgram();

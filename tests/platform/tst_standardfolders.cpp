@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace folders = platform::StandardFolders;
 
 class StandardFoldersTest : public QObject {
@@ -27,9 +29,8 @@ QString environmentFolder(const char* variable)
 void StandardFoldersTest::followsTheEnvironment()
 {
     QCOMPARE(folders::applicationSupport(), environmentFolder("XDG_DATA_HOME"));
-    QCOMPARE(folders::caches(), environmentFolder("XDG_CACHE_HOME") + QStringLiteral("/vellumcap"));
-    QCOMPARE(folders::configuration(),
-        environmentFolder("XDG_CONFIG_HOME") + QStringLiteral("/vellumcap"));
+    QCOMPARE(folders::caches(), environmentFolder("XDG_CACHE_HOME") + u"/vellumcap"_s);
+    QCOMPARE(folders::configuration(), environmentFolder("XDG_CONFIG_HOME") + u"/vellumcap"_s);
     QVERIFY(folders::pictures().startsWith(environmentFolder("HOME")));
     QVERIFY(!QFileInfo::exists(folders::caches()));
     QVERIFY(!QFileInfo::exists(folders::configuration()));
@@ -38,14 +39,14 @@ void StandardFoldersTest::followsTheEnvironment()
 void StandardFoldersTest::doesNotFollowTheApplicationsName()
 {
     const QString before = folders::configuration();
-    QCoreApplication::setOrganizationName(QStringLiteral("Somebody"));
-    QCoreApplication::setApplicationName(QStringLiteral("Something"));
+    QCoreApplication::setOrganizationName(u"Somebody"_s);
+    QCoreApplication::setApplicationName(u"Something"_s);
     QCOMPARE(folders::configuration(), before);
 }
 
 void StandardFoldersTest::makesTheScriptsFolderOnRequest()
 {
-    const QString path = folders::configuration() + QStringLiteral("/scripts");
+    const QString path = folders::configuration() + u"/scripts"_s;
     QCOMPARE(folders::applicationScripts(folders::Creation::No), path);
     QVERIFY(!QFileInfo::exists(path));
 

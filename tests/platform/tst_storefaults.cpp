@@ -19,6 +19,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Error;
 using platform::StoreErrorCode;
 using support::fileBytes;
@@ -43,7 +45,7 @@ int writeForEver(const char* path)
         return refusedStatus;
     }
     for (int count = 0;; ++count) {
-        const QString text = QStringLiteral("%1/%2").arg(::getpid()).arg(count);
+        const QString text = u"%1/%2"_s.arg(::getpid()).arg(count);
         insertCapture(store.context, text);
         if (store.context.save()) {
             return failedStatus;
@@ -97,7 +99,7 @@ private:
     qsizetype unfinishedFiles() const
     {
         return QDir(m_folder->path())
-            .entryList({ QStringLiteral(".unfinished*") }, QDir::Files | QDir::Hidden)
+            .entryList({ u".unfinished*"_s }, QDir::Files | QDir::Hidden)
             .size();
     }
 
@@ -108,7 +110,7 @@ private:
 void TestStoreFaults::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    m_path = m_folder->filePath(QStringLiteral("Vellumcap.storedata"));
+    m_path = m_folder->filePath(u"Vellumcap.storedata"_s);
 }
 
 void TestStoreFaults::survivesKillsAtAnyMoment()
@@ -119,7 +121,7 @@ void TestStoreFaults::survivesKillsAtAnyMoment()
     {
         OpenStore store(m_path);
         for (int index = 0; index < 2000; ++index) { // so that a write takes a while
-            known.push_back(QStringLiteral("before/%1").arg(index));
+            known.push_back(u"before/%1"_s.arg(index));
             insertCapture(store.context, known.back());
         }
         QVERIFY(!store.context.save());
@@ -211,7 +213,7 @@ void TestStoreFaults::refusesASecondCoordinator()
 
 void TestStoreFaults::removesUnfinishedFilesUnderTheLockOnly()
 {
-    const QString stale = m_folder->filePath(QStringLiteral(".unfinished-0123456789abcdef"));
+    const QString stale = m_folder->filePath(u".unfinished-0123456789abcdef"_s);
     {
         const OpenStore first(m_path);
         setFileBytes(stale, "being written");
@@ -235,7 +237,7 @@ void TestStoreFaults::keepsChangesWhenTheDiskIsFull()
     {
         OpenStore store(m_path);
         QVERIFY(!store.error);
-        insertCapture(store.context, QStringLiteral("saved"));
+        insertCapture(store.context, u"saved"_s);
         QVERIFY(!store.context.save());
         const QByteArray saved = fileBytes(m_path);
 
@@ -248,22 +250,22 @@ void TestStoreFaults::keepsChangesWhenTheDiskIsFull()
         QCOMPARE(fileBytes(m_path), saved);
         QCOMPARE(unfinishedFiles(), 0);
 
-        large->setValue(Value, QStringLiteral("small"));
+        large->setValue(Value, u"small"_s);
         QVERIFY(!store.context.save());
         QVERIFY(!store.context.hasChanges());
     }
     const OpenStore store(m_path);
-    QCOMPARE(store.texts(), (std::vector{ QStringLiteral("saved"), QStringLiteral("small") }));
+    QCOMPARE(store.texts(), (std::vector{ u"saved"_s, u"small"_s }));
 }
 
 void TestStoreFaults::keepsChangesAtTheSizeLimit()
 {
     OpenStore store(m_path);
-    const auto changed = insertCapture(store.context, QStringLiteral("old"));
-    const auto deleted = insertCapture(store.context, QStringLiteral("deleted"));
+    const auto changed = insertCapture(store.context, u"old"_s);
+    const auto deleted = insertCapture(store.context, u"deleted"_s);
     QVERIFY(!store.context.save());
     const QByteArray saved = fileBytes(m_path);
-    changed->setValue(Value, QStringLiteral("new"));
+    changed->setValue(Value, u"new"_s);
     store.context.deleteObject(*deleted);
     insertCapture(store.context, QString(9000, u'x'));
 
@@ -288,9 +290,9 @@ void TestStoreFaults::keepsChangesAtTheSizeLimit()
 
 void TestStoreFaults::keepsChangesWhenTheFolderHasGone()
 {
-    const QString folder = m_folder->filePath(QStringLiteral("data"));
+    const QString folder = m_folder->filePath(u"data"_s);
     QVERIFY(QDir(m_folder->path()).mkpath(folder));
-    OpenStore store(folder + QStringLiteral("/store"));
+    OpenStore store(folder + u"/store"_s);
     QVERIFY(!store.error);
     QVERIFY(QDir(folder).removeRecursively());
     insertCapture(store.context);
@@ -305,7 +307,7 @@ void TestStoreFaults::keepsChangesWhenTheFolderHasGone()
 void TestStoreFaults::reportsAFileForAFolder()
 {
     setFileBytes(m_path, "a file");
-    const OpenStore store(m_path + QStringLiteral("/store"));
+    const OpenStore store(m_path + u"/store"_s);
     QVERIFY(store.error);
     QCOMPARE(store.error->code, ENOTDIR);
     QVERIFY(store.error->localizedDescription.contains(m_path));
@@ -314,7 +316,7 @@ void TestStoreFaults::reportsAFileForAFolder()
 
 void TestStoreFaults::reportsAMissingFolder()
 {
-    const OpenStore store(m_folder->filePath(QStringLiteral("none/store")));
+    const OpenStore store(m_folder->filePath(u"none/store"_s));
     QVERIFY(store.error);
     QCOMPARE(store.error->code, ENOENT);
 }

@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <memory>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::ImageFile;
 using platform::ThumbnailLoader;
 using platform::ThumbnailView;
@@ -53,7 +55,7 @@ void ThumbnailViewTest::showsThePicture()
 {
     ThumbnailView view;
     view.resize(116, 216);
-    view.setImage(pictureNamed(QStringLiteral("red"), { 400, 200 }, Qt::red));
+    view.setImage(pictureNamed(u"red"_s, { 400, 200 }, Qt::red));
     view.show();
     QVERIFY(!view.isLoaded());
     QTRY_VERIFY(view.isLoaded());
@@ -73,14 +75,14 @@ void ThumbnailViewTest::readsAtTheScreensPixels()
 {
     ThumbnailView view;
     view.resize(116, 116);
-    view.setImage(pictureNamed(QStringLiteral("large"), { 2000, 1000 }, Qt::blue));
+    view.setImage(pictureNamed(u"large"_s, { 2000, 1000 }, Qt::blue));
     view.show();
     QTRY_VERIFY(view.isLoaded());
     const double wanted = 100 * view.devicePixelRatioF();
     QVERIFY(view.picture().width() >= wanted);
     QVERIFY(view.picture().width() < wanted + 64);
     QCOMPARE(view.picture().height(), view.picture().width() / 2);
-    const QString density = qEnvironmentVariable("QT_SCALE_FACTOR", QStringLiteral("1"));
+    const QString density = qEnvironmentVariable("QT_SCALE_FACTOR", u"1"_s);
     QCOMPARE(view.devicePixelRatioF(), density.toDouble());
     view.resize(316, 316);
     QTRY_VERIFY(view.picture().width() >= 300 * view.devicePixelRatioF());
@@ -90,11 +92,11 @@ void ThumbnailViewTest::readsAtTwiceTheDensity()
 {
     // The density is fixed when the application starts, so another one has to.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QStringLiteral("2"));
+    environment.insert(u"QT_SCALE_FACTOR"_s, u"2"_s);
     QProcess process;
     process.setProcessEnvironment(environment);
     process.start(QCoreApplication::applicationFilePath(),
-        { QStringLiteral("readsAtTheScreensPixels"), QStringLiteral("showsThePicture") });
+        { u"readsAtTheScreensPixels"_s, u"showsThePicture"_s });
     QVERIFY(process.waitForStarted());
     QTRY_COMPARE_WITH_TIMEOUT(process.state(), QProcess::NotRunning, 30'000);
     const QByteArray output = process.readAllStandardOutput();
@@ -128,11 +130,11 @@ void ThumbnailViewTest::missingFileIsEmpty()
     ThumbnailView view;
     view.resize(100, 100);
     const quint64 before = ThumbnailLoader::shared().loadCount();
-    view.setImage({ m_folder.filePath(QStringLiteral("none.png")) });
+    view.setImage({ m_folder.filePath(u"none.png"_s) });
     view.show();
     QTRY_COMPARE(ThumbnailLoader::shared().loadCount(), before + 1);
     ThumbnailView other;
-    other.setImage(pictureNamed(QStringLiteral("other"), { 10, 10 }, Qt::red));
+    other.setImage(pictureNamed(u"other"_s, { 10, 10 }, Qt::red));
     other.show();
     QTRY_VERIFY(other.isLoaded());
     QVERIFY(!view.isLoaded());
@@ -142,7 +144,7 @@ void ThumbnailViewTest::missingFileIsEmpty()
 
 void ThumbnailViewTest::fileDeletedMeanwhile()
 {
-    const ImageFile file = pictureNamed(QStringLiteral("deleted"), { 300, 300 }, Qt::red);
+    const ImageFile file = pictureNamed(u"deleted"_s, { 300, 300 }, Qt::red);
     ThumbnailView view;
     view.resize(100, 100);
     view.setImage(file);
@@ -154,7 +156,7 @@ void ThumbnailViewTest::fileDeletedMeanwhile()
     cached.setImage(file);
     QVERIFY(!cached.grab().isNull());
     QVERIFY(cached.isLoaded()); // known from the cache
-    const ImageFile never = pictureNamed(QStringLiteral("never seen"), { 300, 300 }, Qt::red);
+    const ImageFile never = pictureNamed(u"never seen"_s, { 300, 300 }, Qt::red);
     QVERIFY(QFile::remove(never.path));
     const quint64 before = ThumbnailLoader::shared().loadCount();
     view.setImage(never);
@@ -166,14 +168,14 @@ void ThumbnailViewTest::fileDeletedMeanwhile()
 
 void ThumbnailViewTest::lateFileIsIgnored()
 {
-    const QString slow = m_folder.filePath(QStringLiteral("slow"));
+    const QString slow = m_folder.filePath(u"slow"_s);
     support::writeFile(slow, support::encoded(support::noisePicture({ 900, 900 }), "PNG"));
     ThumbnailView view;
     view.resize(100, 100);
     view.setImage({ slow });
     view.show();
     view.repaint(); // asks
-    view.setImage(pictureNamed(QStringLiteral("quick"), { 40, 40 }, Qt::blue));
+    view.setImage(pictureNamed(u"quick"_s, { 40, 40 }, Qt::blue));
     QTRY_VERIFY(view.isLoaded());
     ThumbnailView other;
     other.resize(100, 100);
@@ -187,9 +189,9 @@ void ThumbnailViewTest::hiddenViewWantsNothing()
 {
     const quint64 before = ThumbnailLoader::shared().loadCount();
     ThumbnailView view;
-    view.setImage(pictureNamed(QStringLiteral("hidden"), { 40, 40 }, Qt::blue));
+    view.setImage(pictureNamed(u"hidden"_s, { 40, 40 }, Qt::blue));
     ThumbnailView other;
-    other.setImage(pictureNamed(QStringLiteral("shown"), { 40, 40 }, Qt::blue));
+    other.setImage(pictureNamed(u"shown"_s, { 40, 40 }, Qt::blue));
     other.show();
     QTRY_VERIFY(other.isLoaded());
     QCOMPARE(ThumbnailLoader::shared().loadCount(), before + 1);
@@ -199,7 +201,7 @@ void ThumbnailViewTest::hiddenViewWantsNothing()
 
 void ThumbnailViewTest::viewMayGoWhileItsFileIsRead()
 {
-    const ImageFile file = pictureNamed(QStringLiteral("gone"), { 800, 800 }, Qt::red);
+    const ImageFile file = pictureNamed(u"gone"_s, { 800, 800 }, Qt::red);
     auto view = std::make_unique<ThumbnailView>();
     view->setImage(file);
     view->show();
@@ -224,7 +226,7 @@ void ThumbnailViewTest::newestRequestComesFirst()
             }
         }
     };
-    const ImageFile file = pictureNamed(QStringLiteral("order"), { 60, 60 }, Qt::red);
+    const ImageFile file = pictureNamed(u"order"_s, { 60, 60 }, Qt::red);
     for (int index = 0; index < 6; ++index) {
         tickets.append(loader.request(
             { file.path, 64 + index }, [deliver, index](const QImage&) { deliver(index); }));
@@ -237,7 +239,7 @@ void ThumbnailViewTest::newestRequestComesFirst()
 void ThumbnailViewTest::cancelledRequestIsNotRead()
 {
     ThumbnailLoader loader;
-    const ImageFile file = pictureNamed(QStringLiteral("cancelled"), { 60, 60 }, Qt::red);
+    const ImageFile file = pictureNamed(u"cancelled"_s, { 60, 60 }, Qt::red);
     QList<int> delivered;
     QList<ThumbnailLoader::Ticket> tickets;
     for (int index = 0; index < 5; ++index) {
@@ -256,7 +258,7 @@ void ThumbnailViewTest::cancelledRequestIsNotRead()
 void ThumbnailViewTest::cacheIsBounded()
 {
     ThumbnailLoader loader;
-    const ImageFile file = pictureNamed(QStringLiteral("big"), { 2100, 2100 }, Qt::red);
+    const ImageFile file = pictureNamed(u"big"_s, { 2100, 2100 }, Qt::red);
     int delivered = 0;
     for (int side = 1000; side < 1012; ++side) { // 12 times 4 MB
         loader.request({ file.path, side }, [&delivered](const QImage&) { ++delivered; });
@@ -270,7 +272,7 @@ void ThumbnailViewTest::tooLargePictureIsNotRead()
 {
     QImage huge(20'000, 20'000, QImage::Format_Mono);
     huge.fill(1);
-    const QString path = m_folder.filePath(QStringLiteral("huge.png"));
+    const QString path = m_folder.filePath(u"huge.png"_s);
     QVERIFY(huge.save(path));
     huge = {};
     ThumbnailLoader loader;

@@ -9,6 +9,8 @@
 #include <bit>
 #include <limits>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::UserDefaults;
 
 class UserDefaultsTest : public QObject {
@@ -31,12 +33,12 @@ private Q_SLOTS:
 
 private:
     QTemporaryDir m_folder;
-    const QString m_path = m_folder.filePath(QStringLiteral("some/settings.ini"));
+    const QString m_path = m_folder.filePath(u"some/settings.ini"_s);
 };
 
 namespace {
 
-const auto key = QStringLiteral("pref-some-key");
+const auto key = u"pref-some-key"_s;
 
 } // namespace
 
@@ -73,13 +75,13 @@ void UserDefaultsTest::keepsDoublesBitForBit()
 void UserDefaultsTest::keepsStrings_data()
 {
     QTest::addColumn<QString>("value");
-    QTest::newRow("plain") << QStringLiteral("camera 1");
+    QTest::newRow("plain") << u"camera 1"_s;
     QTest::newRow("empty") << QString();
-    QTest::newRow("commas") << QStringLiteral("a, b,c");
-    QTest::newRow("quotes") << QStringLiteral("\"a\" \\ ; #b = c");
-    QTest::newRow("lines") << QStringLiteral("a\nb\tc");
-    QTest::newRow("at") << QStringLiteral("@Invalid()");
-    QTest::newRow("other scripts") << QStringLiteral("カメラ 😀");
+    QTest::newRow("commas") << u"a, b,c"_s;
+    QTest::newRow("quotes") << u"\"a\" \\ ; #b = c"_s;
+    QTest::newRow("lines") << u"a\nb\tc"_s;
+    QTest::newRow("at") << u"@Invalid()"_s;
+    QTest::newRow("other scripts") << u"カメラ 😀"_s;
 }
 
 void UserDefaultsTest::keepsStrings()
@@ -119,7 +121,7 @@ void UserDefaultsTest::readsAnythingAsANumber()
     QFETCH(bool, boolean);
 
     QTemporaryDir folder; // its own, since settings of one path are shared within a process
-    const QString path = folder.filePath(QStringLiteral("typed.ini"));
+    const QString path = folder.filePath(u"typed.ini"_s);
     QFile file(path);
     QVERIFY(file.open(QFile::WriteOnly));
     file.write("[General]\npref-some-key=" + written + "\n");
@@ -139,7 +141,7 @@ void UserDefaultsTest::tellsObserversOfTheKey()
     auto observation = defaults.observe(key, [&] { seen.append(defaults.doubleForKey(key)); });
     defaults.setDouble(key, 1.5);
     defaults.setDouble(key, 1.5);
-    defaults.setInteger(QStringLiteral("another-key"), 3);
+    defaults.setInteger(u"another-key"_s, 3);
     defaults.removeObject(key);
     QCOMPARE(seen, QList<double>({ 1.5, 1.5, 0.0 }));
     QVERIFY(!defaults.stringForKey(key));
@@ -157,16 +159,16 @@ void UserDefaultsTest::letsAnObserverEndObservations()
     std::unique_ptr<UserDefaults::Observation> second;
     std::unique_ptr<UserDefaults::Observation> added;
     first = defaults.observe(key, [&] {
-        seen.append(QStringLiteral("first"));
-        added = defaults.observe(key, [&] { seen.append(QStringLiteral("added")); });
+        seen.append(u"first"_s);
+        added = defaults.observe(key, [&] { seen.append(u"added"_s); });
         second.reset();
         first.reset();
     });
-    second = defaults.observe(key, [&] { seen.append(QStringLiteral("second")); });
+    second = defaults.observe(key, [&] { seen.append(u"second"_s); });
     defaults.setBool(key, true);
-    QCOMPARE(seen, QStringList{ QStringLiteral("first") });
+    QCOMPARE(seen, QStringList{ u"first"_s });
     defaults.setBool(key, false);
-    QCOMPARE(seen, QStringList({ QStringLiteral("first"), QStringLiteral("added") }));
+    QCOMPARE(seen, QStringList({ u"first"_s, u"added"_s }));
 }
 
 void UserDefaultsTest::letsAnObserverWrite()
@@ -184,7 +186,7 @@ void UserDefaultsTest::letsAnObserverWrite()
 void UserDefaultsTest::survivesAFileThatCannotBeWritten()
 {
     // A file stands where the folder should: not even root could write beneath it.
-    UserDefaults defaults(QStringLiteral("/dev/null/settings.ini"));
+    UserDefaults defaults(u"/dev/null/settings.ini"_s);
     defaults.setInteger(key, 4);
     defaults.synchronize();
     QCOMPARE(defaults.integerForKey(key), 4);
@@ -194,8 +196,7 @@ void UserDefaultsTest::keepsTheStandardOnesInThePrivateFolder()
 {
     auto& defaults = UserDefaults::standard();
     defaults.setBool(key, true);
-    const QFileInfo file(
-        platform::StandardFolders::configuration() + QStringLiteral("/vellumcap.ini"));
+    const QFileInfo file(platform::StandardFolders::configuration() + u"/vellumcap.ini"_s);
     QTRY_VERIFY(QFileInfo::exists(file.filePath())); // by the event loop, without synchronize()
     QCOMPARE(QFileInfo(file.absolutePath()).permissions()
             & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),

@@ -6,12 +6,14 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 template <typename Window> class NotingController : public platform::WindowController {
 public:
     NotingController()
-        : WindowController(QStringLiteral("NotingWindow"))
+        : WindowController(u"NotingWindow"_s)
     {
     }
 
@@ -22,21 +24,21 @@ public:
 protected:
     std::unique_ptr<QWidget> loadWindow() override
     {
-        notes.append(QStringLiteral("load"));
+        notes.append(u"load"_s);
         auto loaded = std::make_unique<Window>();
         field = new QLineEdit(loaded.get());
         return loaded;
     }
     void windowDidLoad() override
     {
-        notes.append(window()->isVisible() ? QStringLiteral("shown") : QStringLiteral("loaded"));
+        notes.append(window()->isVisible() ? u"shown"_s : u"loaded"_s);
     }
     bool windowShouldClose(QWidget* closing) override
     {
-        notes.append(closing == window() ? QStringLiteral("should close") : QStringLiteral("?"));
+        notes.append(closing == window() ? u"should close"_s : u"?"_s);
         return closes;
     }
-    void windowWillClose() override { notes.append(QStringLiteral("will close")); }
+    void windowWillClose() override { notes.append(u"will close"_s); }
 };
 
 } // namespace
@@ -60,10 +62,10 @@ void WindowControllerTest::loadsItsWindowOnFirstUse()
 {
     NotingController<QWidget> controller;
     QVERIFY(!controller.isWindowLoaded());
-    QCOMPARE(controller.windowNibName(), QStringLiteral("NotingWindow"));
+    QCOMPARE(controller.windowNibName(), u"NotingWindow"_s);
     QWidget* window = controller.window();
     QCOMPARE(controller.window(), window);
-    QCOMPARE(controller.notes, QStringList({ QStringLiteral("load"), QStringLiteral("loaded") }));
+    QCOMPARE(controller.notes, QStringList({ u"load"_s, u"loaded"_s }));
     QVERIFY(!window->isVisible());
     controller.showWindow(nullptr);
     QVERIFY(window->isVisible());
@@ -77,8 +79,7 @@ void WindowControllerTest::hidesItsWindowOnClosing()
     controller.notes.clear();
     QVERIFY(controller.window()->close());
     QVERIFY(!controller.window()->isVisible());
-    QCOMPARE(controller.notes,
-        QStringList({ QStringLiteral("should close"), QStringLiteral("will close") }));
+    QCOMPARE(controller.notes, QStringList({ u"should close"_s, u"will close"_s }));
     controller.showWindow(nullptr);
     QVERIFY(controller.window()->isVisible());
 }
@@ -91,7 +92,7 @@ void WindowControllerTest::mayKeepItsWindow()
     controller.notes.clear();
     QVERIFY(!controller.window()->close());
     QVERIFY(controller.window()->isVisible());
-    QCOMPARE(controller.notes, QStringList{ QStringLiteral("should close") });
+    QCOMPARE(controller.notes, QStringList{ u"should close"_s });
 }
 
 void WindowControllerTest::closesADialogByEscape_data()
@@ -110,8 +111,8 @@ void WindowControllerTest::closesADialogByEscape()
     controller.notes.clear();
     QTest::keyClick(controller.field, Qt::Key_Escape);
     QCOMPARE(controller.window()->isVisible(), !closes);
-    QCOMPARE(controller.notes.count(QStringLiteral("should close")), 1);
-    QCOMPARE(controller.notes.count(QStringLiteral("will close")), closes ? 1 : 0);
+    QCOMPARE(controller.notes.count(u"should close"_s), 1);
+    QCOMPARE(controller.notes.count(u"will close"_s), closes ? 1 : 0);
 }
 
 void WindowControllerTest::keepsAPlainWindowOnEscape()

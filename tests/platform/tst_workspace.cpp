@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <QUrl>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Workspace::Activation;
 
 /// Against a real default handler: a script that notes down how it was called.
@@ -23,7 +25,7 @@ private Q_SLOTS:
     void refusesWhatIsNoUrl();
 
 private:
-    QString notesPath() const { return m_folder.filePath(QStringLiteral("handler.notes")); }
+    QString notesPath() const { return m_folder.filePath(u"handler.notes"_s); }
     QList<QByteArray> notes() const;
 
     QTemporaryDir m_folder;
@@ -53,14 +55,13 @@ void writeFile(const QString& path, const QByteArray& contents)
 
 void WorkspaceTest::initTestCase()
 {
-    const QString script = m_folder.filePath(QStringLiteral("handler"));
+    const QString script = m_folder.filePath(u"handler"_s);
     writeFile(script, handlerScript);
     QVERIFY(QFile::setPermissions(script, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
-    writeFile(
-        qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications/noting.desktop"),
+    writeFile(qEnvironmentVariable("XDG_DATA_HOME") + u"/applications/noting.desktop"_s,
         "[Desktop Entry]\nType=Application\nName=Noting\nStartupNotify=true\nExec="
             + script.toUtf8() + " %u\n");
-    writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list"),
+    writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + u"/mimeapps.list"_s,
         "[Default Applications]\n"
         "x-scheme-handler/https=noting.desktop\n"
         "x-scheme-handler/mailto=noting.desktop\n"
@@ -123,17 +124,17 @@ void WorkspaceTest::handsOverTheUrlAsOneArgument()
 
 void WorkspaceTest::showsAFolder()
 {
-    const QString path = m_folder.filePath(QStringLiteral("a folder; $(id)"));
+    const QString path = m_folder.filePath(u"a folder; $(id)"_s);
     QVERIFY(QDir().mkpath(path));
     QVERIFY(platform::Workspace::showFolder(path));
     QTRY_COMPARE(notes(), QList<QByteArray>({ path.toUtf8(), "unset", "unset" }));
 
-    QVERIFY(!platform::Workspace::showFolder(path + QStringLiteral("/missing")));
+    QVERIFY(!platform::Workspace::showFolder(path + u"/missing"_s));
 }
 
 void WorkspaceTest::saysWhenThereIsNoHandler()
 {
-    const QUrl url(QStringLiteral("nobody-handles-this:something"));
+    const QUrl url(u"nobody-handles-this:something"_s);
     QVERIFY(!platform::Workspace::open(url));
     QVERIFY(!platform::Workspace::open(url, Activation::Background));
 }
@@ -142,9 +143,9 @@ void WorkspaceTest::refusesWhatIsNoUrl_data()
 {
     QTest::addColumn<QUrl>("url");
     QTest::newRow("empty") << QUrl();
-    QTest::newRow("no scheme") << QUrl(QStringLiteral("example.org/page"));
-    QTest::newRow("option") << QUrl(QStringLiteral("--help"));
-    QTest::newRow("invalid") << QUrl(QStringLiteral("https://exa mple.org"), QUrl::StrictMode);
+    QTest::newRow("no scheme") << QUrl(u"example.org/page"_s);
+    QTest::newRow("option") << QUrl(u"--help"_s);
+    QTest::newRow("invalid") << QUrl(u"https://exa mple.org"_s, QUrl::StrictMode);
 }
 
 void WorkspaceTest::refusesWhatIsNoUrl()

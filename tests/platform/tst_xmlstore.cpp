@@ -11,6 +11,8 @@
 #include <random>
 #include <sys/stat.h>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Error;
 using platform::escaped;
 using platform::firstStoreDate;
@@ -91,7 +93,7 @@ private:
 void TestXmlStore::init()
 {
     m_folder = std::make_unique<QTemporaryDir>();
-    m_path = m_folder->filePath(QStringLiteral("Vellumcap.storedata"));
+    m_path = m_folder->filePath(u"Vellumcap.storedata"_s);
 }
 
 void TestXmlStore::makesAnEmptyStore()
@@ -111,24 +113,24 @@ void TestXmlStore::writesAReadableFile()
 {
     OpenStore store(m_path);
     const auto capture = store.context.insertObject(u"Capture");
-    capture->setValue(ImageKey, QStringLiteral("KEY"));
+    capture->setValue(ImageKey, u"KEY"_s);
     capture->setValue(Type, -1);
-    capture->setValue(Value, QStringLiteral("https://example.org/?a=1&b=\"2\" <grün>"));
+    capture->setValue(Value, u"https://example.org/?a=1&b=\"2\" <grün>"_s);
     capture->setValue(Date, QDateTime(QDate(2024, 2, 29), QTime(23, 59, 59, 7), Qt::UTC));
     capture->setValue(IsUrl, true);
     QVERIFY(!store.context.save());
     QCOMPARE(QString::fromUtf8(fileBytes(m_path)),
-        QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-                       "<store format=\"1\" model=\"Vellumcap\" modelVersion=\"1\" nextId=\"2\">\n"
-                       "<object entity=\"Capture\" id=\"1\">\n"
-                       "  <attribute name=\"captureImageKey\">KEY</attribute>\n"
-                       "  <attribute name=\"captureType\">-1</attribute>\n"
-                       "  <attribute name=\"captureValue\">https://example.org/?a=1&amp;b=\"2\" "
-                       "&lt;grün&gt;</attribute>\n"
-                       "  <attribute name=\"dateCaptured\">2024-02-29T23:59:59.007Z</attribute>\n"
-                       "  <attribute name=\"isURL\">true</attribute>\n"
-                       "</object>\n"
-                       "</store>\n"));
+        u"<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+        "<store format=\"1\" model=\"Vellumcap\" modelVersion=\"1\" nextId=\"2\">\n"
+        "<object entity=\"Capture\" id=\"1\">\n"
+        "  <attribute name=\"captureImageKey\">KEY</attribute>\n"
+        "  <attribute name=\"captureType\">-1</attribute>\n"
+        "  <attribute name=\"captureValue\">https://example.org/?a=1&amp;b=\"2\" "
+        "&lt;grün&gt;</attribute>\n"
+        "  <attribute name=\"dateCaptured\">2024-02-29T23:59:59.007Z</attribute>\n"
+        "  <attribute name=\"isURL\">true</attribute>\n"
+        "</object>\n"
+        "</store>\n"_s);
 }
 
 void TestXmlStore::roundTripsTexts_data()
@@ -136,16 +138,15 @@ void TestXmlStore::roundTripsTexts_data()
     QTest::addColumn<QString>("text");
     const auto unit = [](char16_t code) { return QString(QChar(code)); };
     QTest::newRow("empty") << QString();
-    QTest::newRow("plain") << QStringLiteral("plain");
-    QTest::newRow("markup") << QStringLiteral(
-        "<a href='x'>&amp; ]]> \"</a> <!-- --> <?x?> &#13; &#0;");
-    QTest::newRow("CDATA") << QStringLiteral("<![CDATA[x]]>");
-    QTest::newRow("CR") << QStringLiteral("a\rb");
-    QTest::newRow("CRLF") << QStringLiteral("\r\na\r\n\r\n");
-    QTest::newRow("LF") << QStringLiteral("\na\n\n");
-    QTest::newRow("tabs") << QStringLiteral("\ta\t\tb\t");
-    QTest::newRow("outer spaces") << QStringLiteral("  a  b  ");
-    QTest::newRow("one space") << QStringLiteral(" ");
+    QTest::newRow("plain") << u"plain"_s;
+    QTest::newRow("markup") << u"<a href='x'>&amp; ]]> \"</a> <!-- --> <?x?> &#13; &#0;"_s;
+    QTest::newRow("CDATA") << u"<![CDATA[x]]>"_s;
+    QTest::newRow("CR") << u"a\rb"_s;
+    QTest::newRow("CRLF") << u"\r\na\r\n\r\n"_s;
+    QTest::newRow("LF") << u"\na\n\n"_s;
+    QTest::newRow("tabs") << u"\ta\t\tb\t"_s;
+    QTest::newRow("outer spaces") << u"  a  b  "_s;
+    QTest::newRow("one space") << u" "_s;
     QTest::newRow("NUL") << QString::fromUtf16(u"a\0b", 3);
     QTest::newRow("only NUL") << QString(1, QChar(0));
     QString controls;
@@ -153,26 +154,24 @@ void TestXmlStore::roundTripsTexts_data()
         controls += QChar(code);
     }
     QTest::newRow("controls") << controls;
-    QTest::newRow("GS1 separators") << QStringLiteral("\u001d0109506000134352\u001d17\u001e\u0004");
+    QTest::newRow("GS1 separators") << u"\u001d0109506000134352\u001d17\u001e\u0004"_s;
     QTest::newRow("U+FFFE") << unit(0xfffe);
-    QTest::newRow("U+FFFF") << QStringLiteral("a\uffff");
-    QTest::newRow("U+FEFF first") << unit(0xfeff) + QStringLiteral("a");
+    QTest::newRow("U+FFFF") << u"a\uffff"_s;
+    QTest::newRow("U+FEFF first") << unit(0xfeff) + u"a"_s;
     QTest::newRow("U+FEFF twice") << unit(0xfeff) + unit(0xfeff);
     QTest::newRow("high surrogate") << unit(0xd83d);
-    QTest::newRow("low surrogate") << QStringLiteral("a") + unit(0xde00) + QStringLiteral("b");
+    QTest::newRow("low surrogate") << u"a"_s + unit(0xde00) + u"b"_s;
     QTest::newRow("surrogates the wrong way round") << unit(0xde00) + unit(0xd83d);
     QTest::newRow("two high surrogates and a low") << unit(0xd83d) + unit(0xd83d) + unit(0xde00);
-    QTest::newRow("astral") << QStringLiteral("😀 𝄞 \U0010ffff \U0001fffe");
-    QTest::newRow("bidirectional") << QStringLiteral("\u202egnp.exe \u2067שלום\u2069 مرحبا \u200f");
-    QTest::newRow("line separators") << QStringLiteral("a\u0085b\u2028c\u2029d");
-    QTest::newRow("combining") << QStringLiteral("e\u0301 Z\u0351\u036b\u0343 \u200d\u200c");
-    QTest::newRow("backslashes") << QStringLiteral("C:\\new\\u0041 \\\\");
-    QTest::newRow("backslashes with NUL")
-        << QStringLiteral("C:\\new\\u0041 \\\\") + QChar(0) + QStringLiteral("\\u0000\\");
-    QTest::newRow("digits after an escape") << unit(1) + QStringLiteral("0041");
-    QTest::newRow("megabytes") << QStringLiteral("0123456789<ü>\r\n").repeated(200'000);
-    QTest::newRow("megabytes to escape")
-        << QStringLiteral("012345\\<ü>\n").repeated(100'000) + QChar(7);
+    QTest::newRow("astral") << u"😀 𝄞 \U0010ffff \U0001fffe"_s;
+    QTest::newRow("bidirectional") << u"\u202egnp.exe \u2067שלום\u2069 مرحبا \u200f"_s;
+    QTest::newRow("line separators") << u"a\u0085b\u2028c\u2029d"_s;
+    QTest::newRow("combining") << u"e\u0301 Z\u0351\u036b\u0343 \u200d\u200c"_s;
+    QTest::newRow("backslashes") << u"C:\\new\\u0041 \\\\"_s;
+    QTest::newRow("backslashes with NUL") << u"C:\\new\\u0041 \\\\"_s + QChar(0) + u"\\u0000\\"_s;
+    QTest::newRow("digits after an escape") << unit(1) + u"0041"_s;
+    QTest::newRow("megabytes") << u"0123456789<ü>\r\n"_s.repeated(200'000);
+    QTest::newRow("megabytes to escape") << u"012345\\<ü>\n"_s.repeated(100'000) + QChar(7);
 }
 
 void TestXmlStore::roundTripsTexts()
@@ -226,7 +225,7 @@ void TestXmlStore::escapesOnlyWhatNeedsIt()
 {
     QVERIFY(!needsEscape(u"\t\r\n\\ \u007f\u0085\ufffd😀"));
     QVERIFY(needsEscape(u"a\u0001"));
-    QCOMPARE(escaped(QString::fromUtf16(u"a\\\0\uffff", 4)), QStringLiteral("a\\\\\\u0000\\uffff"));
+    QCOMPARE(escaped(QString::fromUtf16(u"a\\\0\uffff", 4)), u"a\\\\\\u0000\\uffff"_s);
     QCOMPARE(unescaped(u"a\\\\\\u0000\\uffff"), QString::fromUtf16(u"a\\\0\uffff", 4));
     for (const auto* const wrong :
         { u"\\", u"\\n", u"\\u12", u"\\u12g4", u"\\u +12", u"\\U0041" }) {
@@ -303,7 +302,7 @@ void TestXmlStore::keepsTheBytesOfWhatHasNotChanged()
     setFileBytes(m_path, storeOf(first + object("5") + object("6")));
     OpenStore store(m_path);
     QVERIFY(!store.error);
-    store.captures()[1]->setValue(Value, QStringLiteral("b"));
+    store.captures()[1]->setValue(Value, u"b"_s);
     QVERIFY(!store.context.save());
     const QByteArray changed = object("5", attribute("captureValue", "b"));
     QCOMPARE(fileBytes(m_path), storeOf(first + changed + object("6")));
@@ -321,7 +320,7 @@ void TestXmlStore::readsWhatAPersonHasEdited()
             + "</object></store>");
     const OpenStore store(m_path);
     QVERIFY2(!store.error, qPrintable(store.error.value_or(Error()).failureReason));
-    QCOMPARE(store.texts(), std::vector{ QStringLiteral("<x>A") });
+    QCOMPARE(store.texts(), std::vector{ u"<x>A"_s });
 }
 
 void TestXmlStore::leavesWhatItCannotReadAlone_data()

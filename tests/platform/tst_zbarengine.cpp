@@ -3,6 +3,8 @@
 #include "tests/support/DrawnCode.h"
 #include "tests/support/TestMain.h"
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::Symbology;
 using support::drawnCode;
 
@@ -43,12 +45,12 @@ void ZBarEngineTest::decodesBytesItself_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("ASCII") << QByteArray("plain") << QStringLiteral("plain");
-    QTest::newRow("UTF-8") << QByteArray("Gr\xC3\xBC\xC3\x9F") << QStringLiteral("Grüß");
-    QTest::newRow("ISO 8859-1") << QByteArray("caf\xE9 cr\xE8me") << QStringLiteral("café crème");
+    QTest::newRow("ASCII") << QByteArray("plain") << u"plain"_s;
+    QTest::newRow("UTF-8") << QByteArray("Gr\xC3\xBC\xC3\x9F") << u"Grüß"_s;
+    QTest::newRow("ISO 8859-1") << QByteArray("caf\xE9 cr\xE8me") << u"café crème"_s;
     QTest::newRow("separator") << QByteArray("a\x1D"
                                              "b")
-                               << QStringLiteral("a\u001Db");
+                               << u"a\u001Db"_s;
 }
 
 void ZBarEngineTest::decodesBytesItself()
@@ -77,10 +79,8 @@ void ZBarEngineTest::givesProductCodesThirteenDigits_data()
     QTest::addColumn<QString>("written");
     QTest::addColumn<QString>("read");
 
-    QTest::newRow("UPC-A") << Symbology::Ean13 << QStringLiteral("0036000291452")
-                           << QStringLiteral("0036000291452");
-    QTest::newRow("UPC-E") << Symbology::UpcE << QStringLiteral("01234565")
-                           << QStringLiteral("0012345000065");
+    QTest::newRow("UPC-A") << Symbology::Ean13 << u"0036000291452"_s << u"0036000291452"_s;
+    QTest::newRow("UPC-E") << Symbology::UpcE << u"01234565"_s << u"0012345000065"_s;
 }
 
 void ZBarEngineTest::givesProductCodesThirteenDigits()
@@ -100,8 +100,8 @@ void ZBarEngineTest::leavesDoubtfulSymbologiesAlone_data()
 {
     QTest::addColumn<QImage>("picture");
 
-    QTest::newRow("ITF") << drawnCode(Symbology::Itf, QStringLiteral("00123456789012"));
-    QTest::newRow("Code 39") << drawnCode(Symbology::Code39, QStringLiteral("CODE-39"));
+    QTest::newRow("ITF") << drawnCode(Symbology::Itf, u"00123456789012"_s);
+    QTest::newRow("Code 39") << drawnCode(Symbology::Code39, u"CODE-39"_s);
 }
 
 void ZBarEngineTest::leavesDoubtfulSymbologiesAlone()
@@ -113,7 +113,7 @@ void ZBarEngineTest::leavesDoubtfulSymbologiesAlone()
 
 void ZBarEngineTest::ordersTheCornersOfQrCodes()
 {
-    const QImage picture = drawnCode(Symbology::Qr, QStringLiteral("corners"));
+    const QImage picture = drawnCode(Symbology::Qr, u"corners"_s);
 
     const auto codes = codesIn(picture);
 
@@ -129,7 +129,7 @@ void ZBarEngineTest::ordersTheCornersOfQrCodes()
 
 void ZBarEngineTest::boxesLinearCodes()
 {
-    const QImage picture = drawnCode(Symbology::Ean13, QStringLiteral("4006381333931"));
+    const QImage picture = drawnCode(Symbology::Ean13, u"4006381333931"_s);
 
     const auto codes = codesIn(picture);
 
@@ -142,7 +142,7 @@ void ZBarEngineTest::boxesLinearCodes()
 
 void ZBarEngineTest::readsPaddedRows()
 {
-    const QImage code = drawnCode(Symbology::Qr, QStringLiteral("padded"));
+    const QImage code = drawnCode(Symbology::Qr, u"padded"_s);
     const QImage odd = code.copy(0, 0, code.width() + 1, code.height());
     QVERIFY(platform::greyPicture(odd).bytesPerLine() > odd.width());
 

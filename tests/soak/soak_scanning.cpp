@@ -30,6 +30,8 @@
 #include <future>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 using platform::CaptureDevice;
@@ -59,8 +61,7 @@ int markedNumber(const QImage& picture)
 QImage paperWith(int number)
 {
     QImage paper = support::plainPicture(frameSize, QColor(225, 225, 225));
-    const QImage code
-        = support::drawnCode(platform::Symbology::Qr, QStringLiteral("code %1").arg(number), 8);
+    const QImage code = support::drawnCode(platform::Symbology::Qr, u"code %1"_s.arg(number), 8);
     // Not always at the same place.
     const int x = 100 + number * 137 % (frameSize.width() - code.width() - 200);
     const int y = 100 + number * 61 % (frameSize.height() - code.height() - 200);
@@ -118,7 +119,7 @@ private:
 
 double residentMegabytes()
 {
-    QFile file(QStringLiteral("/proc/self/statm"));
+    QFile file(u"/proc/self/statm"_s);
     if (!file.open(QFile::ReadOnly)) {
         return 0;
     }
@@ -174,11 +175,11 @@ void Soak::report(const char* when) const
 
 bool Soak::run()
 {
-    support::CameraWish wish{ QStringLiteral("soak"), QStringLiteral("Camera") };
+    support::CameraWish wish{ u"soak"_s, u"Camera"_s };
     wish.size = frameSize;
     m_camera = m_rig.addCamera(wish);
-    const bool listed = QTest::qWaitFor(
-        [] { return CaptureDevice::deviceWithUniqueID(QStringLiteral("soak")).has_value(); });
+    const bool listed
+        = QTest::qWaitFor([] { return CaptureDevice::deviceWithUniqueID(u"soak"_s).has_value(); });
     if (!listed) {
         return fail("the camera is not listed", 0);
     }
@@ -221,7 +222,7 @@ bool Soak::run()
 /// Waits until the code that is being shown is offered.
 bool Soak::offer(vellumcap::CaptureWindow& window)
 {
-    const QString shown = QStringLiteral("code %1").arg(m_number);
+    const QString shown = u"code %1"_s.arg(m_number);
     for (;;) {
         const bool offered
             = QTest::qWaitFor([&window] { return window.capturedImageView->isVisible(); }, 10000);

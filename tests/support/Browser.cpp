@@ -4,6 +4,8 @@
 
 #include <QFile>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 namespace {
 
@@ -15,13 +17,12 @@ printf '%s\n' "$1" >> "${0%/*}/opened"
 
 Browser::Browser()
 {
-    const QString path = m_folder.filePath(QStringLiteral("browser"));
+    const QString path = m_folder.filePath(u"browser"_s);
     writeFile(path, script);
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-    writeFile(
-        qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/applications/browser.desktop"),
+    writeFile(qEnvironmentVariable("XDG_DATA_HOME") + u"/applications/browser.desktop"_s,
         "[Desktop Entry]\nType=Application\nName=Browser\nExec=" + path.toUtf8() + " %u\n");
-    writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + QStringLiteral("/mimeapps.list"),
+    writeFile(qEnvironmentVariable("XDG_CONFIG_HOME") + u"/mimeapps.list"_s,
         "[Default Applications]\n"
         "x-scheme-handler/http=browser.desktop\n"
         "x-scheme-handler/https=browser.desktop\n"

@@ -15,6 +15,8 @@
 #include <functional>
 #include <sys/prctl.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 
 namespace {
@@ -74,7 +76,7 @@ void write(const QString& path, const QByteArray& content)
 
 QJsonObject properties(const QJsonValue& object)
 {
-    return object[QStringLiteral("info")][QStringLiteral("props")].toObject();
+    return object[u"info"_s][u"props"_s].toObject();
 }
 
 } // namespace
@@ -84,22 +86,21 @@ RigCamera::RigCamera(const CameraWish& wish, const QString& folder)
     , m_folder(folder)
 {
     QStringList arguments{ wish.name, wish.description,
-        QStringLiteral("%1:%2x%3@%4")
-            .arg(wish.encoding)
+        u"%1:%2x%3@%4"_s.arg(wish.encoding)
             .arg(wish.size.width())
             .arg(wish.size.height())
             .arg(wish.rate) };
     arguments += wish.furtherModes;
     if (!wish.picture.isEmpty()) {
-        arguments += { QStringLiteral("--picture"), wish.picture };
+        arguments += { u"--picture"_s, wish.picture };
     }
     for (auto each = wish.properties.cbegin(); each != wish.properties.cend(); ++each) {
-        arguments += { QStringLiteral("--property"), each.key() + u'=' + each.value() };
+        arguments += { u"--property"_s, each.key() + u'=' + each.value() };
     }
     for (const QString& control : wish.controls) {
-        arguments += { QStringLiteral("--control"), control };
+        arguments += { u"--control"_s, control };
     }
-    CameraRig::start(m_process, CameraRig::tool(QStringLiteral("virtual_camera")), arguments);
+    CameraRig::start(m_process, CameraRig::tool(u"virtual_camera"_s), arguments);
     waitUntil(
         [this] {
             m_process.waitForReadyRead(10);
@@ -117,8 +118,8 @@ RigCamera::~RigCamera()
 void PullOutLast::operator()(RigCamera* camera) const
 {
     // Each opening of a camera has a thread of this name until it is closed.
-    waitUntil([] { return threadsNamed(QStringLiteral("camera")) == 0; },
-        "the end of what a camera was opened for");
+    waitUntil(
+        [] { return threadsNamed(u"camera"_s) == 0; }, "the end of what a camera was opened for");
     delete camera;
 }
 
@@ -139,7 +140,7 @@ void RigCamera::show(const QString& file)
 
 void RigCamera::show(const QImage& picture)
 {
-    const QString file = m_folder + QStringLiteral("/%1.bmp").arg(m_process.processId());
+    const QString file = m_folder + u"/%1.bmp"_s.arg(m_process.processId());
     if (!picture.save(file)) {
         qFatal("Cannot write %ls", qUtf16Printable(file));
     }
@@ -176,18 +177,16 @@ int RigCamera::links() const
 {
     // What changes meanwhile comes as a further list.
     const auto objects = QJsonDocument::fromJson(
-        CameraRig::output(QStringLiteral("pw-dump"), { QStringLiteral("--no-colors") })
-            .replace("\n]\n[\n", ",\n"))
+        CameraRig::output(u"pw-dump"_s, { u"--no-colors"_s }).replace("\n]\n[\n", ",\n"))
                              .array();
     QJsonValue id;
     for (const auto& object : objects) {
-        if (properties(object)[QStringLiteral("node.name")].toString() == m_name) {
-            id = object[QStringLiteral("id")];
+        if (properties(object)[u"node.name"_s].toString() == m_name) {
+            id = object[u"id"_s];
         }
     }
     return int(std::count_if(objects.begin(), objects.end(), [&id](const QJsonValue& object) {
-        return object[QStringLiteral("info")][QStringLiteral("output-node-id")] == id
-            && !id.isUndefined() && !id.isNull();
+        return object[u"info"_s][u"output-node-id"_s] == id && !id.isUndefined() && !id.isNull();
     }));
 }
 
@@ -220,16 +219,16 @@ void RigCamera::command(const QByteArray& line)
 
 CameraRig::CameraRig(Start start)
 {
-    QDir(m_folder.path()).mkpath(QStringLiteral("run"));
-    QFile::setPermissions(m_folder.filePath(QStringLiteral("run")),
-        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QDir(m_folder.path()).mkpath(u"run"_s);
+    QFile::setPermissions(
+        m_folder.filePath(u"run"_s), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     for (const char* name :
         { "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "PIPEWIRE_REMOTE", "PIPEWIRE_RUNTIME_DIR",
             "XDG_CURRENT_DESKTOP", "XDG_DESKTOP_PORTAL_DIR", "VELLUMCAP_CAMERA_PORTAL" }) {
         m_environmentBefore.insert(name, qgetenv(name));
         qunsetenv(name);
     }
-    qputenv("XDG_RUNTIME_DIR", m_folder.filePath(QStringLiteral("run")).toUtf8());
+    qputenv("XDG_RUNTIME_DIR", m_folder.filePath(u"run"_s).toUtf8());
     startBus();
     if (start == Start::Running) {
         startPipeWire();
@@ -257,18 +256,18 @@ std::unique_ptr<RigCamera> CameraRig::addCamera(const CameraWish& wish)
 
 void CameraRig::setDefaultCamera(const QString& name)
 {
-    output(QStringLiteral("pw-metadata"),
-        { QStringLiteral("0"), QStringLiteral("default.configured.video.source"),
-            QStringLiteral("{\"name\":\"%1\"}").arg(name), QStringLiteral("Spa:String:JSON") });
+    output(u"pw-metadata"_s,
+        { u"0"_s, u"default.configured.video.source"_s, u"{\"name\":\"%1\"}"_s.arg(name),
+            u"Spa:String:JSON"_s });
 }
 
 void CameraRig::startBus()
 {
-    const QString configuration = m_folder.filePath(QStringLiteral("bus.conf"));
+    const QString configuration = m_folder.filePath(u"bus.conf"_s);
     write(configuration, QByteArray(busConfiguration).replace("%1", m_folder.path().toUtf8()));
-    start(m_bus, QStringLiteral("dbus-daemon"),
-        { QStringLiteral("--config-file=") + configuration, QStringLiteral("--nofork"),
-            QStringLiteral("--nopidfile"), QStringLiteral("--print-address") });
+    start(m_bus, u"dbus-daemon"_s,
+        { u"--config-file="_s + configuration, u"--nofork"_s, u"--nopidfile"_s,
+            u"--print-address"_s });
     waitUntil(
         [this] {
             m_bus.waitForReadyRead(10);
@@ -280,24 +279,21 @@ void CameraRig::startBus()
 
 void CameraRig::startPipeWire()
 {
-    const QString config = m_folder.filePath(QStringLiteral("config"));
-    write(config + QStringLiteral("/wireplumber/main.lua.d/80-rig.lua"), sessionManagerMain);
-    write(config + QStringLiteral("/wireplumber/bluetooth.lua.d/80-rig.lua"),
-        sessionManagerBluetooth);
+    const QString config = m_folder.filePath(u"config"_s);
+    write(config + u"/wireplumber/main.lua.d/80-rig.lua"_s, sessionManagerMain);
+    write(config + u"/wireplumber/bluetooth.lua.d/80-rig.lua"_s, sessionManagerBluetooth);
     auto environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), config);
-    environment.insert(
-        QStringLiteral("XDG_STATE_HOME"), m_folder.filePath(QStringLiteral("state")));
+    environment.insert(u"XDG_CONFIG_HOME"_s, config);
+    environment.insert(u"XDG_STATE_HOME"_s, m_folder.filePath(u"state"_s));
     m_pipeWire.setProcessEnvironment(environment);
     m_sessionManager.setProcessEnvironment(environment);
-    start(m_pipeWire, QStringLiteral("pipewire"), {});
-    const QString socket = m_folder.filePath(QStringLiteral("run/pipewire-0"));
+    start(m_pipeWire, u"pipewire"_s, {});
+    const QString socket = m_folder.filePath(u"run/pipewire-0"_s);
     waitUntil([&socket] { return QFile::exists(socket); }, "PipeWire");
-    start(m_sessionManager, QStringLiteral("wireplumber"), {});
+    start(m_sessionManager, u"wireplumber"_s, {});
     waitUntil(
         [] {
-            return output(
-                QStringLiteral("pw-cli"), { QStringLiteral("ls"), QStringLiteral("Metadata") })
+            return output(u"pw-cli"_s, { u"ls"_s, u"Metadata"_s })
                 .contains("metadata.name = \"default\"");
         },
         "WirePlumber");
@@ -311,34 +307,30 @@ void CameraRig::stopPipeWire()
 
 void CameraRig::startPortal(Answer answer)
 {
-    const QString portals = m_folder.filePath(QStringLiteral("portals"));
-    write(portals + QStringLiteral("/rig.portal"),
+    const QString portals = m_folder.filePath(u"portals"_s);
+    write(portals + u"/rig.portal"_s,
         "[portal]\nDBusName=org.freedesktop.impl.portal.desktop.rig\n"
         "Interfaces=org.freedesktop.impl.portal.Access;org.freedesktop.impl.portal.Lockdown;\n"
         "UseIn=rig\n");
     qputenv("XDG_DESKTOP_PORTAL_DIR", portals.toUtf8());
     qputenv("XDG_CURRENT_DESKTOP", "rig");
-    start(m_permissions, QStringLiteral("/usr/libexec/xdg-permission-store"), {});
+    start(m_permissions, u"/usr/libexec/xdg-permission-store"_s, {});
     const auto call = [](const QStringList& arguments) {
-        return output(QStringLiteral("gdbus"),
-            QStringList{ QStringLiteral("call"), QStringLiteral("--session") } + arguments);
+        return output(u"gdbus"_s, QStringList{ u"call"_s, u"--session"_s } + arguments);
     };
     const auto isServed = [](const char* service) {
         QProcess wait;
-        start(wait, QStringLiteral("gdbus"),
-            { QStringLiteral("wait"), QStringLiteral("--session"), QStringLiteral("--timeout=20"),
-                QString::fromLatin1(service) });
+        start(wait, u"gdbus"_s,
+            { u"wait"_s, u"--session"_s, u"--timeout=20"_s, QString::fromLatin1(service) });
         return wait.waitForFinished(-1) && wait.exitCode() == 0;
     };
     waitUntil([&] { return isServed("org.freedesktop.impl.portal.PermissionStore"); },
         "the permission store");
-    call({ QStringLiteral("-d"), QStringLiteral("org.freedesktop.impl.portal.PermissionStore"),
-        QStringLiteral("-o"), QStringLiteral("/org/freedesktop/impl/portal/PermissionStore"),
-        QStringLiteral("-m"),
-        QStringLiteral("org.freedesktop.impl.portal.PermissionStore.SetPermission"),
-        QStringLiteral("devices"), QStringLiteral("true"), QStringLiteral("camera"), QString(),
-        answer == Answer::Granted ? QStringLiteral("[\"yes\"]") : QStringLiteral("[\"no\"]") });
-    start(m_portal, QStringLiteral("/usr/libexec/xdg-desktop-portal"), {});
+    call({ u"-d"_s, u"org.freedesktop.impl.portal.PermissionStore"_s, u"-o"_s,
+        u"/org/freedesktop/impl/portal/PermissionStore"_s, u"-m"_s,
+        u"org.freedesktop.impl.portal.PermissionStore.SetPermission"_s, u"devices"_s, u"true"_s,
+        u"camera"_s, QString(), answer == Answer::Granted ? u"[\"yes\"]"_s : u"[\"no\"]"_s });
+    start(m_portal, u"/usr/libexec/xdg-desktop-portal"_s, {});
     waitUntil([&] { return isServed("org.freedesktop.portal.Desktop"); }, "the portal");
 }
 

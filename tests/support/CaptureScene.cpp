@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 
 using platform::CaptureDevice;
@@ -38,7 +40,7 @@ QString wrongQuarter(const QImage& seen, const QImage& expected)
         const int off = std::max({ qAbs(is.red() - should.red()), qAbs(is.green() - should.green()),
             qAbs(is.blue() - should.blue()) });
         if (off > 12) {
-            return QStringLiteral("%1 instead of %2").arg(is.name(), should.name());
+            return u"%1 instead of %2"_s.arg(is.name(), should.name());
         }
     }
     return {};
@@ -54,10 +56,9 @@ std::optional<CaptureDevice> awaitedDevice(const QString& camera)
 
 CameraWish smallCamera(const QString& name, const QString& encoding)
 {
-    return { .name = name,
-        .description = QStringLiteral("Camera ") + name,
-        .size = { 640, 480 },
-        .encoding = encoding };
+    return {
+        .name = name, .description = u"Camera "_s + name, .size = { 640, 480 }, .encoding = encoding
+    };
 }
 
 FrameWatcher::FrameWatcher(std::function<void()> act)

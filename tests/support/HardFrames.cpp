@@ -9,6 +9,8 @@
 #include <cmath>
 #include <vector>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 namespace {
 
@@ -113,7 +115,7 @@ QString HardFrames::textFor(platform::Symbology symbology)
         }
         return digits + QString::number((10 - sum % 10) % 10);
     }
-    QString text = QStringLiteral("https://example.org/");
+    QString text = u"https://example.org/"_s;
     for (int i = 0; i < 8; ++i) {
         text += QChar(u'a' + below(26));
     }

@@ -13,6 +13,8 @@
 
 #include <ctime>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 
 Program::Program(Start start, Data data)
@@ -36,17 +38,17 @@ Program::~Program()
 
 QString Program::dataFolder()
 {
-    return platform::StandardFolders::applicationSupport() + QStringLiteral("/Vellumcap");
+    return platform::StandardFolders::applicationSupport() + u"/Vellumcap"_s;
 }
 
 QString Program::storePath()
 {
-    return dataFolder() + QStringLiteral("/Vellumcap.storedata");
+    return dataFolder() + u"/Vellumcap.storedata"_s;
 }
 
 QStringList Program::pictures()
 {
-    return QDir(dataFolder()).entryList({ QStringLiteral("*.jpg") }, QDir::Files, QDir::Name);
+    return QDir(dataFolder()).entryList({ u"*.jpg"_s }, QDir::Files, QDir::Name);
 }
 
 std::shared_ptr<vellumcap::Capture> Program::keep(const QString& text, const QDateTime& moment)

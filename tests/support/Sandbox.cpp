@@ -5,6 +5,8 @@
 
 #include <ctime>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 
 Sandbox::Sandbox()
@@ -15,11 +17,11 @@ Sandbox::Sandbox()
             m_folder.filePath(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         qputenv(variable, m_folder.filePath(name).toUtf8());
     };
-    folder("HOME", QStringLiteral("home"));
-    folder("XDG_DATA_HOME", QStringLiteral("data"));
-    folder("XDG_CONFIG_HOME", QStringLiteral("config"));
-    folder("XDG_CACHE_HOME", QStringLiteral("cache"));
-    folder("XDG_RUNTIME_DIR", QStringLiteral("runtime"));
+    folder("HOME", u"home"_s);
+    folder("XDG_DATA_HOME", u"data"_s);
+    folder("XDG_CONFIG_HOME", u"config"_s);
+    folder("XDG_CACHE_HOME", u"cache"_s);
+    folder("XDG_RUNTIME_DIR", u"runtime"_s);
     qputenv("TZ", "UTC");
     tzset();
     qputenv("LC_ALL", "C.UTF-8");

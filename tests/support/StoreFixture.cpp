@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QUuid>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 
 using platform::ManagedObject;
@@ -14,7 +16,7 @@ using platform::ManagedObjectModel;
 std::unique_ptr<ManagedObjectModel> captureModel()
 {
     vellumcap::loadResources();
-    auto model = ManagedObjectModel::fromFile(QStringLiteral(":/Vellumcap.model"));
+    auto model = ManagedObjectModel::fromFile(u":/Vellumcap.model"_s);
     if (!model) {
         qFatal("The program has no object model");
     }
@@ -42,7 +44,7 @@ OpenStore::OpenStore(const QString& path)
 
 ManagedObjectContext::Objects OpenStore::captures() const
 {
-    return context.execute({ QStringLiteral("Capture"), {} }).value();
+    return context.execute({ u"Capture"_s, {} }).value();
 }
 
 std::vector<QString> OpenStore::texts() const

@@ -3,14 +3,16 @@
 #include <QDirIterator>
 #include <QFile>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
 
 QStringList threadNames()
 {
     QStringList names;
-    QDirIterator tasks(QStringLiteral("/proc/self/task"), QDir::Dirs | QDir::NoDotAndDotDot);
+    QDirIterator tasks(u"/proc/self/task"_s, QDir::Dirs | QDir::NoDotAndDotDot);
     while (tasks.hasNext()) {
-        QFile name(tasks.next() + QStringLiteral("/comm"));
+        QFile name(tasks.next() + u"/comm"_s);
         if (name.open(QFile::ReadOnly)) { // else it has just ended
             names.append(QString::fromUtf8(name.readAll()).trimmed());
         }

@@ -15,6 +15,8 @@
 
 #include <future>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::LogLines;
 
 namespace {
@@ -31,10 +33,10 @@ public Q_SLOTS:
     uint Notify(const QString& program, uint replaced, const QString& icon, const QString& summary,
         const QString& body, const QStringList& actions, const QVariantMap& hints, int timeout)
     {
-        const bool isPlain = program == QStringLiteral("Vellumcap") && replaced == 0
-            && icon == QStringLiteral("org.vellumcap.Vellumcap") && actions.isEmpty()
-            && hints.isEmpty() && timeout == -1;
-        summaries.append(isPlain ? summary : QStringLiteral("odd"));
+        const bool isPlain = program == u"Vellumcap"_s && replaced == 0
+            && icon == u"org.vellumcap.Vellumcap"_s && actions.isEmpty() && hints.isEmpty()
+            && timeout == -1;
+        summaries.append(isPlain ? summary : u"odd"_s);
         bodies.append(body);
         return static_cast<uint>(bodies.size());
     }
@@ -110,7 +112,7 @@ private:
     {
         return QStringLiteral(VELLUMCAP_EXAMPLES "/") + QString::fromLatin1(name);
     }
-    static QString csvPath() { return qEnvironmentVariable("HOME") + QStringLiteral("/codes.csv"); }
+    static QString csvPath() { return qEnvironmentVariable("HOME") + u"/codes.csv"_s; }
     static QByteArray csv()
     {
         QFile file(csvPath());
@@ -126,16 +128,14 @@ private:
 
 void ExampleScriptsTest::initTestCase()
 {
-    m_bus.start(QStringLiteral("dbus-daemon"),
-        { QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-            QStringLiteral("--print-address") });
+    m_bus.start(u"dbus-daemon"_s,
+        { u"--session"_s, u"--nofork"_s, u"--nopidfile"_s, u"--print-address"_s });
     QTRY_VERIFY(m_bus.canReadLine());
     const QByteArray address = m_bus.readLine().trimmed();
-    auto connection = QDBusConnection::connectToBus(
-        QString::fromUtf8(address), QStringLiteral("notifications"));
-    QVERIFY(connection.registerObject(QStringLiteral("/org/freedesktop/Notifications"),
-        &m_notifications, QDBusConnection::ExportAllSlots));
-    QVERIFY(connection.registerService(QStringLiteral("org.freedesktop.Notifications")));
+    auto connection = QDBusConnection::connectToBus(QString::fromUtf8(address), u"notifications"_s);
+    QVERIFY(connection.registerObject(
+        u"/org/freedesktop/Notifications"_s, &m_notifications, QDBusConnection::ExportAllSlots));
+    QVERIFY(connection.registerService(u"org.freedesktop.Notifications"_s));
     qputenv("DBUS_SESSION_BUS_ADDRESS", address);
     qputenv("VELLUMCAP_HOOK",
         "http://127.0.0.1:" + QByteArray::number(m_hook.serverPort()) + "/a?b='c'&d=$(id)");
@@ -144,7 +144,7 @@ void ExampleScriptsTest::initTestCase()
 
 void ExampleScriptsTest::cleanupTestCase()
 {
-    QDBusConnection::disconnectFromBus(QStringLiteral("notifications"));
+    QDBusConnection::disconnectFromBus(u"notifications"_s);
     m_bus.kill();
     m_bus.waitForFinished();
 }
@@ -153,25 +153,25 @@ void ExampleScriptsTest::addTexts()
 {
     QTest::addColumn<QString>("text");
     const auto row = [](const char* name, const QString& text) { QTest::newRow(name) << text; };
-    row("link", QStringLiteral("https://example.org/a?b=c&d=e#f"));
-    row("command", QStringLiteral("; touch ~/gone; rm -rf ~/*"));
-    row("quoted command", QStringLiteral("'; touch ~/gone; '"));
-    row("doubly quoted command", QStringLiteral("\"; touch ~/gone; \"'; touch ~/gone #"));
-    row("substitutions", QStringLiteral("$(touch ~/gone) `touch ~/gone` ${HOME} $HOME"));
-    row("backslashes", QStringLiteral("\\'; touch ~/gone; \\\" \\n \\\\ \\u0041"));
-    row("lines", QStringLiteral("a\ntouch ~/gone\n\nb\n"));
-    row("other line ends", QStringLiteral("a\r\nb\rc"));
-    row("options", QStringLiteral("--help"));
-    row("short option", QStringLiteral("-n"));
-    row("file", QStringLiteral("@/etc/passwd"));
-    row("redirection", QStringLiteral("> ~/gone < /etc/passwd | tee ~/gone & touch ~/gone"));
-    row("markup", QStringLiteral("<b>x</b> <img src='file:///etc/passwd'> &amp; &lt;"));
-    row("commas", QStringLiteral("a,b;c\td"));
-    row("quotes", QStringLiteral("\"a\" \"\" 'b' ''"));
-    row("patterns", QStringLiteral("%1 %s %d %% %b() * ? [a] {b,c} ~ !"));
-    row("other scripts", QStringLiteral("Grüße 読む 😀 \u202e"));
-    row("control characters", QStringLiteral("a\x01\x1b[2J\x7f\x08z"));
-    row("null character", QStringLiteral("a") + QChar(0) + QStringLiteral("'; touch ~/gone; '"));
+    row("link", u"https://example.org/a?b=c&d=e#f"_s);
+    row("command", u"; touch ~/gone; rm -rf ~/*"_s);
+    row("quoted command", u"'; touch ~/gone; '"_s);
+    row("doubly quoted command", u"\"; touch ~/gone; \"'; touch ~/gone #"_s);
+    row("substitutions", u"$(touch ~/gone) `touch ~/gone` ${HOME} $HOME"_s);
+    row("backslashes", u"\\'; touch ~/gone; \\\" \\n \\\\ \\u0041"_s);
+    row("lines", u"a\ntouch ~/gone\n\nb\n"_s);
+    row("other line ends", u"a\r\nb\rc"_s);
+    row("options", u"--help"_s);
+    row("short option", u"-n"_s);
+    row("file", u"@/etc/passwd"_s);
+    row("redirection", u"> ~/gone < /etc/passwd | tee ~/gone & touch ~/gone"_s);
+    row("markup", u"<b>x</b> <img src='file:///etc/passwd'> &amp; &lt;"_s);
+    row("commas", u"a,b;c\td"_s);
+    row("quotes", u"\"a\" \"\" 'b' ''"_s);
+    row("patterns", u"%1 %s %d %% %b() * ? [a] {b,c} ~ !"_s);
+    row("other scripts", u"Grüße 読む 😀 \u202e"_s);
+    row("control characters", u"a\x01\x1b[2J\x7f\x08z"_s);
+    row("null character", u"a"_s + QChar(0) + u"'; touch ~/gone; '"_s);
     row("nothing", QString());
     row("longest", QString(7089, u'7'));
 }
@@ -181,14 +181,13 @@ bool ExampleScriptsTest::run(const char* name, const QString& text)
     std::promise<bool> done;
     auto outcome = done.get_future();
     platform::dispatchScript([&, path = example(name)] {
-        done.set_value(
-            vellumcap::executeScriptWithPath(path, QStringLiteral("scanned_code"), { text }));
+        done.set_value(vellumcap::executeScriptWithPath(path, u"scanned_code"_s, { text }));
     });
     const bool isDone = QTest::qWaitFor(
         [&] { return outcome.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
         30000);
     const bool isFine = outcome.get() && isDone;
-    return isFine && !QFile::exists(qEnvironmentVariable("HOME") + QStringLiteral("/gone"));
+    return isFine && !QFile::exists(qEnvironmentVariable("HOME") + u"/gone"_s);
 }
 
 void ExampleScriptsTest::appendsToCsv()
@@ -210,7 +209,7 @@ void ExampleScriptsTest::appendsToCsv()
     QVERIFY(table.endsWith(field));
     QCOMPARE(table.mid(momentSize, field.size()), field);
     const auto moment = QDateTime::fromString(
-        QString::fromLatin1(table.left(momentSize)), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+        QString::fromLatin1(table.left(momentSize)), u"yyyy-MM-dd HH:mm:ss"_s);
     QVERIFY(qAbs(moment.secsTo(QDateTime::currentDateTime())) < 120);
 }
 
@@ -256,7 +255,7 @@ void ExampleScriptsTest::appendsWholeLinesInParallel()
         platform::dispatchScript([&, number] {
             const QString text(20000, QChar(u'A' + number % 26));
             done[static_cast<std::size_t>(number)].set_value(vellumcap::executeScriptWithPath(
-                example("append-to-csv.scpt"), QStringLiteral("scanned_code"), { text }));
+                example("append-to-csv.scpt"), u"scanned_code"_s, { text }));
         });
     }
     for (auto& each : done) {
@@ -278,14 +277,13 @@ void ExampleScriptsTest::notifies()
     m_notifications.summaries.clear();
     QVERIFY(run("notify.scpt", text));
     QString body;
-    const QString escaped
-        = text.toHtmlEscaped().replace(QStringLiteral("&quot;"), QStringLiteral("\""));
+    const QString escaped = text.toHtmlEscaped().replace(u"&quot;"_s, u"\""_s);
     for (const QChar character : escaped) {
         const bool isControl = character < u' ' || character == QChar(0x7f);
         body += isControl && character != u'\n' ? QChar(u' ') : character;
     }
     QCOMPARE(m_notifications.bodies, QStringList{ body });
-    QCOMPARE(m_notifications.summaries, QStringList{ QStringLiteral("New code") });
+    QCOMPARE(m_notifications.summaries, QStringList{ u"New code"_s });
 }
 
 void ExampleScriptsTest::saysThatNobodyNotifies()
@@ -293,9 +291,9 @@ void ExampleScriptsTest::saysThatNobodyNotifies()
     const LogLines log;
     const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
-    QVERIFY(!run("notify.scpt", QStringLiteral("text")));
+    QVERIFY(!run("notify.scpt", u"text"_s));
     qputenv("DBUS_SESSION_BUS_ADDRESS", address);
-    QVERIFY(LogLines::all().last().contains(QStringLiteral("gdbus: exit 1")));
+    QVERIFY(LogLines::all().last().contains(u"gdbus: exit 1"_s));
 }
 
 void ExampleScriptsTest::sendsToAWebHook()
@@ -309,21 +307,20 @@ void ExampleScriptsTest::sendsToAWebHook()
     QVERIFY2(
         request.head.startsWith("post /a?b='c'&d=$(id) http/1.1\r\n"), request.head.constData());
     QVERIFY(request.head.contains("content-type: application/json"));
-    QCOMPARE(QJsonDocument::fromJson(request.body).object(),
-        QJsonObject({ { QStringLiteral("text"), text } }));
+    QCOMPARE(QJsonDocument::fromJson(request.body).object(), QJsonObject({ { u"text"_s, text } }));
 }
 
 void ExampleScriptsTest::saysThatTheWebHookFailed()
 {
     const LogLines log;
     m_hook.status = "500 Internal Server Error";
-    QVERIFY(!run("send-to-web-hook.scpt", QStringLiteral("text")));
+    QVERIFY(!run("send-to-web-hook.scpt", u"text"_s));
     m_hook.status = "200 OK";
-    QVERIFY(LogLines::all().last().contains(QStringLiteral("curl: exit 22")));
+    QVERIFY(LogLines::all().last().contains(u"curl: exit 22"_s));
 
     m_hook.close();
-    QVERIFY(!run("send-to-web-hook.scpt", QStringLiteral("text")));
-    QVERIFY(LogLines::all().last().contains(QStringLiteral("curl: exit 7")));
+    QVERIFY(!run("send-to-web-hook.scpt", u"text"_s));
+    QVERIFY(LogLines::all().last().contains(u"curl: exit 7"_s));
 }
 
 VELLUMCAP_TEST_MAIN(ExampleScriptsTest)

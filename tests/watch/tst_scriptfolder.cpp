@@ -7,6 +7,8 @@
 #include <QDir>
 #include <QFile>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::LogLines;
 using vellumcap::scanScriptFolder;
 
@@ -24,10 +26,7 @@ private Q_SLOTS:
     void listsNothingWhereThereIsNoFolder();
 
 private:
-    static QString folder()
-    {
-        return platform::StandardFolders::configuration() + QStringLiteral("/scripts");
-    }
+    static QString folder() { return platform::StandardFolders::configuration() + u"/scripts"_s; }
 };
 
 void ScriptFolderTest::init()
@@ -44,21 +43,21 @@ void ScriptFolderTest::listsWhatHasTheExtension_data()
     const auto row = [](const QString& name, bool isListed) {
         QTest::newRow(qUtf8Printable(name)) << name << isListed;
     };
-    row(QStringLiteral("a.scpt"), true);
-    row(QStringLiteral("with two.dots.scpt"), true);
-    row(QStringLiteral("Grüße 😀.scpt"), true);
-    row(QStringLiteral("100% #1?.scpt"), true);
-    row(QStringLiteral("a.SCPT"), false);
-    row(QStringLiteral("a.Scpt"), false);
-    row(QStringLiteral("a.scptd"), false);
-    row(QStringLiteral("a.applescript"), false);
-    row(QStringLiteral("a.lua"), false);
-    row(QStringLiteral("a.scpt~"), false);
-    row(QStringLiteral("a.scpt.bak"), false);
-    row(QStringLiteral("scpt"), false);
-    row(QStringLiteral(".scpt"), false);
-    row(QStringLiteral(".hidden.scpt"), false);
-    row(QStringLiteral("subfolder/a.scpt"), false);
+    row(u"a.scpt"_s, true);
+    row(u"with two.dots.scpt"_s, true);
+    row(u"Grüße 😀.scpt"_s, true);
+    row(u"100% #1?.scpt"_s, true);
+    row(u"a.SCPT"_s, false);
+    row(u"a.Scpt"_s, false);
+    row(u"a.scptd"_s, false);
+    row(u"a.applescript"_s, false);
+    row(u"a.lua"_s, false);
+    row(u"a.scpt~"_s, false);
+    row(u"a.scpt.bak"_s, false);
+    row(u"scpt"_s, false);
+    row(u".scpt"_s, false);
+    row(u".hidden.scpt"_s, false);
+    row(u"subfolder/a.scpt"_s, false);
 }
 
 void ScriptFolderTest::listsWhatHasTheExtension()
@@ -80,28 +79,25 @@ void ScriptFolderTest::listsWhatHasTheExtension()
 void ScriptFolderTest::listsFoldersAndLinksToo()
 {
     const LogLines log;
-    QVERIFY(QDir().mkpath(folder() + QStringLiteral("/folder.scpt")));
-    QVERIFY(
-        QFile::link(QStringLiteral("/nowhere"), folder() + QStringLiteral("/broken link.scpt")));
-    QCOMPARE(scanScriptFolder().keys(),
-        QStringList({ QStringLiteral("broken link.scpt"), QStringLiteral("folder.scpt") }));
+    QVERIFY(QDir().mkpath(folder() + u"/folder.scpt"_s));
+    QVERIFY(QFile::link(u"/nowhere"_s, folder() + u"/broken link.scpt"_s));
+    QCOMPARE(scanScriptFolder().keys(), QStringList({ u"broken link.scpt"_s, u"folder.scpt"_s }));
 }
 
 void ScriptFolderTest::logsWhatItFinds()
 {
     const LogLines log;
-    support::writeFile(folder() + QStringLiteral("/my script.scpt"), {});
+    support::writeFile(folder() + u"/my script.scpt"_s, {});
     scanScriptFolder();
     QCOMPARE(LogLines::all(),
-        QStringList{ QStringLiteral("Found a script! file://") + folder()
-            + QStringLiteral("/my%20script.scpt") });
+        QStringList{ u"Found a script! file://"_s + folder() + u"/my%20script.scpt"_s });
 }
 
 void ScriptFolderTest::keepsItsOrder()
 {
     const LogLines log;
     for (int number = 0; number < 30; ++number) {
-        support::writeFile(folder() + QStringLiteral("/%1.scpt").arg(number * 7 % 30), "-- Lua");
+        support::writeFile(folder() + u"/%1.scpt"_s.arg(number * 7 % 30), "-- Lua");
     }
     const auto scripts = scanScriptFolder();
     QCOMPARE(scripts.size(), 30);

@@ -8,6 +8,8 @@
 
 #include <future>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::LogLines;
 using vellumcap::executeScriptWithPath;
 
@@ -29,7 +31,7 @@ private Q_SLOTS:
 private:
     QString write(const QByteArray& text) const
     {
-        QString path = m_folder.filePath(QStringLiteral("a script.scpt"));
+        QString path = m_folder.filePath(u"a script.scpt"_s);
         support::writeFile(path, text);
         return path;
     }
@@ -45,9 +47,9 @@ private:
 
 namespace {
 
-const auto handler = QStringLiteral("scanned_code");
-const auto loadFailure = QStringLiteral("Could not instantiate applescript ");
-const auto failure = QStringLiteral("error while executing script. Error ");
+const auto handler = u"scanned_code"_s;
+const auto loadFailure = u"Could not instantiate applescript "_s;
+const auto failure = u"error while executing script. Error "_s;
 
 } // namespace
 
@@ -55,21 +57,19 @@ void ScriptRunnerTest::logsTheHandlersResult()
 {
     const QString path = write("print 'top'\n"
                                "function scanned_code(text) print(text) return #text end");
-    QCOMPARE(
-        logOf([&] { QVERIFY(executeScriptWithPath(path, handler, { QStringLiteral("a\nb") })); }),
-        QStringList({ QStringLiteral("top"), QStringLiteral("a"), QStringLiteral("b"),
-            QStringLiteral("Script execution has succeed. Result(3)") }));
+    QCOMPARE(logOf([&] { QVERIFY(executeScriptWithPath(path, handler, { u"a\nb"_s })); }),
+        QStringList({ u"top"_s, u"a"_s, u"b"_s, u"Script execution has succeed. Result(3)"_s }));
 
     const QString silent = write("function scanned_code() end");
     QCOMPARE(logOf([&] { QVERIFY(executeScriptWithPath(silent, handler, {})); }),
-        QStringList({ QStringLiteral("Script execution has succeed. Result(nil)") }));
+        QStringList({ u"Script execution has succeed. Result(nil)"_s }));
 }
 
 void ScriptRunnerTest::runsTheTopLevelWithoutAFunction_data()
 {
     QTest::addColumn<QString>("function");
     QTest::newRow("none") << QString();
-    QTest::newRow("empty") << QStringLiteral("");
+    QTest::newRow("empty") << u""_s;
 }
 
 void ScriptRunnerTest::runsTheTopLevelWithoutAFunction()
@@ -77,22 +77,18 @@ void ScriptRunnerTest::runsTheTopLevelWithoutAFunction()
     QFETCH(QString, function);
     const QString path = write("function scanned_code() error('not to be called') end\n"
                                "return select('#', ...), 'top'");
-    QCOMPARE(logOf([&] {
-        QVERIFY(executeScriptWithPath(path, function, { QStringLiteral("not used") }));
-    }),
-        QStringList({ QStringLiteral("Script execution has succeed. Result(0, top)") }));
+    QCOMPARE(logOf([&] { QVERIFY(executeScriptWithPath(path, function, { u"not used"_s })); }),
+        QStringList({ u"Script execution has succeed. Result(0, top)"_s }));
 }
 
 void ScriptRunnerTest::saysThatAScriptCannotBeLoaded_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("error");
-    QTest::newRow("syntax") << QByteArray("function")
-                            << QStringLiteral("%1:1: <name> expected near <eof>");
+    QTest::newRow("syntax") << QByteArray("function") << u"%1:1: <name> expected near <eof>"_s;
     QTest::newRow("precompiled") << QByteArray("\x1bLua")
-                                 << QStringLiteral("attempt to load a binary chunk (mode is 't')");
-    QTest::newRow("deleted") << QByteArray()
-                             << QStringLiteral("cannot open %1: No such file or directory");
+                                 << u"attempt to load a binary chunk (mode is 't')"_s;
+    QTest::newRow("deleted") << QByteArray() << u"cannot open %1: No such file or directory"_s;
 }
 
 void ScriptRunnerTest::saysThatAScriptCannotBeLoaded()
@@ -101,7 +97,7 @@ void ScriptRunnerTest::saysThatAScriptCannotBeLoaded()
     QFETCH(QString, error);
 
     const QString path = write(text);
-    error.replace(QStringLiteral("%1"), path);
+    error.replace(u"%1"_s, path);
     if (text.isNull()) {
         QVERIFY(QFile::remove(path));
     }
@@ -115,17 +111,17 @@ void ScriptRunnerTest::saysThatAScriptFailed_data()
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("message");
     QTest::newRow("no handler") << QByteArray("function Scanned_Code() end")
-                                << QStringLiteral("the script has no function 'scanned_code'");
+                                << u"the script has no function 'scanned_code'"_s;
     QTest::newRow("error") << QByteArray("function scanned_code(text) error('no ' .. text, 0) end")
-                           << QStringLiteral("no text");
+                           << u"no text"_s;
     QTest::newRow("exit") << QByteArray("function scanned_code(text) os.exit(1) end")
-                          << QStringLiteral("os.exit: a script ends by returning");
+                          << u"os.exit: a script ends by returning"_s;
     QTest::newRow("memory") << QByteArray("function scanned_code(text)\n"
                                           "  while true do text = text .. text end end")
-                            << QStringLiteral("not enough memory");
+                            << u"not enough memory"_s;
     QTest::newRow("recursion") << QByteArray("function scanned_code(text)\n"
                                              "  return 1 + scanned_code(text) end")
-                               << QStringLiteral("stack overflow");
+                               << u"stack overflow"_s;
 }
 
 void ScriptRunnerTest::saysThatAScriptFailed()
@@ -134,20 +130,18 @@ void ScriptRunnerTest::saysThatAScriptFailed()
     QFETCH(QString, message);
 
     const QString path = write(text);
-    const QStringList log = logOf(
-        [&] { QVERIFY(!executeScriptWithPath(path, handler, { QStringLiteral("text") })); });
+    const QStringList log
+        = logOf([&] { QVERIFY(!executeScriptWithPath(path, handler, { u"text"_s })); });
     QCOMPARE(log.size(), 1); // one line, whatever is in the traceback
     QVERIFY2(log.first().startsWith(failure), qUtf8Printable(log.first()));
     QVERIFY2(log.first().contains(message), qUtf8Printable(log.first()));
-    QVERIFY(log.first().contains(QStringLiteral("stack traceback:"))
-        || message == QStringLiteral("not enough memory"));
+    QVERIFY(log.first().contains(u"stack traceback:"_s) || message == u"not enough memory"_s);
 }
 
 void ScriptRunnerTest::handsTheTextOverExactly()
 {
-    const QString text = QStringLiteral("Grüße \"'`$(id)` \\ %1 %s\r\n\t😀") + QChar(0)
-        + QStringLiteral("\x1b[0m\u202e");
-    const QString seen = m_folder.filePath(QStringLiteral("seen"));
+    const QString text = u"Grüße \"'`$(id)` \\ %1 %s\r\n\t😀"_s + QChar(0) + u"\x1b[0m\u202e"_s;
+    const QString seen = m_folder.filePath(u"seen"_s);
     const QString path = write("function scanned_code(text)\n"
                                "  io.open('"
         + seen.toUtf8() + "', 'w'):write(text):close() end");
@@ -165,10 +159,10 @@ void ScriptRunnerTest::loadsTheFileForEveryRun()
     };
     const QByteArray counting = "count = (count or 0) + 1 function scanned_code() return count end";
     for (int number = 0; number < 2; ++number) {
-        QCOMPARE(run(counting), QStringLiteral("Script execution has succeed. Result(1)"));
+        QCOMPARE(run(counting), u"Script execution has succeed. Result(1)"_s);
     }
     QCOMPARE(run("function scanned_code() return 'edited' end"),
-        QStringLiteral("Script execution has succeed. Result(edited)"));
+        u"Script execution has succeed. Result(edited)"_s);
 }
 
 void ScriptRunnerTest::runsInParallel()
@@ -181,8 +175,7 @@ void ScriptRunnerTest::runsInParallel()
                             "  return mine == own\n"
                             "end";
     const QString path = write(text);
-    const QStringList names{ m_folder.filePath(QStringLiteral("1")),
-        m_folder.filePath(QStringLiteral("2")) };
+    const QStringList names{ m_folder.filePath(u"1"_s), m_folder.filePath(u"2"_s) };
     std::promise<bool> first;
     std::promise<bool> second;
     const LogLines log;
@@ -192,8 +185,7 @@ void ScriptRunnerTest::runsInParallel()
     });
     QVERIFY(first.get_future().get());
     QVERIFY(second.get_future().get());
-    QCOMPARE(LogLines::all(),
-        QStringList(2, QStringLiteral("Script execution has succeed. Result(true)")));
+    QCOMPARE(LogLines::all(), QStringList(2, u"Script execution has succeed. Result(true)"_s));
 }
 
 void ScriptRunnerTest::goesOnBesideAnEndlessScript()
@@ -206,15 +198,13 @@ void ScriptRunnerTest::goesOnBesideAnEndlessScript()
     constexpr int endless = 8;
     std::atomic<int> failed = 0;
     for (int number = 0; number < endless; ++number) {
-        platform::dispatchScript([&] {
-            failed += executeScriptWithPath(path, handler, { QStringLiteral("endless") }) ? 0 : 1;
-        });
+        platform::dispatchScript(
+            [&] { failed += executeScriptWithPath(path, handler, { u"endless"_s }) ? 0 : 1; });
     }
-    QTRY_COMPARE(LogLines::all().count(QStringLiteral("begun endless")), endless);
+    QTRY_COMPARE(LogLines::all().count(u"begun endless"_s), endless);
     std::promise<bool> another;
-    platform::dispatchScript([&] {
-        another.set_value(executeScriptWithPath(path, handler, { QStringLiteral("short") }));
-    });
+    platform::dispatchScript(
+        [&] { another.set_value(executeScriptWithPath(path, handler, { u"short"_s })); });
     auto done = another.get_future();
     QCOMPARE(done.wait_for(std::chrono::seconds(30)), std::future_status::ready);
     QVERIFY(done.get());
@@ -222,7 +212,7 @@ void ScriptRunnerTest::goesOnBesideAnEndlessScript()
     platform::finishScripts({ std::chrono::milliseconds(0), std::chrono::seconds(30) });
     QCOMPARE(failed.load(), endless);
     const QStringList interrupted
-        = LogLines::all().filter(QStringLiteral("interrupted, since the program quits"));
+        = LogLines::all().filter(u"interrupted, since the program quits"_s);
     QCOMPARE(interrupted.size(), endless);
     QVERIFY(interrupted.first().startsWith(failure));
 }

@@ -8,20 +8,22 @@
 
 #include <limits>
 
+using Qt::StringLiterals::operator""_s;
+
 using support::Program;
 using vellumcap::ScriptWatchCommand;
 
 namespace {
 
-const auto openInBackground = QStringLiteral("OpenInBackground");
-const auto closeOnFirstScan = QStringLiteral("CloseOnFirstScan");
-const auto saveCapture = QStringLiteral("SaveCapture");
-const auto scriptName = QStringLiteral("ScriptName");
+const auto openInBackground = u"OpenInBackground"_s;
+const auto closeOnFirstScan = u"CloseOnFirstScan"_s;
+const auto saveCapture = u"SaveCapture"_s;
+const auto scriptName = u"ScriptName"_s;
 
-const auto backgroundKey = QStringLiteral("watch-openURLInBackground");
-const auto saveKey = QStringLiteral("watch-saveCapture");
-const auto closeKey = QStringLiteral("watch-closeOnFirstScan");
-const auto runKey = QStringLiteral("watch-runAppleScript");
+const auto backgroundKey = u"watch-openURLInBackground"_s;
+const auto saveKey = u"watch-saveCapture"_s;
+const auto closeKey = u"watch-closeOnFirstScan"_s;
+const auto runKey = u"watch-runAppleScript"_s;
 
 platform::UserDefaults& defaults()
 {
@@ -85,10 +87,9 @@ void ScriptWatchCommandTest::turnsValuesIntoBooleans_data()
     }
     for (const char* text : { "", " ", "NO", "no", "false", "off", "on", "0", "000", "0x1", "-",
              "+", "-0", ".5", "--1", "- 1", "ja", "\u0661" }) {
-        row(qPrintable(QStringLiteral("not %1").arg(QString::fromUtf8(text))),
-            QString::fromUtf8(text), false);
+        row(qPrintable(u"not %1"_s.arg(QString::fromUtf8(text))), QString::fromUtf8(text), false);
     }
-    row("null character", QChar(0) + QStringLiteral("true"), false);
+    row("null character", QChar(0) + u"true"_s, false);
     row("huge text", QString(10'000'000, u' ') + QLatin1Char('1'), true);
     row("nothing", QVariant(), false);
 }
@@ -130,11 +131,10 @@ void ScriptWatchCommandTest::writesFalseForWhatIsLeftOut()
 {
     const Program program;
     setAll(true);
-    ScriptWatchCommand({ { QStringLiteral("watch-runAppleScript"), false },
-                           { QStringLiteral("RunAppleScript"), false } })
+    ScriptWatchCommand({ { u"watch-runAppleScript"_s, false }, { u"RunAppleScript"_s, false } })
         .performDefaultImplementation();
     for (const QString& key : { backgroundKey, saveKey, closeKey }) {
-        QCOMPARE(defaults().stringForKey(key), std::optional(QStringLiteral("false")));
+        QCOMPARE(defaults().stringForKey(key), std::optional(u"false"_s));
     }
     QVERIFY(defaults().boolForKey(runKey)); // never written
 }
@@ -173,10 +173,10 @@ void ScriptWatchCommandTest::preselectsTheScript_data()
                                                     : std::nullopt);
     };
     QTest::newRow("left out") << QVariantMap() << std::optional<QString>();
-    row("empty", QStringLiteral(""), nullptr);
+    row("empty", u""_s, nullptr);
     row("null", QString(), nullptr);
-    row("name", QStringLiteral("Grüße 1.scpt"), "Grüße 1.scpt");
-    row("no extension", QStringLiteral("Grüße"), "Grüße");
+    row("name", u"Grüße 1.scpt"_s, "Grüße 1.scpt");
+    row("no extension", u"Grüße"_s, "Grüße");
     row("longest", QString(255, u'a'), QByteArray(255, 'a').constData());
     row("longer than a name can be", QString(256, u'a'), nullptr);
     row("number", 7, nullptr);

@@ -15,6 +15,8 @@
 #include <QPainter>
 #include <QTimer>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::UserDefaults;
 using support::CameraRig;
 using support::Program;
@@ -33,7 +35,7 @@ QImage paperWith(const QString& text)
 
 QString codeText(int number)
 {
-    return QStringLiteral("code %1").arg(number);
+    return u"code %1"_s.arg(number);
 }
 
 /// How long the event loop keeps waiting those who want a word, at worst.
@@ -71,28 +73,26 @@ void WatchBurst::losesNothing()
     constexpr int codes = 200;
     const QDir scripts(
         platform::StandardFolders::applicationScripts(platform::StandardFolders::Creation::Yes));
-    const QString told = scripts.filePath(QStringLiteral("told.txt"));
-    support::writeFile(scripts.filePath(QStringLiteral("record.scpt")),
-        QStringLiteral("function scanned_code(text)\n"
-                       "  local file = assert(io.open('%1', 'a'))\n"
-                       "  file:write(text .. '\\n')\n"
-                       "  file:close()\n"
-                       "end\n")
-            .arg(told)
+    const QString told = scripts.filePath(u"told.txt"_s);
+    support::writeFile(scripts.filePath(u"record.scpt"_s),
+        u"function scanned_code(text)\n"
+        "  local file = assert(io.open('%1', 'a'))\n"
+        "  file:write(text .. '\\n')\n"
+        "  file:close()\n"
+        "end\n"_s.arg(told)
             .toUtf8());
-    UserDefaults::standard().setBool(QStringLiteral("watch-saveCapture"), true);
-    UserDefaults::standard().setBool(QStringLiteral("watch-runAppleScript"), true);
+    UserDefaults::standard().setBool(u"watch-saveCapture"_s, true);
+    UserDefaults::standard().setBool(u"watch-runAppleScript"_s, true);
     CameraRig rig;
-    support::CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
+    support::CameraWish wish{ u"a"_s, u"Camera"_s };
     wish.size = frameSize;
     wish.rate = 60;
     const auto camera = rig.addCamera(wish);
-    QTRY_VERIFY(platform::CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value());
+    QTRY_VERIFY(platform::CaptureDevice::deviceWithUniqueID(u"a"_s).has_value());
     Program program;
-    program.journal().watch(
-        QVariantMap{ { QStringLiteral("ScriptName"), QStringLiteral("record.scpt") } });
+    program.journal().watch(QVariantMap{ { u"ScriptName"_s, u"record.scpt"_s } });
     auto& window = *program.journal().watchWindow();
-    QTRY_COMPARE(window.appleScriptMenu->currentText(), QStringLiteral("record.scpt"));
+    QTRY_COMPARE(window.appleScriptMenu->currentText(), u"record.scpt"_s);
     const auto isTold = [&told](const QString& text) {
         QFile file(told);
         return file.open(QFile::ReadOnly) && file.readAll().contains(text.toUtf8() + '\n');

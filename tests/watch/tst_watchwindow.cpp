@@ -33,6 +33,8 @@
 #include <chrono>
 #include <functional>
 
+using Qt::StringLiterals::operator""_s;
+
 using platform::CaptureDevice;
 using platform::Symbology;
 using platform::UserDefaults;
@@ -48,10 +50,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const QString openInBackground = QStringLiteral("watch-openURLInBackground");
-const QString saveCapture = QStringLiteral("watch-saveCapture");
-const QString closeOnFirstScan = QStringLiteral("watch-closeOnFirstScan");
-const QString runAppleScript = QStringLiteral("watch-runAppleScript");
+const QString openInBackground = u"watch-openURLInBackground"_s;
+const QString saveCapture = u"watch-saveCapture"_s;
+const QString closeOnFirstScan = u"watch-closeOnFirstScan"_s;
+const QString runAppleScript = u"watch-runAppleScript"_s;
 
 constexpr QSize frameSize(640, 480);
 
@@ -113,14 +115,13 @@ QDir scripts()
 /// Writes a script that appends the text that it is called with, and a line end, to a file.
 QString writeRecorder(const QString& name)
 {
-    QString told = scripts().filePath(QStringLiteral("told.txt"));
+    QString told = scripts().filePath(u"told.txt"_s);
     support::writeFile(scripts().filePath(name),
-        QStringLiteral("function scanned_code(text)\n"
-                       "  local file = assert(io.open('%1', 'ab'))\n"
-                       "  file:write(text, '\\n')\n"
-                       "  file:close()\n"
-                       "end\n")
-            .arg(told)
+        u"function scanned_code(text)\n"
+        "  local file = assert(io.open('%1', 'ab'))\n"
+        "  file:write(text, '\\n')\n"
+        "  file:close()\n"
+        "end\n"_s.arg(told)
             .toUtf8());
     return told;
 }
@@ -136,8 +137,7 @@ QStringList items(const QComboBox& menu)
     QStringList texts;
     for (int i = 0; i < menu.count(); ++i) {
         if (!menu.itemText(i).isEmpty()) {
-            texts.append(
-                QStringLiteral("%1 %2").arg(menu.itemData(i).toInt()).arg(menu.itemText(i)));
+            texts.append(u"%1 %2"_s.arg(menu.itemData(i).toInt()).arg(menu.itemText(i)));
         }
     }
     return texts;
@@ -207,7 +207,7 @@ void WatchWindowTest::initTestCase()
 void WatchWindowTest::init()
 {
     for (const QString& key : { openInBackground, saveCapture, closeOnFirstScan, runAppleScript,
-             QStringLiteral("pref-camera-contrast"), QStringLiteral("pref-mirror-video") }) {
+             u"pref-camera-contrast"_s, u"pref-mirror-video"_s }) {
         UserDefaults::standard().removeObject(key);
     }
     QDir(scripts()).removeRecursively();
@@ -221,11 +221,11 @@ void WatchWindowTest::cleanup()
 
 CameraOnStage WatchWindowTest::plugIn(const QImage& picture)
 {
-    CameraWish wish{ QStringLiteral("a"), QStringLiteral("Camera") };
+    CameraWish wish{ u"a"_s, u"Camera"_s };
     wish.size = frameSize;
     CameraOnStage camera(m_rig->addCamera(wish).release());
     camera->show(picture);
-    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(QStringLiteral("a")).has_value()); }();
+    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(u"a"_s).has_value()); }();
     return camera;
 }
 
@@ -235,7 +235,7 @@ void WatchWindowTest::watchesAtFirst()
     Program program;
     auto& window = openWatch(program);
 
-    QCOMPARE(window.window()->windowTitle(), QStringLiteral("Capture"));
+    QCOMPARE(window.window()->windowTitle(), u"Capture"_s);
     QVERIFY(window.buttonCancel->isEnabled());
     QVERIFY(window.mCaptureSession()->isRunning());
     QVERIFY(!window.captureData());
@@ -244,7 +244,7 @@ void WatchWindowTest::watchesAtFirst()
     QTRY_VERIFY(!window.cameraImageView->pictureRect().isEmpty());
     support::waitForExaminations(); // and for the scan of the folder, which is empty
     QVERIFY(window.appleScripts().isEmpty());
-    QCOMPARE(items(*window.appleScriptMenu), QStringList(QStringLiteral("0 No script")));
+    QCOMPARE(items(*window.appleScriptMenu), QStringList(u"0 No script"_s));
 }
 
 void WatchWindowTest::logsTheFrameRates()
@@ -255,22 +255,22 @@ void WatchWindowTest::logsTheFrameRates()
 
     openWatch(program);
 
-    QCOMPARE(LogLines::all().filter(QStringLiteral("30.00)")).size(), 1);
+    QCOMPARE(LogLines::all().filter(u"30.00)"_s).size(), 1);
 }
 
 void WatchWindowTest::showsEveryNewCode()
 {
-    const auto camera = plugIn(paper(QStringLiteral("one")));
+    const auto camera = plugIn(paper(u"one"_s));
     Program program;
     auto& window = openWatch(program);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("one"));
+    QTRY_COMPARE(window.textField->stringValue(), u"one"_s);
 
     QVERIFY(takeAway(*camera, window));
-    camera->show(paper(QStringLiteral("two")));
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("two"));
+    camera->show(paper(u"two"_s));
+    QTRY_COMPARE(window.textField->stringValue(), u"two"_s);
     QVERIFY(takeAway(*camera, window));
-    camera->show(paper(QStringLiteral("one")));
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("one"));
+    camera->show(paper(u"one"_s));
+    QTRY_COMPARE(window.textField->stringValue(), u"one"_s);
 
     QVERIFY(window.mCaptureSession()->isRunning());
     QVERIFY(window.buttonCancel->isEnabled());
@@ -293,10 +293,10 @@ void WatchWindowTest::opensLinks()
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
-    const QString first = QStringLiteral("https://example.org/a?b=c#d");
-    const QString last = QStringLiteral("http://example.com/");
+    const QString first = u"https://example.org/a?b=c#d"_s;
+    const QString last = u"http://example.com/"_s;
 
-    for (const QString& text : { first, QStringLiteral("https://example.org/\u00e4"), last }) {
+    for (const QString& text : { first, u"https://example.org/\u00e4"_s, last }) {
         camera->show(paper(text));
         QTRY_COMPARE(window.textField->stringValue(), text);
         QVERIFY(takeAway(*camera, window));
@@ -328,28 +328,28 @@ void WatchWindowTest::keepsCodesWhenAsked()
     QCOMPARE(keptTexts(program), expected);
     QCOMPARE(Program::pictures().size(), program.journal().captures().size());
     QVERIFY(isSheetAttached(program));
-    QCOMPARE(window.textField->stringValue(), QStringLiteral("A"));
+    QCOMPARE(window.textField->stringValue(), u"A"_s);
 }
 
 void WatchWindowTest::reactsToOptionsFromTheNextCodeOn()
 {
-    const auto camera = plugIn(paper(QStringLiteral("A")));
+    const auto camera = plugIn(paper(u"A"_s));
     Program program;
     auto& window = openWatch(program);
-    QTRY_COMPARE(window.textField->stringValue(), QStringLiteral("A"));
+    QTRY_COMPARE(window.textField->stringValue(), u"A"_s);
     QVERIFY(takeAway(*camera, window));
     QCOMPARE(program.journal().captures().size(), 0);
 
     UserDefaults::standard().setBool(saveCapture, true);
-    camera->show(paper(QStringLiteral("B")));
+    camera->show(paper(u"B"_s));
 
-    QTRY_COMPARE(keptTexts(program), QStringList(QStringLiteral("B")));
+    QTRY_COMPARE(keptTexts(program), QStringList(u"B"_s));
 }
 
 void WatchWindowTest::closesOnTheFirstCode()
 {
     UserDefaults::standard().setBool(closeOnFirstScan, true);
-    const auto camera = plugIn(paper(QStringLiteral("enough")));
+    const auto camera = plugIn(paper(u"enough"_s));
     Program program;
 
     auto& window = openWatch(program);
@@ -357,53 +357,51 @@ void WatchWindowTest::closesOnTheFirstCode()
     QTRY_VERIFY(!isSheetAttached(program));
     QVERIFY(!window.window()->isVisible());
     QVERIFY(!window.mCaptureSession()->isRunning());
-    QCOMPARE(window.textField->stringValue(), QStringLiteral("enough"));
+    QCOMPARE(window.textField->stringValue(), u"enough"_s);
     QCOMPARE(program.journal().captures().size(), 0);
     QTRY_COMPARE(camera->links(), 0);
 }
 
 void WatchWindowTest::savesClosesAndThenRunsTheScript()
 {
-    const QString told = writeRecorder(QStringLiteral("record.scpt"));
+    const QString told = writeRecorder(u"record.scpt"_s);
     for (const QString& key : { saveCapture, closeOnFirstScan, runAppleScript }) {
         UserDefaults::standard().setBool(key, true);
     }
     const auto camera = plugIn(paper());
     Program program;
-    program.journal().watch(
-        QVariantMap{ { QStringLiteral("ScriptName"), QStringLiteral("record.scpt") } });
+    program.journal().watch(QVariantMap{ { u"ScriptName"_s, u"record.scpt"_s } });
     auto& window = *program.journal().watchWindow();
-    QTRY_COMPARE(window.appleScriptMenu->currentText(), QStringLiteral("record.scpt"));
+    QTRY_COMPARE(window.appleScriptMenu->currentText(), u"record.scpt"_s);
 
-    camera->show(paper(QStringLiteral("all of it")));
+    camera->show(paper(u"all of it"_s));
 
     QTRY_COMPARE(content(told), QByteArray("all of it\n"));
     QTRY_VERIFY(!isSheetAttached(program)); // in a later turn of the event loop than the window
     QCOMPARE(program.journal().captures().size(), 1);
-    QCOMPARE(program.journal().captures().front()->captureValue(), QStringLiteral("all of it"));
+    QCOMPARE(program.journal().captures().front()->captureValue(), u"all of it"_s);
 }
 
 void WatchWindowTest::handsTheTextToTheScript_data()
 {
     QTest::addColumn<QString>("text");
 
-    QTest::newRow("Unicode") << QStringLiteral("Gr\u00fc\u00dfe, \u4f60\u597d \U0001F600");
-    QTest::newRow("quotes") << QStringLiteral("it's \"quoted\" \\ $(touch x) `y` ; rm -rf /");
-    QTest::newRow("line ends") << QStringLiteral("first\nsecond\r\nthird");
-    QTest::newRow("control characters") << QStringLiteral("a\u0001b\tc\u001d d");
+    QTest::newRow("Unicode") << u"Gr\u00fc\u00dfe, \u4f60\u597d \U0001F600"_s;
+    QTest::newRow("quotes") << u"it's \"quoted\" \\ $(touch x) `y` ; rm -rf /"_s;
+    QTest::newRow("line ends") << u"first\nsecond\r\nthird"_s;
+    QTest::newRow("control characters") << u"a\u0001b\tc\u001d d"_s;
 }
 
 void WatchWindowTest::handsTheTextToTheScript()
 {
     QFETCH(QString, text);
-    const QString told = writeRecorder(QStringLiteral("record.scpt"));
+    const QString told = writeRecorder(u"record.scpt"_s);
     UserDefaults::standard().setBool(runAppleScript, true);
     const auto camera = plugIn(paper());
     Program program;
-    program.journal().watch(
-        QVariantMap{ { QStringLiteral("ScriptName"), QStringLiteral("record.scpt") } });
+    program.journal().watch(QVariantMap{ { u"ScriptName"_s, u"record.scpt"_s } });
     auto& window = *program.journal().watchWindow();
-    QTRY_COMPARE(window.appleScriptMenu->currentText(), QStringLiteral("record.scpt"));
+    QTRY_COMPARE(window.appleScriptMenu->currentText(), u"record.scpt"_s);
 
     camera->show(paper(text));
 
@@ -412,7 +410,7 @@ void WatchWindowTest::handsTheTextToTheScript()
 
 void WatchWindowTest::runsNothingWithoutAScript()
 {
-    const QString told = writeRecorder(QStringLiteral("record.scpt"));
+    const QString told = writeRecorder(u"record.scpt"_s);
     UserDefaults::standard().setBool(runAppleScript, true);
     UserDefaults::standard().setBool(saveCapture, true);
     const auto camera = plugIn(paper());
@@ -422,24 +420,24 @@ void WatchWindowTest::runsNothingWithoutAScript()
     QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
     const LogLines log;
 
-    camera->show(paper(QStringLiteral("not for a script")));
+    camera->show(paper(u"not for a script"_s));
     QTRY_COMPARE(program.journal().captures().size(), 1);
     QVERIFY(takeAway(*camera, window));
 
-    window.appleScriptMenu->setCurrentText(QStringLiteral("record.scpt"));
-    camera->show(paper(QStringLiteral("for the script")));
+    window.appleScriptMenu->setCurrentText(u"record.scpt"_s);
+    camera->show(paper(u"for the script"_s));
     QTRY_COMPARE(content(told), QByteArray("for the script\n"));
 
-    QVERIFY(LogLines::all().filter(QStringLiteral("error")).isEmpty());
+    QVERIFY(LogLines::all().filter(u"error"_s).isEmpty());
 }
 
 /// A at 0 s, B from 2 s on: what A began clears B at 5 s, what B began does so at 7 s. On the main
 /// queue, what is due comes in its turn, however late.
 void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
 {
-    const QString reset = QStringLiteral("Reset capture data");
-    const QString notBefore = QStringLiteral("A has been shown for 5 s");
-    const QString notAfter = QStringLiteral("A has been handled for 5.5 s");
+    const QString reset = u"Reset capture data"_s;
+    const QString notBefore = u"A has been shown for 5 s"_s;
+    const QString notAfter = u"A has been handled for 5.5 s"_s;
     const auto guard = std::make_shared<char>();
     const auto logAfter = [&guard](std::chrono::milliseconds delay, const QString& line) {
         platform::dispatchMainAfter(delay, guard, [line] { platform::log(line); });
@@ -453,17 +451,17 @@ void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
     const auto resets = [&reset] { return LogLines::all().count(reset); };
 
     logAfter(5s, notBefore);
-    camera->show(paper(QStringLiteral("A")));
+    camera->show(paper(u"A"_s));
     QTRY_COMPARE(handled(), 1);
     logAfter(5500ms, notAfter);
     const QDeadlineTimer untilB(2s);
     QVERIFY(takeAway(*camera, window));
     QTRY_VERIFY(untilB.hasExpired());
-    camera->show(paper(QStringLiteral("B")));
+    camera->show(paper(u"B"_s));
 
     QTRY_VERIFY_WITH_TIMEOUT(handled() >= 4, 3 * support::patience);
     QVERIFY(resets() >= handled() - 2); // one before each time that B was handled again
-    QCOMPARE(keptTexts(program), QStringList({ QStringLiteral("A"), QStringLiteral("B") }));
+    QCOMPARE(keptTexts(program), QStringList({ u"A"_s, u"B"_s }));
 
     QVERIFY(takeAway(*camera, window));
     QTRY_COMPARE(resets(), handled());
@@ -475,13 +473,13 @@ void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
     // The text stays on show when it is no longer compared with.
     QCOMPARE(window.captureData(), QString());
     QVERIFY(window.captureData().has_value());
-    QCOMPARE(window.textField->stringValue(), QStringLiteral("B"));
+    QCOMPARE(window.textField->stringValue(), u"B"_s);
 }
 
 void WatchWindowTest::resetsOutliveTheirWindow()
 {
     UserDefaults::standard().setBool(closeOnFirstScan, true);
-    const auto camera = plugIn(paper(QStringLiteral("enough")));
+    const auto camera = plugIn(paper(u"enough"_s));
     Program program;
     openWatch(program);
     const LogLines log;
@@ -490,7 +488,7 @@ void WatchWindowTest::resetsOutliveTheirWindow()
 
     openWatch(program); // in the place of the first
 
-    QTRY_COMPARE(LogLines::all().count(QStringLiteral("Reset capture data")), 1);
+    QTRY_COMPARE(LogLines::all().count(u"Reset capture data"_s), 1);
 }
 
 void WatchWindowTest::listsScripts()
@@ -504,10 +502,10 @@ void WatchWindowTest::listsScripts()
 
     auto& window = openWatch(program);
 
-    QCOMPARE(items(*window.appleScriptMenu), QStringList(QStringLiteral("0 No script")));
+    QCOMPARE(items(*window.appleScriptMenu), QStringList(u"0 No script"_s));
     QTRY_COMPARE(window.appleScripts().size(), 2);
-    QCOMPARE(items(*window.appleScriptMenu).mid(1),
-        QStringList({ QStringLiteral("100 a.scpt"), QStringLiteral("101 b.scpt") }));
+    QCOMPARE(
+        items(*window.appleScriptMenu).mid(1), QStringList({ u"100 a.scpt"_s, u"101 b.scpt"_s }));
     QCOMPARE(window.appleScriptMenu->currentIndex(), 0);
 }
 
@@ -516,14 +514,13 @@ void WatchWindowTest::preselectsAScript_data()
     QTest::addColumn<QVariant>("asked");
     QTest::addColumn<QString>("selected");
 
-    const QString none = QStringLiteral("No script");
-    QTest::newRow("by its file name")
-        << QVariant(QStringLiteral("b.scpt")) << QStringLiteral("b.scpt");
-    QTest::newRow("without the ending") << QVariant(QStringLiteral("b")) << none;
-    QTest::newRow("in other case") << QVariant(QStringLiteral("B.scpt")) << none;
+    const QString none = u"No script"_s;
+    QTest::newRow("by its file name") << QVariant(u"b.scpt"_s) << u"b.scpt"_s;
+    QTest::newRow("without the ending") << QVariant(u"b"_s) << none;
+    QTest::newRow("in other case") << QVariant(u"B.scpt"_s) << none;
     QTest::newRow("empty") << QVariant(QString()) << none;
     QTest::newRow("no text") << QVariant(7) << none;
-    QTest::newRow("the popup's own") << QVariant(QStringLiteral("No script")) << none;
+    QTest::newRow("the popup's own") << QVariant(u"No script"_s) << none;
 }
 
 void WatchWindowTest::preselectsAScript()
@@ -536,7 +533,7 @@ void WatchWindowTest::preselectsAScript()
     const auto camera = plugIn(paper());
     Program program;
 
-    program.journal().watch(QVariantMap{ { QStringLiteral("ScriptName"), asked } });
+    program.journal().watch(QVariantMap{ { u"ScriptName"_s, asked } });
 
     auto& window = *program.journal().watchWindow();
     QTRY_COMPARE(window.appleScripts().size(), 2);
@@ -545,7 +542,7 @@ void WatchWindowTest::preselectsAScript()
 
 void WatchWindowTest::logsTheChosenScript()
 {
-    support::writeFile(scripts().filePath(QStringLiteral("a.scpt")), "return 1");
+    support::writeFile(scripts().filePath(u"a.scpt"_s), "return 1");
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
@@ -556,22 +553,22 @@ void WatchWindowTest::logsTheChosenScript()
     window.appleScriptMenu->setFocus();
     QTest::keyClick(window.appleScriptMenu, Qt::Key_End);
 
-    QCOMPARE(window.appleScriptMenu->currentText(), QStringLiteral("a.scpt"));
-    QVERIFY(LogLines::all().contains(QStringLiteral("a.scpt")));
+    QCOMPARE(window.appleScriptMenu->currentText(), u"a.scpt"_s);
+    QVERIFY(LogLines::all().contains(u"a.scpt"_s));
 }
 
 void WatchWindowTest::opensTheScriptFolder()
 {
-    support::writeFile(scripts().filePath(QStringLiteral("a.scpt")), "return 1");
+    support::writeFile(scripts().filePath(u"a.scpt"_s), "return 1");
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
     QTRY_COMPARE(window.appleScripts().size(), 1);
-    window.appleScriptMenu->setCurrentText(QStringLiteral("a.scpt"));
+    window.appleScriptMenu->setCurrentText(u"a.scpt"_s);
     QDir folder(scripts());
     folder.removeRecursively();
 
-    window.window()->findChild<QPushButton*>(QStringLiteral("openScripts"))->click();
+    window.window()->findChild<QPushButton*>(u"openScripts"_s)->click();
 
     QTRY_COMPARE(m_browser->opened(), QStringList(folder.path()));
     QVERIFY(QDir(folder.path()).exists());
@@ -580,17 +577,17 @@ void WatchWindowTest::opensTheScriptFolder()
 
 void WatchWindowTest::choosesNoScriptWhereThereIsNoFolder()
 {
-    support::writeFile(scripts().filePath(QStringLiteral("a.scpt")), "return 1");
+    support::writeFile(scripts().filePath(u"a.scpt"_s), "return 1");
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
     QTRY_COMPARE(window.appleScripts().size(), 1);
-    window.appleScriptMenu->setCurrentText(QStringLiteral("a.scpt"));
+    window.appleScriptMenu->setCurrentText(u"a.scpt"_s);
     const QString folder = scripts().path();
     QVERIFY(QDir(folder).removeRecursively());
     support::writeFile(folder, "in the way");
 
-    window.window()->findChild<QPushButton*>(QStringLiteral("openScripts"))->click();
+    window.window()->findChild<QPushButton*>(u"openScripts"_s)->click();
 
     QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
     QVERIFY(m_browser->opened().isEmpty());
@@ -661,8 +658,8 @@ void WatchWindowTest::followsPreferences()
     QCOMPARE(window.previewF1()->value(), 0.5);
     QCOMPARE(window.scannerF2()->value(), 1.0);
 
-    UserDefaults::standard().setDouble(QStringLiteral("pref-camera-contrast"), 50);
-    UserDefaults::standard().setInteger(QStringLiteral("pref-mirror-video"), 1);
+    UserDefaults::standard().setDouble(u"pref-camera-contrast"_s, 50);
+    UserDefaults::standard().setInteger(u"pref-mirror-video"_s, 1);
 
     QCOMPARE(window.previewF1()->value(), 1.0);
     QCOMPARE(window.scannerF1()->value(), 1.0);
@@ -682,7 +679,7 @@ void WatchWindowTest::onlyCloseIsEnabled()
         enabled += window.validateMenuItem(*action) ? 1 : 0;
     }
     QCOMPARE(enabled, 1);
-    auto* close = program.journal().window()->findChild<QAction*>(QStringLiteral("closeWindow"));
+    auto* close = program.journal().window()->findChild<QAction*>(u"closeWindow"_s);
     QVERIFY(window.validateMenuItem(*close));
 
     window.perform(*close);
@@ -732,8 +729,8 @@ void WatchWindowTest::survivesWithoutACamera()
     const LogLines log;
     auto& window = openWatch(program);
 
-    QCOMPARE(LogLines::all().count(QStringLiteral("(null)")), 1); // in place of frame rates
-    QTRY_VERIFY(window.cameraImageView->caption().contains(QStringLiteral("No camera")));
+    QCOMPARE(LogLines::all().count(u"(null)"_s), 1); // in place of frame rates
+    QTRY_VERIFY(window.cameraImageView->caption().contains(u"No camera"_s));
     window.cancelCapture(nullptr);
     QTRY_VERIFY(!isSheetAttached(program));
 }

@@ -9,6 +9,8 @@
 #include <unistd.h>
 #include <utility>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform::decoder {
 namespace {
 
@@ -67,7 +69,7 @@ std::optional<Detection> Pool::detect(const QImage& grey, std::optional<LiveFram
         auto answer = process->detect(grey, frame, patience(limit));
         if (answer.failure) {
             process.reset();
-            report(*answer.failure, QStringLiteral("; its picture counts as having no code"));
+            report(*answer.failure, u"; its picture counts as having no code"_s);
         }
         detection = std::move(answer.detection);
     }
@@ -93,7 +95,7 @@ std::optional<std::unique_ptr<Process>> Pool::takeTurn()
     if (process != nullptr) {
         if (const auto failure = process->failureWhileIdle()) {
             process.reset();
-            report(*failure, QStringLiteral(" while it had nothing to do"));
+            report(*failure, u" while it had nothing to do"_s);
         }
     }
     return process;
@@ -168,9 +170,9 @@ void Pool::report(const Process::Failure& failure, const QString& circumstance)
             return;
         }
         m_lines.count(now);
-        line = QStringLiteral("The decoder %1%2").arg(failure.reason, circumstance);
+        line = u"The decoder %1%2"_s.arg(failure.reason, circumstance);
         if (const int unreported = std::exchange(m_unreported, 0); unreported > 0) {
-            line += QStringLiteral(" (and %1 failures before)").arg(unreported);
+            line += u" (and %1 failures before)"_s.arg(unreported);
         }
     }
     log(line);

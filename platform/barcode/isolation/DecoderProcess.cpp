@@ -20,6 +20,8 @@
 #include <utility>
 #include <vector>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform::decoder {
 namespace {
 
@@ -124,11 +126,10 @@ QString describedStatus(int status)
 {
     if (WIFSIGNALED(status)) {
         const char* name = sigdescr_np(WTERMSIG(status));
-        return QStringLiteral("was ended by signal %1 (%2)")
-            .arg(WTERMSIG(status))
+        return u"was ended by signal %1 (%2)"_s.arg(WTERMSIG(status))
             .arg(QString::fromLatin1(name != nullptr ? name : "unknown"));
     }
-    return QStringLiteral("left with status %1").arg(WEXITSTATUS(status));
+    return u"left with status %1"_s.arg(WEXITSTATUS(status));
 }
 
 Process::Failure failure(const QString& reason)
@@ -152,15 +153,14 @@ Process::Started Process::start(const QString& executable, const Patience& patie
     FileDescriptor socket = movedUp(sockets.theirs);
     const FileDescriptor lifeline = movedUp(lifelines.theirs);
     if (!socket.isOpen() || !lifeline.isOpen()) {
-        return failure(QStringLiteral("cannot be started: %1").arg(errorText(errno)));
+        return failure(u"cannot be started: %1"_s.arg(errorText(errno)));
     }
     Spawn spawn;
     spawn.give(socket, socketDescriptor);
     spawn.give(lifeline, lifelineDescriptor);
     pid_t pid = 0;
     if (const int error = spawn.run(QFile::encodeName(executable), pid); error != 0) {
-        return failure(
-            QStringLiteral("cannot be started from %1: %2").arg(executable, errorText(error)));
+        return failure(u"cannot be started from %1: %2"_s.arg(executable, errorText(error)));
     }
     // Once these are closed here, the decoder's end is the end of the channel.
     sockets.theirs.close();
@@ -168,7 +168,7 @@ Process::Started Process::start(const QString& executable, const Patience& patie
     std::unique_ptr<Process> process(
         new Process(pid, Channel(std::move(sockets.ours)), std::move(lifelines.ours)));
     if (process->m_channel.wait(patience) != Channel::Event::Readable) {
-        return failure(QStringLiteral("did not begin to work in time"));
+        return failure(u"did not begin to work in time"_s);
     }
     const auto message = process->m_channel.receive();
     if (!message) {
@@ -176,13 +176,13 @@ Process::Started Process::start(const QString& executable, const Patience& patie
     }
     const auto greeting = readGreeting(message->bytes);
     if (!greeting) {
-        return Failure{ QStringLiteral("is not the one that came with this program; start the "
-                                       "program again"),
+        return Failure{ u"is not the one that came with this program; start the "
+                        "program again"_s,
             Failure::Hope::Never };
     }
     if (greeting->refusal != 0) {
-        return Failure{ QStringLiteral("cannot lock itself in: %1; no picture will be read")
-                            .arg(errorText(greeting->refusal)),
+        return Failure{ u"cannot lock itself in: %1; no picture will be read"_s.arg(
+                            errorText(greeting->refusal)),
             Failure::Hope::Never };
     }
     return process;
@@ -206,9 +206,7 @@ Process::Answer Process::detect(
     const auto outcome = canBeSent(grey) ? m_pixels.hold(grey) : SharedPixels::Outcome::Failed;
     if (outcome == SharedPixels::Outcome::Failed) {
         return { std::nullopt,
-            failure(QStringLiteral("cannot be shown %1 × %2 pixels")
-                        .arg(grey.width())
-                        .arg(grey.height())) };
+            failure(u"cannot be shown %1 × %2 pixels"_s.arg(grey.width()).arg(grey.height())) };
     }
     const bool hasMoved = outcome == SharedPixels::Outcome::Moved;
     const Request request{ ++m_requests, grey.size(), grey.bytesPerLine(),
@@ -230,9 +228,9 @@ Process::Answer Process::answer(quint64 number, const Patience& patience)
 {
     switch (m_channel.wait(patience)) {
     case Channel::Event::TimedOut:
-        return { std::nullopt, failure(QStringLiteral("gave no answer in time")) };
+        return { std::nullopt, failure(u"gave no answer in time"_s) };
     case Channel::Event::Cancelled:
-        return { std::nullopt, failure(QStringLiteral("is needed no longer")) };
+        return { std::nullopt, failure(u"is needed no longer"_s) };
     case Channel::Event::Readable:
         break;
     }
@@ -242,7 +240,7 @@ Process::Answer Process::answer(quint64 number, const Patience& patience)
     }
     auto reply = readReply(message->bytes);
     if (!reply || reply->number != number) {
-        return { std::nullopt, failure(QStringLiteral("gave an answer that makes no sense")) };
+        return { std::nullopt, failure(u"gave an answer that makes no sense"_s) };
     }
     return { std::move(reply->detection), std::nullopt };
 }
@@ -253,8 +251,7 @@ std::optional<Process::Failure> Process::failureWhileIdle()
     if (m_channel.wait({ std::chrono::steady_clock::now() }) == Channel::Event::TimedOut) {
         return std::nullopt;
     }
-    return failure(
-        m_channel.receive() ? QStringLiteral("spoke without being asked") : endingReason());
+    return failure(m_channel.receive() ? u"spoke without being asked"_s : endingReason());
 }
 
 QString Process::endingReason()
@@ -274,8 +271,8 @@ int Process::reap()
 
 QString installedDecoder()
 {
-    const QDir programs = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).dir();
-    const QString beside = programs.filePath(QStringLiteral("vellumcap-decoder"));
+    const QDir programs = QFileInfo(QFile::symLinkTarget(u"/proc/self/exe"_s)).dir();
+    const QString beside = programs.filePath(u"vellumcap-decoder"_s);
     return QFileInfo::exists(beside) ? beside
                                      : QDir::cleanPath(programs.filePath(
                                          QStringLiteral(VELLUMCAP_LIBEXEC "/vellumcap-decoder")));

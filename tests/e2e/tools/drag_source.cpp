@@ -13,6 +13,8 @@
 #include <cstdio>
 #include <memory>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 /// What is offered to other programs: a file, the picture in it, its bytes in the format it claims
@@ -95,7 +97,7 @@ public:
         setFixedSize(160, 160);
         setAlignment(Qt::AlignCenter);
         setTextFormat(Qt::PlainText);
-        setAccessibleName(QStringLiteral("Drag me"));
+        setAccessibleName(u"Drag me"_s);
         setWindowFlags(Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
         setText(m_offer.subject);
         if (!m_offer.isFile()) {
@@ -144,20 +146,17 @@ int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("subject"), QStringLiteral("A file, or a text."));
-    const QCommandLineOption actions(QStringLiteral("actions"), QStringLiteral("What is offered."),
-        QStringLiteral("names"), QStringLiteral("copy,move,link"));
-    const QCommandLineOption imageData(
-        QStringLiteral("image-data"), QStringLiteral("Offers the picture, not the file."));
-    const QCommandLineOption format(QStringLiteral("format"),
-        QStringLiteral("Offers the file's bytes as being of this format."), QStringLiteral("type"));
-    const QCommandLineOption link(QStringLiteral("link"), QStringLiteral("Offers the link."));
-    const QCommandLineOption text(QStringLiteral("text"), QStringLiteral("Offers the text."));
-    const QCommandLineOption column(QStringLiteral("column"),
-        QStringLiteral("Where to be, from the left."), QStringLiteral("number"),
-        QStringLiteral("0"));
-    const QCommandLineOption clipboard(
-        QStringLiteral("clipboard"), QStringLiteral("Offers it on the clipboard."));
+    parser.addPositionalArgument(u"subject"_s, u"A file, or a text."_s);
+    const QCommandLineOption actions(
+        u"actions"_s, u"What is offered."_s, u"names"_s, u"copy,move,link"_s);
+    const QCommandLineOption imageData(u"image-data"_s, u"Offers the picture, not the file."_s);
+    const QCommandLineOption format(
+        u"format"_s, u"Offers the file's bytes as being of this format."_s, u"type"_s);
+    const QCommandLineOption link(u"link"_s, u"Offers the link."_s);
+    const QCommandLineOption text(u"text"_s, u"Offers the text."_s);
+    const QCommandLineOption column(
+        u"column"_s, u"Where to be, from the left."_s, u"number"_s, u"0"_s);
+    const QCommandLineOption clipboard(u"clipboard"_s, u"Offers it on the clipboard."_s);
     parser.addOptions({ actions, imageData, format, link, text, column, clipboard });
     parser.process(application);
     if (parser.positionalArguments().isEmpty()) {

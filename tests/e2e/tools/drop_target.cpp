@@ -10,6 +10,8 @@
 
 #include <cstdio>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 /// Stands for a file manager or mail program that takes a file. Tells on standard output what was
@@ -20,7 +22,7 @@ public:
         : m_copy(std::move(copy))
         , m_signal(std::move(signal))
     {
-        setText(QStringLiteral("Drop here"));
+        setText(u"Drop here"_s);
         setAccessibleName(text());
         setAlignment(Qt::AlignCenter);
         setFixedSize(160, 160);
@@ -46,7 +48,7 @@ protected:
         std::printf("actions: %d\nformats: %s\nuris: %s\ndropped\n",
             int(event->possibleActions().toInt()),
             qPrintable(offered.formats().join(QLatin1Char(' '))),
-            offered.data(QStringLiteral("text/uri-list")).trimmed().constData());
+            offered.data(u"text/uri-list"_s).trimmed().constData());
         std::fflush(stdout);
         event->acceptProposedAction();
         m_timer.start(50);
@@ -75,9 +77,8 @@ int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.addPositionalArgument(QStringLiteral("copy"), QStringLiteral("Where the copy goes."));
-    parser.addPositionalArgument(
-        QStringLiteral("signal"), QStringLiteral("The file copied when this one exists."));
+    parser.addPositionalArgument(u"copy"_s, u"Where the copy goes."_s);
+    parser.addPositionalArgument(u"signal"_s, u"The file copied when this one exists."_s);
     parser.process(application);
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2) {

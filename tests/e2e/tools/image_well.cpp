@@ -5,6 +5,8 @@
 
 #include <cstdio>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace {
 
 /// A window with a well in it, which tells on standard output of the drops it has taken.
@@ -13,18 +15,18 @@ public:
     explicit Window(const QImage& picture)
     {
         auto* view = new vellumcap::DragDropImageView;
-        view->setAccessibleName(QStringLiteral("Well"));
+        view->setAccessibleName(u"Well"_s);
         view->setImage(picture);
         view->setDelegate(this);
         (new QVBoxLayout(this))->addWidget(view);
         m_view = view;
-        setWindowTitle(QStringLiteral("Image well"));
+        setWindowTitle(u"Image well"_s);
         setGeometry(500, 100, 300, 300);
     }
 
     void dropComplete(const std::optional<QString>& path) override
     {
-        std::printf("took: %s, %d x %d, %s\n", qPrintable(path.value_or(QStringLiteral("no file"))),
+        std::printf("took: %s, %d x %d, %s\n", qPrintable(path.value_or(u"no file"_s)),
             m_view->image().width(), m_view->image().height(), qPrintable(windowTitle()));
         std::fflush(stdout);
     }
