@@ -2,7 +2,7 @@
 #include "platform/barcode/isolation/DecoderLimits.h"
 #include "platform/barcode/isolation/DecoderMessages.h"
 #include "platform/barcode/isolation/DecoderPool.h"
-#include "tests/platform/Misdeed.h"
+#include "tests/platform/barcode/Misdeed.h"
 #include "tests/support/DrawnCode.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"

@@ -3,7 +3,7 @@
 #include "platform/barcode/isolation/DecoderLimits.h"
 #include "platform/barcode/isolation/DecoderMessages.h"
 #include "platform/barcode/isolation/DecoderService.h"
-#include "tests/platform/Misdeed.h"
+#include "tests/platform/barcode/Misdeed.h"
 
 #include <array>
 #include <atomic>
