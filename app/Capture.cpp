@@ -1,7 +1,7 @@
 #include "app/Capture.h"
 
 #include "app/LinkRule.h"
-#include "app/VellumcapAppDelegate.h"
+#include "app/StoreStack.h"
 #include "platform/services/AssertionFailure.h"
 #include "platform/services/DurableFile.h"
 #include "platform/services/Log.h"
@@ -97,7 +97,7 @@ template <typename T> T valueOr(const platform::AttributeValue& value, T absent)
 
 platform::ManagedObjectContext* sharedContext()
 {
-    return VellumcapAppDelegate::shared().managedObjectContext();
+    return StoreStack::shared().managedObjectContext();
 }
 
 } // namespace
@@ -216,7 +216,7 @@ std::set<QString> Capture::keyPathsForValuesAffectingValueForKey(const QString& 
 
 QString Capture::getImageUrl() const
 {
-    const QDir folder(VellumcapAppDelegate::shared().applicationFilesDirectory());
+    const QDir folder(StoreStack::shared().applicationFilesDirectory());
     return folder.filePath(captureImageKey() + u".jpg"_s);
 }
 

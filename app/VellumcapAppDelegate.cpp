@@ -4,16 +4,12 @@
 #include "camera/PrefsWindow.h"
 #include "journal/JournalWindow.h"
 #include "platform/services/Dispatch.h"
-#include "platform/services/FileManager.h"
 #include "platform/services/StandardFolders.h"
 #include "platform/store/ManagedObjectContext.h"
-#include "platform/store/ManagedObjectModel.h"
-#include "platform/store/PersistentStoreCoordinator.h"
 #include "platform/ui/Alert.h"
 
 #include <QAction>
 #include <QCoreApplication>
-#include <QDir>
 #include <QUndoStack>
 
 using Qt::StringLiterals::operator""_s;
@@ -22,20 +18,6 @@ namespace vellumcap {
 
 namespace {
 
-constexpr auto errorDomain = "YOUR_ERROR_DOMAIN";
-constexpr int filesPathIsAFile = 101;
-constexpr int storeNotInitialized = 9999;
-
-platform::Error ownError(int code, const QString& description, const QString& reason = {})
-{
-    return { QString::fromLatin1(errorDomain), code, description, reason };
-}
-
-bool present(const platform::Error& error)
-{
-    return platform::Application::shared().presentError(error);
-}
-
 QString localized(const char* text)
 {
     return QCoreApplication::translate("vellumcap::VellumcapAppDelegate", text);
@@ -43,16 +25,13 @@ QString localized(const char* text)
 
 } // namespace
 
-VellumcapAppDelegate::VellumcapAppDelegate() = default;
-VellumcapAppDelegate::~VellumcapAppDelegate() = default;
-
-VellumcapAppDelegate& VellumcapAppDelegate::shared()
+VellumcapAppDelegate::VellumcapAppDelegate()
+    : StoreStack(
+        [](const platform::EntityDescription& entity) { return std::make_shared<Capture>(entity); })
 {
-    auto* delegate
-        = dynamic_cast<VellumcapAppDelegate*>(platform::Application::shared().delegate());
-    Q_ASSERT(delegate != nullptr);
-    return *delegate;
 }
+
+VellumcapAppDelegate::~VellumcapAppDelegate() = default;
 
 void VellumcapAppDelegate::applicationDidFinishLaunching()
 {
@@ -67,86 +46,10 @@ void VellumcapAppDelegate::applicationShouldHandleReopen()
     openJournalWindow(nullptr);
 }
 
-QString VellumcapAppDelegate::applicationFilesDirectory() const
-{
-    return QDir(platform::StandardFolders::applicationSupport()).filePath(u"Vellumcap"_s);
-}
-
-platform::ManagedObjectModel* VellumcapAppDelegate::managedObjectModel()
-{
-    if (!m_managedObjectModel) {
-        m_managedObjectModel = platform::ManagedObjectModel::fromFile(u":/Vellumcap.model"_s);
-        if (m_managedObjectModel) {
-            m_managedObjectModel->setObjectFactory(
-                Capture::entityName(), [](const platform::EntityDescription& entity) {
-                    return std::make_shared<Capture>(entity);
-                });
-        }
-    }
-    return m_managedObjectModel.get();
-}
-
-bool VellumcapAppDelegate::prepareFilesDirectory()
-{
-    const QString folder = applicationFilesDirectory();
-    const auto check = platform::FileManager::isDirectory(folder);
-    if (const bool* isDirectory = std::get_if<bool>(&check)) {
-        if (!*isDirectory) {
-            present(ownError(filesPathIsAFile,
-                u"Expected a folder to store application data, found a file (%1)."_s.arg(folder)));
-        }
-        return *isDirectory;
-    }
-    const auto& readError = std::get<platform::Error>(check);
-    if (readError.code != platform::fileReadNoSuchFileError) {
-        present(readError);
-        return false;
-    }
-    if (const auto error = platform::FileManager::createDirectory(folder)) {
-        present(*error);
-        return false;
-    }
-    return true;
-}
-
-platform::PersistentStoreCoordinator* VellumcapAppDelegate::persistentStoreCoordinator()
-{
-    if (m_persistentStoreCoordinator) {
-        return m_persistentStoreCoordinator.get();
-    }
-    const platform::ManagedObjectModel* model = managedObjectModel();
-    if (model == nullptr || !prepareFilesDirectory()) {
-        return nullptr;
-    }
-    auto coordinator = std::make_unique<platform::PersistentStoreCoordinator>(*model);
-    const QString path = QDir(applicationFilesDirectory()).filePath(u"Vellumcap.storedata"_s);
-    if (const auto error = coordinator->addXmlStore(path)) {
-        present(*error);
-        return nullptr;
-    }
-    m_persistentStoreCoordinator = std::move(coordinator);
-    return m_persistentStoreCoordinator.get();
-}
-
-platform::ManagedObjectContext* VellumcapAppDelegate::managedObjectContext()
-{
-    if (m_managedObjectContext) {
-        return m_managedObjectContext.get();
-    }
-    platform::PersistentStoreCoordinator* coordinator = persistentStoreCoordinator();
-    if (coordinator == nullptr) {
-        present(ownError(storeNotInitialized, u"Failed to initialize the store"_s,
-            u"There was an error building up the data file."_s));
-        return nullptr;
-    }
-    m_managedObjectContext = std::make_unique<platform::ManagedObjectContext>(*coordinator);
-    return m_managedObjectContext.get();
-}
-
 QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager(QWidget* /*window*/)
 {
-    // Asked whenever a menu opens: not the moment to open a store, and to fail at it again.
-    return m_managedObjectContext ? &m_managedObjectContext->undoManager() : nullptr;
+    // Every opening of a menu calls this: it must neither open the store nor show its errors.
+    return builtContext() != nullptr ? &builtContext()->undoManager() : nullptr;
 }
 
 void VellumcapAppDelegate::saveAction(QObject* /*sender*/)
@@ -157,7 +60,7 @@ void VellumcapAppDelegate::saveAction(QObject* /*sender*/)
     }
     static_cast<void>(context->commitEditing());
     if (const auto error = context->save()) {
-        present(*error);
+        platform::Application::shared().presentError(*error);
     }
 }
 
@@ -165,16 +68,17 @@ platform::TerminateReply VellumcapAppDelegate::applicationShouldTerminate(
     platform::Application& application)
 {
     using platform::TerminateReply;
-    if (!m_managedObjectContext) {
+    platform::ManagedObjectContext* context = builtContext();
+    if (context == nullptr) {
         return TerminateReply::Now;
     }
-    if (!m_managedObjectContext->commitEditing()) {
+    if (!context->commitEditing()) {
         return TerminateReply::Cancel;
     }
-    if (!m_managedObjectContext->hasChanges()) {
+    if (!context->hasChanges()) {
         return TerminateReply::Now;
     }
-    const auto error = m_managedObjectContext->save();
+    const auto error = context->save();
     if (!error) {
         return TerminateReply::Now;
     }
@@ -189,6 +93,14 @@ platform::TerminateReply VellumcapAppDelegate::applicationShouldTerminate(
     };
     const bool cancelled = alert.runModal() == 1;
     return cancelled ? TerminateReply::Cancel : TerminateReply::Now;
+}
+
+void VellumcapAppDelegate::storeCapture(const QImage& image, const QString& value)
+{
+    Capture::storeCapture(image, value);
+    if (m_journalWindow) {
+        m_journalWindow->refreshLists();
+    }
 }
 
 void VellumcapAppDelegate::openJournalWindow(QObject* sender)

@@ -1,8 +1,7 @@
 #include "camera/CaptureWindow.h"
 
 #include "app/Capture.h"
-#include "app/VellumcapAppDelegate.h"
-#include "journal/JournalWindow.h"
+#include "app/StoreStack.h"
 #include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/services/Log.h"
@@ -180,8 +179,7 @@ void CaptureWindow::skipCapture(QObject* /*sender*/)
 
 void CaptureWindow::saveCapture(QObject* sender)
 {
-    Capture::storeCapture(capturedImage(), captureData().value_or(QString()));
-    VellumcapAppDelegate::shared().journalWindow()->refreshLists();
+    StoreStack::shared().storeCapture(capturedImage(), captureData().value_or(QString()));
     skipCapture(sender);
 }
 

@@ -1,10 +1,8 @@
 #include "imaging/GenerateWindow.h"
 
-#include "app/Capture.h"
-#include "app/VellumcapAppDelegate.h"
+#include "app/StoreStack.h"
 #include "imaging/CodeBitmap.h"
 #include "imaging/DragDropImageView.h"
-#include "journal/JournalWindow.h"
 #include "platform/barcode/QRCodeGenerator.h"
 #include "platform/services/Dispatch.h"
 #include "platform/services/Log.h"
@@ -118,8 +116,7 @@ void GenerateWindow::generateCode(QObject* /*sender*/)
 
 void GenerateWindow::saveGenerate(QObject* /*sender*/)
 {
-    Capture::storeCapture(m_generatedImage, m_generatedData);
-    VellumcapAppDelegate::shared().journalWindow()->refreshLists();
+    StoreStack::shared().storeCapture(m_generatedImage, m_generatedData);
 }
 
 void GenerateWindow::cancelGenerate(QObject* /*sender*/)

@@ -1,9 +1,8 @@
 #include "imaging/ImportWindow.h"
 
 #include "app/Capture.h"
-#include "app/VellumcapAppDelegate.h"
+#include "app/StoreStack.h"
 #include "camera/Detection.h"
-#include "journal/JournalWindow.h"
 #include "platform/services/Dispatch.h"
 #include "platform/services/Workspace.h"
 #include "ui_ImportWindow.h"
@@ -100,8 +99,7 @@ void ImportWindow::skipCapture(QObject* /*sender*/)
 
 void ImportWindow::saveCapture(QObject* sender)
 {
-    Capture::storeCapture(capturedImage(), captureData().value_or(QString()));
-    VellumcapAppDelegate::shared().journalWindow()->refreshLists();
+    StoreStack::shared().storeCapture(capturedImage(), captureData().value_or(QString()));
     skipCapture(sender);
 }
 

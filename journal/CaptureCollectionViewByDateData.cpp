@@ -2,7 +2,6 @@
 
 #include "journal/ImageCollectionViewCell.h"
 #include "journal/ImageCollectionViewHeaderCell.h"
-#include "journal/JournalWindow.h"
 #include "journal/LocalDay.h"
 #include "platform/ui/ThumbnailView.h"
 
@@ -88,11 +87,9 @@ QWidget* CaptureCollectionViewByDateData::viewForSupplementaryElementOfKind(
 void CaptureCollectionViewByDateData::didSelectItemsAtIndexPaths(
     platform::CollectionView& /*collectionView*/, const QSet<platform::IndexPath>& indexPaths)
 {
-    if (indexPaths.isEmpty() || journalWindow == nullptr) {
-        return;
+    if (!indexPaths.isEmpty() && captureSelected) {
+        captureSelected(captureAt(indexPaths.values().constFirst()));
     }
-    const platform::IndexPath chosen = indexPaths.values().constFirst();
-    journalWindow->captureSelected(captureAt(chosen));
 }
 
 QSizeF CaptureCollectionViewByDateData::referenceSizeForHeaderInSection(

@@ -12,8 +12,6 @@
 
 namespace vellumcap {
 
-class JournalWindow;
-
 /// Groups captures by calendar day, newest day first, and shows them in a collection view: its
 /// data source and delegate. Main thread.
 class CaptureCollectionViewByDateData : public platform::CollectionViewDataSource,
@@ -21,7 +19,8 @@ class CaptureCollectionViewByDateData : public platform::CollectionViewDataSourc
 public:
     explicit CaptureCollectionViewByDateData(CaptureList captures);
 
-    JournalWindow* journalWindow = nullptr; ///< told of the selected capture
+    /// Called with the capture that the user selects.
+    std::function<void(const std::shared_ptr<Capture>&)> captureSelected;
 
     /// Groups the list anew. Within a day the captures keep the order of the list.
     void updateCaptures(CaptureList captures);

@@ -1,6 +1,6 @@
 #include "journal/JournalWindow.h"
 
-#include "app/VellumcapAppDelegate.h"
+#include "app/StoreStack.h"
 #include "camera/CaptureWindow.h"
 #include "imaging/GenerateWindow.h"
 #include "imaging/ImportWindow.h"
@@ -13,6 +13,7 @@
 #include "platform/instance/StatusItem.h"
 #include "platform/services/Workspace.h"
 #include "platform/store/ManagedObjectContext.h"
+#include "platform/ui/Application.h"
 #include "platform/ui/MainMenu.h"
 #include "platform/ui/SavePanel.h"
 #include "platform/ui/Sheet.h"
@@ -89,7 +90,8 @@ JournalWindow::JournalWindow(const QString& windowNibName)
           std::make_unique<CaptureCollectionViewByDateData>(m_captures))
     , m_captureImageBrowserDatasource(std::make_unique<CaptureImageBrowserDatasource>(m_captures))
 {
-    m_captureCollectionViewByDateData->journalWindow = this;
+    m_captureCollectionViewByDateData->captureSelected
+        = [this](const std::shared_ptr<Capture>& capture) { captureSelected(capture); };
     using platform::CaptureDevice;
     using platform::MediaType;
     m_scanAvailable = CaptureDevice::defaultDeviceWithMediaType(MediaType::Video).has_value()
@@ -142,7 +144,7 @@ void JournalWindow::windowDidLoad()
 /// The context comes late where the store could not be opened at first.
 void JournalWindow::followContext()
 {
-    auto* context = VellumcapAppDelegate::shared().builtContext();
+    auto* context = StoreStack::shared().builtContext();
     if (context == nullptr || m_notesEditor != nullptr) {
         return;
     }

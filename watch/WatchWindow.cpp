@@ -1,8 +1,7 @@
 #include "watch/WatchWindow.h"
 
 #include "app/Capture.h"
-#include "app/VellumcapAppDelegate.h"
-#include "journal/JournalWindow.h"
+#include "app/StoreStack.h"
 #include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureDevice.h"
 #include "platform/camera/CaptureSession.h"
@@ -214,8 +213,7 @@ void WatchWindow::openLink()
 
 void WatchWindow::saveCapture()
 {
-    Capture::storeCapture(m_code.picture, m_code.text);
-    VellumcapAppDelegate::shared().journalWindow()->refreshLists();
+    StoreStack::shared().storeCapture(m_code.picture, m_code.text);
 }
 
 /// The script gets the text as it is when its turn comes, unless that has been reset by then.
@@ -289,7 +287,7 @@ void WatchWindow::performClose(QObject* sender)
 /// To everything but what is meant for the delegate.
 bool WatchWindow::respondsTo(const QAction& item) const
 {
-    return !VellumcapAppDelegate::shared().respondsTo(item);
+    return !platform::Application::shared().delegate()->respondsTo(item);
 }
 
 bool WatchWindow::validateMenuItem(const QAction& item) const
