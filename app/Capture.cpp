@@ -260,10 +260,10 @@ void Capture::storeCapture(const QImage& image, const QString& value)
     if (const QByteArray bytes = jpegData(image); !bytes.isEmpty()) {
         writePicture(capture->getImageUrl(), bytes);
     }
-    saveCapture(capture.get());
+    saveCapture();
 }
 
-void Capture::saveCapture(const Capture* /*capture*/)
+void Capture::saveCapture()
 {
     if (platform::ManagedObjectContext* context = sharedContext()) {
         static_cast<void>(context->save());
@@ -281,7 +281,7 @@ void Capture::deleteCapture(const std::shared_ptr<Capture>& capture)
     undo.push(new RemovePicture(capture->getImageUrl()));
     context->deleteObject(*capture);
     undo.endMacro();
-    saveCapture(capture.get());
+    saveCapture();
 }
 
 bool Capture::isUrl(const QString& text)

@@ -63,8 +63,7 @@ public:
     /// Keeps a code: the record and its picture. Failures are silent; without its picture a
     /// record stays a record.
     static void storeCapture(const QImage& image, const QString& value);
-    /// Saves every pending change; the capture plays no part.
-    static void saveCapture(const Capture* capture);
+    static void saveCapture(); ///< saves every pending change
     /// Removes the picture, then the record. One undo brings both back.
     static void deleteCapture(const std::shared_ptr<Capture>& capture);
     static bool isUrl(const QString& text);

@@ -35,7 +35,7 @@ VellumcapAppDelegate::~VellumcapAppDelegate() = default;
 
 void VellumcapAppDelegate::applicationDidFinishLaunching()
 {
-    openJournalWindow(nullptr);
+    openJournalWindow();
     platform::dispatchGlobal(platform::QualityOfService::Utility, [] {
         platform::StandardFolders::applicationScripts(platform::StandardFolders::Creation::Yes);
     });
@@ -43,7 +43,7 @@ void VellumcapAppDelegate::applicationDidFinishLaunching()
 
 void VellumcapAppDelegate::applicationShouldHandleReopen()
 {
-    openJournalWindow(nullptr);
+    openJournalWindow();
 }
 
 QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager(QWidget* /*window*/)
@@ -52,7 +52,7 @@ QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager(QWidget* /*window*
     return builtContext() != nullptr ? &builtContext()->undoManager() : nullptr;
 }
 
-void VellumcapAppDelegate::saveAction(QObject* /*sender*/)
+void VellumcapAppDelegate::saveAction()
 {
     platform::ManagedObjectContext* context = managedObjectContext();
     if (context == nullptr) {
@@ -103,20 +103,20 @@ void VellumcapAppDelegate::storeCapture(const QImage& image, const QString& valu
     }
 }
 
-void VellumcapAppDelegate::openJournalWindow(QObject* sender)
+void VellumcapAppDelegate::openJournalWindow()
 {
     if (!m_journalWindow) {
-        m_journalWindow = std::make_unique<JournalWindow>(u"JournalWindow"_s);
+        m_journalWindow = std::make_unique<JournalWindow>();
     }
-    m_journalWindow->showWindow(sender);
+    m_journalWindow->showWindow();
 }
 
-void VellumcapAppDelegate::openPrefsWindow(QObject* sender)
+void VellumcapAppDelegate::openPrefsWindow()
 {
     if (!m_prefsWindow) {
-        m_prefsWindow = std::make_unique<PrefsWindow>(u"PrefsWindow"_s);
+        m_prefsWindow = std::make_unique<PrefsWindow>();
     }
-    m_prefsWindow->showWindow(sender);
+    m_prefsWindow->showWindow();
     m_prefsWindow->window()->raise();
     m_prefsWindow->window()->activateWindow();
 }
@@ -124,8 +124,8 @@ void VellumcapAppDelegate::openPrefsWindow(QObject* sender)
 void VellumcapAppDelegate::performAction(const QString& name)
 {
     if (name.compare(u"Watch"_s, Qt::CaseInsensitive) == 0) {
-        openJournalWindow(nullptr);
-        m_journalWindow->watch(static_cast<QObject*>(nullptr));
+        openJournalWindow();
+        m_journalWindow->watch();
     }
 }
 
@@ -143,11 +143,11 @@ bool VellumcapAppDelegate::validateMenuItem(const QAction& item) const
 void VellumcapAppDelegate::perform(QAction& item)
 {
     if (item.objectName() == u"openJournalWindow"_s) {
-        openJournalWindow(&item);
+        openJournalWindow();
     } else if (item.objectName() == u"openPrefsWindow"_s) {
-        openPrefsWindow(&item);
+        openPrefsWindow();
     } else if (item.objectName() == u"saveAction"_s) {
-        saveAction(&item);
+        saveAction();
     }
 }
 

@@ -29,9 +29,9 @@ public:
 
     void storeCapture(const QImage& image, const QString& value) override;
 
-    void saveAction(QObject* sender);
-    void openJournalWindow(QObject* sender);
-    void openPrefsWindow(QObject* sender);
+    void saveAction();
+    void openJournalWindow();
+    void openPrefsWindow();
     /// An action of the launcher: "Watch" is pressing Watch in the journal, which comes to the
     /// front. Any other does nothing.
     void performAction(const QString& name);

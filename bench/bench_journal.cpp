@@ -39,8 +39,8 @@ public:
             capture->setCaptureImageKey(
                 QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
         }
-        Capture::saveCapture(nullptr);
-        m_delegate.openJournalWindow(nullptr);
+        Capture::saveCapture();
+        m_delegate.openJournalWindow();
         QCoreApplication::processEvents();
     }
 

@@ -1,18 +1,14 @@
 #include "camera/CaptureWindow.h"
 
-#include "app/Capture.h"
-#include "app/StoreStack.h"
 #include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/services/Log.h"
-#include "platform/services/Workspace.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Sheet.h"
 #include "platform/ui/TextField.h"
 #include "ui_CaptureWindow.h"
 
 #include <QDialog>
-#include <QUrl>
 
 #include <initializer_list>
 
@@ -51,8 +47,8 @@ void logAdjustment(const QString& what)
 
 } // namespace
 
-CaptureWindow::CaptureWindow(const QString& windowNibName)
-    : ScanningWindow(windowNibName, FramePipeline::WhileOffering::Ignored)
+CaptureWindow::CaptureWindow()
+    : ScanningWindow(FramePipeline::WhileOffering::Ignored)
     , m_ui(std::make_unique<Ui::CaptureWindow>())
 {
 }
@@ -74,25 +70,27 @@ std::unique_ptr<QWidget> CaptureWindow::loadWindow()
 {
     auto window = std::make_unique<QDialog>();
     m_ui->setupUi(window.get());
-    textField = m_ui->textField;
-    buttonCancel = m_ui->buttonCancel;
-    buttonSkip = m_ui->buttonSkip;
-    buttonSave = m_ui->buttonSave;
-    buttonOpenLink = m_ui->buttonOpenLink;
-    capturedImageView = m_ui->capturedImageView;
-    cameraImageView = m_ui->cameraImageView;
-    capturedImageView->hide();
-    connect(buttonCancel, &QPushButton::clicked, this, [this] { cancelCapture(buttonCancel); });
-    connect(buttonSkip, &QPushButton::clicked, this, [this] { skipCapture(buttonSkip); });
-    connect(buttonSave, &QPushButton::clicked, this, [this] { saveCapture(buttonSave); });
-    connect(buttonOpenLink, &QPushButton::clicked, this, [this] { openLink(buttonOpenLink); });
+    m_controls = std::make_unique<OfferControls>(
+        OfferControls::Widgets{
+            *m_ui->textField, *m_ui->buttonSave, *m_ui->buttonSkip, *m_ui->buttonOpenLink },
+        sharedOffer());
+    m_ui->capturedImageView->hide();
+    connect(m_ui->buttonCancel, &QPushButton::clicked, this, &CaptureWindow::cancelCapture);
+    connect(m_ui->buttonSkip, &QPushButton::clicked, this, &CaptureWindow::skipCapture);
+    connect(m_ui->buttonSave, &QPushButton::clicked, this, &CaptureWindow::saveCapture);
+    connect(m_ui->buttonOpenLink, &QPushButton::clicked, this, &CaptureWindow::openLink);
     return window;
+}
+
+platform::CameraView& CaptureWindow::cameraImageView() const
+{
+    return *m_ui->cameraImageView;
 }
 
 void CaptureWindow::prepareControls()
 {
     offer().setCaptureState(0);
-    enableButtonsForScanning();
+    m_controls->clearOffer();
 }
 
 void CaptureWindow::configureDevice(std::optional<CaptureDevice>& chosen)
@@ -138,57 +136,42 @@ void CaptureWindow::codeWasAccepted(const AcceptedCode& code)
 
 void CaptureWindow::confirmCapture()
 {
-    const QString text = captureData().value_or(QString());
-    textField->setStringValue(text);
-    capturedImageView->setImage(capturedImage());
-    capturedImageView->show();
+    m_controls->showOffer();
+    m_ui->capturedImageView->setImage(capturedImage());
+    m_ui->capturedImageView->show();
     if (mCaptureSession()) {
         mCaptureSession()->stopRunning();
     }
-    buttonOpenLink->setEnabled(Capture::isUrl(text));
-    buttonSave->setEnabled(true);
-    buttonSkip->setEnabled(true);
-    buttonCancel->setEnabled(true);
 }
 
 void CaptureWindow::resumeCapturing()
 {
-    textField->setStringValue(QString());
-    capturedImageView->setImage(QImage());
-    capturedImageView->hide();
-    offer().setCapturedImage(QImage());
+    m_controls->clearOffer();
+    m_ui->capturedImageView->setImage(QImage());
+    m_ui->capturedImageView->hide();
     if (mCaptureSession()) {
         mCaptureSession()->startRunning();
     }
-    enableButtonsForScanning();
     offer().setCaptureState(0);
 }
 
-void CaptureWindow::enableButtonsForScanning()
-{
-    buttonOpenLink->setEnabled(false);
-    buttonSave->setEnabled(false);
-    buttonSkip->setEnabled(false);
-    buttonCancel->setEnabled(true);
-}
-
-void CaptureWindow::skipCapture(QObject* /*sender*/)
+void CaptureWindow::skipCapture()
 {
     resumeCapturing();
 }
 
-void CaptureWindow::saveCapture(QObject* sender)
+void CaptureWindow::saveCapture()
 {
-    StoreStack::shared().storeCapture(capturedImage(), captureData().value_or(QString()));
-    skipCapture(sender);
+    m_controls->storeCode();
+    skipCapture();
 }
 
-void CaptureWindow::openLink(QObject* /*sender*/)
+void CaptureWindow::openLink()
 {
-    platform::Workspace::open(QUrl(captureData().value_or(QString()), QUrl::StrictMode));
+    m_controls->openLink();
 }
 
-void CaptureWindow::cancelCapture(QObject* /*sender*/)
+void CaptureWindow::cancelCapture()
 {
     if (mCaptureSession() && mCaptureSession()->isRunning()) {
         mCaptureSession()->stopRunning();

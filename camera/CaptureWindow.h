@@ -1,5 +1,6 @@
 #pragma once
 
+#include "camera/OfferControls.h"
 #include "camera/ScanningWindow.h"
 #include "platform/camera/CaptureDevice.h"
 
@@ -9,10 +10,6 @@ namespace Ui {
 class CaptureWindow;
 }
 
-namespace platform {
-class ImageView;
-}
-
 namespace vellumcap {
 
 /// Scans for one code at a time: the first new one stops the camera and is offered to be kept,
@@ -20,14 +17,8 @@ namespace vellumcap {
 class CaptureWindow final : public ScanningWindow {
     Q_OBJECT
 public:
-    explicit CaptureWindow(const QString& windowNibName);
+    CaptureWindow();
     ~CaptureWindow() override;
-
-    // Outlets, null until the window is loaded.
-    QPushButton* buttonSkip = nullptr;
-    QPushButton* buttonSave = nullptr;
-    QPushButton* buttonOpenLink = nullptr;
-    platform::ImageView* capturedImageView = nullptr; ///< hidden while scanning
 
     /// 0: scanning, frames are examined; 1: a code is on offer, frames are ignored.
     qint32 captureState() const { return offer().captureState(); }
@@ -37,13 +28,14 @@ public:
     void confirmCapture();
     void resumeCapturing();
 
-    void skipCapture(QObject* sender);
-    void saveCapture(QObject* sender);
-    void openLink(QObject* sender);
-    void cancelCapture(QObject* sender) override;
+    void skipCapture();
+    void saveCapture();
+    void openLink();
+    void cancelCapture() override;
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
+    platform::CameraView& cameraImageView() const override;
     void prepareControls() override;
     void configureDevice(std::optional<platform::CaptureDevice>& chosen) override;
     void outputWasAdded(const std::optional<platform::CaptureDevice>& device) override;
@@ -51,9 +43,9 @@ protected:
 
 private:
     void endAdjustmentObservations();
-    void enableButtonsForScanning();
 
     std::unique_ptr<Ui::CaptureWindow> m_ui;
+    std::unique_ptr<OfferControls> m_controls;
     std::optional<platform::CaptureDevice> m_device;
     std::array<std::unique_ptr<platform::CaptureDevice::Observation>, 3> m_adjustments;
 };

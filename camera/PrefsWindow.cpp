@@ -27,9 +27,8 @@ constexpr auto mirrorKey = "pref-mirror-video";
 
 } // namespace
 
-PrefsWindow::PrefsWindow(const QString& windowNibName)
-    : WindowController(windowNibName)
-    , m_ui(std::make_unique<Ui::PrefsWindow>())
+PrefsWindow::PrefsWindow()
+    : m_ui(std::make_unique<Ui::PrefsWindow>())
 {
 }
 
@@ -39,9 +38,6 @@ std::unique_ptr<QWidget> PrefsWindow::loadWindow()
 {
     auto window = std::make_unique<QDialog>();
     m_ui->setupUi(window.get());
-    cameraMenu = m_ui->cameraMenu;
-    contrastSlider = m_ui->contrastSlider;
-    mirrorVideoCheckbox = m_ui->mirrorVideoCheckbox;
     return window;
 }
 
@@ -49,18 +45,17 @@ void PrefsWindow::windowDidLoad()
 {
     const auto& defaults = platform::UserDefaults::standard();
     m_contrast = defaults.doubleForKey(key(contrastKey));
-    mirrorVideoCheckbox->setChecked(defaults.integerForKey(key(mirrorKey)) != 0);
+    m_ui->mirrorVideoCheckbox->setChecked(defaults.integerForKey(key(mirrorKey)) != 0);
     showContrast();
-    connect(cameraMenu, &QComboBox::activated, this, [this] { menuSelected(cameraMenu); });
-    connect(contrastSlider, &QSlider::valueChanged, this, [this](int step) { setContrast(step); });
-    connect(mirrorVideoCheckbox, &QCheckBox::toggled, this,
-        [this] { mirrorVideoChanged(mirrorVideoCheckbox); });
+    connect(m_ui->cameraMenu, &QComboBox::activated, this, &PrefsWindow::menuSelected);
+    connect(m_ui->contrastSlider, &QSlider::valueChanged, this, &PrefsWindow::setContrast);
+    connect(m_ui->mirrorVideoCheckbox, &QCheckBox::toggled, this, &PrefsWindow::mirrorVideoChanged);
     connect(m_ui->resetContrast, &QToolButton::clicked, this, [this] { setContrast(0); });
 }
 
-void PrefsWindow::showWindow(QObject* sender)
+void PrefsWindow::showWindow()
 {
-    WindowController::showWindow(sender);
+    WindowController::showWindow();
     updateMenu();
 }
 
@@ -71,22 +66,23 @@ void PrefsWindow::updateMenu()
     const auto stored = platform::UserDefaults::standard().stringForKey(key(cameraKey));
     const auto standard = CaptureDevice::defaultDeviceWithMediaType(MediaType::Video);
     m_devices.clear();
-    cameraMenu->clear();
+    m_ui->cameraMenu->clear();
     for (const MediaType type : { MediaType::Video, MediaType::Muxed }) {
         for (const CaptureDevice& device : CaptureDevice::devicesWithMediaType(type)) {
-            cameraMenu->addItem(device.localizedName());
+            m_ui->cameraMenu->addItem(device.localizedName());
             m_devices.append(device.uniqueID());
         }
     }
     const qsizetype standardIndex = standard ? m_devices.indexOf(standard->uniqueID()) : -1;
     const qsizetype storedIndex = stored ? m_devices.indexOf(*stored) : -1;
-    cameraMenu->setCurrentIndex(static_cast<int>(storedIndex >= 0 ? storedIndex : standardIndex));
-    cameraMenu->setEnabled(!m_devices.isEmpty());
+    m_ui->cameraMenu->setCurrentIndex(
+        static_cast<int>(storedIndex >= 0 ? storedIndex : standardIndex));
+    m_ui->cameraMenu->setEnabled(!m_devices.isEmpty());
 }
 
-void PrefsWindow::menuSelected(QObject* /*sender*/)
+void PrefsWindow::menuSelected()
 {
-    const int index = cameraMenu->currentIndex();
+    const int index = m_ui->cameraMenu->currentIndex();
     if (index < 0) {
         return;
     }
@@ -97,9 +93,9 @@ void PrefsWindow::menuSelected(QObject* /*sender*/)
 
 void PrefsWindow::showContrast()
 {
-    const QSignalBlocker noChange(contrastSlider);
-    contrastSlider->setValue(qRound(
-        std::clamp<double>(m_contrast, contrastSlider->minimum(), contrastSlider->maximum())));
+    const QSignalBlocker noChange(m_ui->contrastSlider);
+    m_ui->contrastSlider->setValue(qRound(std::clamp<double>(
+        m_contrast, m_ui->contrastSlider->minimum(), m_ui->contrastSlider->maximum())));
     m_ui->contrastValue->setNum(m_contrast);
 }
 
@@ -108,20 +104,20 @@ void PrefsWindow::setContrast(double contrast)
     if (contrast != m_contrast) {
         m_contrast = contrast;
         showContrast();
-        contrastChanged(contrastSlider);
+        contrastChanged();
     }
 }
 
-void PrefsWindow::contrastChanged(QObject* /*sender*/)
+void PrefsWindow::contrastChanged()
 {
     platform::log(u"Contrast value %1"_s.arg(m_contrast, 0, 'f', 6));
     platform::UserDefaults::standard().setDouble(key(contrastKey), m_contrast);
 }
 
-void PrefsWindow::mirrorVideoChanged(QObject* /*sender*/)
+void PrefsWindow::mirrorVideoChanged()
 {
     platform::UserDefaults::standard().setInteger(
-        key(mirrorKey), mirrorVideoCheckbox->isChecked() ? 1 : 0);
+        key(mirrorKey), m_ui->mirrorVideoCheckbox->isChecked() ? 1 : 0);
 }
 
 } // namespace vellumcap

@@ -6,10 +6,6 @@
 
 #include <memory>
 
-class QCheckBox;
-class QComboBox;
-class QSlider;
-
 namespace Ui {
 class PrefsWindow;
 }
@@ -20,25 +16,19 @@ namespace vellumcap {
 class PrefsWindow : public platform::WindowController {
     Q_OBJECT
 public:
-    explicit PrefsWindow(const QString& windowNibName);
+    PrefsWindow();
     ~PrefsWindow() override;
-
-    // Outlets, null until the window is loaded.
-    QComboBox* cameraMenu = nullptr;
-    /// Contrast in percent, neutral at 0, to the nearest whole step.
-    QSlider* contrastSlider = nullptr;
-    QCheckBox* mirrorVideoCheckbox = nullptr;
 
     /// The cameras' unique identifiers, in the order of the menu's items.
     const QStringList& devices() const { return m_devices; }
 
-    void showWindow(QObject* sender) override;
+    void showWindow() override;
     /// Lists the cameras anew and selects the stored one, else the default one, else none.
     void updateMenu();
 
-    void menuSelected(QObject* sender);
-    void contrastChanged(QObject* sender);
-    void mirrorVideoChanged(QObject* sender);
+    void menuSelected();
+    void contrastChanged();
+    void mirrorVideoChanged();
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;

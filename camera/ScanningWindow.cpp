@@ -74,10 +74,8 @@ QString captionFor(CaptureSession::Interruption interruption)
 
 } // namespace
 
-ScanningWindow::ScanningWindow(
-    const QString& windowNibName, FramePipeline::WhileOffering whileOffering)
-    : WindowController(windowNibName)
-    , m_whileOffering(whileOffering)
+ScanningWindow::ScanningWindow(FramePipeline::WhileOffering whileOffering)
+    : m_whileOffering(whileOffering)
 {
 }
 
@@ -169,7 +167,7 @@ void ScanningWindow::addPreview()
     m_preview->setVideoGravity(platform::CaptureVideoPreviewLayer::VideoGravity::ResizeAspect);
     m_preview->setFilters({ m_previewF1, m_previewF2 });
     followMirroring();
-    cameraImageView->setLayer(m_preview);
+    cameraImageView().setLayer(m_preview);
     m_pipeline->setPreparation({ m_scannerF1, m_scannerF2 }, m_preview->connection());
 }
 
@@ -186,13 +184,13 @@ void ScanningWindow::followMirroring()
 void ScanningWindow::showInterruption()
 {
     if (m_session) {
-        cameraImageView->setCaption(captionFor(m_session->interruption()));
+        cameraImageView().setCaption(captionFor(m_session->interruption()));
     }
 }
 
 void ScanningWindow::releaseSession()
 {
-    cameraImageView->setLayer(nullptr);
+    cameraImageView().setLayer(nullptr);
     m_session.reset();
     m_deviceInput.reset();
     m_videoDataOutput.reset();
@@ -206,9 +204,9 @@ void ScanningWindow::windowWillClose()
     }
 }
 
-bool ScanningWindow::windowShouldClose(QWidget* /*window*/)
+bool ScanningWindow::windowShouldClose()
 {
-    cancelCapture(nullptr);
+    cancelCapture();
     return true;
 }
 

@@ -10,8 +10,6 @@
 #include <memory>
 #include <optional>
 
-class QPushButton;
-
 namespace platform {
 class CameraView;
 class CaptureDevice;
@@ -19,7 +17,6 @@ class CaptureDeviceInput;
 class CaptureSession;
 class CaptureVideoPreviewLayer;
 class ImageFilter;
-class TextField;
 } // namespace platform
 
 namespace vellumcap {
@@ -31,11 +28,6 @@ class ScanningWindow : public platform::WindowController {
     Q_OBJECT
 public:
     ~ScanningWindow() override;
-
-    // Outlets, null until the window is loaded.
-    platform::TextField* textField = nullptr;
-    QPushButton* buttonCancel = nullptr;
-    platform::CameraView* cameraImageView = nullptr;
 
     /// The text of the last code accepted; absent in a new window.
     std::optional<QString> captureData() const { return m_offer->captureData(); }
@@ -63,11 +55,11 @@ public:
     void buildCoreFilterArray();
 
 protected:
-    ScanningWindow(const QString& windowNibName, FramePipeline::WhileOffering whileOffering);
+    explicit ScanningWindow(FramePipeline::WhileOffering whileOffering);
 
     void windowDidLoad() final;
     void windowWillClose() final;
-    bool windowShouldClose(QWidget* window) final;
+    bool windowShouldClose() final;
 
     CodeOnOffer& offer() { return *m_offer; }
     const CodeOnOffer& offer() const { return *m_offer; }
@@ -76,8 +68,10 @@ protected:
     void releaseSession();
     void endPreferenceObservations();
 
+    /// The view that shows the preview, once the window is loaded.
+    virtual platform::CameraView& cameraImageView() const = 0;
     /// The state of the controls in a window that has just been loaded.
-    virtual void prepareControls() = 0;
+    virtual void prepareControls() { }
     /// Sets how the camera adjusts itself, before it is opened; there may be none.
     virtual void configureDevice(std::optional<platform::CaptureDevice>& device) = 0;
     /// The output is part of the session, which is not running yet.
@@ -85,7 +79,7 @@ protected:
     virtual void sessionWasStarted() { }
     /// A code has been accepted, and put on offer; another may have been since.
     virtual void codeWasAccepted(const AcceptedCode& code) = 0;
-    virtual void cancelCapture(QObject* sender) = 0;
+    virtual void cancelCapture() = 0;
 
 private:
     void observePreferences();

@@ -2,9 +2,7 @@
 
 #include "app/StoreStack.h"
 #include "imaging/CodeBitmap.h"
-#include "imaging/DragDropImageView.h"
 #include "platform/barcode/QRCodeGenerator.h"
-#include "platform/services/Dispatch.h"
 #include "platform/services/Log.h"
 #include "ui_GenerateWindow.h"
 
@@ -30,9 +28,9 @@ QString failureOf(const QByteArray& message)
 
 } // namespace
 
-GenerateWindow::GenerateWindow(const QString& windowNibName)
-    : WindowController(windowNibName)
-    , m_ui(std::make_unique<Ui::GenerateWindow>())
+GenerateWindow::GenerateWindow()
+    : m_ui(std::make_unique<Ui::GenerateWindow>())
+    , m_generatedData(u""_s)
 {
 }
 
@@ -42,24 +40,19 @@ std::unique_ptr<QWidget> GenerateWindow::loadWindow()
 {
     auto window = std::make_unique<QDialog>();
     m_ui->setupUi(window.get());
-    imageWell = m_ui->imageWell;
-    buttonGenerate = m_ui->buttonGenerate;
-    buttonClose = m_ui->buttonClose;
-    buttonSave = m_ui->buttonSave;
-    textField = m_ui->textField;
-    connect(
-        textField, &platform::TextField::textChanged, this, &GenerateWindow::controlTextDidChange);
-    connect(textField, &platform::TextField::action, this, [this] { setText(textField); });
-    connect(buttonGenerate, &QPushButton::clicked, this, [this] { generateCode(buttonGenerate); });
-    connect(buttonClose, &QPushButton::clicked, this, [this] { cancelGenerate(buttonClose); });
-    connect(buttonSave, &QPushButton::clicked, this, [this] { saveGenerate(buttonSave); });
+    connect(m_ui->textField, &platform::TextField::textChanged, this,
+        &GenerateWindow::controlTextDidChange);
+    connect(m_ui->textField, &platform::TextField::action, this, &GenerateWindow::setText);
+    connect(m_ui->buttonGenerate, &QPushButton::clicked, this, &GenerateWindow::generateCode);
+    connect(m_ui->buttonClose, &QPushButton::clicked, this, &GenerateWindow::cancelGenerate);
+    connect(m_ui->buttonSave, &QPushButton::clicked, this, &GenerateWindow::saveGenerate);
     return window;
 }
 
 void GenerateWindow::windowDidLoad()
 {
     WindowController::windowDidLoad();
-    imageWell->setAllowDrop(false);
+    m_ui->imageWell->setAllowDrop(false);
     updateUI();
 }
 
@@ -73,11 +66,11 @@ QString GenerateWindow::hint() const
 
 void GenerateWindow::updateUI()
 {
-    buttonSave->setEnabled(m_canSave);
-    buttonGenerate->setEnabled(m_canGenerate);
-    imageWell->setEnabled(m_canSave);
+    m_ui->buttonSave->setEnabled(m_canSave);
+    m_ui->buttonGenerate->setEnabled(m_canGenerate);
+    m_ui->imageWell->setEnabled(m_canSave);
     if (!m_canSave) {
-        imageWell->setImage(QImage());
+        m_ui->imageWell->setImage(QImage());
     }
     m_ui->labelWell->setText(hint());
     m_ui->labelWell->setVisible(!m_canSave);
@@ -85,7 +78,7 @@ void GenerateWindow::updateUI()
 
 void GenerateWindow::controlTextDidChange()
 {
-    const QString text = textField->stringValue();
+    const QString text = m_ui->textField->stringValue();
     if (text.isEmpty()) {
         m_canGenerate = false;
         m_canSave = false;
@@ -102,35 +95,33 @@ void GenerateWindow::controlTextDidChange()
     m_generatedData = text;
 }
 
-void GenerateWindow::generateCode(QObject* /*sender*/)
+void GenerateWindow::generateCode()
 {
     platform::log(u"Generate"_s);
     const QByteArray message = m_generatedData.toUtf8();
     m_generatedImage = codeBitmap(platform::QRCodeGenerator::outputImage(message));
-    imageWell->setImage(m_generatedImage);
+    m_ui->imageWell->setImage(m_generatedImage);
     m_canSave = !m_generatedImage.isNull();
     m_canGenerate = false;
     m_failure = m_canSave ? QString() : failureOf(message);
     updateUI();
 }
 
-void GenerateWindow::saveGenerate(QObject* /*sender*/)
+void GenerateWindow::saveGenerate()
 {
     StoreStack::shared().storeCapture(m_generatedImage, m_generatedData);
 }
 
-void GenerateWindow::cancelGenerate(QObject* /*sender*/)
+void GenerateWindow::cancelGenerate()
 {
-    platform::dispatchMain(
-        lifeGuard(), [this] { platform::Application::shared().endSheet(window()); });
-    window()->hide();
+    endSheetLater();
 }
 
-void GenerateWindow::setText(QObject* /*sender*/) { }
+void GenerateWindow::setText() { }
 
-bool GenerateWindow::windowShouldClose(QWidget* /*window*/)
+bool GenerateWindow::windowShouldClose()
 {
-    cancelGenerate(nullptr);
+    cancelGenerate();
     return false;
 }
 

@@ -6,34 +6,19 @@
 
 #include <memory>
 
-class QPushButton;
-
 namespace Ui {
 class GenerateWindow;
 }
 
-namespace platform {
-class TextField;
-}
-
 namespace vellumcap {
-
-class DragDropImageView;
 
 /// Draws a QR code of a text that the user types; the picture can be kept in the journal or
 /// dragged out. A sheet of the journal; a new one each time. Main thread.
 class GenerateWindow : public platform::WindowController {
     Q_OBJECT
 public:
-    explicit GenerateWindow(const QString& windowNibName);
+    GenerateWindow();
     ~GenerateWindow() override;
-
-    // Outlets, null until the window is loaded.
-    DragDropImageView* imageWell = nullptr;
-    QPushButton* buttonGenerate = nullptr;
-    QPushButton* buttonClose = nullptr;
-    QPushButton* buttonSave = nullptr;
-    platform::TextField* textField = nullptr;
 
     bool canSave() const { return m_canSave; } ///< the well shows the code of generatedData()
     /// The text has changed since a code was last asked for.
@@ -46,16 +31,16 @@ public:
     /// The user has changed the text.
     void controlTextDidChange();
     /// Draws the text. One that no code can hold leaves the well empty and a message in it.
-    void generateCode(QObject* sender);
-    void saveGenerate(QObject* sender); ///< once more with every call
-    void cancelGenerate(QObject* sender);
+    void generateCode();
+    void saveGenerate(); ///< once more with every call
+    void cancelGenerate();
     /// The text field's action, sent by Return. Does nothing: only the button draws.
-    void setText(QObject* sender);
+    void setText();
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
     void windowDidLoad() override;
-    bool windowShouldClose(QWidget* window) override;
+    bool windowShouldClose() override;
 
 private:
     QString hint() const;
@@ -64,7 +49,7 @@ private:
     bool m_canSave = false;
     bool m_canGenerate = false;
     QImage m_generatedImage;
-    QString m_generatedData = QStringLiteral("");
+    QString m_generatedData;
     QString m_failure; ///< why there is no code of generatedData()
 };
 

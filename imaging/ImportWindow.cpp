@@ -1,20 +1,15 @@
 #include "imaging/ImportWindow.h"
 
-#include "app/Capture.h"
-#include "app/StoreStack.h"
 #include "camera/Detection.h"
 #include "platform/services/Dispatch.h"
-#include "platform/services/Workspace.h"
 #include "ui_ImportWindow.h"
 
 #include <QDialog>
-#include <QUrl>
 
 namespace vellumcap {
 
-ImportWindow::ImportWindow(const QString& windowNibName)
-    : WindowController(windowNibName)
-    , m_ui(std::make_unique<Ui::ImportWindow>())
+ImportWindow::ImportWindow()
+    : m_ui(std::make_unique<Ui::ImportWindow>())
 {
 }
 
@@ -24,26 +19,23 @@ std::unique_ptr<QWidget> ImportWindow::loadWindow()
 {
     auto window = std::make_unique<QDialog>();
     m_ui->setupUi(window.get());
-    imageWell = m_ui->imageWell;
-    buttonSkip = m_ui->buttonSkip;
-    buttonClose = m_ui->buttonClose;
-    buttonSave = m_ui->buttonSave;
-    buttonOpenLink = m_ui->buttonOpenLink;
-    textField = m_ui->textField;
-    labelDragImage = m_ui->labelDragImage;
-    connect(imageWell, &platform::ImageWell::imagePlaced, this, [this] { setImage(imageWell); });
-    connect(buttonSkip, &QPushButton::clicked, this, [this] { skipCapture(buttonSkip); });
-    connect(buttonClose, &QPushButton::clicked, this, [this] { cancelCapture(buttonClose); });
-    connect(buttonSave, &QPushButton::clicked, this, [this] { saveCapture(buttonSave); });
-    connect(buttonOpenLink, &QPushButton::clicked, this, [this] { openLink(buttonOpenLink); });
+    m_controls = std::make_unique<OfferControls>(
+        OfferControls::Widgets{
+            *m_ui->textField, *m_ui->buttonSave, *m_ui->buttonSkip, *m_ui->buttonOpenLink },
+        m_offer);
+    connect(m_ui->imageWell, &platform::ImageWell::imagePlaced, this, &ImportWindow::setImage);
+    connect(m_ui->buttonSkip, &QPushButton::clicked, this, &ImportWindow::skipCapture);
+    connect(m_ui->buttonClose, &QPushButton::clicked, this, &ImportWindow::cancelCapture);
+    connect(m_ui->buttonSave, &QPushButton::clicked, this, &ImportWindow::saveCapture);
+    connect(m_ui->buttonOpenLink, &QPushButton::clicked, this, &ImportWindow::openLink);
     return window;
 }
 
-void ImportWindow::setImage(QObject* /*sender*/)
+void ImportWindow::setImage()
 {
     resetCapturing();
-    labelDragImage->hide();
-    const QImage bitmap = imageWell->image();
+    m_ui->labelDragImage->hide();
+    const QImage bitmap = m_ui->imageWell->image();
     if (bitmap.isNull()) {
         return;
     }
@@ -54,70 +46,46 @@ void ImportWindow::setImage(QObject* /*sender*/)
 
 void ImportWindow::confirmCapture()
 {
-    const QString text = captureData().value_or(QString());
-    textField->setStringValue(text);
-    buttonOpenLink->setEnabled(Capture::isUrl(text));
-    buttonSave->setEnabled(true);
-    buttonSkip->setEnabled(true);
-    buttonClose->setEnabled(true);
-}
-
-void ImportWindow::clearOffer()
-{
-    textField->setStringValue(QString());
-    m_offer->setCapturedImage(QImage());
-}
-
-void ImportWindow::enableButtonsForWaiting()
-{
-    buttonOpenLink->setEnabled(false);
-    buttonSave->setEnabled(false);
-    buttonSkip->setEnabled(false);
-    buttonClose->setEnabled(true);
+    m_controls->showOffer();
 }
 
 void ImportWindow::resetCapturing()
 {
-    clearOffer();
-    enableButtonsForWaiting();
-    labelDragImage->show();
+    m_controls->clearOffer();
+    m_ui->labelDragImage->show();
 }
 
 void ImportWindow::resumeCapturing()
 {
-    clearOffer();
-    imageWell->setImage(QImage());
-    enableButtonsForWaiting();
-    labelDragImage->show();
+    m_ui->imageWell->setImage(QImage());
+    resetCapturing();
     m_offer->setCaptureState(0);
 }
 
-void ImportWindow::skipCapture(QObject* /*sender*/)
+void ImportWindow::skipCapture()
 {
     resumeCapturing();
 }
 
-void ImportWindow::saveCapture(QObject* sender)
+void ImportWindow::saveCapture()
 {
-    StoreStack::shared().storeCapture(capturedImage(), captureData().value_or(QString()));
-    skipCapture(sender);
+    m_controls->storeCode();
+    skipCapture();
 }
 
-void ImportWindow::openLink(QObject* /*sender*/)
+void ImportWindow::openLink()
 {
-    platform::Workspace::open(QUrl(captureData().value_or(QString()), QUrl::StrictMode));
+    m_controls->openLink();
 }
 
-void ImportWindow::cancelCapture(QObject* /*sender*/)
+void ImportWindow::cancelCapture()
 {
-    platform::dispatchMain(
-        lifeGuard(), [this] { platform::Application::shared().endSheet(window()); });
-    window()->hide();
+    endSheetLater();
 }
 
-bool ImportWindow::windowShouldClose(QWidget* /*window*/)
+bool ImportWindow::windowShouldClose()
 {
-    cancelCapture(nullptr);
+    cancelCapture();
     return false;
 }
 

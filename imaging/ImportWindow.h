@@ -1,6 +1,7 @@
 #pragma once
 
 #include "camera/CodeOnOffer.h"
+#include "camera/OfferControls.h"
 #include "platform/ui/WindowController.h"
 
 #include <QImage>
@@ -8,17 +9,9 @@
 #include <memory>
 #include <optional>
 
-class QLabel;
-class QPushButton;
-
 namespace Ui {
 class ImportWindow;
 }
-
-namespace platform {
-class ImageWell;
-class TextField;
-} // namespace platform
 
 namespace vellumcap {
 
@@ -28,17 +21,8 @@ namespace vellumcap {
 class ImportWindow : public platform::WindowController {
     Q_OBJECT
 public:
-    explicit ImportWindow(const QString& windowNibName);
+    ImportWindow();
     ~ImportWindow() override;
-
-    // Outlets, null until the window is loaded.
-    platform::ImageWell* imageWell = nullptr;
-    QPushButton* buttonSkip = nullptr;
-    QPushButton* buttonClose = nullptr;
-    QPushButton* buttonSave = nullptr;
-    QPushButton* buttonOpenLink = nullptr;
-    platform::TextField* textField = nullptr;
-    QLabel* labelDragImage = nullptr;
 
     /// 0: waiting; 1: a code is on offer. Nothing depends on it.
     qint32 captureState() const { return m_offer->captureState(); }
@@ -48,26 +32,24 @@ public:
     QImage capturedImage() const { return m_offer->capturedImage(); }
 
     /// The well's action: examines the picture that the well now holds.
-    void setImage(QObject* sender);
+    void setImage();
     void confirmCapture();
     void resetCapturing(); ///< clears the offer; the well keeps its picture
     void resumeCapturing(); ///< clears the offer and the well
 
-    void skipCapture(QObject* sender);
-    void saveCapture(QObject* sender);
-    void openLink(QObject* sender);
-    void cancelCapture(QObject* sender);
+    void skipCapture();
+    void saveCapture();
+    void openLink();
+    void cancelCapture();
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
-    bool windowShouldClose(QWidget* window) override;
+    bool windowShouldClose() override;
 
 private:
-    void clearOffer();
-    void enableButtonsForWaiting();
-
     std::unique_ptr<Ui::ImportWindow> m_ui;
     std::shared_ptr<CodeOnOffer> m_offer = std::make_shared<CodeOnOffer>();
+    std::unique_ptr<OfferControls> m_controls;
 };
 
 } // namespace vellumcap

@@ -76,7 +76,7 @@ void showAbout(QWidget* parent)
 {
     QMessageBox::about(parent, u"About Vellumcap"_s,
         u"<h3>Vellumcap %1</h3><p>Reads barcodes and QR codes, and keeps a journal "
-        "of those that matter to you.</p>"_s.arg(QStringLiteral(VELLUMCAP_VERSION)));
+        "of those that matter to you.</p>"_s.arg(QString::fromLatin1(VELLUMCAP_VERSION)));
 }
 
 } // namespace vellumcap

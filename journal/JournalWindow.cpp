@@ -43,17 +43,17 @@ CaptureList capturesOrNone()
 }
 
 /// Makes a new controller in `slot` and begins its window as a sheet, unless one is attached.
+/// `prepare` is called before the window is loaded.
 template <typename Controller>
-void openSheet(QWidget* window, std::unique_ptr<Controller>& slot, const char* nibName,
-    const std::function<void(Controller&)>& prepare = {})
+void openSheet(
+    QWidget* window, std::unique_ptr<Controller>& slot,
+    const std::function<void(Controller&)>& prepare = [](Controller&) {})
 {
     if (platform::attachedSheet(window) != nullptr) {
         return;
     }
-    slot = std::make_unique<Controller>(QString::fromLatin1(nibName));
-    if (prepare) {
-        prepare(*slot);
-    }
+    slot = std::make_unique<Controller>();
+    prepare(*slot);
     platform::beginSheet(window, slot->window());
 }
 
@@ -62,15 +62,15 @@ void openSheet(QWidget* window, std::unique_ptr<Controller>& slot, const char* n
 /// What an item of the menu or the toolbar does, and when it is enabled.
 struct JournalWindow::Command {
     const char* name;
-    void (JournalWindow::*perform)(QObject* sender);
+    void (JournalWindow::*perform)();
     bool (JournalWindow::*enabled)() const;
 };
 
 const JournalWindow::Command* JournalWindow::commandNamed(const QString& name)
 {
     static constexpr std::array<Command, 7> commands{ {
-        { "scan", &JournalWindow::scan, &JournalWindow::isScanAvailable },
-        { "watch", &JournalWindow::watch, &JournalWindow::isScanAvailable },
+        { "scan", &JournalWindow::scan, &JournalWindow::scanAvailable },
+        { "watch", &JournalWindow::watch, &JournalWindow::scanAvailable },
         { "importImage", &JournalWindow::importImage, &JournalWindow::isAlwaysAvailable },
         { "generate", &JournalWindow::generate, &JournalWindow::isAlwaysAvailable },
         { "saveImage", &JournalWindow::saveImage, &JournalWindow::hasSelection },
@@ -82,9 +82,8 @@ const JournalWindow::Command* JournalWindow::commandNamed(const QString& name)
     return found != commands.end() ? found : nullptr;
 }
 
-JournalWindow::JournalWindow(const QString& windowNibName)
-    : WindowController(windowNibName)
-    , m_ui(std::make_unique<Ui::JournalWindow>())
+JournalWindow::JournalWindow()
+    : m_ui(std::make_unique<Ui::JournalWindow>())
     , m_captures(capturesOrNone())
     , m_captureCollectionViewByDateData(
           std::make_unique<CaptureCollectionViewByDateData>(m_captures))
@@ -100,9 +99,9 @@ JournalWindow::JournalWindow(const QString& windowNibName)
 
 JournalWindow::~JournalWindow()
 {
-    if (collectionView != nullptr) {
-        collectionView->setDelegate(nullptr);
-        collectionView->setDataSource(nullptr);
+    if (isWindowLoaded()) {
+        m_ui->collectionView->setDelegate(nullptr);
+        m_ui->collectionView->setDataSource(nullptr);
     }
 }
 
@@ -110,30 +109,24 @@ std::unique_ptr<QWidget> JournalWindow::loadWindow()
 {
     auto window = std::make_unique<QMainWindow>();
     m_ui->setupUi(window.get());
-    collectionView = m_ui->collectionView;
-    selectedImage = m_ui->selectedImage;
-    selectedText = m_ui->selectedText;
-    selectedNotes = m_ui->selectedNotes;
-    toolbar = m_ui->toolbar;
     return window;
 }
 
 void JournalWindow::windowDidLoad()
 {
     window()->setWindowTitle(u"Vellumcap"_s);
-    selectedImage->setImage(QImage());
+    m_ui->selectedImage->setImage(QImage());
     connect(selectedNotes, &platform::TextField::editingEnded, this,
-        [this] { controlTextDidEndEditing(*selectedNotes); });
-    collectionView->registerItem(
+        [this] { controlTextDidEndEditing(*m_ui->selectedNotes); });
+    m_ui->collectionView->registerItem(
         ImageCollectionViewCell::reuseIdentifier(), [] { return new ImageCollectionViewCell; });
-    collectionView->registerSupplementaryView(platform::SupplementaryKind::SectionHeader,
+    m_ui->collectionView->registerSupplementaryView(platform::SupplementaryKind::SectionHeader,
         ImageCollectionViewHeaderCell::reuseIdentifier(),
         [] { return new ImageCollectionViewHeaderCell; });
-    collectionView->setDataSource(m_captureCollectionViewByDateData.get());
-    collectionView->setDelegate(m_captureCollectionViewByDateData.get());
+    m_ui->collectionView->setDataSource(m_captureCollectionViewByDateData.get());
+    m_ui->collectionView->setDelegate(m_captureCollectionViewByDateData.get());
     followContext();
-    m_ui->splitView->widget(0)->setMinimumWidth(
-        qRound(constrainMinCoordinate(*m_ui->splitView, 0.0, 0)));
+    m_ui->splitView->widget(0)->setMinimumWidth(qRound(constrainMinCoordinate()));
     dressJournalWindow(*m_ui);
     connectMenu();
     connectToolbar();
@@ -149,7 +142,7 @@ void JournalWindow::followContext()
         return;
     }
     m_notesEditor = context->registerEditor([this] {
-        selectedNotes->endEditing();
+        m_ui->selectedNotes->endEditing();
         return true;
     });
     m_undoObservation = context->observeUndo([this] { undoChangedStore(); });
@@ -168,20 +161,18 @@ void JournalWindow::connectMenu()
     connect(m_ui->aboutVellumcap, &QAction::triggered, this, [this] { showAbout(window()); });
     m_statusItem = std::make_unique<platform::StatusItem>(window()->windowIcon(), u"Vellumcap"_s,
         QList<QAction*>{ m_ui->openJournalWindow, m_ui->openPrefsWindow, m_ui->quit });
-    connect(m_statusItem.get(), &platform::StatusItem::activated, this,
-        [this] { showWindow(m_statusItem.get()); });
+    connect(m_statusItem.get(), &platform::StatusItem::activated, this, &JournalWindow::showWindow);
 }
 
 void JournalWindow::connectToolbar()
 {
     // A toolbar's buttons cannot be reached without a pointer unless they are told so.
-    for (QToolButton* button : toolbar->findChildren<QToolButton*>()) {
+    for (QToolButton* button : m_ui->toolbar->findChildren<QToolButton*>()) {
         if (button->defaultAction() != nullptr) {
             button->setFocusPolicy(Qt::TabFocus);
         }
     }
-    connect(m_ui->placeholderImport, &QPushButton::clicked, this,
-        [this] { importImage(m_ui->placeholderImport); });
+    connect(m_ui->placeholderImport, &QPushButton::clicked, this, &JournalWindow::importImage);
 }
 
 std::shared_ptr<Capture> JournalWindow::selectedCapture() const
@@ -200,63 +191,49 @@ CaptureImageBrowserDatasource& JournalWindow::captureImageBrowserDatasource() co
     return *m_captureImageBrowserDatasource;
 }
 
-void JournalWindow::setScanAvailable(bool available)
-{
-    m_scanAvailable = available;
-    if (isWindowLoaded()) {
-        validateItems();
-    }
-}
-
-void JournalWindow::scan(QObject* /*sender*/)
+void JournalWindow::scan()
 {
     if (m_scanAvailable) {
-        openSheet(window(), m_captureWindow, "CaptureWindow");
+        openSheet(window(), m_captureWindow);
     }
 }
 
-void JournalWindow::watch(QObject* /*sender*/)
+void JournalWindow::watch()
 {
-    watchWithScript(QString());
+    watch(QVariantMap());
 }
 
 void JournalWindow::watch(const QVariantMap& options)
 {
-    const QVariant name = options.value(u"ScriptName"_s);
-    const bool isText = name.metaType() == QMetaType::fromType<QString>();
-    watchWithScript(isText ? name.toString() : QString());
-}
-
-void JournalWindow::watchWithScript(const QString& scriptName)
-{
     if (!m_scanAvailable) {
         return;
     }
-    openSheet<WatchWindow>(window(), m_watchWindow, "WatchWindow", [&](WatchWindow& watchWindow) {
-        if (!scriptName.isEmpty()) {
-            watchWindow.setScriptedScriptName(scriptName);
+    openSheet<WatchWindow>(window(), m_watchWindow, [&options](WatchWindow& watchWindow) {
+        const QVariant name = options.value(u"ScriptName"_s);
+        if (name.metaType() == QMetaType::fromType<QString>() && !name.toString().isEmpty()) {
+            watchWindow.setScriptedScriptName(name.toString());
         }
     });
 }
 
-void JournalWindow::importImage(QObject* /*sender*/)
+void JournalWindow::importImage()
 {
-    openSheet(window(), m_importWindow, "ImportWindow");
+    openSheet(window(), m_importWindow);
 }
 
-void JournalWindow::generate(QObject* /*sender*/)
+void JournalWindow::generate()
 {
-    openSheet(window(), m_generateWindow, "GenerateWindow");
+    openSheet(window(), m_generateWindow);
 }
 
-void JournalWindow::openLinkInSafari(QObject* /*sender*/)
+void JournalWindow::openLinkInSafari()
 {
     if (hasSelectedLink()) {
         platform::Workspace::open(QUrl(selectedCapture()->captureValue(), QUrl::StrictMode));
     }
 }
 
-void JournalWindow::saveImage(QObject* /*sender*/)
+void JournalWindow::saveImage()
 {
     const platform::SavePanel panel{ u"QR Capture"_s, { u"jpg"_s } };
     panel.beginSheet(window(), [this](const QString& path) {
@@ -270,7 +247,7 @@ void JournalWindow::saveImage(QObject* /*sender*/)
     });
 }
 
-void JournalWindow::deleteCapture(QObject* /*sender*/)
+void JournalWindow::deleteCapture()
 {
     Capture::deleteCapture(selectedCapture());
     captureSelected(nullptr);
@@ -284,7 +261,7 @@ void JournalWindow::refreshLists()
     m_captureImageBrowserDatasource->captureArray = m_captures;
     if (isWindowLoaded()) {
         followContext();
-        collectionView->reloadData();
+        m_ui->collectionView->reloadData();
         showDetailOrPlaceholder();
         validateItems();
     }
@@ -293,21 +270,21 @@ void JournalWindow::refreshLists()
 void JournalWindow::undoChangedStore()
 {
     captureSelected(selectedCapture()); // changed, or gone
-    Capture::saveCapture(nullptr);
+    Capture::saveCapture();
     refreshLists();
 }
 
 void JournalWindow::captureSelected(const std::shared_ptr<Capture>& capture)
 {
-    selectedNotes->endEditing(); // the text belongs to the capture shown until now
+    m_ui->selectedNotes->endEditing(); // the text belongs to the capture shown until now
     const bool shown = capture != nullptr;
-    selectedImage->setHidden(!shown);
-    selectedText->setHidden(!shown);
-    selectedNotes->setHidden(!shown);
+    m_ui->selectedImage->setHidden(!shown);
+    m_ui->selectedText->setHidden(!shown);
+    m_ui->selectedNotes->setHidden(!shown);
     if (shown) {
-        selectedText->setStringValue(capture->captureValue());
-        selectedImage->setImageWithFile(capture->getImage());
-        selectedNotes->setStringValue(capture->notes().value_or(QString()));
+        m_ui->selectedText->setStringValue(capture->captureValue());
+        m_ui->selectedImage->setImageWithFile(capture->getImage());
+        m_ui->selectedNotes->setStringValue(capture->notes().value_or(QString()));
         describeCapture(*m_ui, *capture);
     }
     m_selectedCapture = capture;
@@ -355,13 +332,13 @@ bool JournalWindow::validateToolbarItem(const QAction& item) const
 void JournalWindow::perform(QAction& item)
 {
     if (const Command* command = commandNamed(item.objectName())) {
-        (this->*command->perform)(&item);
+        (this->*command->perform)();
     }
 }
 
 void JournalWindow::validateItems()
 {
-    for (QAction* item : toolbar->actions()) {
+    for (QAction* item : m_ui->toolbar->actions()) {
         if (!item->isSeparator() && respondsTo(*item)) {
             item->setEnabled(validateToolbarItem(*item));
         }
@@ -375,16 +352,10 @@ void JournalWindow::controlTextDidEndEditing(const platform::TextField& field)
     if (capture != nullptr) {
         capture->setNotes(field.stringValue());
     }
-    Capture::saveCapture(capture.get());
+    Capture::saveCapture();
 }
 
-bool JournalWindow::windowShouldClose(QWidget* /*window*/)
-{
-    return true;
-}
-
-double JournalWindow::constrainMinCoordinate(
-    const QSplitter& /*splitView*/, double /*proposed*/, int /*dividerIndex*/) const
+double JournalWindow::constrainMinCoordinate() const
 {
     return leastListWidth;
 }

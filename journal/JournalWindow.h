@@ -10,15 +10,12 @@
 #include <memory>
 
 class QAction;
-class QSplitter;
-class QToolBar;
 
 namespace Ui {
 class JournalWindow;
 }
 
 namespace platform {
-class ImageView;
 class MainMenu;
 class StatusItem;
 class TextField;
@@ -41,15 +38,8 @@ class JournalWindow : public platform::WindowController,
                       public platform::CollectionViewDelegate {
     Q_OBJECT
 public:
-    explicit JournalWindow(const QString& windowNibName);
+    JournalWindow();
     ~JournalWindow() override;
-
-    // Outlets, null until the window is loaded.
-    platform::CollectionView* collectionView = nullptr;
-    platform::ImageView* selectedImage = nullptr;
-    platform::TextField* selectedText = nullptr;
-    platform::TextField* selectedNotes = nullptr;
-    QToolBar* toolbar = nullptr;
 
     const CaptureList& captures() const { return m_captures; }
     CaptureCollectionViewByDateData& captureCollectionViewByDateData() const;
@@ -65,17 +55,16 @@ public:
 
     /// Whether there is a camera; decided once, when the controller is made.
     bool scanAvailable() const { return m_scanAvailable; }
-    void setScanAvailable(bool available);
 
-    void scan(QObject* sender);
-    void watch(QObject* sender);
-    /// As above; a non-empty string under "ScriptName" names the script to preselect.
+    void scan();
+    void watch();
+    /// As watch(). A non-empty string under "ScriptName" names the script to preselect.
     void watch(const QVariantMap& options);
-    void importImage(QObject* sender);
-    void generate(QObject* sender);
-    void openLinkInSafari(QObject* sender);
-    void saveImage(QObject* sender);
-    void deleteCapture(QObject* sender);
+    void importImage();
+    void generate();
+    void openLinkInSafari();
+    void saveImage();
+    void deleteCapture();
 
     /// Reads everything from the store again. Called after every store.
     void refreshLists();
@@ -88,9 +77,8 @@ public:
     void perform(QAction& item) override;
 
     void controlTextDidEndEditing(const platform::TextField& field);
-    bool windowShouldClose(QWidget* window) override;
-    double constrainMinCoordinate(
-        const QSplitter& splitView, double proposed, int dividerIndex) const;
+    /// The least width of the list.
+    double constrainMinCoordinate() const;
 
     // All captures in one section; the window shows the list by day instead.
     int numberOfSectionsInCollectionView(platform::CollectionView& view) const override;
@@ -112,12 +100,10 @@ private:
     struct Command;
     static const Command* commandNamed(const QString& name);
 
-    bool isScanAvailable() const { return m_scanAvailable; }
     bool isAlwaysAvailable() const { return true; }
     bool hasSelection() const;
     bool hasSelectedLink() const;
 
-    void watchWithScript(const QString& scriptName);
     void followContext();
     void connectMenu();
     void connectToolbar();

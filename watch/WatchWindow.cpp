@@ -58,8 +58,8 @@ QString described(const QList<platform::FrameRateRange>& ranges)
 
 } // namespace
 
-WatchWindow::WatchWindow(const QString& windowNibName)
-    : ScanningWindow(windowNibName, FramePipeline::WhileOffering::Examined)
+WatchWindow::WatchWindow()
+    : ScanningWindow(FramePipeline::WhileOffering::Examined)
     , m_ui(std::make_unique<Ui::WatchWindow>())
 {
 }
@@ -70,22 +70,14 @@ std::unique_ptr<QWidget> WatchWindow::loadWindow()
 {
     auto window = std::make_unique<QDialog>();
     m_ui->setupUi(window.get());
-    textField = m_ui->textField;
-    buttonCancel = m_ui->buttonCancel;
-    cameraImageView = m_ui->cameraImageView;
-    disclosureView = m_ui->disclosureView;
-    disclosureTriangle = m_ui->disclosureTriangle;
-    appleScriptMenu = m_ui->appleScriptMenu;
-    appleScriptMenu->setItemData(0, noScriptTag);
-    disclosureView->setFixedHeight(disclosureView->sizeHint().height());
-    disclosureView->hide();
-    connect(buttonCancel, &QPushButton::clicked, this, [this] { cancelCapture(buttonCancel); });
-    connect(disclosureTriangle, &QToolButton::toggled, this,
-        [this] { clickTriangle(disclosureTriangle); });
-    connect(appleScriptMenu, &QComboBox::activated, this,
-        [this] { appleScriptPopupAction(appleScriptMenu); });
-    connect(m_ui->openScripts, &QPushButton::clicked, this,
-        [this] { openScriptFolder(m_ui->openScripts); });
+    m_ui->appleScriptMenu->setItemData(0, noScriptTag);
+    m_ui->disclosureView->setFixedHeight(m_ui->disclosureView->sizeHint().height());
+    m_ui->disclosureView->hide();
+    connect(m_ui->buttonCancel, &QPushButton::clicked, this, &WatchWindow::cancelCapture);
+    connect(m_ui->disclosureTriangle, &QToolButton::toggled, this, &WatchWindow::clickTriangle);
+    connect(
+        m_ui->appleScriptMenu, &QComboBox::activated, this, &WatchWindow::appleScriptPopupAction);
+    connect(m_ui->openScripts, &QPushButton::clicked, this, &WatchWindow::openScriptFolder);
     connectOptions();
     return window;
 }
@@ -107,9 +99,9 @@ void WatchWindow::connectOptions()
     option(m_ui->runScript, runScriptKey);
 }
 
-void WatchWindow::prepareControls()
+platform::CameraView& WatchWindow::cameraImageView() const
 {
-    buttonCancel->setEnabled(true);
+    return *m_ui->cameraImageView;
 }
 
 void WatchWindow::configureDevice(std::optional<CaptureDevice>& chosen)
@@ -154,10 +146,10 @@ void WatchWindow::listScripts(const ScriptTable& scripts)
     m_appleScripts = scripts;
     int tag = firstScriptTag;
     for (const QString& name : scripts.keys()) {
-        appleScriptMenu->addItem(name, tag++);
+        m_ui->appleScriptMenu->addItem(name, tag++);
     }
     if (m_scriptedScriptName && scripts.contains(*m_scriptedScriptName)) {
-        appleScriptMenu->setCurrentIndex(appleScriptMenu->findText(
+        m_ui->appleScriptMenu->setCurrentIndex(m_ui->appleScriptMenu->findText(
             *m_scriptedScriptName, Qt::MatchExactly | Qt::MatchCaseSensitive));
     }
 }
@@ -183,8 +175,7 @@ void WatchWindow::codeWasAccepted(const AcceptedCode& code)
 
 void WatchWindow::processCapture()
 {
-    textField->setStringValue(m_code.text);
-    buttonCancel->setEnabled(true);
+    m_ui->textField->setStringValue(m_code.text);
     if (Capture::isUrl(m_code.text)) {
         openLink();
     }
@@ -196,7 +187,7 @@ void WatchWindow::processCapture()
         return;
     }
     if (isOptionOn(closeOnFirstScanKey)) {
-        cancelCapture(nullptr);
+        cancelCapture();
     }
     if (isOptionOn(runScriptKey)) {
         runChosenScript();
@@ -219,10 +210,10 @@ void WatchWindow::saveCapture()
 /// The script gets the text as it is when its turn comes, unless that has been reset by then.
 void WatchWindow::runChosenScript()
 {
-    if (appleScriptMenu->currentData().toInt() < firstScriptTag) {
+    if (m_ui->appleScriptMenu->currentData().toInt() < firstScriptTag) {
         return;
     }
-    const QUrl location = m_appleScripts.value(appleScriptMenu->currentText());
+    const QUrl location = m_appleScripts.value(m_ui->appleScriptMenu->currentText());
     platform::dispatchScript([location, handled = m_code.text, offer = sharedOffer()] {
         const QString current = offer->captureData().value_or(QString());
         executeScriptWithPath(
@@ -241,47 +232,45 @@ void WatchWindow::resetCaptureDataLater()
 
 /// A sheet hangs from its window: what is above the panel stays where it is on the screen, and the
 /// room for the panel is added below.
-void WatchWindow::clickTriangle(QObject* /*sender*/)
+void WatchWindow::clickTriangle()
 {
-    const int height = disclosureView->height();
+    const int height = m_ui->disclosureView->height();
     QWidget* sheet = window();
-    if (disclosureTriangle->isChecked()) {
-        disclosureTriangle->setArrowType(Qt::DownArrow);
+    if (m_ui->disclosureTriangle->isChecked()) {
+        m_ui->disclosureTriangle->setArrowType(Qt::DownArrow);
         sheet->resize(sheet->width(), sheet->height() + height);
-        disclosureView->show();
+        m_ui->disclosureView->show();
     } else {
-        disclosureTriangle->setArrowType(Qt::RightArrow);
-        disclosureView->hide();
+        m_ui->disclosureTriangle->setArrowType(Qt::RightArrow);
+        m_ui->disclosureView->hide();
         sheet->layout()->activate(); // or the least size with the panel keeps it from shrinking
         sheet->resize(sheet->width(), sheet->height() - height);
     }
 }
 
-void WatchWindow::appleScriptPopupAction(QObject* /*sender*/)
+void WatchWindow::appleScriptPopupAction()
 {
-    platform::log(appleScriptMenu->currentText());
+    platform::log(m_ui->appleScriptMenu->currentText());
 }
 
-void WatchWindow::openScriptFolder(QObject* /*sender*/)
+void WatchWindow::openScriptFolder()
 {
     const QUrl folder = scriptFolder();
     if (!folder.isEmpty()) {
         platform::Workspace::showFolder(folder.toLocalFile());
     }
-    appleScriptMenu->setCurrentIndex(appleScriptMenu->findData(noScriptTag));
+    m_ui->appleScriptMenu->setCurrentIndex(m_ui->appleScriptMenu->findData(noScriptTag));
 }
 
-void WatchWindow::cancelCapture(QObject* /*sender*/)
+void WatchWindow::cancelCapture()
 {
     mCaptureSession()->stopRunning();
-    platform::dispatchMain(
-        lifeGuard(), [this] { platform::Application::shared().endSheet(window()); });
-    window()->hide();
+    endSheetLater();
 }
 
-void WatchWindow::performClose(QObject* sender)
+void WatchWindow::performClose()
 {
-    cancelCapture(sender);
+    cancelCapture();
 }
 
 /// To everything but what is meant for the delegate.
@@ -295,9 +284,9 @@ bool WatchWindow::validateMenuItem(const QAction& item) const
     return item.objectName() == u"closeWindow"_s;
 }
 
-void WatchWindow::perform(QAction& item)
+void WatchWindow::perform(QAction& /*item*/)
 {
-    performClose(&item);
+    performClose();
 }
 
 } // namespace vellumcap

@@ -6,10 +6,6 @@
 
 #include <vector>
 
-class QCheckBox;
-class QComboBox;
-class QToolButton;
-
 namespace Ui {
 class WatchWindow;
 }
@@ -22,13 +18,8 @@ namespace vellumcap {
 class WatchWindow final : public ScanningWindow, public platform::MenuResponder {
     Q_OBJECT
 public:
-    explicit WatchWindow(const QString& windowNibName);
+    WatchWindow();
     ~WatchWindow() override;
-
-    // Outlets, null until the window is loaded.
-    QWidget* disclosureView = nullptr; ///< the options panel
-    QToolButton* disclosureTriangle = nullptr; ///< checked: the panel is open
-    QComboBox* appleScriptMenu = nullptr; ///< an item's tag is its user data
 
     /// The scripts that were found when the window was loaded.
     const ScriptTable& appleScripts() const { return m_appleScripts; }
@@ -39,11 +30,11 @@ public:
     /// Acts on the last code: shows, opens and stores it, ends the watch, runs the script.
     void processCapture();
     void saveCapture();
-    void clickTriangle(QObject* sender);
-    void appleScriptPopupAction(QObject* sender);
-    void openScriptFolder(QObject* sender);
-    void cancelCapture(QObject* sender) override;
-    void performClose(QObject* sender);
+    void clickTriangle();
+    void appleScriptPopupAction();
+    void openScriptFolder();
+    void cancelCapture() override;
+    void performClose();
 
     bool respondsTo(const QAction& item) const override;
     bool validateMenuItem(const QAction& item) const override;
@@ -51,7 +42,7 @@ public:
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;
-    void prepareControls() override;
+    platform::CameraView& cameraImageView() const override;
     void configureDevice(std::optional<platform::CaptureDevice>& chosen) override;
     void sessionWasStarted() override;
     void codeWasAccepted(const AcceptedCode& code) override;

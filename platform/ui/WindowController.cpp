@@ -1,5 +1,6 @@
 #include "platform/ui/WindowController.h"
 
+#include "platform/services/Dispatch.h"
 #include "platform/ui/Sheet.h"
 
 #include <QDialog>
@@ -8,19 +9,12 @@
 #include <QVariant>
 #include <QWidget>
 
-#include <utility>
-
 namespace platform {
 namespace {
 
 constexpr auto controllerProperty = "windowController";
 
 } // namespace
-
-WindowController::WindowController(QString windowNibName)
-    : m_windowNibName(std::move(windowNibName))
-{
-}
 
 WindowController::~WindowController()
 {
@@ -41,7 +35,7 @@ QWidget* WindowController::window()
     return m_window.get();
 }
 
-void WindowController::showWindow(QObject*)
+void WindowController::showWindow()
 {
     QWidget* shown = window();
     shown->setWindowState(shown->windowState() & ~Qt::WindowMinimized);
@@ -60,7 +54,7 @@ WindowController* WindowController::controllerOf(const QWidget* widget)
         if (controller.isValid()) {
             return qobject_cast<WindowController*>(controller.value<QObject*>());
         }
-        // A pop-up (of a combo box, say) belongs to the window beneath; a dialog is its own.
+        // A pop-up, such as a combo box's list, belongs to the window below it; a dialog does not.
         if (widget->isWindow() && widget->windowType() != Qt::Popup) {
             return nullptr;
         }
@@ -68,9 +62,10 @@ WindowController* WindowController::controllerOf(const QWidget* widget)
     return nullptr;
 }
 
-bool WindowController::windowShouldClose(QWidget*)
+void WindowController::endSheetLater()
 {
-    return true;
+    dispatchMain(lifeGuard(), [this] { endSheet(window()); });
+    window()->hide();
 }
 
 bool WindowController::eventFilter(QObject* watched, QEvent* event)
@@ -85,7 +80,7 @@ bool WindowController::eventFilter(QObject* watched, QEvent* event)
     if (event->type() == QEvent::KeyPress
         && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Cancel)
         && (qobject_cast<QDialog*>(watched) != nullptr || sheetParent(m_window.get()) != nullptr)) {
-        // A dialog would hide at once, without asking.
+        // QDialog would hide without a close event.
         m_window->close();
         return true;
     }
@@ -94,11 +89,11 @@ bool WindowController::eventFilter(QObject* watched, QEvent* event)
 
 bool WindowController::closeWindow()
 {
-    if (!windowShouldClose(m_window.get())) {
+    if (!windowShouldClose()) {
         return false;
     }
     windowWillClose();
-    // A sheet that is gone must not keep its window from having another.
+    // While a closed sheet stays attached, its parent could not show another one.
     if (sheetParent(m_window.get()) != nullptr) {
         endSheet(m_window.get());
     }

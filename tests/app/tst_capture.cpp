@@ -200,7 +200,7 @@ void CaptureTest::savesEveryPendingChange()
     const auto other = program.keep(u"b"_s);
     other->setNotes(u"note b"_s);
     QVERIFY(program.delegate().managedObjectContext()->hasChanges());
-    Capture::saveCapture(nullptr);
+    Capture::saveCapture();
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
     QFile store(Program::storePath());
     QVERIFY(store.open(QIODevice::ReadOnly));
@@ -268,7 +268,7 @@ void CaptureTest::keepsCapturesOverRestarts()
         Program program(Start::NotLaunched);
         Capture::storeCapture(support::plainPicture(), text);
         Capture::getCaptures()->front()->setNotes(u"mine"_s);
-        Capture::saveCapture(nullptr);
+        Capture::saveCapture();
     }
     Program again(Start::NotLaunched, Data::Kept);
     const auto captures = *Capture::getCaptures();

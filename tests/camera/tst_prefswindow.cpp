@@ -85,7 +85,7 @@ void PrefsWindowTest::showsStoredValues()
     UserDefaults::standard().setDouble(contrastKey, 25.0);
     UserDefaults::standard().setInteger(mirrorKey, 1);
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.contrastSlider->value(), 25);
     QVERIFY(prefs.mirrorVideoCheckbox->isChecked());
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), 25.0);
@@ -112,7 +112,7 @@ void PrefsWindowTest::keepsAContrastBetweenTheSteps()
     UserDefaults::standard().setDouble(contrastKey, stored);
     PrefsWindow prefs(u"PrefsWindow"_s);
 
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
 
     const auto* label = prefs.window()->findChild<QLabel*>(u"contrastValue"_s);
     QCOMPARE(label->text(), shown);
@@ -143,7 +143,7 @@ void PrefsWindowTest::resetsContrast()
     QFETCH(const double, stored);
     UserDefaults::standard().setDouble(contrastKey, stored);
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     auto* reset = prefs.window()->findChild<QToolButton*>(u"resetContrast"_s);
 
     QTest::ignoreMessage(QtInfoMsg, "Contrast value 0.000000");
@@ -159,7 +159,7 @@ void PrefsWindowTest::resetsContrast()
 void PrefsWindowTest::writesContrastAsItMoves()
 {
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.contrastSlider->value(), 0);
     QTest::ignoreMessage(QtInfoMsg, "Contrast value 1.000000");
     QTest::keyClick(prefs.contrastSlider, Qt::Key_Right);
@@ -172,7 +172,7 @@ void PrefsWindowTest::writesContrastAsItMoves()
 void PrefsWindowTest::writesMirroring()
 {
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QVERIFY(!prefs.mirrorVideoCheckbox->isChecked());
     QTest::keyClick(prefs.mirrorVideoCheckbox, Qt::Key_Space);
     QCOMPARE(UserDefaults::standard().integerForKey(mirrorKey), 1);
@@ -184,7 +184,7 @@ void PrefsWindowTest::selectsNothingWithoutCameras()
 {
     UserDefaults::standard().setString(cameraKey, u"a camera that is gone"_s);
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.cameraMenu->count(), 0);
     QCOMPARE(prefs.cameraMenu->currentIndex(), -1);
     prefs.menuSelected(nullptr);
@@ -198,7 +198,7 @@ void PrefsWindowTest::selectsTheDefaultCamera()
     m_rig->setDefaultCamera(u"cam.b"_s);
     QTRY_COMPARE(platform::CameraRegistry::shared().defaultCamera(), u"cam.b"_s);
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.devices(), (QStringList{ u"cam.a"_s, u"cam.b"_s }));
     QCOMPARE(prefs.cameraMenu->currentText(), u"Camera B"_s);
     QVERIFY(!UserDefaults::standard().stringForKey(cameraKey).has_value());
@@ -211,7 +211,7 @@ void PrefsWindowTest::selectsTheStoredCamera()
     for (const char* name : { "cam.a", "cam.b" }) {
         UserDefaults::standard().setString(cameraKey, QString::fromLatin1(name));
         PrefsWindow prefs(u"PrefsWindow"_s);
-        prefs.showWindow(nullptr);
+        prefs.showWindow();
         QCOMPARE(prefs.devices().at(prefs.cameraMenu->currentIndex()), QString::fromLatin1(name));
     }
 }
@@ -222,7 +222,7 @@ void PrefsWindowTest::replacesAnAbsentCamera()
     const QString absent = u"a camera that is gone"_s;
     UserDefaults::standard().setString(cameraKey, absent);
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.cameraMenu->currentText(), u"Camera A"_s);
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
     QTest::keyClick(prefs.cameraMenu, Qt::Key_Down); // there is no other
@@ -235,7 +235,7 @@ void PrefsWindowTest::writesTheChoiceAtOnce()
 {
     const auto camera = plugIn("cam.a", "Camera A");
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     prefs.menuSelected(prefs.cameraMenu);
     QFile settings(platform::StandardFolders::configuration() + u"/vellumcap.ini"_s);
     QVERIFY(settings.open(QFile::ReadOnly));
@@ -248,7 +248,7 @@ void PrefsWindowTest::keepsCamerasOfOneNameApart()
     const auto second = plugIn("cam.b", "Camera");
     UserDefaults::standard().setString(cameraKey, u"cam.a"_s);
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.cameraMenu->count(), 2);
     QCOMPARE(prefs.cameraMenu->itemText(0), u"Camera"_s);
     QCOMPARE(prefs.cameraMenu->itemText(1), u"Camera"_s);
@@ -261,18 +261,18 @@ void PrefsWindowTest::keepsCamerasOfOneNameApart()
 void PrefsWindowTest::listsAnewWhenShown()
 {
     PrefsWindow prefs(u"PrefsWindow"_s);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.cameraMenu->count(), 0);
     QVERIFY(!prefs.cameraMenu->isEnabled());
     auto camera = plugIn("cam.a", "Camera A");
     QCOMPARE(prefs.cameraMenu->count(), 0);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.devices(), QStringList{ u"cam.a"_s });
     QVERIFY(prefs.cameraMenu->isEnabled());
     camera.reset();
     QTRY_COMPARE(platform::CameraRegistry::shared().cameras().size(), 0);
     QCOMPARE(prefs.cameraMenu->count(), 1);
-    prefs.showWindow(nullptr);
+    prefs.showWindow();
     QCOMPARE(prefs.cameraMenu->count(), 0);
 }
 

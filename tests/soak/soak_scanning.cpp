@@ -185,12 +185,12 @@ bool Soak::run()
     }
     support::Program program;
     // Threads that live as long as the program are started by a first, short scan.
-    program.journal().scan(nullptr);
+    program.journal().scan();
     m_camera->show(paperWith(m_number));
     if (!offer(*program.journal().captureWindow())) {
         return false;
     }
-    program.journal().captureWindow()->cancelCapture(nullptr);
+    program.journal().captureWindow()->cancelCapture();
     const bool released = QTest::qWaitFor([this] { return m_camera->links() == 0; }, 5000);
     if (!released) {
         return fail("links after the first scan", m_camera->links());
@@ -199,9 +199,9 @@ bool Soak::run()
 
     m_camera->show(support::plainPicture(frameSize, Qt::white)); // or it would be offered again
     m_clock.start();
-    program.journal().scan(nullptr);
+    program.journal().scan();
     const bool scanned = scan(*program.journal().captureWindow());
-    program.journal().captureWindow()->cancelCapture(nullptr);
+    program.journal().captureWindow()->cancelCapture();
     if (!scanned) {
         return false;
     }
@@ -241,9 +241,9 @@ void Soak::goOn(vellumcap::CaptureWindow& window, bool saving)
 {
     m_order->expectRun(*m_queue);
     if (saving) {
-        window.saveCapture(nullptr);
+        window.saveCapture();
     } else {
-        window.skipCapture(nullptr);
+        window.skipCapture();
     }
 }
 

@@ -61,7 +61,7 @@ std::shared_ptr<vellumcap::Capture> Program::keep(const QString& text, const QDa
     capture->setIsURLValue(vellumcap::Capture::isUrl(text));
     capture->setCaptureImageKey(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
     plainPicture().save(capture->getImageUrl());
-    vellumcap::Capture::saveCapture(capture.get());
+    vellumcap::Capture::saveCapture();
     if (m_delegate.journalWindow() != nullptr) {
         m_delegate.journalWindow()->refreshLists();
     }

@@ -28,11 +28,6 @@ struct Responder {
 
 class Controller : public platform::WindowController, public platform::MenuResponder {
 public:
-    explicit Controller(const QString& name)
-        : WindowController(name)
-    {
-    }
-
     Responder responder;
     bool respondsTo(const QAction& item) const override { return responder.respondsTo(item); }
     bool validateMenuItem(const QAction& item) const override { return responder.validate(item); }
@@ -132,10 +127,10 @@ private:
 void MainMenuTest::init()
 {
     m_delegate = std::make_unique<Delegate>();
-    m_main = std::make_unique<Controller>(u"Main"_s);
-    m_other = std::make_unique<Controller>(u"Other"_s);
+    m_main = std::make_unique<Controller>();
+    m_other = std::make_unique<Controller>();
     m_other->window();
-    m_main->showWindow(nullptr);
+    m_main->showWindow();
     QVERIFY(QTest::qWaitForWindowActive(m_main->window()));
     m_menu = std::make_unique<platform::MainMenu>(platform::Application::shared(), *m_main);
 }
@@ -156,7 +151,7 @@ void MainMenuTest::asksTheKeyWindowFirst()
     m_menu->validate();
     QVERIFY(item->isEnabled());
 
-    m_other->showWindow(nullptr);
+    m_other->showWindow();
     QTRY_VERIFY(!item->isEnabled()); // by the change of the key window
 
     m_other->responder.items[scan] = true;
@@ -171,7 +166,7 @@ void MainMenuTest::thenTheMainWindow()
     QAction* item = add(scan);
     m_main->responder.items[scan] = true;
     m_delegate->responder.items[scan] = false;
-    m_other->showWindow(nullptr);
+    m_other->showWindow();
     QTRY_COMPARE(QApplication::activeWindow(), m_other->window());
     m_menu->validate();
     item->trigger();
@@ -337,7 +332,7 @@ void MainMenuTest::leavesTheKeysOfOtherWidgetsAlone()
 void MainMenuTest::closesTheKeyWindow()
 {
     QAction* close = add(u"closeWindow"_s);
-    m_other->showWindow(nullptr);
+    m_other->showWindow();
     QTRY_COMPARE(QApplication::activeWindow(), m_other->window());
     m_menu->validate();
     close->trigger();
@@ -357,7 +352,7 @@ void MainMenuTest::sharesClosingWithTheOtherWindows()
     add(u"closeWindow"_s, QKeySequence::Close);
     QAction* item = add(u"deleteCapture"_s, QKeySequence::Delete);
     m_main->responder.items[item->objectName()] = true;
-    m_other->showWindow(nullptr);
+    m_other->showWindow();
     QTRY_COMPARE(QApplication::activeWindow(), m_other->window());
     m_other->button->setFocus();
 

@@ -12,11 +12,6 @@ namespace {
 
 template <typename Window> class NotingController : public platform::WindowController {
 public:
-    NotingController()
-        : WindowController(u"NotingWindow"_s)
-    {
-    }
-
     bool closes = true;
     QStringList notes;
     QLineEdit* field = nullptr;
@@ -33,9 +28,9 @@ protected:
     {
         notes.append(window()->isVisible() ? u"shown"_s : u"loaded"_s);
     }
-    bool windowShouldClose(QWidget* closing) override
+    bool windowShouldClose() override
     {
-        notes.append(closing == window() ? u"should close"_s : u"?"_s);
+        notes.append(u"should close"_s);
         return closes;
     }
     void windowWillClose() override { notes.append(u"will close"_s); }
@@ -62,12 +57,11 @@ void WindowControllerTest::loadsItsWindowOnFirstUse()
 {
     NotingController<QWidget> controller;
     QVERIFY(!controller.isWindowLoaded());
-    QCOMPARE(controller.windowNibName(), u"NotingWindow"_s);
     QWidget* window = controller.window();
     QCOMPARE(controller.window(), window);
     QCOMPARE(controller.notes, QStringList({ u"load"_s, u"loaded"_s }));
     QVERIFY(!window->isVisible());
-    controller.showWindow(nullptr);
+    controller.showWindow();
     QVERIFY(window->isVisible());
     QTRY_COMPARE(QApplication::activeWindow(), window);
 }
@@ -75,12 +69,12 @@ void WindowControllerTest::loadsItsWindowOnFirstUse()
 void WindowControllerTest::hidesItsWindowOnClosing()
 {
     NotingController<QWidget> controller;
-    controller.showWindow(nullptr);
+    controller.showWindow();
     controller.notes.clear();
     QVERIFY(controller.window()->close());
     QVERIFY(!controller.window()->isVisible());
     QCOMPARE(controller.notes, QStringList({ u"should close"_s, u"will close"_s }));
-    controller.showWindow(nullptr);
+    controller.showWindow();
     QVERIFY(controller.window()->isVisible());
 }
 
@@ -88,7 +82,7 @@ void WindowControllerTest::mayKeepItsWindow()
 {
     NotingController<QDialog> controller;
     controller.closes = false;
-    controller.showWindow(nullptr);
+    controller.showWindow();
     controller.notes.clear();
     QVERIFY(!controller.window()->close());
     QVERIFY(controller.window()->isVisible());
@@ -107,7 +101,7 @@ void WindowControllerTest::closesADialogByEscape()
     QFETCH(bool, closes);
     NotingController<QDialog> controller;
     controller.closes = closes;
-    controller.showWindow(nullptr);
+    controller.showWindow();
     controller.notes.clear();
     QTest::keyClick(controller.field, Qt::Key_Escape);
     QCOMPARE(controller.window()->isVisible(), !closes);
@@ -118,7 +112,7 @@ void WindowControllerTest::closesADialogByEscape()
 void WindowControllerTest::keepsAPlainWindowOnEscape()
 {
     NotingController<QWidget> controller;
-    controller.showWindow(nullptr);
+    controller.showWindow();
     QTest::keyClick(controller.field, Qt::Key_Escape);
     QVERIFY(controller.window()->isVisible());
 }
@@ -144,10 +138,10 @@ void WindowControllerTest::endsASheetThatIsClosed()
 void WindowControllerTest::bringsAMinimizedWindowBack()
 {
     NotingController<QWidget> controller;
-    controller.showWindow(nullptr);
+    controller.showWindow();
     controller.window()->showMinimized();
     QVERIFY(controller.window()->isMinimized());
-    controller.showWindow(nullptr);
+    controller.showWindow();
     QVERIFY(!controller.window()->isMinimized());
     QVERIFY(controller.window()->isVisible());
 }
