@@ -1,18 +1,16 @@
 #include "camera/CaptureWindow.h"
-#include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureDevice.h"
 #include "platform/ui/Sheet.h"
 #include "tests/cameras/FakeV4L2.h"
-#include "tests/support/CameraRig.h"
-#include "tests/support/CaptureScene.h"
+#include "tests/support/Controls.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 #include "tests/support/Threads.h"
 #include "watch/WatchWindow.h"
 
 #include <QElapsedTimer>
-#include <QPushButton>
 
 #include <linux/videodev2.h>
 
@@ -42,9 +40,9 @@ enum class Window { Scan, Watch };
 void open(Program& program, Window window)
 {
     if (window == Window::Scan) {
-        program.journal().scan(nullptr);
+        program.journal().scan();
     } else {
-        program.journal().watch(nullptr);
+        program.journal().watch();
     }
 }
 
@@ -56,16 +54,11 @@ vellumcap::ScanningWindow& opened(Program& program, Window window)
         : *program.journal().watchWindow();
 }
 
-bool showsLivePicture(const vellumcap::ScanningWindow& window)
-{
-    return !window.cameraImageView->pictureRect().isEmpty();
-}
-
 } // namespace
 
 Q_DECLARE_METATYPE(Window)
 
-/// What the windows with a camera set on it, and what they say of it.
+/// Which settings the windows with a camera change on it, and what they log about it.
 class CameraConfiguration : public QObject {
     Q_OBJECT
 
@@ -108,9 +101,7 @@ CameraOnStage CameraConfiguration::plugIn(FakeProfile profile)
     cameras::addFakeDevice(path, profile);
     support::CameraWish wish{ u"a"_s, u"Camera"_s };
     wish.properties.insert(u"api.v4l2.path"_s, path);
-    CameraOnStage camera(m_rig->addCamera(wish).release());
-    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(u"a"_s).has_value()); }();
-    return camera;
+    return support::plugIn(*m_rig, wish);
 }
 
 void CameraConfiguration::adjustsContinuously_data()
@@ -135,7 +126,7 @@ void CameraConfiguration::adjustsContinuously()
     open(program, window);
 
     QCOMPARE(control(V4L2_CID_FOCUS_AUTO), 1);
-    QCOMPARE(control(V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_AUTO));
+    QCOMPARE(control(V4L2_CID_EXPOSURE_AUTO), static_cast<int>(V4L2_EXPOSURE_AUTO));
     QCOMPARE(control(V4L2_CID_AUTO_WHITE_BALANCE), whiteBalance);
 }
 
@@ -215,9 +206,9 @@ void CameraConfiguration::logsAdjustmentsWhileScanningOnly()
     QTRY_COMPARE(said().size(), std::min(lines, 1));
     adjust(V4L2_AUTO_FOCUS_STATUS_REACHED);
     QTRY_COMPARE(said().size(), lines);
-    // Who observes does so again when the camera is scanned from, and is told once.
+    // A scan after the watch observes the camera, and logs each adjustment once.
     if (window == Window::Watch) {
-        program.journal().watchWindow()->cancelCapture(nullptr);
+        program.journal().watchWindow()->cancelCapture();
         QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
         open(program, Window::Scan);
         adjust(V4L2_AUTO_FOCUS_STATUS_BUSY);
@@ -236,11 +227,11 @@ void CameraConfiguration::opensAndCancelsWhileTheDriverHangs_data()
 
     for (const auto& [name, window] :
         { std::pair("scan", Window::Scan), std::pair("watch", Window::Watch) }) {
-        QTest::addRow("%s, open", name) << window << quint64(cameras::fakeOpening);
-        QTest::addRow("%s, ask", name) << window << quint64(VIDIOC_QUERYCTRL);
-        QTest::addRow("%s, claim", name) << window << quint64(VIDIOC_S_PRIORITY);
-        QTest::addRow("%s, set", name) << window << quint64(VIDIOC_S_CTRL);
-        QTest::addRow("%s, close", name) << window << quint64(cameras::fakeClosing);
+        QTest::addRow("%s, open", name) << window << static_cast<quint64>(cameras::fakeOpening);
+        QTest::addRow("%s, ask", name) << window << static_cast<quint64>(VIDIOC_QUERYCTRL);
+        QTest::addRow("%s, claim", name) << window << static_cast<quint64>(VIDIOC_S_PRIORITY);
+        QTest::addRow("%s, set", name) << window << static_cast<quint64>(VIDIOC_S_CTRL);
+        QTest::addRow("%s, close", name) << window << static_cast<quint64>(cameras::fakeClosing);
     }
 }
 
@@ -259,11 +250,11 @@ void CameraConfiguration::opensAndCancelsWhileTheDriverHangs()
             QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
             QVERIFY(platform::attachedSheet(program.journal().window()) == sheet.window());
             // PipeWire has the camera open already.
-            QTRY_VERIFY_WITH_TIMEOUT(showsLivePicture(sheet), 20000);
-            QCOMPARE(sheet.cameraImageView->caption(), QString());
+            QTRY_VERIFY_WITH_TIMEOUT(support::showsLivePicture(sheet), 20000);
+            QCOMPARE(support::cameraView(sheet).caption(), QString());
 
             timer.start();
-            QTest::mouseClick(sheet.buttonCancel, Qt::LeftButton);
+            support::click(sheet, "buttonCancel");
             QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
             QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
             QCOMPARE(cameras::heldFakeCalls(), 1);
@@ -286,7 +277,7 @@ void CameraConfiguration::cancelsWhileAnObservationHangs()
         QTRY_COMPARE(cameras::heldFakeCalls(), 1);
         QElapsedTimer timer;
         timer.start();
-        QTest::mouseClick(sheet.buttonCancel, Qt::LeftButton);
+        support::click(sheet, "buttonCancel");
         QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
         QCOMPARE(threadsNamed(u"focus"_s), 1);

@@ -1,5 +1,4 @@
 #include "camera/CaptureWindow.h"
-#include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureConnection.h"
 #include "platform/camera/CaptureDeviceInput.h"
 #include "platform/camera/CaptureSession.h"
@@ -8,29 +7,33 @@
 #include "platform/services/UserDefaults.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Sheet.h"
-#include "platform/ui/TextField.h"
 #include "tests/support/Browser.h"
-#include "tests/support/CameraRig.h"
-#include "tests/support/DrawnCode.h"
-#include "tests/support/Examinations.h"
-#include "tests/support/Pictures.h"
+#include "tests/support/Controls.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 
-#include <QPainter>
 #include <QPushButton>
 #include <QRegularExpression>
 
 using Qt::StringLiterals::operator""_s;
 
 using platform::CaptureDevice;
-using platform::Symbology;
 using platform::UserDefaults;
-using support::CameraOnStage;
 using support::CameraRig;
 using support::CameraWish;
+using support::cameraView;
+using support::click;
+using support::control;
+using support::frameSize;
+using support::paper;
+using support::picturesPass;
+using support::plugIn;
 using support::Program;
-using support::RigCamera;
+using support::shownText;
+using support::showsLivePicture;
+using support::smallCamera;
+using support::takeAway;
 using vellumcap::CaptureWindow;
 
 namespace {
@@ -43,42 +46,21 @@ const QString scanning = u"buttonCancel"_s;
 const QString confirming = u"buttonCancel buttonSave buttonSkip"_s;
 const QString confirmingLink = u"buttonCancel buttonSave buttonSkip buttonOpenLink"_s;
 
-constexpr QSize frameSize(640, 480);
-
-/// A sheet of paper, darker on the left, with the code a little left of the middle.
-QImage paper(const QString& text = {})
-{
-    QImage picture = support::plainPicture(frameSize, QColor(230, 230, 230));
-    QPainter painter(&picture);
-    painter.fillRect(0, 0, 100, frameSize.height(), QColor(60, 60, 60));
-    if (!text.isEmpty()) {
-        const QImage code = support::drawnCode(Symbology::Qr, text, 6);
-        painter.drawImage(160, (frameSize.height() - code.height()) / 2, code);
-    }
-    return picture;
-}
-
 CaptureWindow& openScan(Program& program)
 {
-    program.journal().scan(nullptr);
+    program.journal().scan();
     return *program.journal().captureWindow();
 }
 
-QString enabledButtons(const CaptureWindow& window)
+QString enabledButtons(CaptureWindow& window)
 {
     QStringList names;
-    for (const auto* button :
-        { window.buttonCancel, window.buttonSave, window.buttonSkip, window.buttonOpenLink }) {
-        if (button->isEnabled()) {
-            names.append(button->objectName());
+    for (const char* name : { "buttonCancel", "buttonSave", "buttonSkip", "buttonOpenLink" }) {
+        if (control<QPushButton>(window, name)->isEnabled()) {
+            names.append(QString::fromLatin1(name));
         }
     }
     return names.join(QLatin1Char(' '));
-}
-
-bool showsLivePicture(const CaptureWindow& window)
-{
-    return !window.cameraImageView->pictureRect().isEmpty();
 }
 
 /// The brightness of the preview near its left and its right edge.
@@ -87,32 +69,6 @@ std::pair<int, int> edges(const CaptureWindow& window)
     const QImage picture = window.preview()->picture();
     return { qGray(picture.pixel(picture.width() / 20, picture.height() / 2)),
         qGray(picture.pixel(picture.width() * 19 / 20, picture.height() / 2)) };
-}
-
-/// Waits for ten pictures, with whatever is before the camera in them.
-bool picturesPass(const CaptureWindow& window)
-{
-    int pictures = 0;
-    const auto counting = QObject::connect(
-        window.cameraImageView, &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
-    const bool passed = QTest::qWaitFor([&pictures] { return pictures >= 10; }, support::patience);
-    QObject::disconnect(counting);
-    return passed;
-}
-
-/// Takes the code away, and returns when no frame that shows it is being examined any more: one
-/// that ends late would offer it once more.
-bool takeAway(RigCamera& camera, const CaptureWindow& window)
-{
-    camera.show(paper());
-    const bool passed = picturesPass(window);
-    support::waitForExaminations();
-    return passed;
-}
-
-bool isListed(const QString& name)
-{
-    return CaptureDevice::deviceWithUniqueID(name).has_value();
 }
 
 } // namespace
@@ -155,9 +111,6 @@ private Q_SLOTS:
     void survivesWithoutACamera();
 
 private:
-    CameraOnStage plugIn(const QString& name, const QImage& picture);
-    CameraOnStage plugIn(const CameraWish& wish, const QImage& picture);
-
     std::unique_ptr<CameraRig> m_rig;
     std::unique_ptr<support::Browser> m_browser;
 };
@@ -180,24 +133,9 @@ void CaptureWindowTest::cleanup()
     QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
 }
 
-CameraOnStage CaptureWindowTest::plugIn(const QString& name, const QImage& picture)
-{
-    CameraWish wish{ name, u"Camera "_s + name };
-    wish.size = frameSize;
-    return plugIn(wish, picture);
-}
-
-CameraOnStage CaptureWindowTest::plugIn(const CameraWish& wish, const QImage& picture)
-{
-    CameraOnStage camera(m_rig->addCamera(wish).release());
-    camera->show(picture);
-    [&wish] { QTRY_VERIFY(isListed(wish.name)); }();
-    return camera;
-}
-
 void CaptureWindowTest::scansAtFirst()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
 
@@ -205,13 +143,13 @@ void CaptureWindowTest::scansAtFirst()
     QCOMPARE(window.captureState(), 0);
     QCOMPARE(enabledButtons(window), scanning);
     QVERIFY(window.mCaptureSession()->isRunning());
-    QVERIFY(!window.capturedImageView->isVisible());
+    QVERIFY(!control<platform::ImageView>(window, "capturedImageView")->isVisible());
     QVERIFY(!window.captureData());
-    QCOMPARE(window.textField->stringValue(), QString());
-    QVERIFY(window.cameraImageView->accessibleDescription().startsWith(u"Waiting"_s));
+    QCOMPARE(shownText(window), QString());
+    QVERIFY(cameraView(window).accessibleDescription().startsWith(u"Waiting"_s));
     QTRY_VERIFY(showsLivePicture(window));
-    QCOMPARE(window.cameraImageView->caption(), QString());
-    QTRY_COMPARE(window.cameraImageView->accessibleDescription(), QString());
+    QCOMPARE(cameraView(window).caption(), QString());
+    QTRY_COMPARE(cameraView(window).accessibleDescription(), QString());
 }
 
 void CaptureWindowTest::choosesTheCamera_data()
@@ -235,8 +173,8 @@ void CaptureWindowTest::choosesTheCamera()
     QFETCH(QString, stored);
     QFETCH(QString, standard);
     QFETCH(QString, used);
-    const auto first = plugIn(u"a"_s, paper());
-    const auto second = plugIn(u"b"_s, paper());
+    const auto first = plugIn(*m_rig, smallCamera(u"a"_s), paper());
+    const auto second = plugIn(*m_rig, smallCamera(u"b"_s), paper());
     m_rig->setDefaultCamera(standard);
     QTRY_COMPARE(CaptureDevice::defaultDeviceWithMediaType(platform::MediaType::Video)->uniqueID(),
         standard);
@@ -255,7 +193,7 @@ void CaptureWindowTest::choosesTheCamera()
     // A choice that is made now is for the next window.
     UserDefaults::standard().setString(cameraKey, u"a"_s);
     QCOMPARE(window.mCaptureDevice()->uniqueID(), used);
-    window.cancelCapture(nullptr);
+    window.cancelCapture();
     QCOMPARE(openScan(program).mCaptureDevice()->uniqueID(), u"a"_s);
 }
 
@@ -279,7 +217,7 @@ void CaptureWindowTest::filtersByContrast()
     if (stored) {
         UserDefaults::standard().setDouble(contrastKey, *stored);
     }
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
 
     auto& window = openScan(program);
@@ -309,7 +247,7 @@ void CaptureWindowTest::filtersByContrast()
 
 void CaptureWindowTest::followsContrastAndMirroring()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
@@ -330,13 +268,7 @@ void CaptureWindowTest::followsContrastAndMirroring()
 
 void CaptureWindowTest::mirrorsOnExactlyOne_data()
 {
-    QTest::addColumn<int>("stored");
-    QTest::addColumn<bool>("mirrored");
-
-    QTest::newRow("1") << 1 << true;
-    QTest::newRow("0") << 0 << false;
-    QTest::newRow("2") << 2 << false;
-    QTest::newRow("-1") << -1 << false;
+    support::addMirroringRows();
 }
 
 void CaptureWindowTest::mirrorsOnExactlyOne()
@@ -344,7 +276,7 @@ void CaptureWindowTest::mirrorsOnExactlyOne()
     QFETCH(int, stored);
     QFETCH(bool, mirrored);
     UserDefaults::standard().setInteger(mirrorKey, stored);
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
 
     auto& window = openScan(program);
@@ -357,7 +289,7 @@ void CaptureWindowTest::mirrorsOnExactlyOne()
 
 void CaptureWindowTest::offersTheFirstCode()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
@@ -365,12 +297,12 @@ void CaptureWindowTest::offersTheFirstCode()
 
     camera->show(paper(u"first"_s));
 
-    QTRY_COMPARE(window.textField->stringValue(), u"first"_s);
+    QTRY_COMPARE(shownText(window), u"first"_s);
     QCOMPARE(window.captureState(), 1);
     QCOMPARE(window.captureData(), u"first"_s);
     QCOMPARE(window.capturedImage().size(), frameSize);
-    QVERIFY(window.capturedImageView->isVisible());
-    QCOMPARE(window.capturedImageView->image(), window.capturedImage());
+    QVERIFY(control<platform::ImageView>(window, "capturedImageView")->isVisible());
+    QCOMPARE(control<platform::ImageView>(window, "capturedImageView")->image(), window.capturedImage());
     QCOMPARE(enabledButtons(window), confirming);
     QVERIFY(!window.mCaptureSession()->isRunning());
     QTRY_COMPARE(camera->links(), 0);
@@ -389,28 +321,28 @@ void CaptureWindowTest::enablesOpenLinkForLinksOnly()
 {
     QFETCH(QString, text);
     QFETCH(QString, buttons);
-    const auto camera = plugIn(u"a"_s, paper(text));
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(text));
     Program program;
 
     auto& window = openScan(program);
 
-    QTRY_COMPARE(window.textField->stringValue(), text);
+    QTRY_COMPARE(shownText(window), text);
     QCOMPARE(enabledButtons(window), buttons);
 }
 
 void CaptureWindowTest::opensTheLinkAndStays()
 {
     const QString link = u"https://example.org/a?b=c#d"_s;
-    const auto camera = plugIn(u"a"_s, paper(link));
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(link));
     Program program;
     auto& window = openScan(program);
-    QTRY_COMPARE(window.textField->stringValue(), link);
+    QTRY_COMPARE(shownText(window), link);
 
-    QTest::mouseClick(window.buttonOpenLink, Qt::LeftButton);
+    click(window, "buttonOpenLink");
 
     QTRY_COMPARE(m_browser->opened(), QStringList(link));
     QCOMPARE(window.captureState(), 1);
-    QCOMPARE(window.textField->stringValue(), link);
+    QCOMPARE(shownText(window), link);
     QCOMPARE(enabledButtons(window), confirmingLink);
     QVERIFY(!window.mCaptureSession()->isRunning());
     QCOMPARE(program.journal().captures().size(), 0);
@@ -418,18 +350,18 @@ void CaptureWindowTest::opensTheLinkAndStays()
 
 void CaptureWindowTest::offersTheSameCodeOnce()
 {
-    const auto camera = plugIn(u"a"_s, paper(u"A"_s));
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(u"A"_s));
     Program program;
     auto& window = openScan(program);
-    QTRY_COMPARE(window.textField->stringValue(), u"A"_s);
+    QTRY_COMPARE(shownText(window), u"A"_s);
 
-    QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
+    click(window, "buttonSkip");
 
     QCOMPARE(window.captureState(), 0);
-    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(shownText(window), QString());
     QCOMPARE(window.captureData(), u"A"_s);
     QVERIFY(window.capturedImage().isNull());
-    QVERIFY(!window.capturedImageView->isVisible());
+    QVERIFY(!control<platform::ImageView>(window, "capturedImageView")->isVisible());
     QCOMPARE(enabledButtons(window), scanning);
     QVERIFY(window.mCaptureSession()->isRunning());
     QVERIFY(picturesPass(window));
@@ -437,22 +369,22 @@ void CaptureWindowTest::offersTheSameCodeOnce()
 
     QVERIFY(takeAway(*camera, window));
     camera->show(paper(u"B"_s));
-    QTRY_COMPARE(window.textField->stringValue(), u"B"_s);
-    window.skipCapture(nullptr);
+    QTRY_COMPARE(shownText(window), u"B"_s);
+    window.skipCapture();
     QVERIFY(takeAway(*camera, window));
     camera->show(paper(u"A"_s));
-    QTRY_COMPARE(window.textField->stringValue(), u"A"_s);
+    QTRY_COMPARE(shownText(window), u"A"_s);
 }
 
 void CaptureWindowTest::savesCodeAndPicture()
 {
-    const auto camera = plugIn(u"a"_s, paper(u"keep me"_s));
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(u"keep me"_s));
     Program program;
     auto& window = openScan(program);
-    QTRY_COMPARE(window.textField->stringValue(), u"keep me"_s);
+    QTRY_COMPARE(shownText(window), u"keep me"_s);
     const QImage shown = window.capturedImage();
 
-    QTest::mouseClick(window.buttonSave, Qt::LeftButton);
+    click(window, "buttonSave");
 
     QCOMPARE(program.journal().captures().size(), 1);
     const auto capture = program.journal().captures().front();
@@ -465,8 +397,8 @@ void CaptureWindowTest::savesCodeAndPicture()
 
     QVERIFY(takeAway(*camera, window));
     camera->show(paper(u"me too"_s));
-    QTRY_COMPARE(window.textField->stringValue(), u"me too"_s);
-    window.saveCapture(nullptr);
+    QTRY_COMPARE(shownText(window), u"me too"_s);
+    window.saveCapture();
     QCOMPARE(program.journal().captures().size(), 2);
     QCOMPARE(program.journal().captures().front()->captureValue(), u"me too"_s);
 }
@@ -474,11 +406,11 @@ void CaptureWindowTest::savesCodeAndPicture()
 void CaptureWindowTest::savesMirroredAndReadsUnmirrored()
 {
     UserDefaults::standard().setInteger(mirrorKey, 1);
-    const auto camera = plugIn(u"a"_s, paper(u"looking glass"_s));
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(u"looking glass"_s));
     Program program;
 
     auto& window = openScan(program);
-    QTRY_COMPARE(window.textField->stringValue(), u"looking glass"_s);
+    QTRY_COMPARE(shownText(window), u"looking glass"_s);
 
     const QImage picture = window.capturedImage();
     QVERIFY(qGray(picture.pixel(20, 20)) > qGray(picture.pixel(picture.width() - 20, 20)));
@@ -486,12 +418,12 @@ void CaptureWindowTest::savesMirroredAndReadsUnmirrored()
 
 void CaptureWindowTest::cancelWhileConfirmingStoresNothing()
 {
-    const auto camera = plugIn(u"a"_s, paper(u"not this"_s));
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(u"not this"_s));
     Program program;
     auto& window = openScan(program);
     QTRY_COMPARE(window.captureState(), 1);
 
-    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    click(window, "buttonCancel");
 
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
     QVERIFY(!window.window()->isVisible());
@@ -501,12 +433,12 @@ void CaptureWindowTest::cancelWhileConfirmingStoresNothing()
 
 void CaptureWindowTest::cancelLetsGoOfTheCamera()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_COMPARE(camera->links(), 1);
 
-    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    click(window, "buttonCancel");
 
     QVERIFY(!window.mCaptureSession());
     QVERIFY(!window.mCaptureDeviceInput());
@@ -524,7 +456,7 @@ void CaptureWindowTest::cancelLetsGoOfTheCamera()
 
 void CaptureWindowTest::escapeCancels()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
 
@@ -536,7 +468,7 @@ void CaptureWindowTest::escapeCancels()
 
 void CaptureWindowTest::closingCancels()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_COMPARE(camera->links(), 1);
@@ -552,49 +484,49 @@ void CaptureWindowTest::closingCancels()
 
 void CaptureWindowTest::aNewWindowOffersTheCodeAgain()
 {
-    const auto camera = plugIn(u"a"_s, paper(u"again"_s));
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(u"again"_s));
     Program program;
     auto& first = openScan(program);
-    QTRY_COMPARE(first.textField->stringValue(), u"again"_s);
-    first.cancelCapture(nullptr);
+    QTRY_COMPARE(shownText(first), u"again"_s);
+    first.cancelCapture();
 
     auto& second = openScan(program);
 
-    QTRY_COMPARE(second.textField->stringValue(), u"again"_s);
+    QTRY_COMPARE(shownText(second), u"again"_s);
 }
 
 void CaptureWindowTest::aCameraThatIsPulledOutLeavesACaption()
 {
-    auto camera = plugIn(u"a"_s, paper());
+    auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
 
     camera->unplug();
 
-    QTRY_VERIFY(window.cameraImageView->caption().contains(u"unplugged"_s));
-    QCOMPARE(window.cameraImageView->accessibleDescription(), window.cameraImageView->caption());
+    QTRY_VERIFY(cameraView(window).caption().contains(u"unplugged"_s));
+    QCOMPARE(cameraView(window).accessibleDescription(), cameraView(window).caption());
     QVERIFY(!showsLivePicture(window));
     camera.reset();
-    camera = plugIn(u"a"_s, paper(u"back"_s));
-    QTRY_COMPARE(window.textField->stringValue(), u"back"_s);
-    window.cancelCapture(nullptr);
+    camera = plugIn(*m_rig, smallCamera(u"a"_s), paper(u"back"_s));
+    QTRY_COMPARE(shownText(window), u"back"_s);
+    window.cancelCapture();
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }
 
 void CaptureWindowTest::aFrozenCameraLeavesACaption()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
 
     camera->freeze();
-    QTRY_VERIFY(window.cameraImageView->caption().contains(u"no picture"_s));
+    QTRY_VERIFY(cameraView(window).caption().contains(u"no picture"_s));
 
     camera->thaw();
     QTRY_VERIFY(showsLivePicture(window));
-    QCOMPARE(window.cameraImageView->caption(), QString());
+    QCOMPARE(cameraView(window).caption(), QString());
 }
 
 void CaptureWindowTest::followsACameraThatChangesItsFormat_data()
@@ -614,7 +546,7 @@ void CaptureWindowTest::followsACameraThatChangesItsFormat()
     QFETCH(const bool, stays);
     QFETCH(const QString, mode);
     QFETCH(const QSize, size);
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
@@ -626,37 +558,37 @@ void CaptureWindowTest::followsACameraThatChangesItsFormat()
     }
     camera->show(paper(u"changed"_s));
 
-    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), u"changed"_s, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(shownText(window), u"changed"_s, 20000);
     // Read before the change where that was quicker.
     if (window.capturedImage().size() == frameSize) {
-        window.skipCapture(nullptr);
+        window.skipCapture();
         camera->show(paper(u"changed since"_s));
-        QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), u"changed since"_s, 20000);
+        QTRY_COMPARE_WITH_TIMEOUT(shownText(window), u"changed since"_s, 20000);
     }
     QCOMPARE(window.capturedImage().size(), size);
-    QCOMPARE(window.cameraImageView->caption(), QString());
-    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    QCOMPARE(cameraView(window).caption(), QString());
+    click(window, "buttonCancel");
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }
 
 void CaptureWindowTest::aCameraThatSendsNoPicturesLeavesACaption()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     Program program;
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
 
     camera->lie(u"YUY2:320x240@30"_s); // in frames that are called larger
-    QTRY_VERIFY_WITH_TIMEOUT(window.cameraImageView->caption().contains(u"no picture"_s), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(cameraView(window).caption().contains(u"no picture"_s), 20000);
     QVERIFY(!showsLivePicture(window));
 
-    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    click(window, "buttonCancel");
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }
 
 void CaptureWindowTest::aCameraThatRefusesLeavesACaption()
 {
-    const auto camera = plugIn(u"a"_s, paper());
+    const auto camera = plugIn(*m_rig, smallCamera(u"a"_s), paper());
     camera->refuse();
     QTest::ignoreMessage(QtInfoMsg, QRegularExpression(u"The camera a cannot be used: .+"_s));
     Program program;
@@ -664,9 +596,9 @@ void CaptureWindowTest::aCameraThatRefusesLeavesACaption()
     auto& window = openScan(program);
 
     QTRY_VERIFY_WITH_TIMEOUT(
-        window.cameraImageView->caption().contains(u"cannot be opened"_s), 20000);
+        cameraView(window).caption().contains(u"cannot be opened"_s), 20000);
     QVERIFY(!showsLivePicture(window));
-    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    click(window, "buttonCancel");
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }
 
@@ -690,33 +622,39 @@ void CaptureWindowTest::readsWhatACameraOffers()
     wish.encoding = encoding;
     wish.size = size;
     wish.rate = rate;
-    const auto camera = plugIn(wish, paper(u"as it is"_s).scaled(size));
+    const auto camera = plugIn(*m_rig, wish, paper(u"as it is"_s).scaled(size));
     Program program;
 
     auto& window = openScan(program);
 
     QCOMPARE(window.mCaptureDevice()->activeFormat().dimensions, size);
-    QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), u"as it is"_s, 20000);
+    QTRY_COMPARE_WITH_TIMEOUT(shownText(window), u"as it is"_s, 20000);
     QCOMPARE(window.capturedImage().size(), size);
-    window.skipCapture(nullptr);
+    window.skipCapture();
     QTRY_VERIFY_WITH_TIMEOUT(showsLivePicture(window), 20000);
-    QCOMPARE(window.cameraImageView->caption(), QString());
+    QCOMPARE(cameraView(window).caption(), QString());
 }
 
 void CaptureWindowTest::survivesWithoutACamera()
 {
+    {
+        Program program;
+        QVERIFY(!program.journal().scanAvailable());
+        program.journal().scan();
+        QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    }
+    auto camera = plugIn(*m_rig, smallCamera(u"a"_s));
     Program program;
-    QVERIFY(!program.journal().scanAvailable());
-    program.journal().scan(nullptr);
-    QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    QVERIFY(program.journal().scanAvailable());
+    camera.reset();
+    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
 
-    program.journal().setScanAvailable(true); // as if it had been pulled out since
     auto& window = openScan(program);
 
     QVERIFY(!window.mCaptureDevice());
     QVERIFY(!window.mCaptureDeviceInput());
-    QTRY_VERIFY(window.cameraImageView->caption().contains(u"No camera"_s));
-    QTest::mouseClick(window.buttonCancel, Qt::LeftButton);
+    QTRY_VERIFY(cameraView(window).caption().contains(u"No camera"_s));
+    click(window, "buttonCancel");
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }
 

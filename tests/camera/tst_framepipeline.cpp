@@ -218,13 +218,7 @@ void FramePipelineTest::findsNothingInOddFrames()
 
 void FramePipelineTest::mirrorsOnExactlyOne_data()
 {
-    QTest::addColumn<int>("stored");
-    QTest::addColumn<bool>("mirrored");
-
-    QTest::newRow("1") << 1 << true;
-    QTest::newRow("0") << 0 << false;
-    QTest::newRow("2") << 2 << false;
-    QTest::newRow("-1") << -1 << false;
+    support::addMirroringRows();
 }
 
 void FramePipelineTest::mirrorsOnExactlyOne()

@@ -2,7 +2,8 @@
 #include "platform/camera/CameraRegistry.h"
 #include "platform/services/StandardFolders.h"
 #include "platform/services/UserDefaults.h"
-#include "tests/support/CameraRig.h"
+#include "tests/support/CaptureScene.h"
+#include "tests/support/Controls.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/TestMain.h"
 
@@ -16,6 +17,7 @@
 using Qt::StringLiterals::operator""_s;
 
 using platform::UserDefaults;
+using support::control;
 using vellumcap::PrefsWindow;
 
 namespace {
@@ -23,6 +25,21 @@ namespace {
 const QString contrastKey = u"pref-camera-contrast"_s;
 const QString mirrorKey = u"pref-mirror-video"_s;
 const QString cameraKey = u"pref-camera-id"_s;
+
+QComboBox* cameraMenu(PrefsWindow& prefs)
+{
+    return control<QComboBox>(prefs, "cameraMenu");
+}
+
+QSlider* contrastSlider(PrefsWindow& prefs)
+{
+    return control<QSlider>(prefs, "contrastSlider");
+}
+
+QCheckBox* mirrorBox(PrefsWindow& prefs)
+{
+    return control<QCheckBox>(prefs, "mirrorVideoCheckbox");
+}
 
 } // namespace
 
@@ -48,7 +65,7 @@ private Q_SLOTS:
     void listsAnewWhenShown();
 
 private:
-    std::unique_ptr<support::RigCamera> plugIn(const char* name, const char* description);
+    support::CameraOnStage plugIn(const char* name, const char* description);
 
     std::unique_ptr<support::CameraRig> m_rig;
 };
@@ -70,24 +87,20 @@ void PrefsWindowTest::cleanup()
     QTRY_COMPARE(platform::CameraRegistry::shared().cameras().size(), 0);
 }
 
-/// Returns once the program knows of it.
-std::unique_ptr<support::RigCamera> PrefsWindowTest::plugIn(
-    const char* name, const char* description)
+support::CameraOnStage PrefsWindowTest::plugIn(const char* name, const char* description)
 {
-    const QString id = QString::fromLatin1(name);
-    auto camera = m_rig->addCamera({ .name = id, .description = QString::fromLatin1(description) });
-    [&id] { QTRY_VERIFY(platform::CameraRegistry::shared().camera(id).has_value()); }();
-    return camera;
+    return support::plugIn(*m_rig,
+        { .name = QString::fromLatin1(name), .description = QString::fromLatin1(description) });
 }
 
 void PrefsWindowTest::showsStoredValues()
 {
     UserDefaults::standard().setDouble(contrastKey, 25.0);
     UserDefaults::standard().setInteger(mirrorKey, 1);
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    QCOMPARE(prefs.contrastSlider->value(), 25);
-    QVERIFY(prefs.mirrorVideoCheckbox->isChecked());
+    QCOMPARE(contrastSlider(prefs)->value(), 25);
+    QVERIFY(mirrorBox(prefs)->isChecked());
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), 25.0);
 }
 
@@ -110,25 +123,25 @@ void PrefsWindowTest::keepsAContrastBetweenTheSteps()
     QFETCH(const QString, shown);
     QFETCH(const int, step);
     UserDefaults::standard().setDouble(contrastKey, stored);
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
 
     prefs.showWindow();
 
-    const auto* label = prefs.window()->findChild<QLabel*>(u"contrastValue"_s);
+    const auto* label = control<QLabel>(prefs, "contrastValue");
     QCOMPARE(label->text(), shown);
-    QCOMPARE(prefs.contrastSlider->value(), step);
+    QCOMPARE(contrastSlider(prefs)->value(), step);
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), stored);
-    // The slider's action without a move, as of whoever presses it at its place.
+    // The slider's action without a move, as when it is pressed where it stands.
     QTest::ignoreMessage(QtInfoMsg, qPrintable(u"Contrast value %1"_s.arg(stored, 0, 'f', 6)));
-    prefs.contrastChanged(prefs.contrastSlider);
+    prefs.contrastChanged();
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), stored);
 
     QTest::ignoreMessage(
         QtInfoMsg, qPrintable(u"Contrast value %1.000000"_s.arg(step > 0 ? step - 1 : step + 1)));
-    QTest::keyClick(prefs.contrastSlider, step > 0 ? Qt::Key_Left : Qt::Key_Right);
+    QTest::keyClick(contrastSlider(prefs), step > 0 ? Qt::Key_Left : Qt::Key_Right);
     QCOMPARE(
         UserDefaults::standard().doubleForKey(contrastKey), step > 0 ? step - 1.0 : step + 1.0);
-    QCOMPARE(label->text(), QString::number(prefs.contrastSlider->value()));
+    QCOMPARE(label->text(), QString::number(contrastSlider(prefs)->value()));
 }
 
 void PrefsWindowTest::resetsContrast_data()
@@ -142,15 +155,15 @@ void PrefsWindowTest::resetsContrast()
 {
     QFETCH(const double, stored);
     UserDefaults::standard().setDouble(contrastKey, stored);
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    auto* reset = prefs.window()->findChild<QToolButton*>(u"resetContrast"_s);
+    auto* reset = control<QToolButton>(prefs, "resetContrast");
 
     QTest::ignoreMessage(QtInfoMsg, "Contrast value 0.000000");
     QTest::mouseClick(reset, Qt::LeftButton);
 
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), 0.0);
-    QCOMPARE(prefs.contrastSlider->value(), 0);
+    QCOMPARE(contrastSlider(prefs)->value(), 0);
     const support::LogLines log;
     QTest::mouseClick(reset, Qt::LeftButton);
     QCOMPARE(support::LogLines::all(), QStringList());
@@ -158,36 +171,36 @@ void PrefsWindowTest::resetsContrast()
 
 void PrefsWindowTest::writesContrastAsItMoves()
 {
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    QCOMPARE(prefs.contrastSlider->value(), 0);
+    QCOMPARE(contrastSlider(prefs)->value(), 0);
     QTest::ignoreMessage(QtInfoMsg, "Contrast value 1.000000");
-    QTest::keyClick(prefs.contrastSlider, Qt::Key_Right);
+    QTest::keyClick(contrastSlider(prefs), Qt::Key_Right);
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), 1.0);
     QTest::ignoreMessage(QtInfoMsg, "Contrast value 11.000000");
-    QTest::keyClick(prefs.contrastSlider, Qt::Key_PageUp);
+    QTest::keyClick(contrastSlider(prefs), Qt::Key_PageUp);
     QCOMPARE(UserDefaults::standard().doubleForKey(contrastKey), 11.0);
 }
 
 void PrefsWindowTest::writesMirroring()
 {
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    QVERIFY(!prefs.mirrorVideoCheckbox->isChecked());
-    QTest::keyClick(prefs.mirrorVideoCheckbox, Qt::Key_Space);
+    QVERIFY(!mirrorBox(prefs)->isChecked());
+    QTest::keyClick(mirrorBox(prefs), Qt::Key_Space);
     QCOMPARE(UserDefaults::standard().integerForKey(mirrorKey), 1);
-    QTest::keyClick(prefs.mirrorVideoCheckbox, Qt::Key_Space);
+    QTest::keyClick(mirrorBox(prefs), Qt::Key_Space);
     QCOMPARE(UserDefaults::standard().stringForKey(mirrorKey), u"0"_s);
 }
 
 void PrefsWindowTest::selectsNothingWithoutCameras()
 {
     UserDefaults::standard().setString(cameraKey, u"a camera that is gone"_s);
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    QCOMPARE(prefs.cameraMenu->count(), 0);
-    QCOMPARE(prefs.cameraMenu->currentIndex(), -1);
-    prefs.menuSelected(nullptr);
+    QCOMPARE(cameraMenu(prefs)->count(), 0);
+    QCOMPARE(cameraMenu(prefs)->currentIndex(), -1);
+    prefs.menuSelected();
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), u"a camera that is gone"_s);
 }
 
@@ -197,10 +210,10 @@ void PrefsWindowTest::selectsTheDefaultCamera()
     const auto second = plugIn("cam.b", "Camera B");
     m_rig->setDefaultCamera(u"cam.b"_s);
     QTRY_COMPARE(platform::CameraRegistry::shared().defaultCamera(), u"cam.b"_s);
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
     QCOMPARE(prefs.devices(), (QStringList{ u"cam.a"_s, u"cam.b"_s }));
-    QCOMPARE(prefs.cameraMenu->currentText(), u"Camera B"_s);
+    QCOMPARE(cameraMenu(prefs)->currentText(), u"Camera B"_s);
     QVERIFY(!UserDefaults::standard().stringForKey(cameraKey).has_value());
 }
 
@@ -210,9 +223,9 @@ void PrefsWindowTest::selectsTheStoredCamera()
     const auto second = plugIn("cam.b", "Camera B");
     for (const char* name : { "cam.a", "cam.b" }) {
         UserDefaults::standard().setString(cameraKey, QString::fromLatin1(name));
-        PrefsWindow prefs(u"PrefsWindow"_s);
+        PrefsWindow prefs;
         prefs.showWindow();
-        QCOMPARE(prefs.devices().at(prefs.cameraMenu->currentIndex()), QString::fromLatin1(name));
+        QCOMPARE(prefs.devices().at(cameraMenu(prefs)->currentIndex()), QString::fromLatin1(name));
     }
 }
 
@@ -221,22 +234,22 @@ void PrefsWindowTest::replacesAnAbsentCamera()
     const auto first = plugIn("cam.a", "Camera A");
     const QString absent = u"a camera that is gone"_s;
     UserDefaults::standard().setString(cameraKey, absent);
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    QCOMPARE(prefs.cameraMenu->currentText(), u"Camera A"_s);
+    QCOMPARE(cameraMenu(prefs)->currentText(), u"Camera A"_s);
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
-    QTest::keyClick(prefs.cameraMenu, Qt::Key_Down); // there is no other
+    QTest::keyClick(cameraMenu(prefs), Qt::Key_Down); // there is no other
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), absent);
-    prefs.menuSelected(prefs.cameraMenu);
+    prefs.menuSelected();
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), u"cam.a"_s);
 }
 
 void PrefsWindowTest::writesTheChoiceAtOnce()
 {
     const auto camera = plugIn("cam.a", "Camera A");
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    prefs.menuSelected(prefs.cameraMenu);
+    prefs.menuSelected();
     QFile settings(platform::StandardFolders::configuration() + u"/vellumcap.ini"_s);
     QVERIFY(settings.open(QFile::ReadOnly));
     QVERIFY(settings.readAll().contains("\npref-camera-id=cam.a\n"));
@@ -247,33 +260,33 @@ void PrefsWindowTest::keepsCamerasOfOneNameApart()
     const auto first = plugIn("cam.a", "Camera");
     const auto second = plugIn("cam.b", "Camera");
     UserDefaults::standard().setString(cameraKey, u"cam.a"_s);
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    QCOMPARE(prefs.cameraMenu->count(), 2);
-    QCOMPARE(prefs.cameraMenu->itemText(0), u"Camera"_s);
-    QCOMPARE(prefs.cameraMenu->itemText(1), u"Camera"_s);
+    QCOMPARE(cameraMenu(prefs)->count(), 2);
+    QCOMPARE(cameraMenu(prefs)->itemText(0), u"Camera"_s);
+    QCOMPARE(cameraMenu(prefs)->itemText(1), u"Camera"_s);
     QCOMPARE(prefs.devices(), (QStringList{ u"cam.a"_s, u"cam.b"_s }));
-    QCOMPARE(prefs.cameraMenu->currentIndex(), 0);
-    QTest::keyClick(prefs.cameraMenu, Qt::Key_Down);
+    QCOMPARE(cameraMenu(prefs)->currentIndex(), 0);
+    QTest::keyClick(cameraMenu(prefs), Qt::Key_Down);
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), u"cam.b"_s);
 }
 
 void PrefsWindowTest::listsAnewWhenShown()
 {
-    PrefsWindow prefs(u"PrefsWindow"_s);
+    PrefsWindow prefs;
     prefs.showWindow();
-    QCOMPARE(prefs.cameraMenu->count(), 0);
-    QVERIFY(!prefs.cameraMenu->isEnabled());
+    QCOMPARE(cameraMenu(prefs)->count(), 0);
+    QVERIFY(!cameraMenu(prefs)->isEnabled());
     auto camera = plugIn("cam.a", "Camera A");
-    QCOMPARE(prefs.cameraMenu->count(), 0);
+    QCOMPARE(cameraMenu(prefs)->count(), 0);
     prefs.showWindow();
     QCOMPARE(prefs.devices(), QStringList{ u"cam.a"_s });
-    QVERIFY(prefs.cameraMenu->isEnabled());
+    QVERIFY(cameraMenu(prefs)->isEnabled());
     camera.reset();
     QTRY_COMPARE(platform::CameraRegistry::shared().cameras().size(), 0);
-    QCOMPARE(prefs.cameraMenu->count(), 1);
+    QCOMPARE(cameraMenu(prefs)->count(), 1);
     prefs.showWindow();
-    QCOMPARE(prefs.cameraMenu->count(), 0);
+    QCOMPARE(cameraMenu(prefs)->count(), 0);
 }
 
 VELLUMCAP_TEST_MAIN(PrefsWindowTest)

@@ -54,6 +54,18 @@ std::optional<CaptureDevice> awaitedDevice(const QString& camera)
     return CaptureDevice::deviceWithUniqueID(camera);
 }
 
+CameraOnStage plugIn(CameraRig& rig, const CameraWish& wish, const QImage& picture)
+{
+    CameraOnStage camera(rig.addCamera(wish).release());
+    if (!picture.isNull()) {
+        camera->show(picture);
+    }
+    if (!awaitedDevice(wish.name)) {
+        qFatal("The program does not list the camera %ls", qUtf16Printable(wish.name));
+    }
+    return camera;
+}
+
 CameraWish smallCamera(const QString& name, const QString& encoding)
 {
     return {

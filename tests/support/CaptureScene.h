@@ -27,6 +27,11 @@ QString wrongQuarter(const QImage& seen, const QImage& expected);
 /// The device, once the program has learnt of the camera.
 std::optional<platform::CaptureDevice> awaitedDevice(const QString& camera);
 
+/// Plugs in a camera that shows `picture`, white for a null one; returns once the program lists it,
+/// and fails the process when it does not.
+[[nodiscard]] CameraOnStage plugIn(
+    CameraRig& rig, const CameraWish& wish, const QImage& picture = {});
+
 /// A camera of 640x480 at 30 frames a second.
 CameraWish smallCamera(const QString& name, const QString& encoding = QStringLiteral("YUY2"));
 

@@ -1,18 +1,15 @@
-#include "platform/camera/CaptureDevice.h"
 #include "platform/services/StandardFolders.h"
 #include "platform/services/UserDefaults.h"
-#include "platform/ui/TextField.h"
-#include "tests/support/CameraRig.h"
-#include "tests/support/DrawnCode.h"
+#include "tests/support/Controls.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
 
 #include <QComboBox>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QPainter>
 #include <QTimer>
 
 using Qt::StringLiterals::operator""_s;
@@ -23,22 +20,12 @@ using support::Program;
 
 namespace {
 
-constexpr QSize frameSize(640, 480);
-
-QImage paperWith(const QString& text)
-{
-    QImage paper = support::plainPicture(frameSize, QColor(230, 230, 230));
-    const QImage code = support::drawnCode(platform::Symbology::Qr, text, 5);
-    QPainter(&paper).drawImage(200, 120, code);
-    return paper;
-}
-
 QString codeText(int number)
 {
     return u"code %1"_s.arg(number);
 }
 
-/// How long the event loop keeps waiting those who want a word, at worst.
+/// Measures the longest time in which the event loop handled no timer event.
 class Latency : public QObject {
 public:
     Latency()
@@ -84,15 +71,14 @@ void WatchBurst::losesNothing()
     UserDefaults::standard().setBool(u"watch-saveCapture"_s, true);
     UserDefaults::standard().setBool(u"watch-runAppleScript"_s, true);
     CameraRig rig;
-    support::CameraWish wish{ u"a"_s, u"Camera"_s };
-    wish.size = frameSize;
+    auto wish = support::smallCamera(u"a"_s);
     wish.rate = 60;
-    const auto camera = rig.addCamera(wish);
-    QTRY_VERIFY(platform::CaptureDevice::deviceWithUniqueID(u"a"_s).has_value());
+    const auto camera = support::plugIn(rig, wish);
     Program program;
     program.journal().watch(QVariantMap{ { u"ScriptName"_s, u"record.scpt"_s } });
     auto& window = *program.journal().watchWindow();
-    QTRY_COMPARE(window.appleScriptMenu->currentText(), u"record.scpt"_s);
+    QTRY_COMPARE(support::control<QComboBox>(window, "appleScriptMenu")->currentText(),
+        u"record.scpt"_s);
     const auto isTold = [&told](const QString& text) {
         QFile file(told);
         return file.open(QFile::ReadOnly) && file.readAll().contains(text.toUtf8() + '\n');
@@ -103,12 +89,12 @@ void WatchBurst::losesNothing()
 
     // Each is taken away as soon as the window and the script have its text.
     for (int number = 0; number < codes; ++number) {
-        camera->show(paperWith(codeText(number)));
-        QTRY_COMPARE(window.textField->stringValue(), codeText(number));
+        camera->show(support::paper(codeText(number)));
+        QTRY_COMPARE(support::shownText(window), codeText(number));
         QTRY_VERIFY(isTold(codeText(number)));
     }
     qInfo("%d codes in %.1f s; the event loop was busy for %lld ms at most", codes,
-        double(clock.elapsed()) / 1000, static_cast<long long>(latency.worst()));
+        static_cast<double>(clock.elapsed()) / 1000, static_cast<long long>(latency.worst()));
 
     QStringList stored;
     for (const auto& capture : program.journal().captures()) {

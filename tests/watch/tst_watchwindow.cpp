@@ -1,4 +1,3 @@
-#include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureConnection.h"
 #include "platform/camera/CaptureDevice.h"
 #include "platform/camera/CaptureSession.h"
@@ -9,14 +8,13 @@
 #include "platform/services/StandardFolders.h"
 #include "platform/services/UserDefaults.h"
 #include "platform/ui/Sheet.h"
-#include "platform/ui/TextField.h"
 #include "tests/support/Browser.h"
-#include "tests/support/CameraRig.h"
-#include "tests/support/DrawnCode.h"
+#include "tests/support/Controls.h"
 #include "tests/support/Examinations.h"
 #include "tests/support/LogLines.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
 
@@ -26,7 +24,6 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QLayout>
-#include <QPainter>
 #include <QPushButton>
 #include <QToolButton>
 
@@ -36,14 +33,17 @@
 using Qt::StringLiterals::operator""_s;
 
 using platform::CaptureDevice;
-using platform::Symbology;
 using platform::UserDefaults;
 using support::CameraOnStage;
 using support::CameraRig;
-using support::CameraWish;
+using support::cameraView;
+using support::click;
+using support::control;
 using support::LogLines;
+using support::paper;
 using support::Program;
-using support::RigCamera;
+using support::shownText;
+using support::takeAway;
 using vellumcap::WatchWindow;
 
 namespace {
@@ -55,43 +55,30 @@ const QString saveCapture = u"watch-saveCapture"_s;
 const QString closeOnFirstScan = u"watch-closeOnFirstScan"_s;
 const QString runAppleScript = u"watch-runAppleScript"_s;
 
-constexpr QSize frameSize(640, 480);
-
-QImage paper(const QString& text = {})
-{
-    QImage picture = support::plainPicture(frameSize, QColor(230, 230, 230));
-    if (!text.isEmpty()) {
-        const QImage code = support::drawnCode(Symbology::Qr, text, 5);
-        QPainter(&picture).drawImage(QPoint((frameSize.width() - code.width()) / 2,
-                                         (frameSize.height() - code.height()) / 2),
-            code);
-    }
-    return picture;
-}
-
 WatchWindow& openWatch(Program& program)
 {
-    program.journal().watch(nullptr);
+    program.journal().watch();
     return *program.journal().watchWindow();
+}
+
+QComboBox* scriptMenu(WatchWindow& window)
+{
+    return control<QComboBox>(window, "appleScriptMenu");
+}
+
+QToolButton* triangleOf(WatchWindow& window)
+{
+    return control<QToolButton>(window, "disclosureTriangle");
+}
+
+QWidget* optionsPanel(WatchWindow& window)
+{
+    return control<QWidget>(window, "disclosureView");
 }
 
 bool isSheetAttached(Program& program)
 {
     return platform::attachedSheet(program.journal().window()) != nullptr;
-}
-
-/// Takes the code away, and returns when no frame that shows it is being examined any more: one
-/// that ends late would offer it once more.
-bool takeAway(RigCamera& camera, const WatchWindow& window)
-{
-    camera.show(paper());
-    int pictures = 0;
-    const auto counting = QObject::connect(
-        window.cameraImageView, &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
-    const bool passed = QTest::qWaitFor([&pictures] { return pictures >= 10; }, support::patience);
-    QObject::disconnect(counting);
-    support::waitForExaminations();
-    return passed;
 }
 
 /// The texts in the journal, oldest first. One that is in view for long is kept again and again.
@@ -221,12 +208,7 @@ void WatchWindowTest::cleanup()
 
 CameraOnStage WatchWindowTest::plugIn(const QImage& picture)
 {
-    CameraWish wish{ u"a"_s, u"Camera"_s };
-    wish.size = frameSize;
-    CameraOnStage camera(m_rig->addCamera(wish).release());
-    camera->show(picture);
-    [] { QTRY_VERIFY(CaptureDevice::deviceWithUniqueID(u"a"_s).has_value()); }();
-    return camera;
+    return support::plugIn(*m_rig, support::smallCamera(u"a"_s), picture);
 }
 
 void WatchWindowTest::watchesAtFirst()
@@ -236,15 +218,15 @@ void WatchWindowTest::watchesAtFirst()
     auto& window = openWatch(program);
 
     QCOMPARE(window.window()->windowTitle(), u"Capture"_s);
-    QVERIFY(window.buttonCancel->isEnabled());
+    QVERIFY(control<QPushButton>(window, "buttonCancel")->isEnabled());
     QVERIFY(window.mCaptureSession()->isRunning());
     QVERIFY(!window.captureData());
-    QVERIFY(!window.disclosureTriangle->isChecked());
-    QVERIFY(!window.disclosureView->isVisible());
-    QTRY_VERIFY(!window.cameraImageView->pictureRect().isEmpty());
+    QVERIFY(!triangleOf(window)->isChecked());
+    QVERIFY(!optionsPanel(window)->isVisible());
+    QTRY_VERIFY(support::showsLivePicture(window));
     support::waitForExaminations(); // and for the scan of the folder, which is empty
     QVERIFY(window.appleScripts().isEmpty());
-    QCOMPARE(items(*window.appleScriptMenu), QStringList(u"0 No script"_s));
+    QCOMPARE(items(*scriptMenu(window)), QStringList(u"0 No script"_s));
 }
 
 void WatchWindowTest::logsTheFrameRates()
@@ -263,17 +245,17 @@ void WatchWindowTest::showsEveryNewCode()
     const auto camera = plugIn(paper(u"one"_s));
     Program program;
     auto& window = openWatch(program);
-    QTRY_COMPARE(window.textField->stringValue(), u"one"_s);
+    QTRY_COMPARE(shownText(window), u"one"_s);
 
     QVERIFY(takeAway(*camera, window));
     camera->show(paper(u"two"_s));
-    QTRY_COMPARE(window.textField->stringValue(), u"two"_s);
+    QTRY_COMPARE(shownText(window), u"two"_s);
     QVERIFY(takeAway(*camera, window));
     camera->show(paper(u"one"_s));
-    QTRY_COMPARE(window.textField->stringValue(), u"one"_s);
+    QTRY_COMPARE(shownText(window), u"one"_s);
 
     QVERIFY(window.mCaptureSession()->isRunning());
-    QVERIFY(window.buttonCancel->isEnabled());
+    QVERIFY(control<QPushButton>(window, "buttonCancel")->isEnabled());
     QCOMPARE(program.journal().captures().size(), 0);
 }
 
@@ -298,7 +280,7 @@ void WatchWindowTest::opensLinks()
 
     for (const QString& text : { first, u"https://example.org/\u00e4"_s, last }) {
         camera->show(paper(text));
-        QTRY_COMPARE(window.textField->stringValue(), text);
+        QTRY_COMPARE(shownText(window), text);
         QVERIFY(takeAway(*camera, window));
     }
 
@@ -328,7 +310,7 @@ void WatchWindowTest::keepsCodesWhenAsked()
     QCOMPARE(keptTexts(program), expected);
     QCOMPARE(Program::pictures().size(), program.journal().captures().size());
     QVERIFY(isSheetAttached(program));
-    QCOMPARE(window.textField->stringValue(), u"A"_s);
+    QCOMPARE(shownText(window), u"A"_s);
 }
 
 void WatchWindowTest::reactsToOptionsFromTheNextCodeOn()
@@ -336,7 +318,7 @@ void WatchWindowTest::reactsToOptionsFromTheNextCodeOn()
     const auto camera = plugIn(paper(u"A"_s));
     Program program;
     auto& window = openWatch(program);
-    QTRY_COMPARE(window.textField->stringValue(), u"A"_s);
+    QTRY_COMPARE(shownText(window), u"A"_s);
     QVERIFY(takeAway(*camera, window));
     QCOMPARE(program.journal().captures().size(), 0);
 
@@ -357,7 +339,7 @@ void WatchWindowTest::closesOnTheFirstCode()
     QTRY_VERIFY(!isSheetAttached(program));
     QVERIFY(!window.window()->isVisible());
     QVERIFY(!window.mCaptureSession()->isRunning());
-    QCOMPARE(window.textField->stringValue(), u"enough"_s);
+    QCOMPARE(shownText(window), u"enough"_s);
     QCOMPARE(program.journal().captures().size(), 0);
     QTRY_COMPARE(camera->links(), 0);
 }
@@ -372,7 +354,7 @@ void WatchWindowTest::savesClosesAndThenRunsTheScript()
     Program program;
     program.journal().watch(QVariantMap{ { u"ScriptName"_s, u"record.scpt"_s } });
     auto& window = *program.journal().watchWindow();
-    QTRY_COMPARE(window.appleScriptMenu->currentText(), u"record.scpt"_s);
+    QTRY_COMPARE(scriptMenu(window)->currentText(), u"record.scpt"_s);
 
     camera->show(paper(u"all of it"_s));
 
@@ -401,7 +383,7 @@ void WatchWindowTest::handsTheTextToTheScript()
     Program program;
     program.journal().watch(QVariantMap{ { u"ScriptName"_s, u"record.scpt"_s } });
     auto& window = *program.journal().watchWindow();
-    QTRY_COMPARE(window.appleScriptMenu->currentText(), u"record.scpt"_s);
+    QTRY_COMPARE(scriptMenu(window)->currentText(), u"record.scpt"_s);
 
     camera->show(paper(text));
 
@@ -417,14 +399,14 @@ void WatchWindowTest::runsNothingWithoutAScript()
     Program program;
     auto& window = openWatch(program);
     QTRY_COMPARE(window.appleScripts().size(), 1);
-    QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
+    QCOMPARE(scriptMenu(window)->currentData().toInt(), 0);
     const LogLines log;
 
     camera->show(paper(u"not for a script"_s));
     QTRY_COMPARE(program.journal().captures().size(), 1);
     QVERIFY(takeAway(*camera, window));
 
-    window.appleScriptMenu->setCurrentText(u"record.scpt"_s);
+    scriptMenu(window)->setCurrentText(u"record.scpt"_s);
     camera->show(paper(u"for the script"_s));
     QTRY_COMPARE(content(told), QByteArray("for the script\n"));
 
@@ -473,7 +455,7 @@ void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
     // The text stays on show when it is no longer compared with.
     QCOMPARE(window.captureData(), QString());
     QVERIFY(window.captureData().has_value());
-    QCOMPARE(window.textField->stringValue(), u"B"_s);
+    QCOMPARE(shownText(window), u"B"_s);
 }
 
 void WatchWindowTest::resetsOutliveTheirWindow()
@@ -502,11 +484,11 @@ void WatchWindowTest::listsScripts()
 
     auto& window = openWatch(program);
 
-    QCOMPARE(items(*window.appleScriptMenu), QStringList(u"0 No script"_s));
+    QCOMPARE(items(*scriptMenu(window)), QStringList(u"0 No script"_s));
     QTRY_COMPARE(window.appleScripts().size(), 2);
     QCOMPARE(
-        items(*window.appleScriptMenu).mid(1), QStringList({ u"100 a.scpt"_s, u"101 b.scpt"_s }));
-    QCOMPARE(window.appleScriptMenu->currentIndex(), 0);
+        items(*scriptMenu(window)).mid(1), QStringList({ u"100 a.scpt"_s, u"101 b.scpt"_s }));
+    QCOMPARE(scriptMenu(window)->currentIndex(), 0);
 }
 
 void WatchWindowTest::preselectsAScript_data()
@@ -537,7 +519,7 @@ void WatchWindowTest::preselectsAScript()
 
     auto& window = *program.journal().watchWindow();
     QTRY_COMPARE(window.appleScripts().size(), 2);
-    QCOMPARE(window.appleScriptMenu->currentText(), selected);
+    QCOMPARE(scriptMenu(window)->currentText(), selected);
 }
 
 void WatchWindowTest::logsTheChosenScript()
@@ -547,13 +529,13 @@ void WatchWindowTest::logsTheChosenScript()
     Program program;
     auto& window = openWatch(program);
     QTRY_COMPARE(window.appleScripts().size(), 1);
-    window.disclosureTriangle->click();
+    triangleOf(window)->click();
     const LogLines log;
 
-    window.appleScriptMenu->setFocus();
-    QTest::keyClick(window.appleScriptMenu, Qt::Key_End);
+    scriptMenu(window)->setFocus();
+    QTest::keyClick(scriptMenu(window), Qt::Key_End);
 
-    QCOMPARE(window.appleScriptMenu->currentText(), u"a.scpt"_s);
+    QCOMPARE(scriptMenu(window)->currentText(), u"a.scpt"_s);
     QVERIFY(LogLines::all().contains(u"a.scpt"_s));
 }
 
@@ -564,15 +546,15 @@ void WatchWindowTest::opensTheScriptFolder()
     Program program;
     auto& window = openWatch(program);
     QTRY_COMPARE(window.appleScripts().size(), 1);
-    window.appleScriptMenu->setCurrentText(u"a.scpt"_s);
+    scriptMenu(window)->setCurrentText(u"a.scpt"_s);
     QDir folder(scripts());
     folder.removeRecursively();
 
-    window.window()->findChild<QPushButton*>(u"openScripts"_s)->click();
+    control<QPushButton>(window, "openScripts")->click();
 
     QTRY_COMPARE(m_browser->opened(), QStringList(folder.path()));
     QVERIFY(QDir(folder.path()).exists());
-    QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
+    QCOMPARE(scriptMenu(window)->currentData().toInt(), 0);
 }
 
 void WatchWindowTest::choosesNoScriptWhereThereIsNoFolder()
@@ -582,14 +564,14 @@ void WatchWindowTest::choosesNoScriptWhereThereIsNoFolder()
     Program program;
     auto& window = openWatch(program);
     QTRY_COMPARE(window.appleScripts().size(), 1);
-    window.appleScriptMenu->setCurrentText(u"a.scpt"_s);
+    scriptMenu(window)->setCurrentText(u"a.scpt"_s);
     const QString folder = scripts().path();
     QVERIFY(QDir(folder).removeRecursively());
     support::writeFile(folder, "in the way");
 
-    window.window()->findChild<QPushButton*>(u"openScripts"_s)->click();
+    control<QPushButton>(window, "openScripts")->click();
 
-    QCOMPARE(window.appleScriptMenu->currentData().toInt(), 0);
+    QCOMPARE(scriptMenu(window)->currentData().toInt(), 0);
     QVERIFY(m_browser->opened().isEmpty());
     QVERIFY(QFile::remove(folder));
 }
@@ -600,7 +582,7 @@ void WatchWindowTest::editsTheOptions()
     Program program;
     UserDefaults::standard().setBool(closeOnFirstScan, true);
     auto& window = openWatch(program);
-    window.disclosureTriangle->click();
+    triangleOf(window)->click();
     const QList<std::pair<const char*, QString>> options{
         { "openInBackground", openInBackground },
         { "saveCapture", saveCapture },
@@ -608,7 +590,7 @@ void WatchWindowTest::editsTheOptions()
         { "runScript", runAppleScript },
     };
     for (const auto& [name, key] : options) {
-        auto* box = window.window()->findChild<QCheckBox*>(QString::fromLatin1(name));
+        auto* box = control<QCheckBox>(window, name);
         const bool before = key == closeOnFirstScan;
         QCOMPARE(box->isChecked(), before);
         box->click();
@@ -626,28 +608,28 @@ void WatchWindowTest::opensAndClosesTheOptions()
     auto& window = openWatch(program);
     QVERIFY(QTest::qWaitForWindowExposed(window.window()));
     const QRect sheet = window.window()->geometry();
-    const QRect picture = frameOf(*window.cameraImageView);
-    const QRect triangle = frameOf(*window.disclosureTriangle);
-    const int height = window.disclosureView->height();
+    const QRect picture = frameOf(cameraView(window));
+    const QRect triangle = frameOf(*triangleOf(window));
+    const int height = optionsPanel(window)->height();
     QVERIFY(height > 40);
 
-    QTest::mouseClick(window.disclosureTriangle, Qt::LeftButton);
+    QTest::mouseClick(triangleOf(window), Qt::LeftButton);
     window.window()->layout()->activate();
 
-    QVERIFY(window.disclosureView->isVisible());
-    QCOMPARE(window.disclosureView->height(), height);
+    QVERIFY(optionsPanel(window)->isVisible());
+    QCOMPARE(optionsPanel(window)->height(), height);
     QCOMPARE(window.window()->height(), sheet.height() + height);
     QCOMPARE(window.window()->width(), sheet.width());
-    QCOMPARE(frameOf(*window.cameraImageView), picture.translated(0, height));
-    QCOMPARE(frameOf(*window.disclosureTriangle), triangle.translated(0, height));
+    QCOMPARE(frameOf(cameraView(window)), picture.translated(0, height));
+    QCOMPARE(frameOf(*triangleOf(window)), triangle.translated(0, height));
 
-    QTest::mouseClick(window.disclosureTriangle, Qt::LeftButton);
+    QTest::mouseClick(triangleOf(window), Qt::LeftButton);
     window.window()->layout()->activate();
 
-    QVERIFY(!window.disclosureView->isVisible());
+    QVERIFY(!optionsPanel(window)->isVisible());
     QCOMPARE(window.window()->geometry(), sheet);
-    QCOMPARE(frameOf(*window.cameraImageView), picture);
-    QCOMPARE(frameOf(*window.disclosureTriangle), triangle);
+    QCOMPARE(frameOf(cameraView(window)), picture);
+    QCOMPARE(frameOf(*triangleOf(window)), triangle);
 }
 
 void WatchWindowTest::followsPreferences()
@@ -693,7 +675,7 @@ void WatchWindowTest::endsInManyWays_data()
     const auto row = [](const char* name, const std::function<void(WatchWindow&)>& end) {
         QTest::newRow(name) << end;
     };
-    row("button", [](auto& window) { QTest::mouseClick(window.buttonCancel, Qt::LeftButton); });
+    row("button", [](auto& window) { click(window, "buttonCancel"); });
     row("Escape", [](auto& window) { QTest::keyClick(window.window(), Qt::Key_Escape); });
     row("close command",
         [](auto& window) { QTest::keyClick(window.window(), Qt::Key_W, Qt::ControlModifier); });
@@ -721,17 +703,21 @@ void WatchWindowTest::endsInManyWays()
 
 void WatchWindowTest::survivesWithoutACamera()
 {
+    {
+        Program program;
+        program.journal().watch();
+        QVERIFY(!isSheetAttached(program));
+    }
+    auto camera = plugIn(paper());
     Program program;
-    program.journal().watch(nullptr);
-    QVERIFY(!isSheetAttached(program));
-
-    program.journal().setScanAvailable(true); // as if it had been pulled out since
+    camera.reset();
+    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
     const LogLines log;
     auto& window = openWatch(program);
 
     QCOMPARE(LogLines::all().count(u"(null)"_s), 1); // in place of frame rates
-    QTRY_VERIFY(window.cameraImageView->caption().contains(u"No camera"_s));
-    window.cancelCapture(nullptr);
+    QTRY_VERIFY(cameraView(window).caption().contains(u"No camera"_s));
+    window.cancelCapture();
     QTRY_VERIFY(!isSheetAttached(program));
 }
 

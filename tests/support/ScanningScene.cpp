@@ -1,0 +1,65 @@
+#include "tests/support/ScanningScene.h"
+
+#include "camera/ScanningWindow.h"
+#include "tests/support/Controls.h"
+#include "tests/support/DrawnCode.h"
+#include "tests/support/Examinations.h"
+#include "tests/support/Pictures.h"
+
+#include <QPainter>
+
+namespace support {
+
+QImage paper(const QString& text)
+{
+    QImage picture = plainPicture(frameSize, QColor(230, 230, 230));
+    QPainter painter(&picture);
+    painter.fillRect(0, 0, 100, frameSize.height(), QColor(60, 60, 60));
+    if (!text.isEmpty()) {
+        const QImage code = drawnCode(platform::Symbology::Qr, text, 6);
+        painter.drawImage(160, (frameSize.height() - code.height()) / 2, code);
+    }
+    return picture;
+}
+
+platform::CameraView& cameraView(vellumcap::ScanningWindow& window)
+{
+    return *control<platform::CameraView>(window, "cameraImageView");
+}
+
+bool showsLivePicture(vellumcap::ScanningWindow& window)
+{
+    return !cameraView(window).pictureRect().isEmpty();
+}
+
+bool picturesPass(vellumcap::ScanningWindow& window)
+{
+    int pictures = 0;
+    const auto counting = QObject::connect(
+        &cameraView(window), &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
+    const bool passed
+        = QTest::qWaitFor([&pictures] { return pictures >= 10; }, patienceWithCameras);
+    QObject::disconnect(counting);
+    return passed;
+}
+
+bool takeAway(RigCamera& camera, vellumcap::ScanningWindow& window)
+{
+    camera.show(paper());
+    const bool passed = picturesPass(window);
+    waitForExaminations();
+    return passed;
+}
+
+void addMirroringRows()
+{
+    QTest::addColumn<int>("stored");
+    QTest::addColumn<bool>("mirrored");
+
+    QTest::newRow("1") << 1 << true;
+    QTest::newRow("0") << 0 << false;
+    QTest::newRow("2") << 2 << false;
+    QTest::newRow("-1") << -1 << false;
+}
+
+} // namespace support
