@@ -5,7 +5,8 @@
 #include "platform/services/StandardFolders.h"
 #include "platform/store/ManagedObjectContext.h"
 #include "platform/ui/Sheet.h"
-#include "platform/ui/TextField.h"
+#include "tests/support/CaptureScene.h"
+#include "tests/support/Controls.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
@@ -23,6 +24,7 @@ using Qt::StringLiterals::operator""_s;
 using platform::TerminateReply;
 using support::AlertSeen;
 using support::answerNextAlert;
+using support::control;
 using support::Program;
 using support::Start;
 using vellumcap::Capture;
@@ -63,6 +65,7 @@ const AlertSeen quitAlert{
 class VellumcapAppDelegateTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
     void makesTheFolderAndTheStoreOnFirstUse();
     void doesNotTouchTheStoreBeforeItIsAskedFor();
     void reportsAFileWhereTheFolderShouldBe();
@@ -78,12 +81,21 @@ private Q_SLOTS:
     void cancelKeepsTheChanges();
     void quitAnywayQuitsWithoutSaving();
     void saveActionPresentsTheError();
+    void refreshesTheJournalAfterStoringACapture();
     void opensEachWindowOnce();
     void validatesTheWindowItemsOnly();
     void makesTheScriptsFolder();
     void performsActionsOfTheLauncher_data();
     void performsActionsOfTheLauncher();
+
+private:
+    std::unique_ptr<support::CameraRig> m_rig;
 };
+
+void VellumcapAppDelegateTest::initTestCase()
+{
+    m_rig = std::make_unique<support::CameraRig>();
+}
 
 void VellumcapAppDelegateTest::makesTheFolderAndTheStoreOnFirstUse()
 {
@@ -188,7 +200,7 @@ void VellumcapAppDelegateTest::openingTheJournalShowsAFailureOnce()
     QList<AlertSeen> seen;
     answerNextAlert(0, seen);
     QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
-    program.delegate().openJournalWindow(nullptr);
+    program.delegate().openJournalWindow();
     QVERIFY(program.delegate().windowWillReturnUndoManager(nullptr) == nullptr);
     QCOMPARE(seen.size(), 2);
     QVERIFY(file.remove());
@@ -226,8 +238,9 @@ void VellumcapAppDelegateTest::commitsTheFieldBeingEditedWhileQuitting()
     {
         Program program;
         program.keep(u"x"_s);
-        program.journal().collectionView->selectItem({ 0, 0 });
-        QTest::keyClicks(program.journal().selectedNotes, u"typed"_s);
+        auto& journal = program.journal();
+        control<platform::CollectionView>(journal, "collectionView")->selectItem({ 0, 0 });
+        QTest::keyClicks(control<platform::TextField>(journal, "selectedNotes"), u"typed"_s);
         QCOMPARE(askToTerminate(program), TerminateReply::Now);
     }
     Program again(Start::NotLaunched, support::Data::Kept);
@@ -289,12 +302,33 @@ void VellumcapAppDelegateTest::saveActionPresentsTheError()
     {
         const NoRoomOnDisk full;
         answerNextAlert(0, seen);
-        program.delegate().saveAction(nullptr);
+        program.delegate().saveAction();
     }
     QCOMPARE(seen.size(), 1);
     QVERIFY(program.delegate().managedObjectContext()->hasChanges());
-    program.delegate().saveAction(nullptr);
+    program.delegate().saveAction();
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
+}
+
+void VellumcapAppDelegateTest::refreshesTheJournalAfterStoringACapture()
+{
+    {
+        Program program;
+
+        program.delegate().storeCapture(support::plainPicture(), u"text"_s);
+
+        QCOMPARE(program.journal().captures().size(), 1);
+        const auto capture = program.journal().captures().front();
+        QCOMPARE(capture->captureValue(), u"text"_s);
+        QCOMPARE(capture->getImage().load().size(), support::plainPicture().size());
+        QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
+    }
+
+    // Without a journal window.
+    Program launching(Start::NotLaunched);
+    launching.delegate().storeCapture(support::plainPicture(), u"text"_s);
+    QCOMPARE(Capture::getCaptures()->size(), 1);
+    QVERIFY(launching.delegate().journalWindow() == nullptr);
 }
 
 void VellumcapAppDelegateTest::opensEachWindowOnce()
@@ -303,18 +337,18 @@ void VellumcapAppDelegateTest::opensEachWindowOnce()
     auto& delegate = program.delegate();
     QVERIFY(delegate.journalWindow() == nullptr);
     QVERIFY(delegate.prefsWindow() == nullptr);
-    delegate.openJournalWindow(nullptr);
+    delegate.openJournalWindow();
     auto* journal = delegate.journalWindow();
     QVERIFY(journal->window()->isVisible());
     journal->window()->close();
     QVERIFY(!journal->window()->isVisible());
-    delegate.openJournalWindow(nullptr);
+    delegate.openJournalWindow();
     QCOMPARE(delegate.journalWindow(), journal);
     QVERIFY(journal->window()->isVisible());
 
-    delegate.openPrefsWindow(nullptr);
+    delegate.openPrefsWindow();
     auto* prefs = delegate.prefsWindow();
-    delegate.openPrefsWindow(nullptr);
+    delegate.openPrefsWindow();
     QCOMPARE(delegate.prefsWindow(), prefs);
     QVERIFY(prefs->window()->isVisible());
     prefs->window()->close();
@@ -366,8 +400,8 @@ void VellumcapAppDelegateTest::performsActionsOfTheLauncher()
     QFETCH(QString, name);
     QFETCH(bool, isKnown);
 
+    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
     Program program;
-    program.journal().setScanAvailable(true);
     program.journal().window()->hide();
     program.delegate().performAction(name);
     QCOMPARE(program.journal().window()->isVisible(), isKnown);
@@ -375,7 +409,7 @@ void VellumcapAppDelegateTest::performsActionsOfTheLauncher()
     if (isKnown) {
         QCOMPARE(platform::attachedSheet(program.journal().window()),
             program.journal().watchWindow()->window());
-        program.journal().watchWindow()->cancelCapture(nullptr);
+        program.journal().watchWindow()->cancelCapture();
     }
 
     // Before the program has launched, as when the bus has started it for the action.

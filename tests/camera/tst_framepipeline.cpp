@@ -6,6 +6,7 @@
 #include "platform/graphics/ImageFilter.h"
 #include "platform/services/UserDefaults.h"
 #include "tests/support/DrawnCode.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 
 #include <QPainter>

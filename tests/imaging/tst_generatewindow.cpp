@@ -4,7 +4,7 @@
 #include "platform/barcode/QRCodeGenerator.h"
 #include "platform/services/StandardFolders.h"
 #include "platform/ui/Sheet.h"
-#include "platform/ui/TextField.h"
+#include "tests/support/Controls.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 
@@ -18,7 +18,10 @@
 
 using Qt::StringLiterals::operator""_s;
 
+using support::click;
+using support::control;
 using support::Program;
+using vellumcap::DragDropImageView;
 using vellumcap::GenerateWindow;
 
 namespace {
@@ -27,37 +30,39 @@ namespace {
 struct Sheet {
     Sheet()
     {
-        program.journal().generate(nullptr);
+        program.journal().generate();
         window = program.journal().generateWindow();
     }
 
-    void type(const QString& text) const { QTest::keyClicks(window->textField, text); }
+    platform::TextField* field() const
+    {
+        return control<platform::TextField>(*window, "textField");
+    }
+    DragDropImageView* well() const { return control<DragDropImageView>(*window, "imageWell"); }
+
+    void type(const QString& text) const { QTest::keyClicks(field(), text); }
     void press(int key, Qt::KeyboardModifiers modifiers = {}) const
     {
-        QTest::keyClick(window->textField, Qt::Key(key), modifiers);
+        QTest::keyClick(field(), static_cast<Qt::Key>(key), modifiers);
     }
     void paste(const QString& text) const
     {
         QGuiApplication::clipboard()->setText(text);
-        window->textField->selectAll();
-        window->textField->paste();
+        field()->selectAll();
+        field()->paste();
     }
-    static void click(QPushButton* button) { QTest::mouseClick(button, Qt::LeftButton); }
-    void generate() const { click(window->buttonGenerate); }
-    void save() const { click(window->buttonSave); }
+    void generate() const { click(*window, "buttonGenerate"); }
+    void save() const { click(*window, "buttonSave"); }
+    void close() const { click(*window, "buttonClose"); }
 
-    /// What can be done: the enabled buttons, and the well when it is.
+    /// What can be done: the enabled controls.
     QString enabled() const
     {
         QStringList names;
-        for (const auto* button :
-            { window->buttonClose, window->buttonGenerate, window->buttonSave }) {
-            if (button->isEnabled()) {
-                names.append(button->objectName().mid(6));
+        for (const char* name : { "buttonClose", "buttonGenerate", "buttonSave", "imageWell" }) {
+            if (control<QWidget>(*window, name)->isEnabled()) {
+                names.append(QString::fromLatin1(name));
             }
-        }
-        if (window->imageWell->isEnabled()) {
-            names.append(u"Well"_s);
         }
         return names.join(u' ');
     }
@@ -65,7 +70,7 @@ struct Sheet {
     /// What the well says while it is empty.
     QString hint() const
     {
-        const auto* label = window->imageWell->findChild<QLabel*>();
+        const auto* label = control<QLabel>(*window, "labelWell");
         return label->isVisible() ? label->text() : QString();
     }
 
@@ -73,9 +78,9 @@ struct Sheet {
     GenerateWindow* window = nullptr;
 };
 
-const QString empty = u"Close"_s;
-const QString edited = u"Close Generate"_s;
-const QString generated = u"Close Save Well"_s;
+const QString empty = u"buttonClose"_s;
+const QString edited = u"buttonClose buttonGenerate"_s;
+const QString generated = u"buttonClose buttonSave imageWell"_s;
 
 QImage codeOf(const QByteArray& message)
 {
@@ -121,10 +126,10 @@ void GenerateWindowTest::startsEmpty()
     QCOMPARE(sheet.window->generatedData(), QString());
     QVERIFY(!sheet.window->generatedData().isNull());
     QVERIFY(sheet.window->generatedImage().isNull());
-    QVERIFY(!sheet.window->imageWell->allowDrop());
-    QVERIFY(sheet.window->imageWell->allowDrag());
+    QVERIFY(!sheet.well()->allowDrop());
+    QVERIFY(sheet.well()->allowDrag());
     QCOMPARE(sheet.hint(), u"Type or paste a text above"_s);
-    QTRY_VERIFY(sheet.window->textField->hasFocus()); // one can type at once
+    QTRY_VERIFY(sheet.field()->hasFocus()); // one can type at once
 }
 
 void GenerateWindowTest::goesThroughItsStates()
@@ -132,7 +137,7 @@ void GenerateWindowTest::goesThroughItsStates()
     const Sheet sheet;
     sheet.type(u"abc"_s);
     QCOMPARE(sheet.enabled(), edited);
-    QVERIFY(sheet.window->imageWell->image().isNull());
+    QVERIFY(sheet.well()->image().isNull());
     QCOMPARE(sheet.hint(), u"Press Generate to draw the code"_s);
     QCOMPARE(sheet.window->generatedData(), u"abc"_s);
 
@@ -140,20 +145,20 @@ void GenerateWindowTest::goesThroughItsStates()
     sheet.generate();
     QCOMPARE(sheet.enabled(), generated);
     QCOMPARE(sheet.hint(), QString());
-    QCOMPARE(sheet.window->imageWell->image(), codeOf("abc"));
+    QCOMPARE(sheet.well()->image(), codeOf("abc"));
     QCOMPARE(sheet.window->generatedImage(), codeOf("abc"));
 
     sheet.type(u"d"_s);
     QCOMPARE(sheet.enabled(), edited);
-    QVERIFY(sheet.window->imageWell->image().isNull());
+    QVERIFY(sheet.well()->image().isNull());
     sheet.generate();
     QCOMPARE(sheet.enabled(), generated);
-    QCOMPARE(sheet.window->imageWell->image(), codeOf("abcd"));
+    QCOMPARE(sheet.well()->image(), codeOf("abcd"));
 
     sheet.paste(QString());
-    sheet.window->textField->clear();
+    sheet.field()->clear();
     QCOMPARE(sheet.enabled(), empty);
-    QVERIFY(sheet.window->imageWell->image().isNull());
+    QVERIFY(sheet.well()->image().isNull());
     QCOMPARE(sheet.window->generatedData(), u"abcd"_s);
 }
 
@@ -170,7 +175,7 @@ void GenerateWindowTest::offersNothingForTheLastTextRetyped()
     sheet.type(u"y"_s);
     QCOMPARE(sheet.enabled(), edited);
     sheet.generate();
-    QCOMPARE(sheet.window->imageWell->image(), codeOf("xy"));
+    QCOMPARE(sheet.well()->image(), codeOf("xy"));
 }
 
 void GenerateWindowTest::anotherTextAfterEmptyingIsOffered()
@@ -191,16 +196,16 @@ void GenerateWindowTest::takesUndoForAnEdit()
     sheet.paste(u"two"_s);
     sheet.generate();
     QCOMPARE(sheet.enabled(), generated);
-    sheet.window->textField->undo();
-    QCOMPARE(sheet.enabled(), sheet.window->textField->stringValue().isEmpty() ? empty : edited);
-    QVERIFY(sheet.window->imageWell->image().isNull());
+    sheet.field()->undo();
+    QCOMPARE(sheet.enabled(), sheet.field()->stringValue().isEmpty() ? empty : edited);
+    QVERIFY(sheet.well()->image().isNull());
 }
 
 void GenerateWindowTest::returnDoesNotGenerate_data()
 {
     QTest::addColumn<int>("key");
-    QTest::newRow("Return") << int(Qt::Key_Return);
-    QTest::newRow("Enter") << int(Qt::Key_Enter);
+    QTest::newRow("Return") << static_cast<int>(Qt::Key_Return);
+    QTest::newRow("Enter") << static_cast<int>(Qt::Key_Enter);
 }
 
 void GenerateWindowTest::returnDoesNotGenerate()
@@ -210,10 +215,10 @@ void GenerateWindowTest::returnDoesNotGenerate()
     sheet.type(u"abc"_s);
     sheet.press(key, key == Qt::Key_Enter ? Qt::KeypadModifier : Qt::NoModifier);
     QCOMPARE(sheet.enabled(), edited);
-    QVERIFY(sheet.window->imageWell->image().isNull());
-    QCOMPARE(sheet.window->textField->stringValue(), u"abc"_s);
+    QVERIFY(sheet.well()->image().isNull());
+    QCOMPARE(sheet.field()->stringValue(), u"abc"_s);
     QVERIFY(sheet.window->window()->isVisible());
-    sheet.window->setText(nullptr);
+    sheet.window->setText();
     QCOMPARE(sheet.enabled(), edited);
 }
 
@@ -225,13 +230,13 @@ void GenerateWindowTest::shiftReturnBeginsALine()
     sheet.type(u"b"_s);
     sheet.generate();
     QCOMPARE(sheet.window->generatedData(), u"a\nb"_s);
-    QCOMPARE(sheet.window->imageWell->image(), codeOf("a\nb"));
+    QCOMPARE(sheet.well()->image(), codeOf("a\nb"));
 }
 
 void GenerateWindowTest::fieldGrowsWithItsText()
 {
     const Sheet sheet;
-    const auto* field = sheet.window->textField;
+    const auto* field = sheet.field();
     const int before = field->height();
     sheet.paste(u"words that wrap "_s.repeated(20));
     QTRY_VERIFY(field->height() > before + field->fontMetrics().lineSpacing());
@@ -245,7 +250,7 @@ void GenerateWindowTest::encodesUtf8()
     sheet.paste(text);
     sheet.generate();
     QCOMPARE(sheet.window->generatedData(), text);
-    QCOMPARE(sheet.window->imageWell->image(), codeOf(text.toUtf8()));
+    QCOMPARE(sheet.well()->image(), codeOf(text.toUtf8()));
 }
 
 void GenerateWindowTest::drawsGreyWithHardEdges_data()
@@ -269,7 +274,7 @@ void GenerateWindowTest::drawsGreyWithHardEdges()
     const QImage image = sheet.window->generatedImage();
     QCOMPARE(image.format(), QImage::Format_Grayscale8);
     QCOMPARE(image.size(), QSize(side, side));
-    QCOMPARE(sheet.window->imageWell->image().size(), QSize(side, side));
+    QCOMPARE(sheet.well()->image().size(), QSize(side, side));
     for (int y = 0; y < side; ++y) {
         const uchar* line = image.constScanLine(y);
         QVERIFY(
@@ -296,7 +301,7 @@ void GenerateWindowTest::saysHowManyBytesAreTooMany()
     QCOMPARE(sheet.enabled(), edited);
     sheet.generate();
     QCOMPARE(sheet.enabled(), empty);
-    QVERIFY(sheet.window->imageWell->image().isNull());
+    QVERIFY(sheet.well()->image().isNull());
     QVERIFY(sheet.window->generatedImage().isNull());
     QVERIFY2(sheet.hint().contains(excess), qPrintable(sheet.hint()));
     QVERIFY(sheet.program.journal().captures().empty());
@@ -307,13 +312,13 @@ void GenerateWindowTest::goesOnAfterATextThatIsTooLong()
     const Sheet sheet;
     sheet.paste(QString(2332, u'q'));
     sheet.generate();
-    sheet.window->textField->moveCursor(QTextCursor::End);
+    sheet.field()->moveCursor(QTextCursor::End);
     sheet.press(Qt::Key_Backspace);
     QCOMPARE(sheet.enabled(), edited);
     QCOMPARE(sheet.hint(), u"Press Generate to draw the code"_s);
     sheet.generate();
     QCOMPARE(sheet.enabled(), generated);
-    QCOMPARE(sheet.window->imageWell->image(), codeOf(QByteArray(2331, 'q')));
+    QCOMPARE(sheet.well()->image(), codeOf(QByteArray(2331, 'q')));
 }
 
 void GenerateWindowTest::savesTwice()
@@ -352,7 +357,7 @@ void GenerateWindowTest::closeStoresNothing()
     Sheet sheet;
     sheet.type(u"abc"_s);
     sheet.generate();
-    Sheet::click(sheet.window->buttonClose);
+    sheet.close();
     // The window is gone at once, the sheet ends with the next turn of the event loop.
     QVERIFY(!sheet.window->window()->isVisible());
     QVERIFY(platform::attachedSheet(sheet.program.journal().window()) != nullptr);
@@ -373,12 +378,12 @@ void GenerateWindowTest::aNewSheetIsEmpty()
     Sheet sheet;
     sheet.type(u"abc"_s);
     sheet.generate();
-    Sheet::click(sheet.window->buttonClose);
+    sheet.close();
     QTRY_VERIFY(platform::attachedSheet(sheet.program.journal().window()) == nullptr);
-    sheet.program.journal().generate(nullptr);
+    sheet.program.journal().generate();
     sheet.window = sheet.program.journal().generateWindow();
     QCOMPARE(sheet.enabled(), empty);
-    QCOMPARE(sheet.window->textField->stringValue(), QString());
+    QCOMPARE(sheet.field()->stringValue(), QString());
     sheet.type(u"abc"_s);
     QCOMPARE(sheet.enabled(), edited);
 }
@@ -391,9 +396,9 @@ void GenerateWindowTest::refusesDrops()
     QMimeData data;
     data.setImageData(support::plainPicture());
     QDragEnterEvent event({ 20, 20 }, Qt::CopyAction, &data, Qt::LeftButton, {});
-    QApplication::sendEvent(sheet.window->imageWell, &event);
+    QApplication::sendEvent(sheet.well(), &event);
     QVERIFY(!event.isAccepted());
-    QVERIFY(!sheet.window->imageWell->isHighlighted());
+    QVERIFY(!sheet.well()->isHighlighted());
 }
 
 void GenerateWindowTest::dragsTheCodeOut()
@@ -401,7 +406,7 @@ void GenerateWindowTest::dragsTheCodeOut()
     const Sheet sheet;
     sheet.type(u"abc"_s);
     sheet.generate();
-    QTest::mousePress(sheet.window->imageWell, Qt::LeftButton);
+    QTest::mousePress(sheet.well(), Qt::LeftButton);
     const auto* drag = qApp->findChild<QDrag*>();
     QVERIFY(drag != nullptr);
     const QString path = drag->mimeData()->urls().value(0).toLocalFile();
@@ -415,7 +420,7 @@ void GenerateWindowTest::dragsNothingWhileThereIsNoCode()
 {
     const Sheet sheet;
     sheet.type(u"abc"_s);
-    QTest::mousePress(sheet.window->imageWell, Qt::LeftButton);
+    QTest::mousePress(sheet.well(), Qt::LeftButton);
     QVERIFY(qApp->findChild<QDrag*>() == nullptr);
 }
 

@@ -2,7 +2,7 @@
 #include "platform/barcode/BarcodeObservation.h"
 #include "platform/ui/ImageWell.h"
 #include "platform/ui/Sheet.h"
-#include "platform/ui/TextField.h"
+#include "tests/support/Controls.h"
 #include "tests/support/DrawnCode.h"
 #include "tests/support/Examinations.h"
 #include "tests/support/Program.h"
@@ -18,7 +18,10 @@
 using Qt::StringLiterals::operator""_s;
 
 using platform::Symbology;
+using support::click;
+using support::control;
 using support::Program;
+using support::shownText;
 using support::waitForExaminations;
 using vellumcap::ImportWindow;
 
@@ -29,42 +32,53 @@ QImage qr(const QString& text)
     return support::drawnCode(Symbology::Qr, text);
 }
 
+platform::ImageWell* imageWell(ImportWindow& window)
+{
+    return control<platform::ImageWell>(window, "imageWell");
+}
+
+/// The prompt in the empty well.
+bool isPromptVisible(ImportWindow& window)
+{
+    return control<QLabel>(window, "labelDragImage")->isVisible();
+}
+
 /// Drops the picture onto the well, as another program's drag would.
 void drop(ImportWindow& window, const QImage& picture)
 {
     QMimeData data;
     data.setImageData(picture);
-    const QPoint centre = window.imageWell->rect().center();
+    auto* well = imageWell(window);
+    const QPoint centre = well->rect().center();
     QDragEnterEvent enter(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window.imageWell, &enter);
+    QApplication::sendEvent(well, &enter);
     if (!enter.isAccepted()) {
         return;
     }
     QDropEvent event(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
-    QApplication::sendEvent(window.imageWell, &event);
+    QApplication::sendEvent(well, &event);
 }
 
 ImportWindow& openImport(Program& program)
 {
-    program.journal().importImage(nullptr);
+    program.journal().importImage();
     return *program.journal().importWindow();
 }
 
-QString enabledButtons(const ImportWindow& window)
+QString enabledButtons(ImportWindow& window)
 {
     QStringList names;
-    for (const auto* button :
-        { window.buttonClose, window.buttonSave, window.buttonSkip, window.buttonOpenLink }) {
-        if (button->isEnabled()) {
-            names.append(button->objectName().mid(6));
+    for (const char* name : { "buttonClose", "buttonSave", "buttonSkip", "buttonOpenLink" }) {
+        if (control<QPushButton>(window, name)->isEnabled()) {
+            names.append(QString::fromLatin1(name));
         }
     }
     return names.join(u' ');
 }
 
-const QString waiting = u"Close"_s;
-const QString offering = u"Close Save Skip"_s;
-const QString offeringLink = u"Close Save Skip OpenLink"_s;
+const QString waiting = u"buttonClose"_s;
+const QString offering = u"buttonClose buttonSave buttonSkip"_s;
+const QString offeringLink = u"buttonClose buttonSave buttonSkip buttonOpenLink"_s;
 
 } // namespace
 
@@ -96,11 +110,11 @@ void ImportWindowTest::waitsAtFirst()
     Program program;
     auto& window = openImport(program);
     QCOMPARE(enabledButtons(window), waiting);
-    QVERIFY(window.labelDragImage->isVisible());
+    QVERIFY(isPromptVisible(window));
     QVERIFY(!window.captureData());
     QVERIFY(window.capturedImage().isNull());
     QCOMPARE(window.captureState(), 0);
-    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(shownText(window), QString());
 }
 
 void ImportWindowTest::offersTheFirstCode()
@@ -108,13 +122,13 @@ void ImportWindowTest::offersTheFirstCode()
     Program program;
     auto& window = openImport(program);
     drop(window, qr(u"first"_s));
-    QVERIFY(!window.labelDragImage->isVisible());
-    QTRY_COMPARE(window.textField->stringValue(), u"first"_s);
+    QVERIFY(!isPromptVisible(window));
+    QTRY_COMPARE(shownText(window), u"first"_s);
     QCOMPARE(enabledButtons(window), offering);
     QCOMPARE(window.captureState(), 1);
     QCOMPARE(window.captureData(), u"first"_s);
-    QVERIFY(!window.labelDragImage->isVisible());
-    QVERIFY(!window.imageWell->image().isNull());
+    QVERIFY(!isPromptVisible(window));
+    QVERIFY(!imageWell(window)->image().isNull());
 }
 
 void ImportWindowTest::enablesOpenLinkForLinksOnly_data()
@@ -133,7 +147,7 @@ void ImportWindowTest::enablesOpenLinkForLinksOnly()
     Program program;
     auto& window = openImport(program);
     drop(window, qr(text));
-    QTRY_COMPARE(window.textField->stringValue(), text);
+    QTRY_COMPARE(shownText(window), text);
     QCOMPARE(enabledButtons(window), buttons);
 }
 
@@ -143,12 +157,12 @@ void ImportWindowTest::ignoresTheCodeLastOffered()
     auto& window = openImport(program);
     const QImage picture = qr(u"same"_s);
     drop(window, picture);
-    QTRY_COMPARE(window.textField->stringValue(), u"same"_s);
+    QTRY_COMPARE(shownText(window), u"same"_s);
     drop(window, picture);
     waitForExaminations();
-    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(shownText(window), QString());
     QCOMPARE(enabledButtons(window), waiting);
-    QVERIFY(!window.labelDragImage->isVisible());
+    QVERIFY(!isPromptVisible(window));
     QCOMPARE(window.captureState(), 1);
     // The same code in another picture is the same code.
     drop(window, support::drawnCode(Symbology::Qr, u"same"_s, 7));
@@ -162,9 +176,9 @@ void ImportWindowTest::offersACodeAgainAfterAnother()
     auto& window = openImport(program);
     for (const char* text : { "X", "Y", "X" }) {
         drop(window, qr(QString::fromLatin1(text)));
-        QTRY_COMPARE(window.textField->stringValue(), QString::fromLatin1(text));
-        QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
-        QCOMPARE(window.textField->stringValue(), QString());
+        QTRY_COMPARE(shownText(window), QString::fromLatin1(text));
+        click(window, "buttonSkip");
+        QCOMPARE(shownText(window), QString());
     }
 }
 
@@ -181,13 +195,13 @@ void ImportWindowTest::offersTheFirstOfSeveral()
     Program program;
     auto& window = openImport(program);
     drop(window, both);
-    QTRY_VERIFY(!window.textField->stringValue().isEmpty());
-    const QString offered = window.textField->stringValue();
+    QTRY_VERIFY(!shownText(window).isEmpty());
+    const QString offered = shownText(window);
     QVERIFY(offered == u"left"_s || offered == u"right"_s);
-    QTest::mouseClick(window.buttonSave, Qt::LeftButton);
+    click(window, "buttonSave");
     waitForExaminations();
     QCOMPARE(program.journal().captures().size(), 1);
-    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(shownText(window), QString());
 }
 
 void ImportWindowTest::clearsTheOfferAtOnceOnADrop()
@@ -197,7 +211,7 @@ void ImportWindowTest::clearsTheOfferAtOnceOnADrop()
     drop(window, qr(u"https://example.org/"_s));
     QTRY_COMPARE(enabledButtons(window), offeringLink);
     drop(window, support::plainPicture());
-    QCOMPARE(window.textField->stringValue(), QString());
+    QCOMPARE(shownText(window), QString());
     QCOMPARE(enabledButtons(window), waiting);
     QVERIFY(window.capturedImage().isNull());
 }
@@ -209,8 +223,8 @@ void ImportWindowTest::staysWithAPictureWithoutCode()
     drop(window, support::plainPicture());
     waitForExaminations();
     QCOMPARE(enabledButtons(window), waiting);
-    QVERIFY(!window.labelDragImage->isVisible());
-    QVERIFY(!window.imageWell->image().isNull());
+    QVERIFY(!isPromptVisible(window));
+    QVERIFY(!imageWell(window)->image().isNull());
     QCOMPARE(window.captureState(), 0);
     QVERIFY(program.journal().captures().empty());
 }
@@ -223,9 +237,9 @@ void ImportWindowTest::savesTheBitmapThatWasExamined()
     drop(window, picture);
     QTRY_COMPARE(enabledButtons(window), offering);
     QCOMPARE(window.capturedImage().size(), picture.size());
-    QTest::mouseClick(window.buttonSave, Qt::LeftButton);
-    QVERIFY(window.imageWell->image().isNull());
-    QVERIFY(window.labelDragImage->isVisible());
+    click(window, "buttonSave");
+    QVERIFY(imageWell(window)->image().isNull());
+    QVERIFY(isPromptVisible(window));
     QCOMPARE(enabledButtons(window), waiting);
     QCOMPARE(window.captureState(), 0);
     QCOMPARE(window.captureData(), u"keep me"_s);
@@ -244,11 +258,11 @@ void ImportWindowTest::skipReturnsToWaiting()
     auto& window = openImport(program);
     drop(window, qr(u"skipped"_s));
     QTRY_COMPARE(enabledButtons(window), offering);
-    QTest::mouseClick(window.buttonSkip, Qt::LeftButton);
+    click(window, "buttonSkip");
     QCOMPARE(enabledButtons(window), waiting);
-    QVERIFY(window.imageWell->image().isNull());
+    QVERIFY(imageWell(window)->image().isNull());
     QVERIFY(window.capturedImage().isNull());
-    QVERIFY(window.labelDragImage->isVisible());
+    QVERIFY(isPromptVisible(window));
     QCOMPARE(window.captureState(), 0);
     QVERIFY(program.journal().captures().empty());
 }
@@ -259,7 +273,7 @@ void ImportWindowTest::closeStoresNothing()
     auto& window = openImport(program);
     drop(window, qr(u"not kept"_s));
     QTRY_COMPARE(enabledButtons(window), offering);
-    QTest::mouseClick(window.buttonClose, Qt::LeftButton);
+    click(window, "buttonClose");
     // The window is gone at once, the sheet ends with the next turn of the event loop.
     QVERIFY(!window.window()->isVisible());
     QVERIFY(platform::attachedSheet(program.journal().window()) != nullptr);
@@ -283,11 +297,11 @@ void ImportWindowTest::aNewSheetOffersTheCodeAgain()
     const QImage picture = qr(u"again"_s);
     drop(openImport(program), picture);
     QTRY_COMPARE(enabledButtons(*program.journal().importWindow()), offering);
-    QTest::mouseClick(program.journal().importWindow()->buttonClose, Qt::LeftButton);
+    click(*program.journal().importWindow(), "buttonClose");
     QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
     auto& window = openImport(program);
     drop(window, picture);
-    QTRY_COMPARE(window.textField->stringValue(), u"again"_s);
+    QTRY_COMPARE(shownText(window), u"again"_s);
 }
 
 void ImportWindowTest::survivesClosingDuringAnExamination()
@@ -296,7 +310,7 @@ void ImportWindowTest::survivesClosingDuringAnExamination()
     for (int i = 0; i < 5; ++i) {
         auto& window = openImport(program);
         drop(window, qr(QString::number(i)));
-        QTest::mouseClick(window.buttonClose, Qt::LeftButton);
+        click(window, "buttonClose");
         QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
     }
     waitForExaminations();
@@ -307,7 +321,7 @@ void ImportWindowTest::anEmptyWellIsNoCode()
 {
     Program program;
     auto& window = openImport(program);
-    window.setImage(nullptr);
+    window.setImage();
     waitForExaminations();
     QCOMPARE(enabledButtons(window), waiting);
     QCOMPARE(window.captureState(), 0);
@@ -322,7 +336,7 @@ void ImportWindowTest::theLaterOfTwoDropsWins()
     waitForExaminations();
     QTRY_COMPARE(enabledButtons(window), offering);
     // Both are examined at once: whichever was accepted last is the one on offer.
-    QCOMPARE(window.textField->stringValue(), window.captureData().value());
+    QCOMPARE(shownText(window), window.captureData().value());
     QVERIFY(program.journal().captures().empty());
 }
 
@@ -331,9 +345,9 @@ void ImportWindowTest::readsPastedPictures()
     Program program;
     auto& window = openImport(program);
     QGuiApplication::clipboard()->setImage(qr(u"pasted"_s));
-    window.imageWell->setFocus();
-    QTest::keyClick(window.imageWell, Qt::Key_V, Qt::ControlModifier);
-    QTRY_COMPARE(window.textField->stringValue(), u"pasted"_s);
+    imageWell(window)->setFocus();
+    QTest::keyClick(imageWell(window), Qt::Key_V, Qt::ControlModifier);
+    QTRY_COMPARE(shownText(window), u"pasted"_s);
 }
 
 VELLUMCAP_TEST_MAIN(ImportWindowTest)

@@ -6,7 +6,8 @@
 #include "platform/store/ManagedObjectContext.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Sheet.h"
-#include "platform/ui/TextField.h"
+#include "tests/support/CaptureScene.h"
+#include "tests/support/Controls.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
@@ -27,6 +28,7 @@
 
 using Qt::StringLiterals::operator""_s;
 
+using support::control;
 using support::Data;
 using support::Program;
 using vellumcap::Capture;
@@ -39,9 +41,27 @@ const QString plainText = u"just text"_s;
 
 QAction* itemOf(JournalWindow& journal, const char* name)
 {
-    auto* item = journal.window()->findChild<QAction*>(QString::fromLatin1(name));
-    Q_ASSERT(item != nullptr);
-    return item;
+    return control<QAction>(journal, name);
+}
+
+platform::CollectionView* list(JournalWindow& journal)
+{
+    return control<platform::CollectionView>(journal, "collectionView");
+}
+
+platform::ImageView* selectedImage(JournalWindow& journal)
+{
+    return control<platform::ImageView>(journal, "selectedImage");
+}
+
+platform::TextField* selectedText(JournalWindow& journal)
+{
+    return control<platform::TextField>(journal, "selectedText");
+}
+
+platform::TextField* selectedNotes(JournalWindow& journal)
+{
+    return control<platform::TextField>(journal, "selectedNotes");
 }
 
 QStringList enabledItems(JournalWindow& journal)
@@ -59,7 +79,7 @@ QStringList enabledItems(JournalWindow& journal)
 QStringList enabledToolButtons(JournalWindow& journal)
 {
     QStringList names;
-    for (const auto* button : journal.toolbar->findChildren<QToolButton*>()) {
+    for (const auto* button : control<QToolBar>(journal, "toolbar")->findChildren<QToolButton*>()) {
         if (button->defaultAction() != nullptr && button->isEnabled()) {
             names.append(button->defaultAction()->objectName());
         }
@@ -90,6 +110,8 @@ QByteArray bytesOf(const QString& path)
 class JournalWindowTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
     void showsItsTitleAndNothingAtFirst();
     void validatesItems_data();
     void validatesItems();
@@ -119,7 +141,28 @@ private Q_SLOTS:
     void showsTheFlatListToo();
     void closingOnlyHides();
     void survivesAStoreThatCannotBeOpened();
+
+private:
+    support::CameraOnStage plugIn();
+
+    std::unique_ptr<support::CameraRig> m_rig;
 };
+
+void JournalWindowTest::initTestCase()
+{
+    m_rig = std::make_unique<support::CameraRig>();
+}
+
+void JournalWindowTest::cleanup()
+{
+    using platform::CaptureDevice;
+    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
+}
+
+support::CameraOnStage JournalWindowTest::plugIn()
+{
+    return support::plugIn(*m_rig, support::smallCamera(u"a"_s));
+}
 
 void JournalWindowTest::showsItsTitleAndNothingAtFirst()
 {
@@ -127,10 +170,10 @@ void JournalWindowTest::showsItsTitleAndNothingAtFirst()
     auto& journal = program.journal();
     QCOMPARE(journal.window()->windowTitle(), u"Vellumcap"_s);
     QVERIFY(journal.selectedCapture() == nullptr);
-    QVERIFY(journal.selectedImage->image().isNull());
-    QVERIFY(!journal.selectedText->isVisible());
-    QVERIFY(journal.window()->findChild<QLabel*>(u"placeholderTitle"_s)->isVisible());
-    QCOMPARE(journal.collectionView->dataSource(), &journal.captureCollectionViewByDateData());
+    QVERIFY(selectedImage(journal)->image().isNull());
+    QVERIFY(!selectedText(journal)->isVisible());
+    QVERIFY(control<QLabel>(journal, "placeholderTitle")->isVisible());
+    QCOMPARE(list(journal)->dataSource(), &journal.captureCollectionViewByDateData());
 }
 
 void JournalWindowTest::validatesItems_data()
@@ -154,9 +197,9 @@ void JournalWindowTest::validatesItems()
     auto& journal = program.journal();
     if (!selected.isEmpty()) {
         program.keep(selected);
-        journal.collectionView->selectItem({ 0, 0 });
+        list(journal)->selectItem({ 0, 0 });
     }
-    auto* menu = journal.window()->findChild<QMenu*>(u"menuFile"_s);
+    auto* menu = control<QMenu>(journal, "menuFile");
     Q_EMIT menu->aboutToShow();
     QCOMPARE(enabledItems(journal), enabled);
     QStringList buttons = enabledToolButtons(journal);
@@ -167,12 +210,14 @@ void JournalWindowTest::validatesItems()
 
 void JournalWindowTest::validatesScanAndWatchByTheCamera()
 {
+    {
+        Program program;
+        QVERIFY(!itemOf(program.journal(), "scan")->isEnabled());
+        QVERIFY(!itemOf(program.journal(), "watch")->isEnabled());
+    }
+    const auto camera = plugIn();
     Program program;
     auto& journal = program.journal();
-    journal.setScanAvailable(false);
-    QVERIFY(!itemOf(journal, "scan")->isEnabled());
-    QVERIFY(!itemOf(journal, "watch")->isEnabled());
-    journal.setScanAvailable(true);
     QVERIFY(itemOf(journal, "scan")->isEnabled());
     QVERIFY(itemOf(journal, "watch")->isEnabled());
     QVERIFY(enabledToolButtons(journal).contains(u"scan"_s));
@@ -182,7 +227,7 @@ void JournalWindowTest::disablesUnknownItems()
 {
     Program program;
     program.keep(webLink);
-    program.journal().collectionView->selectItem({ 0, 0 });
+    list(program.journal())->selectItem({ 0, 0 });
     for (const char* name : { "", "saveAction", "openJournalWindow", "import", "Scan" }) {
         QAction item;
         item.setObjectName(QString::fromLatin1(name));
@@ -193,18 +238,18 @@ void JournalWindowTest::disablesUnknownItems()
 
 void JournalWindowTest::opensOneSheetAtATime()
 {
+    const auto camera = plugIn();
     Program program;
     auto& journal = program.journal();
-    journal.setScanAvailable(true);
     itemOf(journal, "importImage")->trigger();
     auto* sheet = platform::attachedSheet(journal.window());
     QVERIFY(sheet != nullptr);
     QCOMPARE(sheet, journal.importWindow()->window());
     auto* first = journal.importWindow();
-    journal.importImage(nullptr);
-    journal.generate(nullptr);
-    journal.scan(nullptr);
-    journal.watch(static_cast<QObject*>(nullptr));
+    journal.importImage();
+    journal.generate();
+    journal.scan();
+    journal.watch();
     QCOMPARE(platform::attachedSheet(journal.window()), sheet);
     QCOMPARE(journal.importWindow(), first);
     QVERIFY(journal.generateWindow() == nullptr);
@@ -216,26 +261,28 @@ void JournalWindowTest::makesANewControllerForEachSheet()
 {
     Program program;
     auto& journal = program.journal();
-    journal.importImage(nullptr);
+    journal.importImage();
     QPointer<vellumcap::ImportWindow> first = journal.importWindow();
-    QCOMPARE(first->windowNibName(), u"ImportWindow"_s);
-    QTest::mouseClick(first->buttonClose, Qt::LeftButton);
+    support::click(*first, "buttonClose");
     QTRY_VERIFY(platform::attachedSheet(journal.window()) == nullptr);
-    journal.importImage(nullptr);
+    journal.importImage();
     QVERIFY(first.isNull());
     QVERIFY(journal.importWindow() != nullptr);
 }
 
 void JournalWindowTest::scanAndWatchNeedACamera()
 {
+    {
+        Program program;
+        program.journal().scan();
+        program.journal().watch();
+        program.journal().watch(QVariantMap());
+        QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
+    }
+    const auto camera = plugIn();
     Program program;
     auto& journal = program.journal();
-    journal.setScanAvailable(false);
-    journal.scan(nullptr);
-    journal.watch(QVariantMap());
-    QVERIFY(platform::attachedSheet(journal.window()) == nullptr);
-    journal.setScanAvailable(true);
-    journal.scan(nullptr);
+    journal.scan();
     QVERIFY(journal.captureWindow() != nullptr);
     QVERIFY(platform::attachedSheet(journal.window()) != nullptr);
 }
@@ -256,9 +303,9 @@ void JournalWindowTest::passesTheScriptNameOn()
 {
     QFETCH(QVariantMap, options);
     QFETCH(QString, name);
+    const auto camera = plugIn();
     Program program;
     auto& journal = program.journal();
-    journal.setScanAvailable(true);
     journal.watch(options);
     QVERIFY(journal.watchWindow() != nullptr);
     QCOMPARE(journal.watchWindow()->scriptedScriptName().has_value(), !name.isEmpty());
@@ -270,15 +317,15 @@ void JournalWindowTest::showsTheSelectedCapture()
     Program program;
     auto& journal = program.journal();
     program.keep(plainText)->setNotes(u"my notes"_s);
-    QTest::mouseClick(journal.collectionView->itemAtIndexPath({ 0, 0 }), Qt::LeftButton);
-    QVERIFY(journal.selectedText->isVisible());
-    QCOMPARE(journal.selectedText->stringValue(), plainText);
-    QCOMPARE(journal.selectedNotes->stringValue(), u"my notes"_s);
-    QTRY_COMPARE(journal.selectedImage->image().size(), support::plainPicture().size());
+    QTest::mouseClick(list(journal)->itemAtIndexPath({ 0, 0 }), Qt::LeftButton);
+    QVERIFY(selectedText(journal)->isVisible());
+    QCOMPARE(selectedText(journal)->stringValue(), plainText);
+    QCOMPARE(selectedNotes(journal)->stringValue(), u"my notes"_s);
+    QTRY_COMPARE(selectedImage(journal)->image().size(), support::plainPicture().size());
     journal.captureSelected(nullptr);
-    QVERIFY(!journal.selectedImage->isVisible());
-    QVERIFY(!journal.selectedText->isVisible());
-    QVERIFY(!journal.selectedNotes->isVisible());
+    QVERIFY(!selectedImage(journal)->isVisible());
+    QVERIFY(!selectedText(journal)->isVisible());
+    QVERIFY(!selectedNotes(journal)->isVisible());
     QVERIFY(journal.selectedCapture() == nullptr);
 }
 
@@ -288,10 +335,10 @@ void JournalWindowTest::showsAbsentNotesAsEmpty()
     program.keep(plainText)->setNotes(u"notes"_s);
     program.keep(webLink, QDateTime::currentDateTimeUtc().addSecs(1));
     auto& journal = program.journal();
-    journal.collectionView->selectItem({ 0, 1 });
-    QCOMPARE(journal.selectedNotes->stringValue(), u"notes"_s);
-    journal.collectionView->selectItem({ 0, 0 });
-    QCOMPARE(journal.selectedNotes->stringValue(), QString());
+    list(journal)->selectItem({ 0, 1 });
+    QCOMPARE(selectedNotes(journal)->stringValue(), u"notes"_s);
+    list(journal)->selectItem({ 0, 0 });
+    QCOMPARE(selectedNotes(journal)->stringValue(), QString());
 }
 
 void JournalWindowTest::keepsNotesWhenTheFieldIsLeft()
@@ -301,19 +348,19 @@ void JournalWindowTest::keepsNotesWhenTheFieldIsLeft()
         auto& journal = program.journal();
         program.keep(plainText);
         QApplication::setActiveWindow(journal.window());
-        journal.collectionView->selectItem({ 0, 0 });
-        journal.selectedNotes->setFocus();
-        QTest::keyClicks(journal.selectedNotes, u"first"_s);
-        QTest::keyClick(journal.selectedNotes, Qt::Key_Return);
-        QTest::keyClicks(journal.selectedNotes, u"second"_s);
+        list(journal)->selectItem({ 0, 0 });
+        selectedNotes(journal)->setFocus();
+        QTest::keyClicks(selectedNotes(journal), u"first"_s);
+        QTest::keyClick(selectedNotes(journal), Qt::Key_Return);
+        QTest::keyClicks(selectedNotes(journal), u"second"_s);
         QVERIFY(!journal.selectedCapture()->notes());
-        QTest::keyClick(journal.selectedNotes, Qt::Key_Tab);
+        QTest::keyClick(selectedNotes(journal), Qt::Key_Tab);
         QCOMPARE(journal.selectedCapture()->notes(), u"first\nsecond"_s);
         QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
     }
     Program again(support::Start::Launched, Data::Kept);
-    again.journal().collectionView->selectItem({ 0, 0 });
-    QCOMPARE(again.journal().selectedNotes->stringValue(), u"first\nsecond"_s);
+    list(again.journal())->selectItem({ 0, 0 });
+    QCOMPARE(selectedNotes(again.journal())->stringValue(), u"first\nsecond"_s);
 }
 
 void JournalWindowTest::keepsNotesWhenAnotherCaptureIsSelected()
@@ -323,7 +370,7 @@ void JournalWindowTest::keepsNotesWhenAnotherCaptureIsSelected()
     const auto first = program.keep(u"first"_s);
     const auto second = program.keep(u"second"_s, QDateTime::currentDateTimeUtc().addSecs(1));
     journal.captureSelected(first);
-    QTest::keyClicks(journal.selectedNotes, u"of the first"_s);
+    QTest::keyClicks(selectedNotes(journal), u"of the first"_s);
     journal.captureSelected(second);
     QCOMPARE(first->notes(), u"of the first"_s);
     QVERIFY(!second->notes());
@@ -336,8 +383,8 @@ void JournalWindowTest::dropsNotesWithoutASelection()
     const auto capture = program.keep(plainText);
     capture->setNotes(u"pending"_s);
     journal.captureSelected(nullptr);
-    journal.selectedNotes->setStringValue(u"dropped"_s);
-    journal.controlTextDidEndEditing(*journal.selectedNotes);
+    selectedNotes(journal)->setStringValue(u"dropped"_s);
+    journal.controlTextDidEndEditing(*selectedNotes(journal));
     QCOMPARE(capture->notes(), u"pending"_s);
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
 }
@@ -352,12 +399,12 @@ void JournalWindowTest::deletesTheSelectedCapture()
     program.keep(u"b"_s, noon.addDays(-1).addSecs(-1));
     auto& days = journal.captureCollectionViewByDateData();
     QCOMPARE(days.sortedKeys().size(), 2);
-    journal.collectionView->selectItem({ 0, 0 });
+    list(journal)->selectItem({ 0, 0 });
     QApplication::setActiveWindow(journal.window());
     QVERIFY(QTest::qWaitForWindowActive(journal.window()));
-    QTest::keyClick(journal.collectionView, Qt::Key_Delete);
+    QTest::keyClick(list(journal), Qt::Key_Delete);
     QVERIFY(journal.selectedCapture() == nullptr);
-    QVERIFY(!journal.selectedText->isVisible());
+    QVERIFY(!selectedText(journal)->isVisible());
     QCOMPARE(days.sortedKeys().size(), 1);
     QCOMPARE(journal.captures().size(), 2);
     QCOMPARE(journal.captures()[0]->captureValue(), u"a"_s);
@@ -371,14 +418,14 @@ void JournalWindowTest::undoBringsADeletedCaptureBack()
     Program program;
     auto& journal = program.journal();
     program.keep(plainText);
-    journal.collectionView->selectItem({ 0, 0 });
+    list(journal)->selectItem({ 0, 0 });
     itemOf(journal, "deleteCapture")->trigger();
     QVERIFY(journal.captures().empty());
-    Q_EMIT journal.window()->findChild<QMenu*>(u"menuEdit"_s)->aboutToShow();
+    Q_EMIT control<QMenu>(journal, "menuEdit")->aboutToShow();
     QVERIFY(itemOf(journal, "undo")->isEnabled());
     itemOf(journal, "undo")->trigger();
     QCOMPARE(journal.captures().size(), 1);
-    QVERIFY(journal.collectionView->itemAtIndexPath({ 0, 0 }) != nullptr);
+    QVERIFY(list(journal)->itemAtIndexPath({ 0, 0 }) != nullptr);
     QCOMPARE(Program::pictures().size(), 1);
     QVERIFY(!program.delegate().managedObjectContext()->hasChanges());
 }
@@ -388,11 +435,11 @@ void JournalWindowTest::aRefreshKeepsTheSelectedCapture()
     Program program;
     auto& journal = program.journal();
     const auto capture = program.keep(plainText);
-    journal.collectionView->selectItem({ 0, 0 });
+    list(journal)->selectItem({ 0, 0 });
     journal.refreshLists();
     QCOMPARE(journal.selectedCapture(), capture);
-    QVERIFY(journal.collectionView->selectionIndexPaths().isEmpty());
-    QVERIFY(journal.selectedText->isVisible());
+    QVERIFY(list(journal)->selectionIndexPaths().isEmpty());
+    QVERIFY(selectedText(journal)->isVisible());
 }
 
 void JournalWindowTest::newCapturesAppearOnTop()
@@ -405,9 +452,9 @@ void JournalWindowTest::newCapturesAppearOnTop()
     QTest::qWait(2); // moments differ by a millisecond at least
     Capture::storeCapture(support::plainPicture(), u"two"_s);
     journal.refreshLists();
-    QCOMPARE(journal.collectionView->itemAtIndexPath({ 0, 0 })->textField->text(), u"two"_s);
-    QCOMPARE(journal.collectionView->itemAtIndexPath({ 0, 1 })->textField->text(), u"one"_s);
-    QCOMPARE(journal.collectionView->itemAtIndexPath({ 1, 0 })->textField->text(), u"old"_s);
+    QCOMPARE(list(journal)->itemAtIndexPath({ 0, 0 })->textField->text(), u"two"_s);
+    QCOMPARE(list(journal)->itemAtIndexPath({ 0, 1 })->textField->text(), u"one"_s);
+    QCOMPARE(list(journal)->itemAtIndexPath({ 1, 0 })->textField->text(), u"old"_s);
 }
 
 void JournalWindowTest::showsMissingPicturesAsEmpty()
@@ -417,7 +464,7 @@ void JournalWindowTest::showsMissingPicturesAsEmpty()
     const auto capture = program.keep(plainText);
     QVERIFY(QFile::remove(capture->getImageUrl()));
     journal.captureSelected(capture);
-    QVERIFY(journal.selectedImage->image().isNull());
+    QVERIFY(selectedImage(journal)->image().isNull());
     const QString target = Program::dataFolder() + u"/../out.jpg"_s;
     auto* panel = openSavePanel(journal);
     QVERIFY(panel != nullptr);
@@ -497,9 +544,9 @@ void JournalWindowTest::foreignTextStaysPlain()
     const QString hostile = u"<img src='file:///etc/passwd'><b>%1 %n</b>"_s;
     program.keep(hostile);
     auto& journal = program.journal();
-    journal.collectionView->selectItem({ 0, 0 });
-    QCOMPARE(journal.selectedText->stringValue(), hostile);
-    auto* cell = journal.collectionView->itemAtIndexPath({ 0, 0 });
+    list(journal)->selectItem({ 0, 0 });
+    QCOMPARE(selectedText(journal)->stringValue(), hostile);
+    auto* cell = list(journal)->itemAtIndexPath({ 0, 0 });
     QCOMPARE(cell->textField->text(), hostile);
     for (const auto* label : journal.window()->findChildren<QLabel*>()) {
         if (label->text().contains(u"passwd"_s)) {
@@ -512,13 +559,12 @@ void JournalWindowTest::dividersKeepTheListWide()
 {
     Program program;
     auto& journal = program.journal();
-    auto* split = journal.window()->findChild<QSplitter*>(u"splitView"_s);
-    for (const double proposed : { -10.0, 0.0, 219.0, 500.0 }) {
-        QCOMPARE(journal.constrainMinCoordinate(*split, proposed, 0), 220.0);
-        QCOMPARE(journal.constrainMinCoordinate(*split, proposed, 3), 220.0);
+    auto* split = control<QSplitter>(journal, "splitView");
+    QCOMPARE(journal.constrainMinCoordinate(), 220.0);
+    for (const int proposed : { 0, 10, 219 }) {
+        split->setSizes({ proposed, 900 });
+        QCOMPARE(split->sizes().at(0), 220);
     }
-    split->setSizes({ 10, 900 });
-    QVERIFY(split->sizes().at(0) >= 220);
 }
 
 void JournalWindowTest::showsTheFlatListToo()
@@ -527,7 +573,7 @@ void JournalWindowTest::showsTheFlatListToo()
     auto& journal = program.journal();
     program.keep(u"old"_s, QDateTime::currentDateTimeUtc().addDays(-3));
     const auto newest = program.keep(u"new"_s);
-    auto& view = *journal.collectionView;
+    auto& view = *list(journal);
     view.setDataSource(&journal);
     view.setDelegate(&journal);
     QCOMPARE(journal.numberOfSectionsInCollectionView(view), 1);
@@ -542,11 +588,10 @@ void JournalWindowTest::closingOnlyHides()
 {
     Program program;
     auto& journal = program.journal();
-    QVERIFY(journal.windowShouldClose(journal.window()));
-    journal.window()->close();
+    QVERIFY(journal.window()->close());
     QVERIFY(!journal.window()->isVisible());
     program.keep(plainText);
-    program.delegate().openJournalWindow(nullptr);
+    program.delegate().openJournalWindow();
     QVERIFY(journal.window()->isVisible());
     QCOMPARE(journal.captures().size(), 1);
 }
@@ -567,7 +612,7 @@ void JournalWindowTest::survivesAStoreThatCannotBeOpened()
         }
     });
     answer.start(0);
-    program.delegate().openJournalWindow(nullptr);
+    program.delegate().openJournalWindow();
     QVERIFY(program.journal().captures().empty());
     program.journal().refreshLists();
     QVERIFY(program.journal().captures().empty());

@@ -225,7 +225,7 @@ bool Soak::offer(vellumcap::CaptureWindow& window)
     const QString shown = u"code %1"_s.arg(m_number);
     for (;;) {
         const bool offered
-            = QTest::qWaitFor([&window] { return window.capturedImageView->isVisible(); }, 10000);
+            = QTest::qWaitFor([&window] { return window.window()->findChild<QWidget*>(u"capturedImageView"_s)->isVisible(); }, 10000);
         if (!offered) {
             return fail("not read: code", m_number);
         }

@@ -1,6 +1,7 @@
 #include "journal/JournalWindow.h"
 #include "platform/services/UserDefaults.h"
 #include "platform/ui/Sheet.h"
+#include "tests/support/CaptureScene.h"
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 #include "watch/ScriptWatchCommand.h"
@@ -47,6 +48,8 @@ QWidget* sheetOf(Program& program)
 class ScriptWatchCommandTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
+    void initTestCase();
+    void cleanup();
     void turnsValuesIntoBooleans_data();
     void turnsValuesIntoBooleans();
     void writesEachOption_data();
@@ -60,7 +63,21 @@ private Q_SLOTS:
     void opensNothingWithoutACamera();
     void waitsForTheLaunch();
     void isDroppedWhenTheProgramGoes();
+
+private:
+    std::unique_ptr<support::CameraRig> m_rig;
 };
+
+void ScriptWatchCommandTest::initTestCase()
+{
+    m_rig = std::make_unique<support::CameraRig>();
+}
+
+void ScriptWatchCommandTest::cleanup()
+{
+    using platform::CaptureDevice;
+    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
+}
 
 void ScriptWatchCommandTest::turnsValuesIntoBooleans_data()
 {
@@ -153,14 +170,14 @@ void ScriptWatchCommandTest::writesInOrder()
 
 void ScriptWatchCommandTest::opensAWatchWindowLater()
 {
+    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
     Program program;
-    program.journal().setScanAvailable(true);
     ScriptWatchCommand({}).performDefaultImplementation();
     QVERIFY(sheetOf(program) == nullptr);
     QTRY_VERIFY(sheetOf(program) != nullptr);
     QVERIFY(program.journal().watchWindow() != nullptr);
     QCOMPARE(sheetOf(program), program.journal().watchWindow()->window());
-    program.journal().watchWindow()->cancelCapture(nullptr);
+    program.journal().watchWindow()->cancelCapture();
 }
 
 void ScriptWatchCommandTest::preselectsTheScript_data()
@@ -187,20 +204,20 @@ void ScriptWatchCommandTest::preselectsTheScript()
     QFETCH(QVariantMap, arguments);
     QFETCH(std::optional<QString>, name);
 
+    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
     Program program;
-    program.journal().setScanAvailable(true);
     ScriptWatchCommand(arguments).performDefaultImplementation();
     QTRY_VERIFY(sheetOf(program) != nullptr);
     QCOMPARE(program.journal().watchWindow()->scriptedScriptName(), name);
-    program.journal().watchWindow()->cancelCapture(nullptr);
+    program.journal().watchWindow()->cancelCapture();
 }
 
 void ScriptWatchCommandTest::opensNothingOverASheet()
 {
+    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
     Program program;
-    program.journal().setScanAvailable(true);
     setAll(false);
-    program.journal().importImage(nullptr);
+    program.journal().importImage();
     QWidget* import = sheetOf(program);
     QVERIFY(import != nullptr);
     ScriptWatchCommand({ { saveCapture, true } }).performDefaultImplementation();
@@ -213,7 +230,6 @@ void ScriptWatchCommandTest::opensNothingOverASheet()
 void ScriptWatchCommandTest::opensNothingWithoutACamera()
 {
     Program program;
-    program.journal().setScanAvailable(false);
     setAll(false);
     ScriptWatchCommand({ { closeOnFirstScan, true } }).performDefaultImplementation();
     QCoreApplication::sendPostedEvents();
@@ -224,13 +240,13 @@ void ScriptWatchCommandTest::opensNothingWithoutACamera()
 
 void ScriptWatchCommandTest::waitsForTheLaunch()
 {
+    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
     // As when the bus has started the program for the command.
     Program program(support::Start::NotLaunched);
     ScriptWatchCommand({}).performDefaultImplementation();
     program.delegate().applicationDidFinishLaunching();
-    program.journal().setScanAvailable(true);
     QTRY_VERIFY(sheetOf(program) != nullptr);
-    program.journal().watchWindow()->cancelCapture(nullptr);
+    program.journal().watchWindow()->cancelCapture();
 
     Program another(support::Start::NotLaunched);
     ScriptWatchCommand({ { saveCapture, true } }).performDefaultImplementation();
