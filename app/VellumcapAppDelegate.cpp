@@ -90,20 +90,20 @@ bool VellumcapAppDelegate::prepareFilesDirectory()
 {
     const QString folder = applicationFilesDirectory();
     const auto check = platform::FileManager::isDirectory(folder);
-    if (const bool* isDirectory = std::get_if<bool>(&check)) {
-        if (!*isDirectory) {
+    if (check) {
+        if (!*check) {
             present(ownError(filesPathIsAFile,
                 u"Expected a folder to store application data, found a file (%1)."_s.arg(folder)));
         }
-        return *isDirectory;
+        return *check;
     }
-    const auto& readError = std::get<platform::Error>(check);
+    const platform::Error& readError = check.error();
     if (readError.code != platform::fileReadNoSuchFileError) {
         present(readError);
         return false;
     }
-    if (const auto error = platform::FileManager::createDirectory(folder)) {
-        present(*error);
+    if (const auto created = platform::FileManager::createDirectory(folder); !created) {
+        present(created.error());
         return false;
     }
     return true;
@@ -120,8 +120,8 @@ platform::PersistentStoreCoordinator* VellumcapAppDelegate::persistentStoreCoord
     }
     auto coordinator = std::make_unique<platform::PersistentStoreCoordinator>(*model);
     const QString path = QDir(applicationFilesDirectory()).filePath(u"Vellumcap.storedata"_s);
-    if (const auto error = coordinator->addXmlStore(path)) {
-        present(*error);
+    if (const auto added = coordinator->addXmlStore(path); !added) {
+        present(added.error());
         return nullptr;
     }
     m_persistentStoreCoordinator = std::move(coordinator);
@@ -156,8 +156,8 @@ void VellumcapAppDelegate::saveAction(QObject* /*sender*/)
         return;
     }
     static_cast<void>(context->commitEditing());
-    if (const auto error = context->save()) {
-        present(*error);
+    if (const auto saved = context->save(); !saved) {
+        present(saved.error());
     }
 }
 
@@ -174,11 +174,11 @@ platform::TerminateReply VellumcapAppDelegate::applicationShouldTerminate(
     if (!m_managedObjectContext->hasChanges()) {
         return TerminateReply::Now;
     }
-    const auto error = m_managedObjectContext->save();
-    if (!error) {
+    const auto saved = m_managedObjectContext->save();
+    if (saved) {
         return TerminateReply::Now;
     }
-    if (application.presentError(*error)) {
+    if (application.presentError(saved.error())) {
         return TerminateReply::Cancel;
     }
     const platform::Alert alert{

@@ -143,7 +143,7 @@ void JournalWindow::windowDidLoad()
 void JournalWindow::followContext()
 {
     auto* context = VellumcapAppDelegate::shared().builtContext();
-    if (context == nullptr || m_notesEditor != nullptr) {
+    if (context == nullptr || m_notesEditor) {
         return;
     }
     m_notesEditor = context->registerEditor([this] {

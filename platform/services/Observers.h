@@ -25,6 +25,9 @@ public:
         return *this;
     }
 
+    /// Whether there is an observation to end.
+    explicit operator bool() const { return m_registration != nullptr; }
+
     void end()
     {
         if (const auto registration = std::exchange(m_registration, nullptr)) {
