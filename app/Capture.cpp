@@ -231,10 +231,9 @@ std::optional<CaptureList> Capture::getCaptures()
     if (context == nullptr) {
         return std::nullopt;
     }
-    platform::Error error;
-    auto objects = context->execute({ entityName(), { { u"dateCaptured"_s, false } } }, &error);
+    auto objects = context->execute({ entityName(), { { u"dateCaptured"_s, false } } });
     if (!objects) {
-        platform::log(u"Error! %1"_s.arg(error.localizedDescription));
+        platform::log(u"Error! %1"_s.arg(objects.error().localizedDescription));
         return std::nullopt;
     }
     CaptureList captures;

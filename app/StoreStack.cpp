@@ -66,20 +66,20 @@ bool StoreStack::prepareFilesDirectory()
 {
     const QString folder = applicationFilesDirectory();
     const auto check = platform::FileManager::isDirectory(folder);
-    if (const bool* isDirectory = std::get_if<bool>(&check)) {
-        if (!*isDirectory) {
+    if (check) {
+        if (!*check) {
             present(ownError(filesPathIsAFile,
                 u"Expected a folder to store application data, found a file (%1)."_s.arg(folder)));
         }
-        return *isDirectory;
+        return *check;
     }
-    const auto& readError = std::get<platform::Error>(check);
+    const platform::Error& readError = check.error();
     if (readError.code != platform::fileReadNoSuchFileError) {
         present(readError);
         return false;
     }
-    if (const auto error = platform::FileManager::createDirectory(folder)) {
-        present(*error);
+    if (const auto created = platform::FileManager::createDirectory(folder); !created) {
+        present(created.error());
         return false;
     }
     return true;
@@ -96,8 +96,8 @@ platform::PersistentStoreCoordinator* StoreStack::persistentStoreCoordinator()
     }
     auto coordinator = std::make_unique<platform::PersistentStoreCoordinator>(*model);
     const QString path = QDir(applicationFilesDirectory()).filePath(u"Vellumcap.storedata"_s);
-    if (const auto error = coordinator->addXmlStore(path)) {
-        present(*error);
+    if (const auto added = coordinator->addXmlStore(path); !added) {
+        present(added.error());
         return nullptr;
     }
     m_persistentStoreCoordinator = std::move(coordinator);

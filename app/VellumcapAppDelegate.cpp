@@ -59,8 +59,8 @@ void VellumcapAppDelegate::saveAction()
         return;
     }
     static_cast<void>(context->commitEditing());
-    if (const auto error = context->save()) {
-        platform::Application::shared().presentError(*error);
+    if (const auto saved = context->save(); !saved) {
+        platform::Application::shared().presentError(saved.error());
     }
 }
 
@@ -78,11 +78,11 @@ platform::TerminateReply VellumcapAppDelegate::applicationShouldTerminate(
     if (!context->hasChanges()) {
         return TerminateReply::Now;
     }
-    const auto error = context->save();
-    if (!error) {
+    const auto saved = context->save();
+    if (saved) {
         return TerminateReply::Now;
     }
-    if (application.presentError(*error)) {
+    if (application.presentError(saved.error())) {
         return TerminateReply::Cancel;
     }
     const platform::Alert alert{

@@ -17,12 +17,12 @@
 
 using Qt::StringLiterals::operator""_s;
 
-using platform::Error;
 using platform::FetchRequest;
 using platform::ManagedObject;
 using platform::ManagedObjectContext;
 using platform::ManagedObjectModel;
 using platform::PersistentStoreCoordinator;
+using platform::Result;
 using platform::writeDurably;
 
 namespace {
@@ -51,14 +51,14 @@ struct OpenStore {
     explicit OpenStore(const QString& path)
         : model(captureModel())
         , coordinator(*model)
-        , error(coordinator.addXmlStore(path))
+        , opened(coordinator.addXmlStore(path))
         , context(coordinator)
     {
     }
 
     std::unique_ptr<ManagedObjectModel> model;
     PersistentStoreCoordinator coordinator;
-    std::optional<Error> error;
+    Result<void> opened;
     ManagedObjectContext context;
 };
 
@@ -68,13 +68,13 @@ void makeStore(const QString& path, int count)
     for (int number = 0; number < count; ++number) {
         insertCapture(store.context, number);
     }
-    if (store.error || store.context.save()) {
+    if (!store.opened || !store.context.save()) {
         qFatal("the store cannot be made");
     }
 }
 
-/// The path of a store with that many captures, made once, in a process of its own so that the
-/// memory that this takes is not counted.
+/// The path of a store with that many captures. Created once, in another process, so that the
+/// memory for it is not counted.
 QString storeOf(int count)
 {
     static const QTemporaryDir folder;
@@ -95,7 +95,7 @@ QString storeOf(int count)
     return path;
 }
 
-/// A field of /proc/self/status that counts kB, in MB.
+/// A field of /proc/self/status that is given in kB, in MB.
 double processMegabytes(const QByteArray& field)
 {
     QFile status(u"/proc/self/status"_s);
@@ -126,7 +126,7 @@ void openStore(benchmark::State& state)
     for ([[maybe_unused]] const auto _ : state) {
         auto store = std::make_unique<OpenStore>(path);
         state.PauseTiming();
-        if (store->error) {
+        if (!store->opened) {
             state.SkipWithError("the store does not open");
         }
         reportMemory(state);
@@ -156,11 +156,11 @@ void insertAndSave(benchmark::State& state)
     int number = count(state);
     for ([[maybe_unused]] const auto _ : state) {
         const auto capture = insertCapture(store.context, number++);
-        if (store.context.save()) {
+        if (!store.context.save()) {
             state.SkipWithError("the store cannot be saved");
         }
         state.PauseTiming();
-        store.context.deleteObject(*capture); // the next save leaves it out: the size stays
+        store.context.deleteObject(*capture); // for a file of the same size next time
         state.ResumeTiming();
     }
     reportMemory(state);
@@ -175,7 +175,7 @@ void writeSameBytes(benchmark::State& state)
     const QByteArray bytes = file.readAll();
     const std::array<QByteArrayView, 1> parts{ bytes };
     for ([[maybe_unused]] const auto _ : state) {
-        if (writeDurably(file.fileName() + u".copy"_s, parts)) {
+        if (!writeDurably(file.fileName() + u".copy"_s, parts)) {
             state.SkipWithError("the file cannot be written");
         }
     }

@@ -86,8 +86,8 @@ ScanningWindow::~ScanningWindow()
 
 void ScanningWindow::endPreferenceObservations()
 {
-    m_contrastObservation.reset();
-    m_mirrorObservation.reset();
+    m_contrastObservation.end();
+    m_mirrorObservation.end();
 }
 
 void ScanningWindow::windowDidLoad()

@@ -99,8 +99,8 @@ private:
     std::shared_ptr<platform::CaptureVideoDataOutput> m_videoDataOutput;
     std::shared_ptr<platform::CaptureVideoPreviewLayer> m_preview;
     std::shared_ptr<FramePipeline> m_pipeline;
-    std::unique_ptr<platform::UserDefaults::Observation> m_contrastObservation;
-    std::unique_ptr<platform::UserDefaults::Observation> m_mirrorObservation;
+    platform::Observation m_contrastObservation;
+    platform::Observation m_mirrorObservation;
 };
 
 } // namespace vellumcap

@@ -93,7 +93,7 @@ QString writeCapture(const QImage& image)
     const QString folder = platform::StandardFolders::caches();
     QString path = folder + u"/capture.png"_s;
     const QByteArray png = encoded(image, "PNG");
-    if (!png.isEmpty() && !platform::FileManager::createDirectory(folder)) {
+    if (!png.isEmpty() && platform::FileManager::createDirectory(folder)) {
         const QByteArrayView parts[]{ png };
         static_cast<void>(platform::writeDurably(path, parts));
     }

@@ -138,7 +138,7 @@ void JournalWindow::windowDidLoad()
 void JournalWindow::followContext()
 {
     auto* context = StoreStack::shared().builtContext();
-    if (context == nullptr || m_notesEditor != nullptr) {
+    if (context == nullptr || m_notesEditor) {
         return;
     }
     m_notesEditor = context->registerEditor([this] {

@@ -123,8 +123,8 @@ private:
     bool m_scanAvailable = false;
     std::unique_ptr<platform::MainMenu> m_mainMenu;
     std::unique_ptr<platform::StatusItem> m_statusItem;
-    std::shared_ptr<void> m_notesEditor;
-    std::shared_ptr<void> m_undoObservation;
+    platform::Observation m_notesEditor;
+    platform::Observation m_undoObservation;
 };
 
 } // namespace vellumcap

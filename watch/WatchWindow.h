@@ -60,7 +60,7 @@ private:
     bool m_isHandling = false;
     ScriptTable m_appleScripts;
     std::optional<QString> m_scriptedScriptName;
-    std::vector<std::unique_ptr<platform::UserDefaults::Observation>> m_optionObservations;
+    std::vector<platform::Observation> m_optionObservations;
 };
 
 } // namespace vellumcap

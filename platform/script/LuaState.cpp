@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <new>
 #include <spawn.h>
 #include <sys/resource.h>
@@ -21,16 +22,16 @@ namespace platform {
 namespace {
 
 constexpr std::size_t mostMemory = std::size_t{ 256 } * 1024 * 1024; // bytes
-constexpr int instructionsBetweenLooks = 10000;
+constexpr int instructionsBetweenChecks = 10000;
 
 struct Streams {
     std::FILE* output;
     std::FILE* input;
 };
 
-/// Writing to a command that has ended is an error for the script, not the end of the program. A
-/// handler, unlike a signal that is ignored, is not passed on to the commands.
-void outliveBrokenPipes()
+/// Writing to a command that has ended must be an error of the script and not end the program.
+/// Commands would inherit an ignored signal, but not a handler.
+void handleBrokenPipes()
 {
     struct sigaction action = {};
     if (sigaction(SIGPIPE, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
@@ -40,11 +41,11 @@ void outliveBrokenPipes()
     }
 }
 
-void lookForInterrupt(lua_State* lua, lua_Debug* /*event*/)
+void checkForInterrupt(lua_State* lua, lua_Debug* /*event*/)
 {
     if (ScriptThreads::areInterrupted()) {
-        // From here on at every instruction, so that no pcall goes on behind it.
-        lua_sethook(lua, lookForInterrupt, LUA_MASKCOUNT, 1);
+        // From now on at every instruction, so that no pcall can continue.
+        lua_sethook(lua, checkForInterrupt, LUA_MASKCOUNT, 1);
         luaL_error(lua, "interrupted, since the program quits");
     }
 }
@@ -91,7 +92,7 @@ int execute(lua_State* lua)
     return luaL_execresult(lua, status);
 }
 
-/// Whether half of the descriptors are still free, as the number of the next one tells.
+/// Whether half of the descriptors are still free, estimated by the number of the next one.
 int mayOpen(lua_State* lua)
 {
     const FileDescriptor next(::open("/", O_PATH | O_CLOEXEC));
@@ -113,30 +114,39 @@ int setUp(lua_State* lua)
     lua_pushcfunction(lua, execute);
     lua_pushcfunction(lua, mayOpen);
     lua_call(lua, 4, 0);
-    lua_sethook(lua, lookForInterrupt, LUA_MASKCOUNT, instructionsBetweenLooks);
+    lua_sethook(lua, checkForInterrupt, LUA_MASKCOUNT, instructionsBetweenChecks);
     return 0;
 }
 
 } // namespace
 
+Error luaError(int status, const QString& message)
+{
+    return { u"lua"_s, status, message, {} };
+}
+
 LuaState::LuaState()
     : m_input(std::fopen("/dev/null", "re"))
     , m_lua(lua_newstate(allocate, this))
 {
-    static const bool isReady = [] {
-        outliveBrokenPipes();
-        return true;
-    }();
-    if (!isReady || m_lua == nullptr || !m_input || m_output.stream() == nullptr) {
-        m_error = u"not enough memory"_s;
-        return;
+}
+
+Result<std::unique_ptr<LuaState>> LuaState::create()
+{
+    static std::once_flag isHandled;
+    std::call_once(isHandled, handleBrokenPipes);
+    std::unique_ptr<LuaState> state(new LuaState);
+    lua_State* lua = state->m_lua;
+    if (lua == nullptr || !state->m_input || state->m_output.stream() == nullptr) {
+        return luaError(LUA_ERRMEM, u"not enough memory"_s);
     }
-    Streams streams{ m_output.stream(), m_input.get() };
-    lua_pushcfunction(m_lua, setUp);
-    lua_pushlightuserdata(m_lua, &streams);
-    if (lua_pcall(m_lua, 1, 0, 0) != LUA_OK) {
-        m_error = QString::fromUtf8(lua_tostring(m_lua, -1));
+    Streams streams{ state->m_output.stream(), state->m_input.get() };
+    lua_pushcfunction(lua, setUp);
+    lua_pushlightuserdata(lua, &streams);
+    if (const int status = lua_pcall(lua, 1, 0, 0); status != LUA_OK) {
+        return luaError(status, QString::fromUtf8(lua_tostring(lua, -1)));
     }
+    return state;
 }
 
 void LuaState::close()
@@ -150,7 +160,7 @@ void* LuaState::allocate(
     void* state, void* block, std::size_t oldSize, std::size_t newSize) noexcept
 {
     auto& used = static_cast<LuaState*>(state)->m_used;
-    const std::size_t before = block != nullptr ? oldSize : 0; // else it tells what it is for
+    const std::size_t before = block != nullptr ? oldSize : 0; // else the kind of object
     if (newSize == 0) {
         std::free(block);
         used -= before;
@@ -159,11 +169,11 @@ void* LuaState::allocate(
     if (newSize > before && newSize - before > mostMemory - used) {
         return nullptr;
     }
-    void* moved = std::realloc(block, newSize);
-    if (moved != nullptr) {
+    void* resized = std::realloc(block, newSize);
+    if (resized != nullptr) {
         used += newSize - before;
     }
-    return moved;
+    return resized;
 }
 
 } // namespace platform

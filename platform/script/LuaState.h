@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/script/ScriptOutput.h"
+#include "platform/services/Result.h"
 
 #include <QString>
 
@@ -8,27 +9,30 @@
 #include <cstdio>
 #include <lua.hpp>
 #include <memory>
-#include <optional>
 
 namespace platform {
 
-/// A Lua state that can do a script no less, and the program no harm: bounded memory, an
-/// interrupt, the libraries as Prelude.cpp leaves them.
+/// An error of the domain "lua"; `status` is that of a protected call.
+Error luaError(int status, const QString& message);
+
+/// A Lua state for one script that cannot harm the program: it has limited memory, can be
+/// interrupted, and has the libraries as Prelude.cpp changes them.
 class LuaState {
 public:
-    LuaState();
+    /// Fails when there is not enough memory.
+    static Result<std::unique_ptr<LuaState>> create();
     ~LuaState() { close(); }
     LuaState(const LuaState&) = delete;
     LuaState& operator=(const LuaState&) = delete;
 
-    /// Why there is no state to work with.
-    const std::optional<QString>& error() const { return m_error; }
     lua_State* get() const { return m_lua; }
 
-    /// Frees everything, which runs finalizers of the script. No state is left.
+    /// Frees the state, which runs finalizers of the script. get() returns null afterwards.
     void close();
 
 private:
+    LuaState();
+
     static void* allocate(
         void* state, void* block, std::size_t oldSize, std::size_t newSize) noexcept;
 
@@ -38,9 +42,8 @@ private:
 
     std::size_t m_used = 0; ///< bytes
     ScriptOutput m_output;
-    std::unique_ptr<std::FILE, CloseFile> m_input; ///< an empty one
+    std::unique_ptr<std::FILE, CloseFile> m_input; ///< an empty file
     lua_State* m_lua;
-    std::optional<QString> m_error;
 };
 
 } // namespace platform

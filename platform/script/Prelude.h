@@ -2,7 +2,8 @@
 
 namespace platform {
 
-/// Lua that is run before every script, with the functions and streams that it names first.
+/// Lua code that runs before every script. Its arguments are the streams and functions in its
+/// first line.
 extern const char* const prelude;
 
 } // namespace platform

@@ -16,15 +16,16 @@ using Qt::StringLiterals::operator""_s;
 namespace platform {
 namespace {
 
-constexpr char chunkKey = 0; // its address is the compiled file's place in the registry
+constexpr char chunkKey = 0; // its address is the key of the compiled file in the registry
 constexpr std::size_t longestDescription = 8192; // bytes
 
 struct Call {
-    QByteArray function; ///< empty: the top level alone
+    QByteArray function; ///< empty: the top level only
     QList<QByteArray> arguments;
 };
 
-/// Lua itself is indifferent to the user's language, and so are scripts: 1.5 is no "1,5".
+/// The C locale for this thread: scripts must not depend on the user's language, such as in the
+/// decimal separator.
 class PlainLocale {
 public:
     PlainLocale()
@@ -40,8 +41,8 @@ private:
     locale_t m_previous;
 };
 
-// What Lua calls leaves by a long jump when it fails, past every destructor: these functions keep
-// no object that has one.
+// Lua reports errors by a long jump, which skips destructors: functions that Lua calls must not
+// have objects with one.
 
 int loadFile(lua_State* lua)
 {
@@ -53,7 +54,7 @@ int loadFile(lua_State* lua)
     return 0;
 }
 
-/// Pushes one text for the values above `first`, no longer than is shown and one byte.
+/// Pushes one text for the values above `first`, cut after `longestDescription` + 1 bytes.
 int describeResults(lua_State* lua, int first)
 {
     const int last = lua_gettop(lua);
@@ -123,7 +124,7 @@ int describeError(lua_State* lua)
 /// The text on top of the stack.
 QString topText(lua_State* lua)
 {
-    if (lua_type(lua, -1) != LUA_TSTRING) { // an error object that nobody could describe
+    if (lua_type(lua, -1) != LUA_TSTRING) { // describeError() failed
         return QString::fromLatin1(lua_typename(lua, lua_type(lua, -1)));
     }
     std::size_t size = 0;
@@ -134,8 +135,8 @@ QString topText(lua_State* lua)
     return QString::fromUtf8(bytes, longestDescription) + u"…"_s;
 }
 
-/// Calls `function` with a pointer, protected.
-Script::Outcome protectedCall(lua_State* lua, lua_CFunction function, const void* argument,
+/// Calls `function` with a pointer in protected mode. Returns the text that it leaves.
+Result<QString> protectedCall(lua_State* lua, lua_CFunction function, const void* argument,
     lua_CFunction messageHandler = nullptr)
 {
     const PlainLocale plainLocale;
@@ -146,8 +147,8 @@ Script::Outcome protectedCall(lua_State* lua, lua_CFunction function, const void
     const int handlerIndex = lua_gettop(lua);
     lua_pushcfunction(lua, function);
     lua_pushlightuserdata(lua, const_cast<void*>(argument));
-    if (lua_pcall(lua, 1, 1, handlerIndex) != LUA_OK) {
-        return ScriptError{ topText(lua) };
+    if (const int status = lua_pcall(lua, 1, 1, handlerIndex); status != LUA_OK) {
+        return luaError(status, topText(lua));
     }
     return topText(lua);
 }
@@ -155,23 +156,26 @@ Script::Outcome protectedCall(lua_State* lua, lua_CFunction function, const void
 } // namespace
 
 struct Script::State {
-    State() = default;
+    explicit State(std::unique_ptr<LuaState> newState)
+        : lua(std::move(newState))
+    {
+    }
     ~State()
     {
-        const ScriptThreads::InScript inScript; // finalizers run
+        const ScriptThreads::InScript inScript; // closing runs finalizers
         const PlainLocale plainLocale;
-        lua.close();
+        lua->close();
     }
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
-    Outcome run(const Call& call)
+    Result<QString> run(const Call& call)
     {
         const ScriptThreads::InScript inScript;
-        return protectedCall(lua.get(), perform, &call, describeError);
+        return protectedCall(lua->get(), perform, &call, describeError);
     }
 
-    LuaState lua;
+    std::unique_ptr<LuaState> lua;
 };
 
 Script::Script(std::unique_ptr<State> state)
@@ -183,24 +187,25 @@ Script::~Script() = default;
 Script::Script(Script&&) noexcept = default;
 Script& Script::operator=(Script&&) noexcept = default;
 
-std::variant<Script, ScriptError> Script::load(const QString& path)
+Result<Script> Script::load(const QString& path)
 {
-    auto state = std::make_unique<State>();
-    if (const auto& error = state->lua.error()) {
-        return ScriptError{ *error };
+    Result<std::unique_ptr<LuaState>> lua = LuaState::create();
+    if (!lua) {
+        return lua.error();
     }
+    auto state = std::make_unique<State>(*std::move(lua));
     const QByteArray name = QFile::encodeName(path);
     const auto compile = [&] {
-        const ScriptThreads::InScript inScript; // a file may be a pipe that says nothing
-        return protectedCall(state->lua.get(), loadFile, name.constData());
+        const ScriptThreads::InScript inScript; // the file may be a pipe that blocks
+        return protectedCall(state->lua->get(), loadFile, name.constData());
     };
-    if (auto outcome = compile(); auto* error = std::get_if<ScriptError>(&outcome)) {
-        return std::move(*error);
+    if (const auto compiled = compile(); !compiled) {
+        return compiled.error();
     }
     return Script(std::move(state));
 }
 
-Script::Outcome Script::executeHandler(const QString& name, const QStringList& arguments)
+Result<QString> Script::executeHandler(const QString& name, const QStringList& arguments)
 {
     Call call{ name.toUtf8(), {} };
     for (const QString& argument : arguments) {
@@ -209,7 +214,7 @@ Script::Outcome Script::executeHandler(const QString& name, const QStringList& a
     return m_state->run(call);
 }
 
-Script::Outcome Script::execute()
+Result<QString> Script::execute()
 {
     return m_state->run({});
 }

@@ -1,39 +1,34 @@
 #pragma once
 
+#include "platform/services/Result.h"
+
 #include <QString>
 #include <QStringList>
 
 #include <memory>
-#include <variant>
 
 namespace platform {
 
-/// Why a script was not loaded or did not come to its end: Lua's own message, for an error at run
-/// time with the traceback.
-struct ScriptError {
-    QString message;
-};
-
-/// A user's script: Lua 5.4 in a state of its own, which shares nothing with other scripts. The
-/// standard libraries are open, but for what would reach the whole program (see Prelude.cpp); its
-/// output goes to the log; it may have 256 MB of memory; it is interrupted by finishScripts().
-/// One thread at a time, which should be that of a job of dispatchScript().
+/// A user's script in Lua 5.4, with a state of its own that shares nothing with other scripts. It
+/// has the standard libraries, except for functions that affect the whole process (see
+/// Prelude.cpp), and 256 MB of memory. Its output is logged. finishScripts() interrupts it. One
+/// thread at a time, which should be that of a job of dispatchScript().
+/// Errors have the domain "lua", the status of the protected call as code and Lua's message as
+/// description, with a traceback for errors at run time.
 class Script {
 public:
-    /// A description of what the script returned.
-    using Outcome = std::variant<QString, ScriptError>;
-
-    /// Reads and compiles the file, text only, and runs nothing of it.
-    static std::variant<Script, ScriptError> load(const QString& path);
+    /// Reads and compiles the file, which must be text. Does not run it.
+    static Result<Script> load(const QString& path);
     ~Script();
     Script(Script&&) noexcept;
     Script& operator=(Script&&) noexcept;
 
     /// Runs the top level, then calls the global function `name` with the UTF-8 of `arguments`.
-    Outcome executeHandler(const QString& name, const QStringList& arguments);
+    /// Returns a description of what the function returned.
+    Result<QString> executeHandler(const QString& name, const QStringList& arguments);
 
-    /// Runs the top level alone.
-    Outcome execute();
+    /// Runs the top level only. Returns a description of what it returned.
+    Result<QString> execute();
 
 private:
     struct State;

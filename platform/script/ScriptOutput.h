@@ -7,17 +7,17 @@
 
 namespace platform {
 
-/// What one script prints: a C stream whose lines go into the log, long ones cut, and no more of
-/// them than a log can bear.
+/// A C stream for what one script prints. Logs it line by line; cuts long lines and stops logging
+/// after a total of 1 MiB.
 class ScriptOutput {
 public:
     ScriptOutput();
-    /// Logs a last line that was not ended.
+    /// Logs a last line without a line feed.
     ~ScriptOutput();
     ScriptOutput(const ScriptOutput&) = delete;
     ScriptOutput& operator=(const ScriptOutput&) = delete;
 
-    std::FILE* stream() const { return m_stream; } ///< null where there is no memory for it
+    std::FILE* stream() const { return m_stream; } ///< null when there is not enough memory
 
 private:
     static ssize_t write(void* output, const char* bytes, std::size_t size) noexcept;

@@ -28,18 +28,18 @@ struct State {
     std::condition_variable changed;
     std::deque<Job> waiting;
     std::size_t running = 0; ///< threads
-    std::size_t inProgram = 0; ///< those of them that are not in a script
+    std::size_t inProgram = 0; ///< running threads that are not in a script
     bool abandoned = false;
 };
 
-/// Never destroyed, since abandoned threads outlive every static object.
+/// Never destroyed: abandoned threads outlive every static object.
 State& shared()
 {
     static State& state = *new State;
     return state;
 }
 
-thread_local bool isOurs = false;
+thread_local bool isScriptThread = false;
 
 void run(const Job& job)
 {
@@ -50,7 +50,7 @@ void run(const Job& job)
     }
 }
 
-/// The next job; empty, and one thread less, when there is none.
+/// The next job. Empty when there is none; then this thread no longer counts as running.
 Job next(State& state)
 {
     const std::lock_guard lock(state.mutex);
@@ -68,13 +68,13 @@ Job next(State& state)
 void work()
 {
     pthread_setname_np(pthread_self(), "script");
-    isOurs = true;
+    isScriptThread = true;
     while (const Job job = next(shared())) {
         run(job);
     }
 }
 
-[[noreturn]] void stopForGood()
+[[noreturn]] void pauseForever()
 {
     while (true) {
         ::pause();
@@ -103,19 +103,19 @@ void dispatchScript(Job job)
     }
 }
 
-void finishScripts(const ScriptPatience& patience)
+void finishScripts(const ScriptTimeouts& timeouts)
 {
     State& state = shared();
     std::deque<Job> dropped;
     std::unique_lock lock(state.mutex);
     const auto allEnded = [&state] { return state.running == 0; };
-    state.changed.wait_for(lock, patience.untilInterrupted, allEnded);
+    state.changed.wait_for(lock, timeouts.untilInterrupted, allEnded);
     interrupted = true;
     dropped.swap(state.waiting);
     lock.unlock();
-    dropped.clear(); // what it holds may want the lock
+    dropped.clear(); // what the jobs hold may need the lock
     lock.lock();
-    state.changed.wait_for(lock, patience.untilAbandoned, allEnded);
+    state.changed.wait_for(lock, timeouts.untilAbandoned, allEnded);
     state.abandoned = true;
     state.changed.wait(lock, [&state] { return state.inProgram == 0; });
 }
@@ -129,7 +129,7 @@ bool areInterrupted()
 
 InScript::InScript()
 {
-    if (isOurs) {
+    if (isScriptThread) {
         State& state = shared();
         const std::lock_guard lock(state.mutex);
         --state.inProgram;
@@ -139,14 +139,14 @@ InScript::InScript()
 
 InScript::~InScript()
 {
-    if (!isOurs) {
+    if (!isScriptThread) {
         return;
     }
     State& state = shared();
     std::unique_lock lock(state.mutex);
     if (state.abandoned) {
         lock.unlock();
-        stopForGood();
+        pauseForever();
     }
     ++state.inProgram;
 }

@@ -6,34 +6,34 @@
 
 #include <chrono>
 
-/// Where scripts run, and how they end with the program. Nothing can stop a script everywhere: it
-/// may wait for a command or be deep in a search. So each has a thread of its own, and quitting
-/// waits for none of them longer than its patience.
+/// Threads of scripts, and their end when the program quits. A script cannot be stopped in every
+/// place: it may wait for a command or be inside a long search. So each has a thread of its own,
+/// and quitting waits for them only for a limited time.
 namespace platform {
 
-/// Submits `job`, which is to run a script, to a thread of its own: a script that never ends
-/// keeps no other from running. Jobs start in the order of submission, 32 at most at a time. What
-/// a job holds is given up on its thread. Any thread.
+/// Submits `job`, which runs a script, to a thread of its own, so that a script that never ends
+/// does not block others. Jobs start in the order of submission, at most 32 at a time. A job is
+/// destroyed on the thread that ran it. Any thread.
 void dispatchScript(Job job);
 
-struct ScriptPatience {
+struct ScriptTimeouts {
     std::chrono::milliseconds untilInterrupted{ 1000 }; ///< for scripts to end by themselves
-    std::chrono::milliseconds untilAbandoned{ 500 }; ///< for interrupted ones to let go
+    std::chrono::milliseconds untilAbandoned{ 500 }; ///< for interrupted scripts to end
 };
 
-/// Ends all scripts. Those that still run after the first patience are interrupted and no other
-/// begins; those that do not let go in time are left where they are, and never return to the
-/// program. Called once, when the application goes, with its objects still there.
-void finishScripts(const ScriptPatience& patience = {});
+/// Ends all scripts. After the first timeout, running scripts are interrupted and no other starts.
+/// After the second, threads that are still in a script are abandoned: they never return to the
+/// program. Called once, when the application ends, while its objects still exist.
+void finishScripts(const ScriptTimeouts& timeouts = {});
 
-/// For the code that hands a thread over to a script.
+/// For the code that runs a script.
 namespace ScriptThreads {
 
-/// Whether running scripts are to end. Any thread.
+/// Whether running scripts must end. Any thread.
 bool areInterrupted();
 
-/// The time that a thread spends in a script. Its end is the way back into the program, where
-/// a thread that was abandoned stops for good.
+/// Exists while a thread runs a script. The destructor, on the way back into the program, never
+/// returns on an abandoned thread.
 class InScript {
 public:
     InScript();
@@ -42,7 +42,7 @@ public:
     InScript& operator=(const InScript&) = delete;
 };
 
-/// Logs what a script says from within, unless it was abandoned.
+/// Logs a line that a script printed, unless scripts have been abandoned.
 void logFromScript(const QString& line);
 
 } // namespace ScriptThreads

@@ -56,118 +56,139 @@ QString advice(int code)
     }
 }
 
-Error writeError(const QString& path, int code)
-{
-    return { QLatin1StringView(posixErrorDomain), code,
-        u"The file “%1” could not be written."_s.arg(path), advice(code) };
-}
-
-/// Zero or errno, like everything below.
-int writeBatch(int descriptor, std::span<iovec> batch)
-{
-    while (!batch.empty()) {
-        const ssize_t count = withoutInterruption(
-            [&] { return ::writev(descriptor, batch.data(), static_cast<int>(batch.size())); });
-        if (count < 0) {
-            return errno;
-        }
-        if (count == 0) {
-            return EIO; // no batch is empty, so this would go on for ever
-        }
-        auto written = static_cast<std::size_t>(count);
-        while (!batch.empty() && written >= batch.front().iov_len) {
-            written -= batch.front().iov_len;
-            batch = batch.subspan(1);
-        }
-        if (written > 0) {
-            iovec& rest = batch.front();
-            rest.iov_base = static_cast<char*>(rest.iov_base) + written;
-            rest.iov_len -= written;
-        }
+/// Writes one file in a folder. Every error names the file's path.
+class Writer {
+public:
+    explicit Writer(const QString& path)
+        : m_path(path)
+    {
     }
-    return 0;
-}
 
-int writeParts(int descriptor, std::span<const QByteArrayView> parts)
-{
-    std::array<iovec, 512> batch{}; // within any IOV_MAX
-    std::size_t filled = 0;
-    for (const QByteArrayView part : parts) {
-        if (part.isEmpty()) {
-            continue;
+    Error error(int code) const
+    {
+        return posixError(code, u"The file “%1” could not be written."_s.arg(m_path), advice(code));
+    }
+
+    Result<void> replaceFile(
+        int folder, const QByteArray& target, std::span<const QByteArrayView> parts) const
+    {
+        const QByteArray temporary = temporaryName();
+        Result<void> replaced = writeFile(folder, temporary, parts);
+        if (replaced
+            && ::renameat(folder, temporary.constData(), folder, target.constData()) != 0) {
+            replaced = error(errno);
         }
-        batch[filled++] = { const_cast<char*>(part.data()), static_cast<std::size_t>(part.size()) };
-        if (filled == batch.size()) {
-            if (const int code = writeBatch(descriptor, batch)) {
-                return code;
+        if (!replaced) {
+            ::unlinkat(folder, temporary.constData(), 0);
+            return replaced;
+        }
+        return flushFolder(folder);
+    }
+
+private:
+    Result<void> writeFile(
+        int folder, const QByteArray& name, std::span<const QByteArrayView> parts) const
+    {
+        FileDescriptor file(withoutInterruption([&] {
+            return ::openat(folder, name.constData(),
+                O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        }));
+        if (!file.isOpen()) {
+            return error(errno);
+        }
+        Result<void> written = writeParts(file.get(), parts);
+        if (written) {
+            written = flush(file.get());
+        }
+        const bool isClosed = file.close();
+        if (written && !isClosed) {
+            return error(errno);
+        }
+        return written;
+    }
+
+    Result<void> writeParts(int descriptor, std::span<const QByteArrayView> parts) const
+    {
+        std::array<iovec, 512> batch{}; // within any IOV_MAX
+        std::size_t filled = 0;
+        for (const QByteArrayView part : parts) {
+            if (part.isEmpty()) {
+                continue;
             }
-            filled = 0;
+            batch[filled++]
+                = { const_cast<char*>(part.data()), static_cast<std::size_t>(part.size()) };
+            if (filled == batch.size()) {
+                if (Result<void> written = writeBatch(descriptor, batch); !written) {
+                    return written;
+                }
+                filled = 0;
+            }
         }
+        return writeBatch(descriptor, std::span(batch).first(filled));
     }
-    return writeBatch(descriptor, std::span(batch).first(filled));
-}
 
-int flush(int descriptor)
-{
-    return withoutInterruption([&] { return ::fsync(descriptor); }) == 0 ? 0 : errno;
-}
+    Result<void> writeBatch(int descriptor, std::span<iovec> batch) const
+    {
+        while (!batch.empty()) {
+            const ssize_t count = withoutInterruption(
+                [&] { return ::writev(descriptor, batch.data(), static_cast<int>(batch.size())); });
+            if (count < 0) {
+                return error(errno);
+            }
+            if (count == 0) {
+                return error(EIO); // no part is empty, so the loop would not end
+            }
+            auto written = static_cast<std::size_t>(count);
+            while (!batch.empty() && written >= batch.front().iov_len) {
+                written -= batch.front().iov_len;
+                batch = batch.subspan(1);
+            }
+            if (written > 0) {
+                iovec& rest = batch.front();
+                rest.iov_base = static_cast<char*>(rest.iov_base) + written;
+                rest.iov_len -= written;
+            }
+        }
+        return {};
+    }
 
-int flushFolder(int descriptor)
-{
-    const int code = flush(descriptor);
-    return code == EINVAL ? 0 : code; // some file systems have nothing to flush in a folder
-}
+    Result<void> flush(int descriptor) const
+    {
+        if (withoutInterruption([&] { return ::fsync(descriptor); }) != 0) {
+            return error(errno);
+        }
+        return {};
+    }
 
-int writeWhole(int folder, const QByteArray& name, std::span<const QByteArrayView> parts)
-{
-    FileDescriptor file(withoutInterruption([&] {
-        return ::openat(folder, name.constData(),
-            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
-    }));
-    if (!file.isOpen()) {
-        return errno;
+    Result<void> flushFolder(int descriptor) const
+    {
+        Result<void> flushed = flush(descriptor);
+        if (!flushed && flushed.error().code == EINVAL) {
+            return {}; // the file system cannot flush folders
+        }
+        return flushed;
     }
-    int code = writeParts(file.get(), parts);
-    if (code == 0) {
-        code = flush(file.get());
-    }
-    const int closing = file.close();
-    return code == 0 ? closing : code;
-}
 
-int replaceFile(int folder, const QByteArray& target, std::span<const QByteArrayView> parts)
-{
-    const QByteArray temporary = temporaryName();
-    int code = writeWhole(folder, temporary, parts);
-    if (code == 0 && ::renameat(folder, temporary.constData(), folder, target.constData()) != 0) {
-        code = errno;
-    }
-    if (code != 0) {
-        ::unlinkat(folder, temporary.constData(), 0);
-        return code;
-    }
-    return flushFolder(folder);
-}
+    const QString& m_path;
+};
 
 } // namespace
 
-std::optional<Error> writeDurably(const QString& path, std::span<const QByteArrayView> parts)
+Result<void> writeDurably(const QString& path, std::span<const QByteArrayView> parts)
 {
+    const Writer writer(path);
     const QFileInfo file(path);
     const QByteArray target = QFile::encodeName(file.fileName());
     if (target.isEmpty()) {
-        return writeError(path, EISDIR);
+        return writer.error(EISDIR);
     }
     const FileDescriptor folder(withoutInterruption([name = QFile::encodeName(file.path())] {
         return ::open(name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     }));
     if (!folder.isOpen()) {
-        return writeError(path, errno);
+        return writer.error(errno);
     }
-    if (const int code = replaceFile(folder.get(), target, parts)) {
-        return writeError(path, code);
-    }
-    return std::nullopt;
+    return writer.replaceFile(folder.get(), target, parts);
 }
 
 void removeUnfinishedFiles(const QString& folder)

@@ -1,25 +1,23 @@
 #pragma once
 
-#include "platform/services/Error.h"
+#include "platform/services/Result.h"
 
 #include <QByteArrayView>
 #include <QString>
 
-#include <optional>
 #include <span>
 
 namespace platform {
 
-/// Replaces the file at `path` by the concatenation of `parts`: a temporary file beside it,
-/// flushed to the disk, renamed over it, and the folder flushed. After a crash, a kill or a full
-/// disk at any moment the path holds either the old or the new bytes, whole. Once this has
-/// returned without an error the new bytes are on the disk. Only the user may read the file
-/// (mode 0600). Any thread.
-[[nodiscard]] std::optional<Error> writeDurably(
-    const QString& path, std::span<const QByteArrayView> parts);
+/// Replaces the file at `path` by the concatenation of `parts`: writes a temporary file beside it,
+/// flushes it to the disk, renames it over the old file and flushes the folder. After a crash, a
+/// kill or a full disk at any moment the file has either all of the old or all of the new bytes.
+/// On success the new bytes are on the disk. Only the user may read the file (mode 0600). Errors
+/// have the domain `posixErrorDomain`. Any thread.
+Result<void> writeDurably(const QString& path, std::span<const QByteArrayView> parts);
 
-/// Removes the temporary files that killed writers have left in `folder`. To be called only while
-/// nobody writes there. One that cannot be removed does no harm and is left.
+/// Removes the temporary files that killed writers have left in `folder`. Must not be called while
+/// another process or thread writes there. A file that cannot be removed is harmless and stays.
 void removeUnfinishedFiles(const QString& folder);
 
 } // namespace platform

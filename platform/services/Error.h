@@ -6,7 +6,7 @@ namespace platform {
 
 /// A failure as a value, complete enough to be shown to a user.
 struct Error {
-    QString domain; ///< who defines `code`; a program's own name or a posix / store domain
+    QString domain; ///< gives `code` its meaning, such as "posix" or "store"
     int code = 0;
     QString localizedDescription; ///< what happened, plain text
     QString failureReason; ///< why, or what to do about it; may be empty
@@ -14,10 +14,15 @@ struct Error {
     bool operator==(const Error&) const = default;
 };
 
-/// The domain of errors that carry an errno value.
+/// The domain of errors whose code is an errno value.
 inline constexpr auto posixErrorDomain = "posix";
 
-/// Codes of the domain `fileErrorDomain`, whatever errno stood behind them.
+inline Error posixError(int code, const QString& description, const QString& reason)
+{
+    return { QString::fromLatin1(posixErrorDomain), code, description, reason };
+}
+
+/// Codes of the domain `fileErrorDomain`, each for several errno values.
 inline constexpr auto fileErrorDomain = "file";
 inline constexpr int fileReadNoSuchFileError = 260;
 inline constexpr int fileReadUnknownError = 256;

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// Owns an open file descriptor, or none.
+/// Owns an open file descriptor, or none. Closes it on destruction.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
@@ -33,13 +33,10 @@ public:
     bool isOpen() const { return m_descriptor >= 0; }
     int get() const { return m_descriptor; }
 
-    /// Zero, or the errno of closing, which may be how a file system reports a late write error.
-    int close()
+    /// False, with errno set, when closing fails: a file system may report a write error so late.
+    bool close()
     {
-        if (!isOpen()) {
-            return 0;
-        }
-        return ::close(std::exchange(m_descriptor, -1)) == 0 || errno == EINTR ? 0 : errno;
+        return !isOpen() || ::close(std::exchange(m_descriptor, -1)) == 0 || errno == EINTR;
     }
 
 private:

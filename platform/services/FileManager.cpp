@@ -12,14 +12,20 @@ namespace platform::FileManager {
 
 namespace {
 
+/// The reason is that of errno.
 Error fileError(int code, const QString& description)
 {
     return { QString::fromLatin1(fileErrorDomain), code, description, qt_error_string(errno) };
 }
 
+Error creationError(const QString& path)
+{
+    return fileError(fileWriteUnknownError, u"The folder “%1” could not be created."_s.arg(path));
+}
+
 } // namespace
 
-std::variant<bool, Error> isDirectory(const QString& path)
+Result<bool> isDirectory(const QString& path)
 {
     struct stat status = {};
     if (::stat(QFile::encodeName(path).constData(), &status) == 0) {
@@ -29,24 +35,24 @@ std::variant<bool, Error> isDirectory(const QString& path)
         u"The folder “%1” could not be read."_s.arg(path));
 }
 
-std::optional<Error> createDirectory(const QString& path)
+Result<void> createDirectory(const QString& path)
 {
-    // One by one, since QDir::mkpath does not tell why it failed.
+    // QDir::mkpath does not report why it failed.
     const QString whole = QDir::cleanPath(path);
     for (qsizetype end = whole.indexOf(u'/', 1);; end = whole.indexOf(u'/', end + 1)) {
         const QByteArray part = QFile::encodeName(end < 0 ? whole : whole.left(end));
         if (::mkdir(part.constData(), S_IRWXU) != 0 && errno != EEXIST) {
-            return fileError(
-                fileWriteUnknownError, u"The folder “%1” could not be created."_s.arg(path));
+            return creationError(path);
         }
         if (end < 0) {
             break;
         }
     }
-    errno = ENOTDIR;
-    return QFileInfo(whole).isDir() ? std::nullopt
-                                    : std::optional(fileError(fileWriteUnknownError,
-                                        u"The folder “%1” could not be created."_s.arg(path)));
+    if (!QFileInfo(whole).isDir()) {
+        errno = ENOTDIR;
+        return creationError(path);
+    }
+    return {};
 }
 
 } // namespace platform::FileManager

@@ -1,20 +1,18 @@
 #pragma once
 
-#include "platform/services/Error.h"
+#include "platform/services/Result.h"
 
 #include <QString>
 
-#include <optional>
-#include <variant>
-
-/// Operations on files that report why they failed. Any thread.
+/// Operations on folders. Any thread.
 namespace platform::FileManager {
 
-/// Whether `path` is a folder, links followed. An Error in `fileErrorDomain` when that cannot be
-/// told: `fileReadNoSuchFileError` where nothing is, `fileReadUnknownError` otherwise.
-std::variant<bool, Error> isDirectory(const QString& path);
+/// Whether `path` is a folder; follows links. Errors in `fileErrorDomain`:
+/// `fileReadNoSuchFileError` when nothing exists at `path`, `fileReadUnknownError` otherwise.
+Result<bool> isDirectory(const QString& path);
 
-/// Makes the folder and those above it, for the user alone.
-[[nodiscard]] std::optional<Error> createDirectory(const QString& path);
+/// Creates the folder and the missing ones above it, accessible to the user only (mode 0700).
+/// Errors in `fileErrorDomain`: `fileWriteUnknownError`.
+Result<void> createDirectory(const QString& path);
 
 } // namespace platform::FileManager

@@ -40,8 +40,10 @@ QString pictures()
 QString applicationScripts(Creation creation)
 {
     const QString path = configuration() + u"/scripts"_s;
-    const bool missing = creation == Creation::Yes && FileManager::createDirectory(path);
-    return missing ? QString() : path;
+    if (creation == Creation::Yes && !FileManager::createDirectory(path)) {
+        return {};
+    }
+    return path;
 }
 
 } // namespace platform::StandardFolders

@@ -13,10 +13,8 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
-#include <map>
 #include <mutex>
 #include <utility>
-#include <vector>
 
 using Qt::StringLiterals::operator""_s;
 
@@ -26,40 +24,15 @@ struct UserDefaults::State {
     explicit State(const QString& path)
         : settings(path, QSettings::IniFormat)
     {
-        // What is written is flushed by the event loop of the thread that the settings live in.
+        // QSettings flushes changes in the event loop of its thread.
         if (const auto* application = QCoreApplication::instance()) {
             settings.moveToThread(application->thread());
         }
     }
 
-    struct Registration {
-        QString key;
-        std::shared_ptr<const Observer> observer;
-    };
-
-    std::vector<int> numbersFor(const QString& key)
-    {
-        const std::lock_guard lock(mutex);
-        std::vector<int> numbers;
-        for (const auto& [number, registration] : registrations) {
-            if (registration.key == key) {
-                numbers.push_back(number);
-            }
-        }
-        return numbers;
-    }
-
-    std::shared_ptr<const Observer> observer(int number)
-    {
-        const std::lock_guard lock(mutex);
-        const auto found = registrations.find(number);
-        return found == registrations.end() ? nullptr : found->second.observer;
-    }
-
-    mutable std::mutex mutex;
+    std::mutex mutex; // guards `settings`
     QSettings settings;
-    std::map<int, Registration> registrations;
-    int lastNumber = 0;
+    Observers<const QString&> observers; ///< called with the key
 };
 
 UserDefaults& UserDefaults::standard()
@@ -69,7 +42,7 @@ UserDefaults& UserDefaults::standard()
 }
 
 UserDefaults::UserDefaults(const QString& path)
-    : m_state(std::make_shared<State>(path))
+    : m_state(std::make_unique<State>(path))
 {
 }
 
@@ -82,7 +55,7 @@ QString UserDefaults::text(const QString& key) const
     if (!m_state->settings.contains(key)) {
         return {};
     }
-    // A comma that somebody typed into the file makes a list of it.
+    // QSettings reads an unquoted value with a comma as a list.
     const QString value = m_state->settings.value(key).toStringList().join(u", "_s);
     return value.isNull() ? u""_s : value;
 }
@@ -127,7 +100,7 @@ void UserDefaults::setString(const QString& key, const QString& value)
 
 void UserDefaults::setDouble(const QString& key, double value)
 {
-    // The shortest text that reads back as the same value; Qt's has no negative zero.
+    // The shortest text that reads back as the same value. Qt's would lose a negative zero.
     std::array<char, 32> text{};
     const auto end = std::to_chars(text.begin(), text.end(), value).ptr;
     write(key, QString::fromLatin1(text.data(), end - text.begin()));
@@ -149,61 +122,35 @@ void UserDefaults::removeObject(const QString& key)
         const std::lock_guard lock(m_state->mutex);
         m_state->settings.remove(key);
     }
-    notify(key);
+    m_state->observers.notify(key);
 }
 
 void UserDefaults::write(const QString& key, const QString& value)
 {
     {
         const std::lock_guard lock(m_state->mutex);
-        // QSettings would make the folder readable to everyone. That it cannot be made shows
-        // when the settings are flushed, and costs no more than their being kept.
+        // QSettings would make the folder readable to everyone. Without the folder the settings
+        // are not stored, which is not reported.
         const QString folder = QFileInfo(m_state->settings.fileName()).absolutePath();
-        [[maybe_unused]] const auto error = FileManager::createDirectory(folder);
+        static_cast<void>(FileManager::createDirectory(folder));
         m_state->settings.setValue(key, value);
     }
-    notify(key);
+    m_state->observers.notify(key);
 }
 
-void UserDefaults::notify(const QString& key)
+Observation UserDefaults::observe(const QString& key, std::function<void()> observer)
 {
-    const auto state = m_state;
-    for (const int number : state->numbersFor(key)) {
-        // Looked up one by one: an observer may have ended the next one's observation.
-        if (const auto observer = state->observer(number)) {
-            (*observer)();
+    return m_state->observers.add([key, observer = std::move(observer)](const QString& written) {
+        if (written == key) {
+            observer();
         }
-    }
-}
-
-std::unique_ptr<UserDefaults::Observation> UserDefaults::observe(
-    const QString& key, Observer observer)
-{
-    const std::lock_guard lock(m_state->mutex);
-    const int number = ++m_state->lastNumber;
-    m_state->registrations.emplace(
-        number, State::Registration{ key, std::make_shared<const Observer>(std::move(observer)) });
-    return std::unique_ptr<Observation>(new Observation(m_state, number));
+    });
 }
 
 void UserDefaults::synchronize()
 {
     const std::lock_guard lock(m_state->mutex);
     m_state->settings.sync();
-}
-
-UserDefaults::Observation::Observation(std::shared_ptr<State> state, int number)
-    : m_state(std::move(state))
-    , m_number(number)
-{
-}
-
-UserDefaults::Observation::~Observation()
-{
-    // Destroyed outside of the lock, since it may hold whatever its maker captured.
-    decltype(m_state->registrations)::node_type ended;
-    const std::lock_guard lock(m_state->mutex);
-    ended = m_state->registrations.extract(m_number);
 }
 
 } // namespace platform

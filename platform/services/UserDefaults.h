@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/services/Observers.h"
+
 #include <QString>
 
 #include <functional>
@@ -8,15 +10,11 @@
 
 namespace platform {
 
-/// The user's settings: typed reads of what was stored, with no defaults registered. Main thread
-/// for writing; reads from any thread.
+/// The user's settings, by key and type. There are no registered defaults. Writes on the main
+/// thread, reads on any.
 class UserDefaults {
 public:
-    using Observer = std::function<void()>;
-    /// Ends the observation when it goes; must not outlive the defaults.
-    class Observation;
-
-    /// The program's own, kept in its configuration folder.
+    /// The program's own, stored in its configuration folder.
     static UserDefaults& standard();
 
     /// Settings in the INI file at `path`.
@@ -25,10 +23,10 @@ public:
     UserDefaults(const UserDefaults&) = delete;
     UserDefaults& operator=(const UserDefaults&) = delete;
 
-    std::optional<QString> stringForKey(const QString& key) const; ///< unset: nullopt
-    double doubleForKey(const QString& key) const; ///< unset or no number: 0.0
-    int integerForKey(const QString& key) const; ///< unset or no number: 0
-    bool boolForKey(const QString& key) const; ///< unset: false
+    std::optional<QString> stringForKey(const QString& key) const; ///< nullopt when unset
+    double doubleForKey(const QString& key) const; ///< 0.0 when unset or not a number
+    int integerForKey(const QString& key) const; ///< 0 when unset or not a number
+    bool boolForKey(const QString& key) const; ///< false when unset
 
     void setString(const QString& key, const QString& value);
     void setDouble(const QString& key, double value);
@@ -36,11 +34,11 @@ public:
     void setBool(const QString& key, bool value);
     void removeObject(const QString& key);
 
-    /// Calls `observer` after every write of `key`, on the writing thread.
-    /// It may write, and may begin and end observations.
-    [[nodiscard]] std::unique_ptr<Observation> observe(const QString& key, Observer observer);
+    /// Calls `observer` after every write of `key`, on the writing thread, while the returned
+    /// observation lives. The observer may write, and may begin and end observations.
+    [[nodiscard]] Observation observe(const QString& key, std::function<void()> observer);
 
-    /// Writes to the disk at once what is pending.
+    /// Writes pending changes to the disk at once.
     void synchronize();
 
 private:
@@ -48,23 +46,8 @@ private:
     QString text(const QString& key) const;
     double number(const QString& key) const;
     void write(const QString& key, const QString& value);
-    void notify(const QString& key);
 
-    std::shared_ptr<State> m_state;
-};
-
-class UserDefaults::Observation {
-public:
-    ~Observation();
-    Observation(const Observation&) = delete;
-    Observation& operator=(const Observation&) = delete;
-
-private:
-    friend class UserDefaults;
-    Observation(std::shared_ptr<State> state, int number);
-
-    std::shared_ptr<State> m_state;
-    int m_number;
+    std::unique_ptr<State> m_state;
 };
 
 } // namespace platform

@@ -5,6 +5,7 @@
 #include "platform/store/StoreDate.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace platform {
 
@@ -42,11 +43,6 @@ void normalise(AttributeValue& value)
 }
 
 } // namespace
-
-struct ManagedObject::Observation {
-    std::vector<int> attributes; ///< a change of any of them is told
-    Observer observer;
-};
 
 ManagedObject::ManagedObject(const EntityDescription& entity)
     : m_entity(&entity)
@@ -106,45 +102,27 @@ std::vector<int> ManagedObject::attributesAffecting(const QString& key) const
     return attributes;
 }
 
-std::shared_ptr<void> ManagedObject::observe(const QString& key, Observer observer)
+Observation ManagedObject::observe(const QString& key, std::function<void()> observer)
 {
-    if (!m_observations) {
-        m_observations = std::make_unique<Observations>();
+    if (!m_observers) {
+        m_observers = std::make_unique<Observers<int>>();
     }
-    std::erase_if(*m_observations, [](const auto& observation) { return observation.expired(); });
-    auto observation = std::make_shared<Observation>(
-        Observation{ attributesAffecting(key), std::move(observer) });
-    m_observations->push_back(observation);
-    return observation;
-}
-
-template <typename Matches> void ManagedObject::notifyMatching(Matches matches)
-{
-    if (!m_observations) {
-        return;
-    }
-    // An observer may observe more, drop any token, or let go of this object.
-    const std::shared_ptr<ManagedObject> keptAlive = weak_from_this().lock();
-    const Observations observations = *m_observations;
-    for (const std::weak_ptr<Observation>& weakObservation : observations) {
-        const std::shared_ptr<Observation> observation = weakObservation.lock();
-        if (observation && matches(*observation)) {
-            observation->observer();
-        }
-    }
+    return m_observers->add(
+        [attributes = attributesAffecting(key), observer = std::move(observer)](int changed) {
+            const bool isAffected = changed == everyAttribute
+                || std::find(attributes.begin(), attributes.end(), changed) != attributes.end();
+            if (isAffected) {
+                observer();
+            }
+        });
 }
 
 void ManagedObject::notify(int attribute)
 {
-    notifyMatching([attribute](const Observation& observation) {
-        return std::find(observation.attributes.begin(), observation.attributes.end(), attribute)
-            != observation.attributes.end();
-    });
-}
-
-void ManagedObject::notifyAll()
-{
-    notifyMatching([](const Observation&) { return true; });
+    if (m_observers) {
+        const std::shared_ptr<ManagedObject> keptAlive = weak_from_this().lock();
+        m_observers->notify(attribute);
+    }
 }
 
 } // namespace platform

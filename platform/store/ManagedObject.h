@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/services/Observers.h"
+
 #include <QDateTime>
 #include <QString>
 
@@ -17,7 +19,7 @@ class ManagedObjectContext;
 /// The value of an attribute; monostate when absent. Dates are UTC, to the millisecond.
 using AttributeValue = std::variant<std::monostate, QString, int, bool, QDateTime>;
 
-/// The identity of an object within its store: never reused, kept over restarts.
+/// The identity of an object within its store. Never reused; the same after a restart.
 struct ManagedObjectID {
     qint64 number = 0;
     bool operator==(const ManagedObjectID&) const = default;
@@ -38,43 +40,39 @@ public:
     ManagedObjectContext* managedObjectContext() const { return m_context; } ///< null once deleted
     bool isDeleted() const { return m_context == nullptr; }
 
-    /// Notifying access: observers of the key, and of keys that depend on it, are told; the
-    /// context has a change and an undo step. Setting an equal value is no change. A deleted
-    /// object keeps the values that undo would bring back: it takes no others.
+    /// Access with notification: setting another value calls the observers of the key and of keys
+    /// that depend on it, marks the context as changed and makes an undo step. An object that was
+    /// deleted from a context ignores new values, so that undo restores the old ones.
     const AttributeValue& value(int attribute) const { return primitiveValue(attribute); }
     void setValue(int attribute, AttributeValue value);
 
-    /// Storage without notification, undo or change tracking. A value has its attribute's type.
+    /// Access without notification, undo or change tracking. A value has its attribute's type.
     const AttributeValue& primitiveValue(int attribute) const
     {
         return m_values[static_cast<std::size_t>(attribute)];
     }
     void setPrimitiveValue(int attribute, AttributeValue value);
 
-    /// The keys whose change is a change of `key` too. The base class knows of none.
+    /// The keys whose change is also a change of `key`. None in the base class.
     virtual std::set<QString> keyPathsForValuesAffectingValueForKey(const QString& key) const;
 
-    using Observer = std::function<void()>;
     /// Calls `observer` after every change of `key`, or of a key that it depends on, while the
-    /// returned token lives.
-    [[nodiscard]] std::shared_ptr<void> observe(const QString& key, Observer observer);
+    /// returned observation lives. It may release the last reference to this object.
+    [[nodiscard]] Observation observe(const QString& key, std::function<void()> observer);
 
 private:
     friend class ManagedObjectContext;
-    struct Observation;
-    using Observations = std::vector<std::weak_ptr<Observation>>;
+    static constexpr int everyAttribute = -1;
 
     void notify(int attribute);
-    void notifyAll();
-    template <typename Matches> void notifyMatching(Matches matches);
     std::vector<int> attributesAffecting(const QString& key) const;
 
-    // A store holds very many objects: what few of them need costs each a pointer at most.
+    // A store has very many objects: what few of them need takes one pointer in each.
     const EntityDescription* m_entity;
     ManagedObjectContext* m_context = nullptr;
     ManagedObjectID m_objectID;
     std::unique_ptr<AttributeValue[]> m_values;
-    std::unique_ptr<Observations> m_observations;
+    std::unique_ptr<Observers<int>> m_observers; ///< called with the changed attribute
 };
 
 } // namespace platform

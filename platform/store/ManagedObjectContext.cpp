@@ -15,11 +15,9 @@ namespace platform {
 
 namespace {
 
-void setError(Error* error, const QString& description)
+Error unknownName(const QString& description)
 {
-    if (error != nullptr) {
-        *error = storeError(StoreErrorCode::UnknownName, description);
-    }
+    return storeError(StoreErrorCode::UnknownName, description);
 }
 
 std::shared_ptr<ManagedObject> makeObject(const EntityDescription& entity)
@@ -39,10 +37,10 @@ struct ManagedObjectContext::State {
     }
 
     const ManagedObjectModel& model;
-    XmlStore* store; ///< null when there is none whose contents these are
+    XmlStore* store; ///< null without a store that these objects come from
     ObjectTable objects;
     qint64 nextID = 1;
-    std::vector<std::weak_ptr<Editor>> editors;
+    Observers<bool&> editors; ///< skip their commit once the argument is false
     UndoRecorder undo;
 };
 
@@ -123,7 +121,7 @@ void ManagedObjectContext::reapply(const ObjectChange& change)
     case ObjectChange::Kind::Insert:
         attach(*change.object, change.object->objectID());
         m_state->objects.restore(change.object);
-        change.object->notifyAll();
+        change.object->notify(ManagedObject::everyAttribute);
         break;
     case ObjectChange::Kind::Delete:
         m_state->objects.remove(change.object->objectID());
@@ -150,20 +148,17 @@ void ManagedObjectContext::revert(const ObjectChange& change)
     }
 }
 
-std::optional<ManagedObjectContext::Objects> ManagedObjectContext::execute(
-    const FetchRequest& request, Error* error) const
+Result<ManagedObjectContext::Objects> ManagedObjectContext::execute(
+    const FetchRequest& request) const
 {
     const EntityDescription* const description = entity(request.entityName);
     if (description == nullptr) {
-        setError(error, u"There is no entity “%1”."_s.arg(request.entityName));
-        return std::nullopt;
+        return unknownName(u"There is no entity “%1”."_s.arg(request.entityName));
     }
     for (const SortDescriptor& descriptor : request.sortDescriptors) {
         if (description->indexOf(descriptor.key) < 0) {
-            setError(error,
-                u"The entity “%1” has no attribute “%2” to sort by."_s.arg(
-                    request.entityName, descriptor.key));
-            return std::nullopt;
+            return unknownName(u"The entity “%1” has no attribute “%2” to sort by."_s.arg(
+                request.entityName, descriptor.key));
         }
     }
     Objects objects;
@@ -179,7 +174,7 @@ std::optional<ManagedObjectContext::Objects> ManagedObjectContext::execute(
             description->attributes[static_cast<std::size_t>(attribute)].type,
             descriptor.ascending);
     };
-    // Sorting is stable: the first descriptor, which matters most, comes last.
+    // The sort is stable, so the first descriptor, which matters most, is sorted by last.
     std::for_each(request.sortDescriptors.rbegin(), request.sortDescriptors.rend(), sortBy);
     return objects;
 }
@@ -189,45 +184,37 @@ bool ManagedObjectContext::hasChanges() const
     return m_state->objects.hasChanges();
 }
 
-std::optional<Error> ManagedObjectContext::save()
+Result<void> ManagedObjectContext::save()
 {
     m_state->undo.endStep();
     if (!hasChanges()) {
-        return std::nullopt;
+        return {};
     }
     if (m_state->store == nullptr) {
         return storeError(StoreErrorCode::NoStore, u"There is no store to save to."_s,
             u"The changes are kept until the program ends, but not on the disk."_s);
     }
-    if (std::optional<Error> error = m_state->objects.updateTexts()) {
-        return error;
+    if (Result<void> updated = m_state->objects.updateTexts(); !updated) {
+        return updated;
     }
-    if (std::optional<Error> error
-        = m_state->store->write(m_state->objects.texts(), m_state->nextID)) {
-        return error;
+    Result<void> written = m_state->store->write(m_state->objects.texts(), m_state->nextID);
+    if (written) {
+        m_state->objects.markSaved();
     }
-    m_state->objects.markSaved();
-    return std::nullopt;
+    return written;
 }
 
-std::shared_ptr<void> ManagedObjectContext::registerEditor(Editor commit)
+Observation ManagedObjectContext::registerEditor(std::function<bool()> commit)
 {
-    std::erase_if(m_state->editors, [](const auto& editor) { return editor.expired(); });
-    auto editor = std::make_shared<Editor>(std::move(commit));
-    m_state->editors.push_back(editor);
-    return editor;
+    return m_state->editors.add(
+        [commit = std::move(commit)](bool& isCommitted) { isCommitted = isCommitted && commit(); });
 }
 
 bool ManagedObjectContext::commitEditing()
 {
-    const auto editors = m_state->editors; // one that commits may go, or register another
-    for (const auto& weakEditor : editors) {
-        const std::shared_ptr<Editor> editor = weakEditor.lock();
-        if (editor && !(*editor)()) {
-            return false;
-        }
-    }
-    return true;
+    bool isCommitted = true;
+    m_state->editors.notify(isCommitted);
+    return isCommitted;
 }
 
 QUndoStack& ManagedObjectContext::undoManager()
@@ -235,7 +222,7 @@ QUndoStack& ManagedObjectContext::undoManager()
     return m_state->undo.stack();
 }
 
-std::shared_ptr<void> ManagedObjectContext::observeUndo(std::function<void()> observer)
+Observation ManagedObjectContext::observeUndo(std::function<void()> observer)
 {
     return m_state->undo.observe(std::move(observer));
 }

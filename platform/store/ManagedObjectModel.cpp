@@ -4,6 +4,7 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <optional>
 
 using Qt::StringLiterals::operator""_s;
 

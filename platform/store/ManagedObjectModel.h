@@ -1,12 +1,9 @@
 #pragma once
 
-#include "platform/services/Error.h"
-
 #include <QString>
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace platform {

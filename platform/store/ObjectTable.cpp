@@ -24,7 +24,7 @@ bool needsText(const ObjectTable::Row& row)
     return row.object && (row.text.isEmpty() || row.isChanged);
 }
 
-std::optional<Error> missingValue(const ManagedObject& object)
+Result<void> checkRequiredValues(const ManagedObject& object)
 {
     const std::vector<AttributeDescription>& attributes = object.entity().attributes;
     for (std::size_t index = 0; index < attributes.size(); ++index) {
@@ -37,7 +37,7 @@ std::optional<Error> missingValue(const ManagedObject& object)
                 u"This is a fault of the program. Delete the entry, or undo, then save again."_s);
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 /// Collects texts in one block of memory; their rows are told when it no longer moves.
@@ -124,12 +124,12 @@ template <typename Change> void ObjectTable::change(Row& row, Change change)
     m_pendingCount += isPending(row) ? 1 : 0;
 }
 
-std::optional<Error> ObjectTable::updateTexts()
+Result<void> ObjectTable::updateTexts()
 {
     for (const Row& row : m_rows) {
         if (needsText(row)) {
-            if (std::optional<Error> error = missingValue(*row.object)) {
-                return error;
+            if (Result<void> checked = checkRequiredValues(*row.object); !checked) {
+                return checked;
             }
         }
     }
@@ -140,7 +140,7 @@ std::optional<Error> ObjectTable::updateTexts()
         }
     }
     writer.finish();
-    return std::nullopt;
+    return {};
 }
 
 std::vector<QByteArrayView> ObjectTable::texts() const

@@ -1,13 +1,12 @@
 #pragma once
 
-#include "platform/services/Error.h"
+#include "platform/services/Result.h"
 #include "platform/store/ManagedObject.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 namespace platform {
@@ -38,8 +37,9 @@ public:
     const std::vector<Row>& rows() const { return m_rows; }
     bool hasChanges() const { return m_pendingCount != 0; }
 
-    /// Brings the texts up to date. An error when an object lacks a required value.
-    std::optional<Error> updateTexts();
+    /// Brings the texts up to date. `StoreErrorCode::ValueMissing` when an object lacks a required
+    /// value; then no text has changed.
+    Result<void> updateTexts();
     /// The texts of all objects, those that adjoin in memory as one.
     std::vector<QByteArrayView> texts() const;
     /// What texts() returned is now in the file.

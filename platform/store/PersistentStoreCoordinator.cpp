@@ -11,16 +11,15 @@ PersistentStoreCoordinator::PersistentStoreCoordinator(const ManagedObjectModel&
 
 PersistentStoreCoordinator::~PersistentStoreCoordinator() = default;
 
-std::optional<Error> PersistentStoreCoordinator::addXmlStore(const QString& path)
+Result<void> PersistentStoreCoordinator::addXmlStore(const QString& path)
 {
-    Q_ASSERT(!m_store); // a context would lose the one that it reads from
-    Error error;
-    std::unique_ptr<XmlStore> store = XmlStore::open(path, m_model, error);
+    Q_ASSERT(!m_store); // contexts keep a pointer to the store
+    Result<std::unique_ptr<XmlStore>> store = XmlStore::open(path, m_model);
     if (!store) {
-        return error;
+        return store.error();
     }
-    m_store = std::move(store);
-    return std::nullopt;
+    m_store = *std::move(store);
+    return {};
 }
 
 } // namespace platform

@@ -1,18 +1,17 @@
 #pragma once
 
-#include "platform/services/Error.h"
+#include "platform/services/Result.h"
 
 #include <QString>
 
 #include <memory>
-#include <optional>
 
 namespace platform {
 
 class ManagedObjectModel;
 class XmlStore;
 
-/// Ties a model to the store file that holds its objects. Main thread.
+/// Connects a model to the store file with its objects. Main thread.
 class PersistentStoreCoordinator {
 public:
     explicit PersistentStoreCoordinator(const ManagedObjectModel& model); ///< borrows the model
@@ -20,11 +19,11 @@ public:
     PersistentStoreCoordinator(const PersistentStoreCoordinator&) = delete;
     PersistentStoreCoordinator& operator=(const PersistentStoreCoordinator&) = delete;
 
-    /// Opens the XML store at `path`, or makes an empty one there. Takes the lock on the store's
-    /// folder for as long as this lives. Fails, leaving the file untouched, when another process
-    /// holds the lock, the file cannot be read, is not a whole store, or comes from a newer model
-    /// with entities or attributes that this one does not know.
-    [[nodiscard]] std::optional<Error> addXmlStore(const QString& path);
+    /// Opens the XML store at `path`, or creates an empty one there. To be called once. Holds a
+    /// lock on the store's folder until destruction. Fails, without a change to the file, when
+    /// another process holds the lock, or when the file cannot be read, is not a complete store, or
+    /// comes from a newer model with entities or attributes that this one lacks.
+    Result<void> addXmlStore(const QString& path);
 
     const ManagedObjectModel& model() const { return m_model; }
 

@@ -17,12 +17,12 @@ namespace {
 Error folderError(const QString& folder, int code)
 {
     if (code == ENOTDIR) {
-        return { QLatin1StringView(posixErrorDomain), code, u"“%1” is not a folder."_s.arg(folder),
+        return posixError(code, u"“%1” is not a folder."_s.arg(folder),
             u"The store is kept in a folder of that name. Move what is there away, then try "
-            "again."_s };
+            "again."_s);
     }
-    return { QLatin1StringView(posixErrorDomain), code,
-        u"The folder “%1” could not be opened."_s.arg(folder), qt_error_string(code) };
+    return posixError(
+        code, u"The folder “%1” could not be opened."_s.arg(folder), qt_error_string(code));
 }
 
 Error lockError(const QString& folder, int code)
@@ -32,27 +32,24 @@ Error lockError(const QString& folder, int code)
             u"The store in “%1” is in use by another running program."_s.arg(folder),
             u"Quit the other program, then try again."_s);
     }
-    return { QLatin1StringView(posixErrorDomain), code,
-        u"The folder “%1” could not be locked."_s.arg(folder),
+    return posixError(code, u"The folder “%1” could not be locked."_s.arg(folder),
         u"Without the lock, two programs could overwrite each other's changes. Keep "
         "the folder on "
-        "a disk that supports locks. (%1)"_s.arg(qt_error_string(code)) };
+        "a disk that supports locks. (%1)"_s.arg(qt_error_string(code)));
 }
 
 } // namespace
 
-std::optional<StoreLock> StoreLock::take(const QString& folder, Error& error)
+Result<StoreLock> StoreLock::take(const QString& folder)
 {
     FileDescriptor descriptor(withoutInterruption([name = QFile::encodeName(folder)] {
         return ::open(name.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     }));
     if (!descriptor.isOpen()) {
-        error = folderError(folder, errno);
-        return std::nullopt;
+        return folderError(folder, errno);
     }
     if (withoutInterruption([&] { return ::flock(descriptor.get(), LOCK_EX | LOCK_NB); }) != 0) {
-        error = lockError(folder, errno);
-        return std::nullopt;
+        return lockError(folder, errno);
     }
     return StoreLock(std::move(descriptor));
 }

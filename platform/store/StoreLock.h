@@ -1,20 +1,19 @@
 #pragma once
 
-#include "platform/services/Error.h"
 #include "platform/services/FileDescriptor.h"
+#include "platform/services/Result.h"
 
 #include <QString>
 
-#include <optional>
-
 namespace platform {
 
-/// Keeps others out of a store's folder: an advisory lock on the folder itself, so that no lock
-/// file can be left behind. The system releases it when the process ends, however it ends.
+/// An advisory lock on a store's folder. The folder itself is locked, so that no lock file can be
+/// left behind. The kernel releases the lock when the process ends, even by a crash.
 class StoreLock {
 public:
-    /// Nullopt with `error` set when somebody else holds it, or the folder cannot be opened.
-    static std::optional<StoreLock> take(const QString& folder, Error& error);
+    /// Does not block. `StoreErrorCode::InUse` when another process or object holds the lock,
+    /// `posixErrorDomain` when the folder cannot be opened or locked.
+    static Result<StoreLock> take(const QString& folder);
 
 private:
     explicit StoreLock(FileDescriptor folder)

@@ -2,6 +2,7 @@
 
 #include "platform/store/ManagedObjectModel.h"
 #include "platform/store/StoreDate.h"
+#include "platform/store/StoreError.h"
 #include "platform/store/StoreFormat.h"
 #include "platform/store/StoreText.h"
 
@@ -42,6 +43,25 @@ QString fromUtf8(std::string_view text)
 QString quoted(std::string_view name)
 {
     return u"“%1”"_s.arg(fromUtf8(name));
+}
+
+Error contentError(
+    StoreErrorCode code, const QString& path, const QString& modelName, const QString& detail)
+{
+    switch (code) {
+    case StoreErrorCode::NewerVersion:
+        return storeError(code,
+            u"The store file “%1” comes from a newer version of %2."_s.arg(path, modelName),
+            u"Install the newer version to open it. The file has not been changed. (%1)"_s.arg(
+                detail));
+    case StoreErrorCode::OtherModel:
+        return storeError(code, u"The file “%1” is not a store of %2."_s.arg(path, modelName),
+            u"Move it away, then try again. The file has not been changed. (%1)"_s.arg(detail));
+    default:
+        return storeError(code, u"The store file “%1” is damaged."_s.arg(path),
+            u"Put a backup copy in its place, or move it away to begin with an empty store. The "
+            "file has not been changed. (%1)"_s.arg(detail));
+    }
 }
 
 /// The attributes of an XML start tag, as expat gives them: names and values in turn, then null.
@@ -88,9 +108,9 @@ struct EntityNames {
 
 class StoreReader {
 public:
-    StoreReader(const QByteArray& bytes, const ManagedObjectModel& model);
+    StoreReader(const QByteArray& bytes, const ManagedObjectModel& model, const QString& path);
 
-    std::optional<StoreContents> read(StoreReadFailure& failure);
+    Result<StoreContents> read();
 
 private:
     enum class Level { Document, Store, Object, Attribute };
@@ -110,12 +130,13 @@ private:
     const EntityNames* namesOf(const char* entity);
 
     void fail(const QString& detail, StoreErrorCode code = StoreErrorCode::Damaged);
-    bool hasFailed() const { return m_failure.has_value(); }
+    bool hasFailed() const { return m_error.has_value(); }
 
     const QByteArray m_bytes;
     const ManagedObjectModel& m_model;
+    const QString m_path;
     std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)> m_parser;
-    std::optional<StoreReadFailure> m_failure;
+    std::optional<Error> m_error;
     StoreContents m_contents;
 
     Level m_level = Level::Document;
@@ -129,9 +150,11 @@ private:
     std::string m_text;
 };
 
-StoreReader::StoreReader(const QByteArray& bytes, const ManagedObjectModel& model)
+StoreReader::StoreReader(
+    const QByteArray& bytes, const ManagedObjectModel& model, const QString& path)
     : m_bytes(bytes)
     , m_model(model)
+    , m_path(path)
     , m_parser(XML_ParserCreate("UTF-8"), &XML_ParserFree)
 {
     XML_SetUserData(m_parser.get(), this);
@@ -141,7 +164,7 @@ StoreReader::StoreReader(const QByteArray& bytes, const ManagedObjectModel& mode
     XML_SetStartDoctypeDeclHandler(m_parser.get(), &startDoctype);
 }
 
-std::optional<StoreContents> StoreReader::read(StoreReadFailure& failure)
+Result<StoreContents> StoreReader::read()
 {
     qsizetype at = 0;
     bool isLast = false;
@@ -156,8 +179,7 @@ std::optional<StoreContents> StoreReader::read(StoreReadFailure& failure)
         at += length;
     }
     if (hasFailed()) {
-        failure = *m_failure;
-        return std::nullopt;
+        return *m_error;
     }
     return std::move(m_contents);
 }
@@ -165,7 +187,7 @@ std::optional<StoreContents> StoreReader::read(StoreReadFailure& failure)
 void StoreReader::fail(const QString& detail, StoreErrorCode code)
 {
     const auto line = static_cast<qulonglong>(XML_GetCurrentLineNumber(m_parser.get()));
-    m_failure = StoreReadFailure{ code, u"line %1: %2"_s.arg(line).arg(detail) };
+    m_error = contentError(code, m_path, m_model.name(), u"line %1: %2"_s.arg(line).arg(detail));
     XML_StopParser(m_parser.get(), XML_FALSE);
 }
 
@@ -373,10 +395,10 @@ void StoreReader::endObject()
 
 } // namespace
 
-std::optional<StoreContents> readStore(
-    const QByteArray& bytes, const ManagedObjectModel& model, StoreReadFailure& failure)
+Result<StoreContents> readStore(
+    const QByteArray& bytes, const ManagedObjectModel& model, const QString& path)
 {
-    return StoreReader(bytes, model).read(failure);
+    return StoreReader(bytes, model, path).read();
 }
 
 } // namespace platform

@@ -1,12 +1,10 @@
 #pragma once
 
+#include "platform/services/Result.h"
 #include "platform/store/ObjectTable.h"
-#include "platform/store/StoreError.h"
 
 #include <QByteArray>
 #include <QString>
-
-#include <optional>
 
 namespace platform {
 
@@ -17,15 +15,10 @@ struct StoreContents {
     qint64 nextID = 1;
 };
 
-/// Why bytes are not a store of the model.
-struct StoreReadFailure {
-    StoreErrorCode code = StoreErrorCode::Damaged;
-    QString detail; ///< where, and what was found
-};
-
-/// Reads the bytes of a store file, which StoreFormat.h describes. Nullopt, with `failure` set,
-/// unless they are a whole store that the model knows everything of.
-std::optional<StoreContents> readStore(
-    const QByteArray& bytes, const ManagedObjectModel& model, StoreReadFailure& failure);
+/// Reads the bytes of a store file in the format that StoreFormat.h describes. Fails with
+/// `StoreErrorCode::Damaged`, `NewerVersion` or `OtherModel` unless they are a complete store whose
+/// entities and attributes the model has. `path` is only for the texts of errors.
+Result<StoreContents> readStore(
+    const QByteArray& bytes, const ManagedObjectModel& model, const QString& path);
 
 } // namespace platform

@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// The changes of a step. The stack merges a later command of the same step into it, so that
-/// there is never an open macro of ours that would keep the user from undoing.
+/// The changes of a step. The stack merges a later command of the same step into it. An open macro
+/// would disable undo until its end.
 class UndoRecorder::Command : public QUndoCommand {
 public:
     Command(UndoRecorder& recorder, int step, ObjectChange change)
@@ -20,7 +20,7 @@ public:
         m_changes.push_back(std::move(change));
     }
 
-    /// The stack merges commands of one identity only; the program may have some of its own.
+    /// The stack merges commands with equal ids only. The program's own commands have others.
     int id() const override { return 0x0b1ec7; }
 
     bool mergeWith(const QUndoCommand* other) override
@@ -38,7 +38,7 @@ public:
 
     void redo() override
     {
-        // The stack redoes what is pushed; it has been done.
+        // The stack calls redo() on push, but the change has been made already.
         if (std::exchange(m_isNew, false)) {
             return;
         }
@@ -70,12 +70,12 @@ void UndoRecorder::record(ObjectChange change)
 
 void UndoRecorder::endStepLater()
 {
-    if (m_endsLater || QCoreApplication::instance() == nullptr) {
+    if (m_willEndStep || QCoreApplication::instance() == nullptr) {
         return;
     }
-    m_endsLater = true;
+    m_willEndStep = true;
     const auto end = [this] {
-        m_endsLater = false;
+        m_willEndStep = false;
         endStep();
     };
     QMetaObject::invokeMethod(&m_stack, end, Qt::QueuedConnection);
@@ -93,25 +93,16 @@ void UndoRecorder::replay(const std::vector<ObjectChange>& changes, bool isUndo)
     }
 }
 
-std::shared_ptr<void> UndoRecorder::observe(std::function<void()> observer)
+Observation UndoRecorder::observe(std::function<void()> observer)
 {
-    std::erase_if(m_observers, [](const auto& known) { return known.expired(); });
-    auto shared = std::make_shared<std::function<void()>>(std::move(observer));
-    m_observers.push_back(shared);
-    return shared;
+    return m_observers.add(std::move(observer));
 }
 
-// Called when the stack has come to another step, which is after the whole of a macro.
+// The stack's index changes once per step, after all commands of a macro.
 void UndoRecorder::notify()
 {
-    if (!std::exchange(m_hasReplayed, false)) {
-        return;
-    }
-    const auto observers = m_observers;
-    for (const auto& weakObserver : observers) {
-        if (const auto observer = weakObserver.lock()) {
-            (*observer)();
-        }
+    if (std::exchange(m_hasReplayed, false)) {
+        m_observers.notify();
     }
 }
 

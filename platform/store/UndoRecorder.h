@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/services/Observers.h"
 #include "platform/store/ManagedObject.h"
 
 #include <QUndoStack>
@@ -10,31 +11,31 @@
 
 namespace platform {
 
-/// One thing that happened to an object.
+/// One change of an object.
 struct ObjectChange {
     enum class Kind { Insert, Delete, SetValue };
 
     Kind kind = Kind::SetValue;
     std::shared_ptr<ManagedObject> object;
-    int attribute = -1; ///< of SetValue, as are the values
+    int attribute = -1; ///< for SetValue only, as the values
     AttributeValue oldValue;
     AttributeValue newValue;
 };
 
-/// Puts the changes of objects on an undo stack, those of one turn of the event loop as one step.
-/// Within a macro of the stack's user they are part of the macro. Main thread.
+/// Puts the changes of objects on an undo stack. The changes of one turn of the event loop are one
+/// step. Within a macro of the stack's user they are part of the macro. Main thread.
 class UndoRecorder {
 public:
     using Apply = std::function<void(const ObjectChange&)>;
     UndoRecorder(Apply reapply, Apply revert);
 
-    /// Records what has just been done. Changes that are made while a step is undone or redone,
-    /// by an observer, are no step.
+    /// Records a change that has been made. Ignores changes that observers make during undo or
+    /// redo.
     void record(ObjectChange change);
     void endStep() { ++m_step; }
 
     QUndoStack& stack() { return m_stack; }
-    [[nodiscard]] std::shared_ptr<void> observe(std::function<void()> observer);
+    [[nodiscard]] Observation observe(std::function<void()> observer);
 
 private:
     class Command;
@@ -44,11 +45,11 @@ private:
 
     Apply m_reapply;
     Apply m_revert;
-    std::vector<std::weak_ptr<std::function<void()>>> m_observers;
+    Observers<> m_observers;
     int m_step = 0;
-    bool m_endsLater = false;
+    bool m_willEndStep = false; ///< by a queued call
     bool m_isReplaying = false;
-    bool m_hasReplayed = false; ///< and the observers have not been told
+    bool m_hasReplayed = false; ///< since the last notification
     QUndoStack m_stack;
 };
 

@@ -22,45 +22,27 @@ Error readError(const QString& path, int code)
         ? u"There is a folder of that name, or something else that is no file. Move it away, "
           "then try again."_s
         : qt_error_string(code);
-    return { QLatin1StringView(posixErrorDomain), code,
-        u"The store file “%1” could not be read."_s.arg(path), reason };
+    return posixError(code, u"The store file “%1” could not be read."_s.arg(path), reason);
 }
 
-Error contentError(const QString& path, const QString& modelName, const StoreReadFailure& failure)
+/// Nullopt when there is no file.
+Result<std::optional<QByteArray>> readFile(const QString& path)
 {
-    switch (failure.code) {
-    case StoreErrorCode::NewerVersion:
-        return storeError(failure.code,
-            u"The store file “%1” comes from a newer version of %2."_s.arg(path, modelName),
-            u"Install the newer version to open it. The file has not been changed. (%1)"_s.arg(
-                failure.detail));
-    case StoreErrorCode::OtherModel:
-        return storeError(failure.code,
-            u"The file “%1” is not a store of %2."_s.arg(path, modelName),
-            u"Move it away, then try again. The file has not been changed. (%1)"_s.arg(
-                failure.detail));
-    default:
-        return storeError(failure.code, u"The store file “%1” is damaged."_s.arg(path),
-            u"Put a backup copy in its place, or move it away to begin with an empty store. The "
-            "file has not been changed. (%1)"_s.arg(failure.detail));
-    }
-}
-
-/// Zero or errno; ENOENT when there is no file.
-int readWhole(const QString& path, QByteArray& bytes)
-{
-    // Something else than a file must not make opening wait.
+    // Without O_NONBLOCK, opening a named pipe would block.
     const FileDescriptor file(withoutInterruption([name = QFile::encodeName(path)] {
         return ::open(name.constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     }));
+    if (!file.isOpen() && errno == ENOENT) {
+        return std::optional<QByteArray>();
+    }
     struct stat status { };
     if (!file.isOpen() || ::fstat(file.get(), &status) != 0) {
-        return errno;
+        return readError(path, errno);
     }
     if (!S_ISREG(status.st_mode)) {
-        return EISDIR;
+        return readError(path, EISDIR);
     }
-    bytes.resize(static_cast<qsizetype>(status.st_size));
+    QByteArray bytes(static_cast<qsizetype>(status.st_size), Qt::Uninitialized);
     qsizetype length = 0;
     while (length < bytes.size()) {
         const ssize_t count = withoutInterruption([&] {
@@ -68,7 +50,7 @@ int readWhole(const QString& path, QByteArray& bytes)
                 file.get(), bytes.data() + length, static_cast<std::size_t>(bytes.size() - length));
         });
         if (count < 0) {
-            return errno;
+            return readError(path, errno);
         }
         if (count == 0) {
             break;
@@ -76,7 +58,7 @@ int readWhole(const QString& path, QByteArray& bytes)
         length += static_cast<qsizetype>(count);
     }
     bytes.truncate(length);
-    return 0;
+    return std::optional(bytes);
 }
 
 } // namespace
@@ -88,40 +70,38 @@ XmlStore::XmlStore(QString path, const ManagedObjectModel& model, StoreLock lock
 {
 }
 
-std::unique_ptr<XmlStore> XmlStore::open(
-    const QString& path, const ManagedObjectModel& model, Error& error)
+Result<std::unique_ptr<XmlStore>> XmlStore::open(
+    const QString& path, const ManagedObjectModel& model)
 {
     const QFileInfo file(path);
-    std::optional<StoreLock> lock = StoreLock::take(file.absolutePath(), error);
+    Result<StoreLock> lock = StoreLock::take(file.absolutePath());
     if (!lock) {
-        return nullptr;
+        return lock.error();
     }
     removeUnfinishedFiles(file.absolutePath());
     std::unique_ptr<XmlStore> store(new XmlStore(file.absoluteFilePath(), model, *std::move(lock)));
-    if (std::optional<Error> failure = store->load()) {
-        error = *std::move(failure);
-        return nullptr;
+    if (const Result<void> loaded = store->load(); !loaded) {
+        return loaded.error();
     }
     return store;
 }
 
-std::optional<Error> XmlStore::load()
+Result<void> XmlStore::load()
 {
-    QByteArray bytes;
-    const int code = readWhole(m_path, bytes);
-    if (code == ENOENT) {
+    const Result<std::optional<QByteArray>> bytes = readFile(m_path);
+    if (!bytes) {
+        return bytes.error();
+    }
+    if (!bytes->has_value()) {
         m_contents.emplace();
         return write({}, m_contents->nextID);
     }
-    if (code != 0) {
-        return readError(m_path, code);
+    Result<StoreContents> contents = readStore(**bytes, m_model, m_path);
+    if (!contents) {
+        return contents.error();
     }
-    StoreReadFailure failure;
-    m_contents = readStore(bytes, m_model, failure);
-    if (!m_contents) {
-        return contentError(m_path, m_model.name(), failure);
-    }
-    return std::nullopt;
+    m_contents = *std::move(contents);
+    return {};
 }
 
 std::optional<StoreContents> XmlStore::takeContents()
@@ -129,8 +109,7 @@ std::optional<StoreContents> XmlStore::takeContents()
     return std::exchange(m_contents, std::nullopt);
 }
 
-std::optional<Error> XmlStore::write(
-    const std::vector<QByteArrayView>& objects, qint64 nextID) const
+Result<void> XmlStore::write(const std::vector<QByteArrayView>& objects, qint64 nextID) const
 {
     const QByteArray header = storeHeader(m_model, nextID);
     const QByteArray footer = storeFooter();

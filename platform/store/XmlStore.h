@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/services/Result.h"
 #include "platform/store/StoreLock.h"
 #include "platform/store/StoreReader.h"
 
@@ -12,25 +13,24 @@
 
 namespace platform {
 
-/// An open store file, and the lock on its folder. Owned by its coordinator. Main thread.
+/// An open store file with the lock on its folder. Owned by its coordinator. Main thread.
 class XmlStore {
 public:
-    /// Reads the file at `path`, or makes an empty one. Null with `error` set when that fails; a
-    /// file that is there has then not been touched.
-    static std::unique_ptr<XmlStore> open(
-        const QString& path, const ManagedObjectModel& model, Error& error);
+    /// Locks the folder of `path`, then reads the file, or creates one without objects. An existing
+    /// file is never changed. Borrows the model.
+    static Result<std::unique_ptr<XmlStore>> open(
+        const QString& path, const ManagedObjectModel& model);
 
-    /// What the file held when it was opened, to the first who asks; nullopt after that.
+    /// The contents of the file at opening. Nullopt from the second call on.
     std::optional<StoreContents> takeContents();
 
-    /// Replaces the file by one with the texts of these objects.
-    [[nodiscard]] std::optional<Error> write(
-        const std::vector<QByteArrayView>& objects, qint64 nextID) const;
+    /// Replaces the file, durably, by one with the texts of these objects.
+    Result<void> write(const std::vector<QByteArrayView>& objects, qint64 nextID) const;
 
 private:
     XmlStore(QString path, const ManagedObjectModel& model, StoreLock lock);
 
-    std::optional<Error> load();
+    Result<void> load();
 
     QString m_path;
     const ManagedObjectModel& m_model;

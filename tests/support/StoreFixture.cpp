@@ -37,7 +37,7 @@ std::shared_ptr<ManagedObject> insertCapture(ManagedObjectContext& context, cons
 OpenStore::OpenStore(const QString& path)
     : model(captureModel())
     , coordinator(*model)
-    , error(coordinator.addXmlStore(path))
+    , opened(coordinator.addXmlStore(path))
     , context(coordinator)
 {
 }

@@ -8,7 +8,6 @@
 #include <QTemporaryDir>
 
 #include <memory>
-#include <optional>
 
 namespace support {
 
@@ -22,15 +21,17 @@ std::unique_ptr<platform::ManagedObjectModel> captureModel();
 std::shared_ptr<platform::ManagedObject> insertCapture(
     platform::ManagedObjectContext& context, const QString& text = QStringLiteral("text"));
 
-/// A store of captures that is open at `path`; not open when `error` is set.
+/// A store of captures at `path`.
 struct OpenStore {
     explicit OpenStore(const QString& path);
 
     std::unique_ptr<platform::ManagedObjectModel> model;
     platform::PersistentStoreCoordinator coordinator;
-    std::optional<platform::Error> error;
+    platform::Result<void> opened;
     platform::ManagedObjectContext context;
 
+    /// Why the store is not open; empty when it is.
+    QString failure() const { return opened ? QString() : opened.error().failureReason; }
     /// All captures in the order of insertion.
     platform::ManagedObjectContext::Objects captures() const;
     std::vector<QString> texts() const;

@@ -160,7 +160,7 @@ void ScriptWatchCommandTest::writesInOrder()
 {
     const Program program;
     QStringList written;
-    std::vector<std::unique_ptr<platform::UserDefaults::Observation>> observations;
+    std::vector<platform::Observation> observations;
     for (const QString& key : { closeKey, saveKey, backgroundKey, runKey }) {
         observations.push_back(defaults().observe(key, [&written, key] { written.append(key); }));
     }

@@ -20,8 +20,7 @@
 using Qt::StringLiterals::operator""_s;
 
 using platform::Script;
-using platform::ScriptError;
-using platform::ScriptPatience;
+using platform::ScriptTimeouts;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
@@ -39,22 +38,20 @@ private Q_SLOTS:
 namespace {
 
 constexpr int threadLimit = 32;
-constexpr ScriptPatience shortPatience{ milliseconds(300), milliseconds(300) };
+constexpr ScriptTimeouts shortTimeouts{ milliseconds(300), milliseconds(300) };
 
 /// What the program does from its launch, with a script, until it is told to quit.
-int runAndQuit(const QString& path, const ScriptPatience& patience)
+int runAndQuit(const QString& path, const ScriptTimeouts& timeouts)
 {
     platform::dispatchScript([path] {
         platform::log(u"loading"_s);
         auto script = Script::load(path);
-        const auto outcome = std::get<Script>(script).executeHandler(u"h"_s, {});
-        const auto* error = std::get_if<ScriptError>(&outcome);
-        platform::log(
-            u"outcome: "_s + (error != nullptr ? error->message : std::get<QString>(outcome)));
+        const auto outcome = script->executeHandler(u"h"_s, {});
+        platform::log(u"outcome: "_s + (outcome ? *outcome : outcome.error().localizedDescription));
     });
     char note = 0;
     while (::read(STDIN_FILENO, &note, 1) > 0) { }
-    platform::finishScripts(patience);
+    platform::finishScripts(timeouts);
     platform::log(u"finished"_s);
     return 0;
 }
@@ -135,14 +132,14 @@ void ScriptThreadsTest::dropsWhatWaits()
     QTRY_COMPARE(begun.load(), threadLimit);
 
     // Code of the program is never abandoned: this waits for its end.
-    std::thread finishing([] { platform::finishScripts(shortPatience); });
+    std::thread finishing([] { platform::finishScripts(shortTimeouts); });
     QTRY_VERIFY(observed.expired());
     released.set_value();
     finishing.join();
     QCOMPARE(begun.load(), threadLimit);
 
     platform::dispatchScript([&begun] { ++begun; });
-    platform::finishScripts(shortPatience);
+    platform::finishScripts(shortTimeouts);
     QCOMPARE(begun.load(), threadLimit);
     QVERIFY(platform::ScriptThreads::areInterrupted());
 }
@@ -151,21 +148,21 @@ void ScriptThreadsTest::quits_data()
 {
     QTest::addColumn<QByteArray>("text"); ///< empty: the file is a pipe to which nobody writes
     QTest::addColumn<QByteArray>("outcome"); ///< empty: the script never comes back
-    QTest::addColumn<ScriptPatience>("patience");
+    QTest::addColumn<ScriptTimeouts>("timeouts");
 
     // What is waited for in vain is waited for briefly.
     struct End {
         const char* outcome;
-        ScriptPatience patience;
+        ScriptTimeouts timeouts;
     };
     const auto row = [](const char* name, const char* text, const End& end) {
-        QTest::newRow(name) << QByteArray(text) << QByteArray(end.outcome) << end.patience;
+        QTest::newRow(name) << QByteArray(text) << QByteArray(end.outcome) << end.timeouts;
     };
     constexpr auto interruption = "interrupted, since the program quits";
     constexpr End interrupted{ interruption, { milliseconds(300), seconds(30) } };
     constexpr End halfInterrupted{ interruption, { milliseconds(300), seconds(5) } };
-    constexpr End abandoned{ "", shortPatience };
-    constexpr End eitherWay{ nullptr, shortPatience };
+    constexpr End abandoned{ "", shortTimeouts };
+    constexpr End eitherWay{ nullptr, shortTimeouts };
     // A command that waits as long as this process lives, and is gone after it.
     const QByteArray wait = "'exec tail --pid=$PPID -f /dev/null'";
 
@@ -209,7 +206,7 @@ void ScriptThreadsTest::quits()
 {
     QFETCH(QByteArray, text);
     QFETCH(QByteArray, outcome);
-    QFETCH(ScriptPatience, patience);
+    QFETCH(ScriptTimeouts, timeouts);
 
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"a.scpt"_s);
@@ -221,8 +218,8 @@ void ScriptThreadsTest::quits()
     QProcess program;
     program.setProcessChannelMode(QProcess::MergedChannels);
     program.start(QCoreApplication::applicationFilePath(),
-        { u"--run-and-quit"_s, path, QString::number(patience.untilInterrupted.count()),
-            QString::number(patience.untilAbandoned.count()) });
+        { u"--run-and-quit"_s, path, QString::number(timeouts.untilInterrupted.count()),
+            QString::number(timeouts.untilAbandoned.count()) });
     QByteArray said;
     const QByteArray sign = text.isEmpty() ? "loading\n" : "begun\n";
     QTRY_VERIFY_WITH_TIMEOUT((said += program.readAll()).contains(sign), 30000);

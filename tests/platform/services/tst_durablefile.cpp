@@ -13,9 +13,9 @@
 
 using Qt::StringLiterals::operator""_s;
 
-using platform::Error;
 using platform::posixErrorDomain;
 using platform::removeUnfinishedFiles;
+using platform::Result;
 using platform::writeDurably;
 using support::fileBytes;
 
@@ -39,7 +39,7 @@ private:
         return QDir(m_folder.path())
             .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
     }
-    static std::optional<Error> write(const QString& path, const QByteArray& bytes)
+    static Result<void> write(const QString& path, const QByteArray& bytes)
     {
         const std::array<QByteArrayView, 1> parts{ bytes };
         return writeDurably(path, parts);
@@ -52,9 +52,9 @@ void TestDurableFile::writesTheConcatenationOfTheParts()
 {
     const QString path = m_folder.filePath(u"parts"_s);
     const std::array<QByteArrayView, 4> parts{ "one ", "", "two ", "three" };
-    QVERIFY(!writeDurably(path, parts));
+    QVERIFY(writeDurably(path, parts));
     QCOMPARE(fileBytes(path), "one two three");
-    QVERIFY(!writeDurably(path, {}));
+    QVERIFY(writeDurably(path, {}));
     QCOMPARE(fileBytes(path), "");
     QCOMPARE(names(), QStringList{ u"parts"_s });
 }
@@ -69,14 +69,14 @@ void TestDurableFile::writesMorePartsThanOneCallTakes()
         whole += bytes.back();
     }
     const std::vector<QByteArrayView> parts(bytes.begin(), bytes.end());
-    QVERIFY(!writeDurably(path, parts));
+    QVERIFY(writeDurably(path, parts));
     QCOMPARE(fileBytes(path), whole);
 }
 
 void TestDurableFile::keepsTheFilePrivate()
 {
     const QString path = m_folder.filePath(u"private"_s);
-    QVERIFY(!write(path, "secret"));
+    QVERIFY(write(path, "secret"));
     struct stat status { };
     QCOMPARE(::stat(QFile::encodeName(path).constData(), &status), 0);
     QCOMPARE(status.st_mode & 0777U, 0600U);
@@ -85,7 +85,7 @@ void TestDurableFile::keepsTheFilePrivate()
 void TestDurableFile::takesTheLongestName()
 {
     const QString path = m_folder.filePath(QString(255, u'n'));
-    QVERIFY(!write(path, "long"));
+    QVERIFY(write(path, "long"));
     QCOMPARE(fileBytes(path), "long");
     QVERIFY(QFile::remove(path));
 }
@@ -110,12 +110,12 @@ void TestDurableFile::reportsWhatIsInTheWay()
     const QStringList before = names();
 
     const QString path = m_folder.path() + u'/' + name;
-    const std::optional<Error> error = write(path, "bytes");
-    QVERIFY(error);
-    QCOMPARE(error->domain, QLatin1StringView(posixErrorDomain));
-    QCOMPARE(error->code, code);
-    QVERIFY(error->localizedDescription.contains(path));
-    QVERIFY(!error->failureReason.isEmpty());
+    const Result<void> result = write(path, "bytes");
+    QVERIFY(!result);
+    QCOMPARE(result.error().domain, QLatin1StringView(posixErrorDomain));
+    QCOMPARE(result.error().code, code);
+    QVERIFY(result.error().localizedDescription.contains(path));
+    QVERIFY(!result.error().failureReason.isEmpty());
     QCOMPARE(names(), before);
     QCOMPARE(fileBytes(m_folder.filePath(u"plain"_s)), "plain");
 }
@@ -123,7 +123,7 @@ void TestDurableFile::reportsWhatIsInTheWay()
 void TestDurableFile::keepsTheOldFileAtTheSizeLimit()
 {
     const QString path = m_folder.filePath(u"limited"_s);
-    QVERIFY(!write(path, "old"));
+    QVERIFY(write(path, "old"));
     const QStringList before = names();
 
     rlimit old{};
@@ -131,12 +131,12 @@ void TestDurableFile::keepsTheOldFileAtTheSizeLimit()
     const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
     const rlimit low{ 5000, old.rlim_max };
     QCOMPARE(::setrlimit(RLIMIT_FSIZE, &low), 0);
-    const std::optional<Error> error = write(path, QByteArray(10'000, 'n'));
+    const Result<void> result = write(path, QByteArray(10'000, 'n'));
     QCOMPARE(::setrlimit(RLIMIT_FSIZE, &old), 0);
     std::signal(SIGXFSZ, oldHandler);
 
-    QVERIFY(error);
-    QCOMPARE(error->code, EFBIG);
+    QVERIFY(!result);
+    QCOMPARE(result.error().code, EFBIG);
     QCOMPARE(fileBytes(path), "old");
     QCOMPARE(names(), before);
 }
@@ -154,15 +154,15 @@ void TestDurableFile::keepsTheOldFileOnAFullDisk()
         ::rmdir(disk.constData());
     });
     const QString path = QFile::decodeName(disk) + u"/file"_s;
-    QVERIFY(!write(path, "old"));
-    const std::optional<Error> error = write(path, QByteArray(200'000, 'n'));
-    QVERIFY(error);
-    QCOMPARE(error->code, ENOSPC);
-    QVERIFY(error->failureReason.contains(u"full"_s));
+    QVERIFY(write(path, "old"));
+    const Result<void> result = write(path, QByteArray(200'000, 'n'));
+    QVERIFY(!result);
+    QCOMPARE(result.error().code, ENOSPC);
+    QVERIFY(result.error().failureReason.contains(u"full"_s));
     QCOMPARE(fileBytes(path), "old");
     QCOMPARE(QDir(QFile::decodeName(disk)).entryList(QDir::Files | QDir::Hidden),
         QStringList{ u"file"_s });
-    QVERIFY(!write(path, "new"));
+    QVERIFY(write(path, "new"));
     QCOMPARE(fileBytes(path), "new");
 }
 

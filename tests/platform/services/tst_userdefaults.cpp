@@ -11,6 +11,7 @@
 
 using Qt::StringLiterals::operator""_s;
 
+using platform::Observation;
 using platform::UserDefaults;
 
 class UserDefaultsTest : public QObject {
@@ -146,7 +147,7 @@ void UserDefaultsTest::tellsObserversOfTheKey()
     QCOMPARE(seen, QList<double>({ 1.5, 1.5, 0.0 }));
     QVERIFY(!defaults.stringForKey(key));
 
-    observation.reset();
+    observation.end();
     defaults.setDouble(key, 2.5);
     QCOMPARE(seen.size(), 3);
 }
@@ -155,14 +156,14 @@ void UserDefaultsTest::letsAnObserverEndObservations()
 {
     UserDefaults defaults(m_path);
     QStringList seen;
-    std::unique_ptr<UserDefaults::Observation> first;
-    std::unique_ptr<UserDefaults::Observation> second;
-    std::unique_ptr<UserDefaults::Observation> added;
+    Observation first;
+    Observation second;
+    Observation added;
     first = defaults.observe(key, [&] {
         seen.append(u"first"_s);
         added = defaults.observe(key, [&] { seen.append(u"added"_s); });
-        second.reset();
-        first.reset();
+        second.end();
+        first.end();
     });
     second = defaults.observe(key, [&] { seen.append(u"second"_s); });
     defaults.setBool(key, true);

@@ -9,6 +9,7 @@ using Qt::StringLiterals::operator""_s;
 using platform::EntityDescription;
 using platform::ManagedObject;
 using platform::ManagedObjectModel;
+using platform::Observation;
 using support::captureModel;
 using support::Date;
 using support::ImageKey;
@@ -79,7 +80,7 @@ void TestManagedObject::tellsObserversOfTheKey()
     QCOMPARE(calls, 0);
     object->setValue(Notes, u"new"_s);
     QCOMPARE(calls, 1);
-    token.reset();
+    token.end();
     object->setValue(Notes, u"newer"_s);
     QCOMPARE(calls, 1);
 }
@@ -117,12 +118,12 @@ void TestManagedObject::toleratesADroppedTokenInACallback()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
     int calls = 0;
-    std::shared_ptr<void> first;
-    std::shared_ptr<void> second;
+    Observation first;
+    Observation second;
     first = object->observe(u"notes"_s, [&] {
         ++calls;
-        first.reset();
-        second.reset();
+        first.end();
+        second.end();
     });
     second = object->observe(u"notes"_s, [&] { ++calls; });
     object->setValue(Notes, u"a"_s);
@@ -133,7 +134,7 @@ void TestManagedObject::toleratesADroppedTokenInACallback()
 void TestManagedObject::toleratesANewObserverInACallback()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
-    std::vector<std::shared_ptr<void>> tokens;
+    std::vector<Observation> tokens;
     int calls = 0;
     tokens.push_back(object->observe(
         u"notes"_s, [&] { tokens.push_back(object->observe(u"notes"_s, [&] { ++calls; })); }));
@@ -172,7 +173,7 @@ void TestManagedObject::takesNoChangesWhileDeleted()
 {
     const QTemporaryDir folder;
     OpenStore store(folder.filePath(u"store"_s));
-    QVERIFY(!store.error);
+    QVERIFY(store.opened);
     const auto capture = insertCapture(store.context, u"kept"_s);
     store.context.deleteObject(*capture);
     capture->setValue(Value, u"lost"_s);

@@ -21,7 +21,7 @@
 
 using Qt::StringLiterals::operator""_s;
 
-using platform::Error;
+using platform::Result;
 using platform::StoreErrorCode;
 using support::fileBytes;
 using support::insertCapture;
@@ -41,13 +41,13 @@ constexpr int failedStatus = 4;
 int writeForEver(const char* path)
 {
     OpenStore store(QFile::decodeName(path));
-    if (store.error) {
+    if (!store.opened) {
         return refusedStatus;
     }
     for (int count = 0;; ++count) {
         const QString text = u"%1/%2"_s.arg(::getpid()).arg(count);
         insertCapture(store.context, text);
-        if (store.context.save()) {
+        if (!store.context.save()) {
             return failedStatus;
         }
         const QByteArray line = text.toUtf8() + '\n';
@@ -124,7 +124,7 @@ void TestStoreFaults::survivesKillsAtAnyMoment()
             known.push_back(u"before/%1"_s.arg(index));
             insertCapture(store.context, known.back());
         }
-        QVERIFY(!store.context.save());
+        QVERIFY(store.context.save());
     }
     std::mt19937 random(static_cast<unsigned>(QCoreApplication::applicationPid()));
     int rounds = 0;
@@ -149,7 +149,7 @@ void TestStoreFaults::survivesKillsAtAnyMoment()
         reportedSaves += reported.size();
         known.insert(known.end(), reported.begin(), reported.end());
         const OpenStore store(m_path);
-        QVERIFY2(!store.error, qPrintable(store.error.value_or(Error()).failureReason));
+        QVERIFY2(store.opened, qPrintable(store.failure()));
         QCOMPARE(unfinishedFiles(), 0);
         const std::vector<QString> found = store.texts();
         const std::vector<QString> foundSorted = sorted(found);
@@ -173,9 +173,9 @@ void TestStoreFaults::refusesASecondProcess()
     QVERIFY(first.waitForReadyRead());
     {
         const OpenStore here(m_path);
-        QVERIFY(here.error);
-        QCOMPARE(here.error->code, static_cast<int>(StoreErrorCode::InUse));
-        QVERIFY(here.error->localizedDescription.contains(m_folder->path()));
+        QVERIFY(!here.opened);
+        QCOMPARE(here.opened.error().code, static_cast<int>(StoreErrorCode::InUse));
+        QVERIFY(here.opened.error().localizedDescription.contains(m_folder->path()));
     }
     QProcess second;
     start(second);
@@ -188,7 +188,7 @@ void TestStoreFaults::refusesASecondProcess()
 
     const std::vector<QString> reported = wholeLines(first.readAllStandardOutput());
     const OpenStore store(m_path);
-    QVERIFY(!store.error);
+    QVERIFY(store.opened);
     const std::vector<QString> found = store.texts();
     QVERIFY(found.size() >= reported.size() && reported.size() >= 2);
     QVERIFY(std::equal(reported.begin(), reported.end(), found.begin()));
@@ -197,17 +197,17 @@ void TestStoreFaults::refusesASecondProcess()
 void TestStoreFaults::refusesASecondCoordinator()
 {
     std::optional<OpenStore> first(m_path);
-    QVERIFY(!first->error);
+    QVERIFY(first->opened);
     {
         const OpenStore second(m_path);
-        QVERIFY(second.error);
-        QCOMPARE(second.error->code, static_cast<int>(StoreErrorCode::InUse));
+        QVERIFY(!second.opened);
+        QCOMPARE(second.opened.error().code, static_cast<int>(StoreErrorCode::InUse));
     }
     insertCapture(first->context);
-    QVERIFY(!first->context.save());
+    QVERIFY(first->context.save());
     first.reset();
     const OpenStore third(m_path);
-    QVERIFY(!third.error);
+    QVERIFY(third.opened);
     QCOMPARE(third.captures().size(), std::size_t{ 1 });
 }
 
@@ -218,11 +218,11 @@ void TestStoreFaults::removesUnfinishedFilesUnderTheLockOnly()
         const OpenStore first(m_path);
         setFileBytes(stale, "being written");
         const OpenStore second(m_path);
-        QVERIFY(second.error);
+        QVERIFY(!second.opened);
         QVERIFY(QFile::exists(stale));
     }
     const OpenStore third(m_path);
-    QVERIFY(!third.error);
+    QVERIFY(third.opened);
     QVERIFY(!QFile::exists(stale));
 }
 
@@ -236,22 +236,22 @@ void TestStoreFaults::keepsChangesWhenTheDiskIsFull()
         [&] { ::umount2(QFile::encodeName(m_folder->path()).constData(), MNT_DETACH); });
     {
         OpenStore store(m_path);
-        QVERIFY(!store.error);
+        QVERIFY(store.opened);
         insertCapture(store.context, u"saved"_s);
-        QVERIFY(!store.context.save());
+        QVERIFY(store.context.save());
         const QByteArray saved = fileBytes(m_path);
 
         const auto large = insertCapture(store.context, QString(400'000, u'x'));
-        const std::optional<Error> error = store.context.save();
-        QVERIFY(error);
-        QCOMPARE(error->code, ENOSPC);
-        QVERIFY(error->localizedDescription.contains(m_path));
+        const Result<void> result = store.context.save();
+        QVERIFY(!result);
+        QCOMPARE(result.error().code, ENOSPC);
+        QVERIFY(result.error().localizedDescription.contains(m_path));
         QVERIFY(store.context.hasChanges());
         QCOMPARE(fileBytes(m_path), saved);
         QCOMPARE(unfinishedFiles(), 0);
 
         large->setValue(Value, u"small"_s);
-        QVERIFY(!store.context.save());
+        QVERIFY(store.context.save());
         QVERIFY(!store.context.hasChanges());
     }
     const OpenStore store(m_path);
@@ -263,7 +263,7 @@ void TestStoreFaults::keepsChangesAtTheSizeLimit()
     OpenStore store(m_path);
     const auto changed = insertCapture(store.context, u"old"_s);
     const auto deleted = insertCapture(store.context, u"deleted"_s);
-    QVERIFY(!store.context.save());
+    QVERIFY(store.context.save());
     const QByteArray saved = fileBytes(m_path);
     changed->setValue(Value, u"new"_s);
     store.context.deleteObject(*deleted);
@@ -274,15 +274,15 @@ void TestStoreFaults::keepsChangesAtTheSizeLimit()
     const auto oldHandler = std::signal(SIGXFSZ, SIG_IGN);
     const rlimit low{ 4096, old.rlim_max };
     QCOMPARE(::setrlimit(RLIMIT_FSIZE, &low), 0);
-    const std::optional<Error> error = store.context.save();
+    const Result<void> result = store.context.save();
     QCOMPARE(::setrlimit(RLIMIT_FSIZE, &old), 0);
     std::signal(SIGXFSZ, oldHandler);
 
-    QVERIFY(error);
-    QCOMPARE(error->code, EFBIG);
+    QVERIFY(!result);
+    QCOMPARE(result.error().code, EFBIG);
     QVERIFY(store.context.hasChanges());
     QCOMPARE(fileBytes(m_path), saved);
-    QVERIFY(!store.context.save());
+    QVERIFY(store.context.save());
     const QByteArray savedLater = fileBytes(m_path);
     QVERIFY(savedLater.contains(">new<") && savedLater.contains("xxxx"));
     QVERIFY(!savedLater.contains(">deleted<"));
@@ -293,32 +293,32 @@ void TestStoreFaults::keepsChangesWhenTheFolderHasGone()
     const QString folder = m_folder->filePath(u"data"_s);
     QVERIFY(QDir(m_folder->path()).mkpath(folder));
     OpenStore store(folder + u"/store"_s);
-    QVERIFY(!store.error);
+    QVERIFY(store.opened);
     QVERIFY(QDir(folder).removeRecursively());
     insertCapture(store.context);
-    const std::optional<Error> error = store.context.save();
-    QVERIFY(error);
-    QCOMPARE(error->code, ENOENT);
+    const Result<void> result = store.context.save();
+    QVERIFY(!result);
+    QCOMPARE(result.error().code, ENOENT);
     QVERIFY(store.context.hasChanges());
     QVERIFY(QDir(m_folder->path()).mkpath(folder));
-    QVERIFY(!store.context.save());
+    QVERIFY(store.context.save());
 }
 
 void TestStoreFaults::reportsAFileForAFolder()
 {
     setFileBytes(m_path, "a file");
     const OpenStore store(m_path + u"/store"_s);
-    QVERIFY(store.error);
-    QCOMPARE(store.error->code, ENOTDIR);
-    QVERIFY(store.error->localizedDescription.contains(m_path));
+    QVERIFY(!store.opened);
+    QCOMPARE(store.opened.error().code, ENOTDIR);
+    QVERIFY(store.opened.error().localizedDescription.contains(m_path));
     QCOMPARE(fileBytes(m_path), "a file");
 }
 
 void TestStoreFaults::reportsAMissingFolder()
 {
     const OpenStore store(m_folder->filePath(u"none/store"_s));
-    QVERIFY(store.error);
-    QCOMPARE(store.error->code, ENOENT);
+    QVERIFY(!store.opened);
+    QCOMPARE(store.opened.error().code, ENOENT);
 }
 
 void TestStoreFaults::reportsAFolderOrPipeAtThePath()
@@ -326,15 +326,15 @@ void TestStoreFaults::reportsAFolderOrPipeAtThePath()
     QVERIFY(QDir().mkdir(m_path));
     {
         const OpenStore store(m_path);
-        QVERIFY(store.error);
-        QCOMPARE(store.error->code, EISDIR);
-        QVERIFY(store.error->localizedDescription.contains(m_path));
+        QVERIFY(!store.opened);
+        QCOMPARE(store.opened.error().code, EISDIR);
+        QVERIFY(store.opened.error().localizedDescription.contains(m_path));
     }
     QVERIFY(QDir().rmdir(m_path));
     QCOMPARE(::mkfifo(QFile::encodeName(m_path).constData(), 0600), 0);
     const OpenStore store(m_path);
-    QVERIFY(store.error);
-    QCOMPARE(store.error->code, EISDIR);
+    QVERIFY(!store.opened);
+    QCOMPARE(store.opened.error().code, EISDIR);
 }
 
 int main(int argc, char** argv)
