@@ -24,7 +24,7 @@ namespace vellumcap {
 
 namespace {
 
-/// The places of the attributes in the entity, in the order of the model.
+/// The indexes of the attributes in the entity, in the order of the model.
 enum Attribute { CaptureImageKey, CaptureType, CaptureValue, DateCaptured, IsURL, Notes };
 
 constexpr qint32 storedCaptureType = 1;
@@ -37,16 +37,16 @@ void requireContext(const platform::ManagedObjectContext* context, int line)
     }
 }
 
-/// JPEG knows no transparency; a code on a transparent ground is meant to be read on paper.
-QImage onPaper(const QImage& image)
+/// JPEG has no transparency: transparent pixels become white.
+QImage onWhite(const QImage& image)
 {
     if (!image.hasAlphaChannel()) {
         return image;
     }
-    QImage paper(image.size(), QImage::Format_RGB32);
-    paper.fill(Qt::white);
-    QPainter(&paper).drawImage(0, 0, image);
-    return paper;
+    QImage opaque(image.size(), QImage::Format_RGB32);
+    opaque.fill(Qt::white);
+    QPainter(&opaque).drawImage(0, 0, image);
+    return opaque;
 }
 
 QByteArray jpegData(const QImage& image)
@@ -54,17 +54,17 @@ QByteArray jpegData(const QImage& image)
     QByteArray bytes;
     QBuffer buffer(&bytes);
     QImageWriter writer(&buffer, "jpeg");
-    return writer.write(onPaper(image)) ? bytes : QByteArray();
+    return writer.write(onWhite(image)) ? bytes : QByteArray();
 }
 
-/// A failed write is not reported: the record then has no picture.
+/// A failure is ignored: the record then has no picture.
 void writePicture(const QString& path, const QByteArray& bytes)
 {
     const std::array<QByteArrayView, 1> parts{ QByteArrayView(bytes) };
     static_cast<void>(platform::writeDurably(path, parts));
 }
 
-/// Takes a picture away, and puts it back on undo.
+/// Removes a picture, and writes it again on undo.
 class RemovePicture : public QUndoCommand {
 public:
     explicit RemovePicture(const QString& path)

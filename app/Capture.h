@@ -17,11 +17,11 @@ namespace vellumcap {
 
 class Capture;
 using CaptureID = platform::ManagedObjectID;
-using CaptureList = QList<std::shared_ptr<Capture>>; ///< shared by those who show it
+using CaptureList = QList<std::shared_ptr<Capture>>;
 
-/// One code that the user keeps: its text, when it was kept, the user's notes, and the key of its
-/// picture, a JPEG file beside the store. Everybody stores, lists and deletes captures through
-/// the class operations here, which reach the store through the application delegate. Main thread.
+/// One code that the user keeps: its text, its date, the user's notes, and the key of its picture,
+/// a JPEG file beside the store. The static functions store, list and delete captures in the
+/// StoreStack. Main thread.
 class Capture : public platform::ManagedObject {
 public:
     using ManagedObject::ManagedObject;
@@ -47,7 +47,7 @@ public:
     bool isURLValue() const;
     void setIsURLValue(bool value);
 
-    /// The same two over the storage that notifies nobody.
+    /// The same two attributes, without notifying observers.
     qint32 primitiveCaptureTypeValue() const;
     void setPrimitiveCaptureTypeValue(qint32 value);
     bool primitiveIsURLValue() const;
@@ -55,16 +55,16 @@ public:
 
     std::set<QString> keyPathsForValuesAffectingValueForKey(const QString& key) const override;
 
-    QString getImageUrl() const; ///< path of the picture; whether it exists is not checked
+    QString getImageUrl() const; ///< path of the picture, which may not exist
     platform::ImageFile getImage() const;
 
     /// All captures, newest first; nullopt when the store cannot be read.
     static std::optional<CaptureList> getCaptures();
-    /// Keeps a code: the record and its picture. Failures are silent; without its picture a
-    /// record stays a record.
+    /// Stores a code: its record and its picture. Failures are silent; a record whose picture
+    /// cannot be written stays without one. Windows call StoreStack::storeCapture() instead.
     static void storeCapture(const QImage& image, const QString& value);
     static void saveCapture(); ///< saves every pending change
-    /// Removes the picture, then the record. One undo brings both back.
+    /// Removes the picture, then the record. One undo restores both.
     static void deleteCapture(const std::shared_ptr<Capture>& capture);
     static bool isUrl(const QString& text);
 };

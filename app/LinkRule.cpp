@@ -13,7 +13,8 @@ bool isHexDigit(QChar c)
     return (c >= u'0' && c <= u'9') || (c >= u'a' && c <= u'f') || (c >= u'A' && c <= u'F');
 }
 
-/// unreserved, gen-delims or sub-delims of RFC 3986, section 2; "%" is looked at elsewhere.
+/// unreserved, gen-delims or sub-delims of RFC 3986, section 2; "%" is checked by
+/// percentSignsAreEscapes().
 bool isUrlCharacter(QChar c)
 {
     return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9')
@@ -30,8 +31,8 @@ bool percentSignsAreEscapes(QStringView text)
     return true;
 }
 
-/// Brackets stand around an address in the host only, and a fragment holds no second "#".
-bool delimitersStandInTheirPlace(QStringView text)
+/// Brackets may only enclose an address in the host, and there is at most one "#".
+bool delimitersArePlacedCorrectly(QStringView text)
 {
     const qsizetype authority = text.indexOf(u"://");
     if (authority < 0) {
@@ -50,7 +51,7 @@ bool isLink(QStringView text)
 {
     const auto allowed = [](QChar c) { return c == u'%' || isUrlCharacter(c); };
     if (!std::all_of(text.begin(), text.end(), allowed) || !percentSignsAreEscapes(text)
-        || !delimitersStandInTheirPlace(text)) {
+        || !delimitersArePlacedCorrectly(text)) {
         return false;
     }
     const QUrl url(text.toString(), QUrl::StrictMode);

@@ -4,8 +4,8 @@
 
 namespace vellumcap {
 
-/// Whether `text` is a URL as RFC 3986 writes it, with a scheme and a host. The scheme is not
-/// looked at; text with characters that a URL cannot hold, such as a space, is no link.
+/// Whether `text` is a URL according to RFC 3986 with a scheme and a host. Any scheme is accepted;
+/// text with a character that RFC 3986 does not allow, such as a space, is no link.
 bool isLink(QStringView text);
 
 } // namespace vellumcap

@@ -2,7 +2,7 @@
 
 namespace vellumcap {
 
-/// Makes the resources of the program's library known; called once before any is used.
+/// Registers the resources of the program's library. Called once, before any of them is used.
 void loadResources();
 
 } // namespace vellumcap

@@ -136,7 +136,7 @@ bool VellumcapAppDelegate::respondsTo(const QAction& item) const
 
 bool VellumcapAppDelegate::validateMenuItem(const QAction& item) const
 {
-    // Saving is left to the quit flow; the journal saves each change as it is made.
+    // saveAction is never enabled: the journal saves each change, and quitting saves the rest.
     return item.objectName() == u"openJournalWindow"_s || item.objectName() == u"openPrefsWindow"_s;
 }
 

@@ -5,7 +5,6 @@
 #include "journal/LocalDay.h"
 #include "platform/ui/ThumbnailView.h"
 
-#include <QLabel>
 #include <QLocale>
 
 namespace vellumcap {
@@ -26,21 +25,21 @@ void CaptureCollectionViewByDateData::updateCaptures(CaptureList captures)
 {
     m_dateDict.clear();
     m_captureArray = std::move(captures);
-    const qint64 presentOffset = QDateTime::currentDateTime().offsetFromUtc() * qint64(1000);
-    // Neighbours mostly share a day, and finding a day costs more than comparing.
+    const qint64 presentOffset = QDateTime::currentDateTime().offsetFromUtc() * qint64{ 1000 };
+    // Most neighbours share a day, and comparing is cheaper than LocalDay::of().
     LocalDay day;
     std::vector<qsizetype>* bucket = nullptr;
-    for (qsizetype place = 0; place < m_captureArray.size(); ++place) {
-        const qint64 instant = m_captureArray.at(place)->dateCaptured().toMSecsSinceEpoch();
+    for (qsizetype index = 0; index < m_captureArray.size(); ++index) {
+        const qint64 instant = m_captureArray.at(index)->dateCaptured().toMSecsSinceEpoch();
         if (bucket == nullptr || !day.contains(instant)) {
             day = LocalDay::of(instant);
             bucket
                 = &m_dateDict[QDateTime::fromMSecsSinceEpoch(day.start + presentOffset, Qt::UTC)];
         }
-        bucket->push_back(place);
+        bucket->push_back(index);
     }
     m_sortedKeys.clear();
-    for (const auto& [dayKey, places] : m_dateDict) {
+    for (const auto& [dayKey, indexs] : m_dateDict) {
         m_sortedKeys.append(dayKey);
     }
 }
@@ -80,7 +79,7 @@ QWidget* CaptureCollectionViewByDateData::viewForSupplementaryElementOfKind(
     header->setFillColor(standardGray);
     header->setBorderColor(Qt::transparent);
     const QDate day = m_sortedKeys.at(indexPath.section).toLocalTime().date();
-    header->label->setText(QLocale().toString(day, QLocale::ShortFormat));
+    header->setText(QLocale().toString(day, QLocale::ShortFormat));
     return header;
 }
 

@@ -22,12 +22,12 @@ public:
     /// Called with the capture that the user selects.
     std::function<void(const std::shared_ptr<Capture>&)> captureSelected;
 
-    /// Groups the list anew. Within a day the captures keep the order of the list.
+    /// Replaces and regroups the list. Within a day the captures keep its order.
     void updateCaptures(CaptureList captures);
     const CaptureList& captureArray() const { return m_captureArray; }
 
-    /// A day's key: the instant of its local midnight plus the local zone's present offset from
-    /// GMT. In display order.
+    /// The days' keys in display order. A key is the instant of the day's local midnight plus the
+    /// local zone's present offset from GMT.
     const QList<QDateTime>& sortedKeys() const { return m_sortedKeys; }
 
     int numberOfSectionsInCollectionView(platform::CollectionView& collectionView) const override;
@@ -47,9 +47,9 @@ private:
     const std::shared_ptr<Capture>& captureAt(platform::IndexPath indexPath) const;
 
     CaptureList m_captureArray;
-    /// For each day the places of its captures in the list.
+    /// For each day the indexes of its captures in the list.
     std::map<QDateTime, std::vector<qsizetype>, std::greater<>> m_dateDict;
-    QList<QDateTime> m_sortedKeys; ///< kept, since every cell asks for its section's
+    QList<QDateTime> m_sortedKeys; ///< cached: every cell looks its section up
 };
 
 } // namespace vellumcap

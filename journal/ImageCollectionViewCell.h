@@ -34,11 +34,11 @@ private:
     std::unique_ptr<Ui::ImageCollectionViewCell> m_ui;
 };
 
-/// A cell of `collectionView`, made or reused for that place, that shows the capture.
+/// A cell of `collectionView`, new or reused, that shows the capture at `indexPath`.
 ImageCollectionViewCell* cellShowing(platform::CollectionView& collectionView,
     platform::IndexPath indexPath, const Capture& capture);
 
-/// What a screen reader says for the capture: the beginning of its text, and when it was kept.
+/// The text for screen readers: the beginning of the capture's text, and its time of day.
 QString accessibleNameOf(const Capture& capture);
 
 } // namespace vellumcap

@@ -13,8 +13,6 @@ ImageCollectionViewHeaderCell::ImageCollectionViewHeaderCell(QWidget* parent)
     , m_ui(std::make_unique<Ui::ImageCollectionViewHeaderCell>())
 {
     m_ui->setupUi(this);
-    boxBackground = m_ui->boxBackground;
-    label = m_ui->label;
 }
 
 ImageCollectionViewHeaderCell::~ImageCollectionViewHeaderCell() = default;
@@ -22,6 +20,11 @@ ImageCollectionViewHeaderCell::~ImageCollectionViewHeaderCell() = default;
 QString ImageCollectionViewHeaderCell::reuseIdentifier()
 {
     return u"header"_s;
+}
+
+void ImageCollectionViewHeaderCell::setText(const QString& text)
+{
+    m_ui->label->setText(text);
 }
 
 void ImageCollectionViewHeaderCell::setFillColor(const QColor& color)
@@ -42,7 +45,7 @@ void ImageCollectionViewHeaderCell::paintEvent(QPaintEvent* /*event*/)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(m_borderColor);
     painter.setBrush(m_fillColor);
-    const QRectF box = QRectF(boxBackground->geometry()).adjusted(0.5, 0.5, -0.5, -0.5);
+    const QRectF box = QRectF(m_ui->boxBackground->geometry()).adjusted(0.5, 0.5, -0.5, -0.5);
     painter.drawRoundedRect(box, box.height() / 2, box.height() / 2);
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QColor>
-#include <QLabel>
 #include <QWidget>
 
 #include <memory>
@@ -21,13 +20,9 @@ public:
 
     static QString reuseIdentifier();
 
-    QWidget* boxBackground = nullptr; ///< outlet
-    QLabel* label = nullptr; ///< outlet
-
+    void setText(const QString& text);
     void setFillColor(const QColor& color);
-    const QColor& fillColor() const { return m_fillColor; }
     void setBorderColor(const QColor& color);
-    const QColor& borderColor() const { return m_borderColor; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -43,7 +43,7 @@ void dressJournalWindow(Ui::JournalWindow& ui)
     ui.splitView->setSizes({ 340, 700 });
     ui.splitView->setStretchFactor(0, 0);
     ui.splitView->setStretchFactor(1, 1);
-    ui.selectedText->document()->setDocumentMargin(0); // in line with the labels around it
+    ui.selectedText->document()->setDocumentMargin(0); // aligned with the labels around it
     ui.placeholderPicture->setPixmap(
         programIcon().pixmap(QSize(placeholderPictureSize, placeholderPictureSize),
             ui.placeholderPicture->devicePixelRatioF()));

@@ -13,10 +13,10 @@ class Capture;
 /// Icons, sizes and texts of the journal window that its description cannot hold.
 void dressJournalWindow(Ui::JournalWindow& ui);
 
-/// When the capture was kept, above its text.
+/// Shows the capture's date and time above its text.
 void describeCapture(Ui::JournalWindow& ui, const Capture& capture);
 
-/// What the empty detail pane says: how to begin, or that nothing is selected.
+/// The text of the empty detail pane: how to begin, or that nothing is selected.
 void describePlaceholder(Ui::JournalWindow& ui, bool journalIsEmpty);
 
 void showAbout(QWidget* parent);

@@ -116,7 +116,7 @@ void JournalWindow::windowDidLoad()
 {
     window()->setWindowTitle(u"Vellumcap"_s);
     m_ui->selectedImage->setImage(QImage());
-    connect(selectedNotes, &platform::TextField::editingEnded, this,
+    connect(m_ui->selectedNotes, &platform::TextField::editingEnded, this,
         [this] { controlTextDidEndEditing(*m_ui->selectedNotes); });
     m_ui->collectionView->registerItem(
         ImageCollectionViewCell::reuseIdentifier(), [] { return new ImageCollectionViewCell; });
@@ -134,7 +134,7 @@ void JournalWindow::windowDidLoad()
     validateItems();
 }
 
-/// The context comes late where the store could not be opened at first.
+/// The context may not exist yet: the store could not be opened. Called again at each refresh.
 void JournalWindow::followContext()
 {
     auto* context = StoreStack::shared().builtContext();
@@ -166,7 +166,7 @@ void JournalWindow::connectMenu()
 
 void JournalWindow::connectToolbar()
 {
-    // A toolbar's buttons cannot be reached without a pointer unless they are told so.
+    // By default the keyboard cannot reach the buttons of a toolbar.
     for (QToolButton* button : m_ui->toolbar->findChildren<QToolButton*>()) {
         if (button->defaultAction() != nullptr) {
             button->setFocusPolicy(Qt::TabFocus);
@@ -238,7 +238,7 @@ void JournalWindow::saveImage()
     const platform::SavePanel panel{ u"QR Capture"_s, { u"jpg"_s } };
     panel.beginSheet(window(), [this](const QString& path) {
         const auto capture = selectedCapture();
-        // The same file by another path must not be removed either.
+        // QFileInfo also recognises the same file at another path.
         if (capture == nullptr || QFileInfo(path) == QFileInfo(capture->getImageUrl())) {
             return;
         }
@@ -269,14 +269,14 @@ void JournalWindow::refreshLists()
 
 void JournalWindow::undoChangedStore()
 {
-    captureSelected(selectedCapture()); // changed, or gone
+    captureSelected(selectedCapture()); // null when the undo removed its record
     Capture::saveCapture();
     refreshLists();
 }
 
 void JournalWindow::captureSelected(const std::shared_ptr<Capture>& capture)
 {
-    m_ui->selectedNotes->endEditing(); // the text belongs to the capture shown until now
+    m_ui->selectedNotes->endEditing(); // stores the notes of the previous capture
     const bool shown = capture != nullptr;
     m_ui->selectedImage->setHidden(!shown);
     m_ui->selectedText->setHidden(!shown);
@@ -325,7 +325,6 @@ bool JournalWindow::validateMenuItem(const QAction& item) const
 
 bool JournalWindow::validateToolbarItem(const QAction& item) const
 {
-    // An item's identifier in the toolbar is its name in the menu.
     return validateMenuItem(item);
 }
 

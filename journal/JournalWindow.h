@@ -30,8 +30,8 @@ class GenerateWindow;
 class ImportWindow;
 class WatchWindow;
 
-/// The main window: all captures by day, the selected one with its notes, and the actions that
-/// start everything else. Lives as long as the program; closing only hides it. Main thread.
+/// The main window: all captures by day, the selected one with its notes, and the actions of the
+/// menu and the toolbar. Lives as long as the program; closing only hides it. Main thread.
 class JournalWindow : public platform::WindowController,
                       public platform::MenuResponder,
                       public platform::CollectionViewDataSource,
@@ -44,7 +44,7 @@ public:
     const CaptureList& captures() const { return m_captures; }
     CaptureCollectionViewByDateData& captureCollectionViewByDateData() const;
     CaptureImageBrowserDatasource& captureImageBrowserDatasource() const;
-    /// The capture that is shown; null when none is, or when its record is gone.
+    /// The capture that is shown; null when there is none or its record was deleted.
     std::shared_ptr<Capture> selectedCapture() const;
 
     /// The controllers of the last sheet of each kind; null before the first.
@@ -53,7 +53,7 @@ public:
     ImportWindow* importWindow() const { return m_importWindow.get(); }
     GenerateWindow* generateWindow() const { return m_generateWindow.get(); }
 
-    /// Whether there is a camera; decided once, when the controller is made.
+    /// Whether there was a camera when this controller was made.
     bool scanAvailable() const { return m_scanAvailable; }
 
     void scan();
@@ -66,7 +66,7 @@ public:
     void saveImage();
     void deleteCapture();
 
-    /// Reads everything from the store again. Called after every store.
+    /// Reads all captures from the store again.
     void refreshLists();
     /// Shows a capture, or nothing for null.
     void captureSelected(const std::shared_ptr<Capture>& capture);
@@ -80,7 +80,7 @@ public:
     /// The least width of the list.
     double constrainMinCoordinate() const;
 
-    // All captures in one section; the window shows the list by day instead.
+    // All captures in one section. The window itself shows them by day.
     int numberOfSectionsInCollectionView(platform::CollectionView& view) const override;
     int numberOfItemsInSection(platform::CollectionView& view, int section) const override;
     platform::CollectionViewItem* itemForRepresentedObjectAtIndexPath(

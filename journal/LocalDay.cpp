@@ -11,8 +11,8 @@ namespace {
 
 constexpr qint64 secondsOfADay = 24 * 60 * 60;
 
-/// Unlike Qt's conversions and mktime(), localtime_r() does not look for a changed zone file at
-/// every call, which a long journal would feel.
+/// localtime_r() is fast: unlike Qt's conversions and mktime() it does not check at every call
+/// whether the time zone file has changed.
 std::optional<std::tm> localTime(qint64 seconds)
 {
     const std::time_t time = seconds;
@@ -20,7 +20,7 @@ std::optional<std::tm> localTime(qint64 seconds)
     return localtime_r(&time, &local) != nullptr ? std::optional(local) : std::nullopt;
 }
 
-/// The midnights around `seconds`, if no clock changes between them.
+/// The day that contains `seconds`, unless the clock changes on that day.
 std::optional<LocalDay> ordinaryDay(qint64 seconds)
 {
     const auto now = localTime(seconds);

@@ -4,11 +4,11 @@
 
 namespace vellumcap {
 
-/// A calendar day of the local time zone as the instants that lie in it, in milliseconds since the
+/// A calendar day of the local time zone: the range of its instants, in milliseconds since the
 /// epoch. A day on which the clock changes has more or fewer than 24 hours, and may not begin at
 /// 00:00.
 struct LocalDay {
-    /// The day in which that instant lies.
+    /// The day that contains `instant`.
     static LocalDay of(qint64 instant);
 
     bool contains(qint64 instant) const { return instant >= start && instant < end; }
