@@ -32,8 +32,8 @@ public:
     void saveAction();
     void openJournalWindow();
     void openPrefsWindow();
-    /// Performs an action of the desktop's launcher. "Watch", in any case, opens the journal window
-    /// and begins a watch; any other name does nothing.
+    /// Performs an action of the desktop's launcher. "Watch", in upper or lower case, opens
+    /// the journal window and begins a watch; any other name does nothing.
     void performAction(const QString& name);
 
     bool respondsTo(const QAction& item) const override;

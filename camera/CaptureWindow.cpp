@@ -23,7 +23,7 @@ using platform::ExposureMode;
 using platform::FocusMode;
 using platform::WhiteBalanceMode;
 
-/// Sets the first of the modes that the camera supports, if it lets itself be configured.
+/// Sets the first of the modes that the camera supports, if it can be locked for configuration.
 template <typename Mode>
 void setFirstSupported(CaptureDevice& device, bool (CaptureDevice::*isSupported)(Mode) const,
     void (CaptureDevice::*set)(Mode), std::initializer_list<Mode> modes)
@@ -39,7 +39,7 @@ void setFirstSupported(CaptureDevice& device, bool (CaptureDevice::*isSupported)
     }
 }
 
-/// What is told of a change is its kind alone: a value was set. There is no context.
+/// The log line contains the change (kind 1: a value was set) and the context, which is null.
 void logAdjustment(const QString& what)
 {
     platform::log(u"Camera %1 is adjusting {kind = 1} - (null)"_s.arg(what));
@@ -124,7 +124,7 @@ void CaptureWindow::outputWasAdded(const std::optional<CaptureDevice>& device)
     };
 }
 
-/// Skip may have cleared a code that was accepted meanwhile.
+/// Sets state and picture again: Skip may have cleared them after the code was accepted.
 void CaptureWindow::codeWasAccepted(const AcceptedCode& code)
 {
     if (captureData() == code.text) {
@@ -177,7 +177,7 @@ void CaptureWindow::cancelCapture()
         mCaptureSession()->stopRunning();
     }
     releaseSession();
-    endAdjustmentObservations(); // they would keep the device open
+    endAdjustmentObservations(); // an observation keeps the device open
     platform::endSheet(window());
     window()->hide();
 }

@@ -12,8 +12,8 @@ class CaptureWindow;
 
 namespace vellumcap {
 
-/// Scans for one code at a time: the first new one stops the camera and is offered to be kept,
-/// skipped or opened. A sheet of the journal; a new one for every scan. Main thread.
+/// Scans for one code at a time: the first new one stops the camera, and the user can save, skip or
+/// open it. A sheet of the journal window, created for each scan. Main thread.
 class CaptureWindow final : public ScanningWindow {
     Q_OBJECT
 public:
@@ -22,7 +22,7 @@ public:
 
     /// 0: scanning, frames are examined; 1: a code is on offer, frames are ignored.
     qint32 captureState() const { return offer().captureState(); }
-    /// The camera in use; kept when the session is released.
+    /// The camera of the session; stays when the session is released.
     const std::optional<platform::CaptureDevice>& mCaptureDevice() const { return m_device; }
 
     void confirmCapture();

@@ -9,21 +9,21 @@
 
 namespace vellumcap {
 
-/// A code, and the prepared picture it was found in.
+/// A code, and the prepared picture in which it was found.
 struct AcceptedCode {
     QString text;
     QImage picture;
 };
 
-/// What a window shares with the detections that run for it on worker threads: the code on offer
-/// and the picture it was found in. Each property is read and written whole, from any thread.
+/// The code that a window offers to the user, and the picture in which it was found. The window
+/// shares it with its detections on worker threads. Each accessor is atomic. Any thread.
 class CodeOnOffer {
 public:
-    /// 0 while no code is on offer, 1 once one has been found.
+    /// 0: no code is on offer; 1: a code was found.
     qint32 captureState() const { return m_captureState; }
     void setCaptureState(qint32 state) { m_captureState = state; }
 
-    /// The text of the last code offered; absent until the first.
+    /// The text of the last code offered; absent before the first.
     std::optional<QString> captureData() const;
     void setCaptureData(const QString& text);
 
@@ -31,14 +31,14 @@ public:
     QImage capturedImage() const;
     void setCapturedImage(const QImage& picture);
 
-    /// Offers a code unless it is the one offered last; true when it is offered. Test and update
-    /// are deliberately not one step: two detections that end together may both be accepted, and
-    /// the later one stays.
+    /// Offers a code unless its text is captureData(); returns whether it is offered. Test and
+    /// update are deliberately not one atomic step: two detections that end together may both be
+    /// accepted, and the later one stays.
     bool accept(const QString& text, const QImage& picture);
 
 private:
     std::atomic<qint32> m_captureState = 0;
-    mutable std::mutex m_mutex; // guards what follows
+    mutable std::mutex m_mutex; // guards the members below
     std::optional<QString> m_captureData;
     QImage m_capturedImage;
 };

@@ -12,9 +12,9 @@ namespace vellumcap {
 struct AcceptedCode;
 class CodeOnOffer;
 
-/// Looks for a code in `bitmap` on the global queue and offers it; returns at once. `accepted` is
-/// called on the queue's thread, and only when the code is another than the one offered last.
-/// Failures count as no code. `accepted` is kept exactly as long as the examination runs.
+/// Searches `bitmap` for a code on the global queue and offers it; returns at once. `accepted` is
+/// called on the queue's thread, only when the code differs from the one offered last, and is
+/// destroyed when the examination ends. A failed search counts as no code.
 void examine(QImage bitmap, platform::ImageRequestOptions options,
     std::shared_ptr<CodeOnOffer> offer, std::function<void(const AcceptedCode&)> accepted);
 

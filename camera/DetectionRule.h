@@ -10,8 +10,8 @@ class DetectBarcodesRequest;
 
 namespace vellumcap {
 
-/// The text of the code that a finished request found. Only its first result counts: nothing when
-/// there is none, or when the first carries no text. Any thread.
+/// The text of the first result of a finished request; nullopt when there is no result or the first
+/// one has no text. Any thread.
 std::optional<QString> firstPayload(const platform::DetectBarcodesRequest& request);
 
 } // namespace vellumcap

@@ -14,7 +14,7 @@ namespace vellumcap {
 
 namespace {
 
-/// Counts one more as long as it lives.
+/// Increments the counter now and decrements it when the last copy of the result is destroyed.
 std::shared_ptr<const void> counted(const std::shared_ptr<std::atomic<int>>& counter)
 {
     ++*counter;

@@ -20,26 +20,26 @@ namespace vellumcap {
 struct AcceptedCode;
 class CodeOnOffer;
 
-/// The way of a camera's frames to their codes: each frame is prepared on the queue it arrives on
-/// and examined on the global queue, several at a time. A frame is late, and dropped, while as
-/// many are being examined as the machine has cores. The window sets it up and holds it; jobs may
-/// hold parts of it for longer.
+/// Searches the frames of a camera for codes: prepares each frame on the queue on which it arrives
+/// and examines it on the global queue. While as many examinations run as the machine has cores,
+/// new frames are dropped. Owned by the window; running examinations share parts of it.
 class FramePipeline final : public platform::SampleBufferDelegate {
 public:
-    /// What becomes of frames while a code is on offer.
+    /// What happens to frames while a code is on offer.
     enum class WhileOffering { Ignored, Examined };
 
     struct Setup {
         std::shared_ptr<CodeOnOffer> offer;
         WhileOffering whileOffering = WhileOffering::Ignored;
-        /// A code other than the one offered last has been found. Called on the global queue.
+        /// Called on the global queue for a code that differs from the one offered last.
         std::function<void(const AcceptedCode&)> accepted;
     };
 
     explicit FramePipeline(Setup setup);
 
-    /// How frames are prepared: through these filters, and mirrored when the connection (of the
-    /// preview) can be; never without one. Set before frames come.
+    /// Sets the filters for frames, and the preview's connection: frames are mirrored as the
+    /// preference says if the connection supports it, and never for a null one. Call it before the
+    /// first frame.
     void setPreparation(QList<std::shared_ptr<platform::ImageFilter>> filters,
         std::shared_ptr<const platform::CaptureConnection> previewConnection);
 
@@ -47,7 +47,7 @@ public:
         const platform::SampleBuffer& sampleBuffer,
         const platform::CaptureConnection& connection) override;
 
-    /// The next frame. `bitmap` is asked for only when the frame is examined.
+    /// Handles the next frame. Calls `bitmap` only if the frame is examined.
     void examineFrame(const std::function<QImage()>& bitmap);
 
 private:
@@ -57,8 +57,8 @@ private:
     QList<std::shared_ptr<platform::ImageFilter>> m_filters;
     std::shared_ptr<const platform::CaptureConnection> m_previewConnection;
     const std::shared_ptr<platform::LiveScan> m_liveScan;
-    std::recursive_mutex m_lock; // held around preparation and submission
-    const std::shared_ptr<std::atomic<int>> m_examinations; // that are running
+    std::recursive_mutex m_lock; // held during preparation and submission
+    const std::shared_ptr<std::atomic<int>> m_examinations; // number of running ones
 };
 
 } // namespace vellumcap

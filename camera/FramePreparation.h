@@ -12,15 +12,15 @@ class SampleBuffer;
 
 namespace vellumcap {
 
-/// The frame as a bitmap (BGRA in memory, opaque), which shares the frame's memory. Null when the
+/// The frame as an opaque bitmap, BGRA in memory, which shares the frame's memory. Null when the
 /// frame cannot be decoded. Any thread.
 QImage imageFromSampleBuffer(const platform::SampleBuffer& sampleBuffer);
 
-/// Exactly 1 stored under "pref-mirror-video" mirrors; everything else does not. Any thread.
+/// Whether the preference "pref-mirror-video" is exactly 1. Any thread.
 bool isVideoMirrored();
 
-/// What is scanned, shown and kept of a frame: its bitmap through the filters, in this order, and
-/// mirrored when the preview is.
+/// The bitmap that is examined, shown and stored: `frame` after the filters, in this order, and
+/// mirrored left to right if `mirrored`.
 QImage preparedImage(const QImage& frame,
     const QList<std::shared_ptr<platform::ImageFilter>>& filters, bool mirrored);
 

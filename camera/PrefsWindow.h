@@ -19,11 +19,11 @@ public:
     PrefsWindow();
     ~PrefsWindow() override;
 
-    /// The cameras' unique identifiers, in the order of the menu's items.
+    /// The unique identifiers of the cameras, in the order of the menu.
     const QStringList& devices() const { return m_devices; }
 
     void showWindow() override;
-    /// Lists the cameras anew and selects the stored one, else the default one, else none.
+    /// Lists the cameras again. Selects the stored camera, else the default one, else none.
     void updateMenu();
 
     void menuSelected();
@@ -39,7 +39,7 @@ private:
     void setContrast(double contrast);
 
     std::unique_ptr<Ui::PrefsWindow> m_ui;
-    double m_contrast = 0; ///< as it is stored, which may be between the steps or beyond them
+    double m_contrast = 0; ///< as stored: may lie between the slider's steps or outside its range
     QStringList m_devices;
 };
 

@@ -31,7 +31,7 @@ QString string(const char* latin1)
     return QString::fromLatin1(latin1);
 }
 
-/// A camera that has been unplugged since it was chosen gives way to the default one.
+/// The chosen camera; the default one if that is not connected or none was chosen.
 std::optional<CaptureDevice> cameraToUse(const std::optional<QString>& chosenID)
 {
     using platform::MediaType;

@@ -21,9 +21,9 @@ class ImageFilter;
 
 namespace vellumcap {
 
-/// What the windows with a camera share: the choice of the camera, its session, the live preview,
-/// the way of its frames to their codes, and the preferences that all of these follow. What they
-/// differ in are the functions that are left to them. Main thread.
+/// What the scan window and the watch window have in common: the choice of the camera, its session,
+/// the live preview, the search of frames, and the preferences for all of these. They differ in the
+/// virtual functions. Main thread.
 class ScanningWindow : public platform::WindowController {
     Q_OBJECT
 public:
@@ -31,10 +31,10 @@ public:
 
     /// The text of the last code accepted; absent in a new window.
     std::optional<QString> captureData() const { return m_offer->captureData(); }
-    /// The prepared frame in which it was found.
+    /// The prepared frame in which that code was found.
     QImage capturedImage() const { return m_offer->capturedImage(); }
 
-    // Null until the window is loaded; the filters always come in this order.
+    // Null until the window is loaded. The filter with number 1 is applied first.
     const std::shared_ptr<platform::ImageFilter>& previewF1() const { return m_previewF1; }
     const std::shared_ptr<platform::ImageFilter>& previewF2() const { return m_previewF2; }
     const std::shared_ptr<platform::ImageFilter>& scannerF1() const { return m_scannerF1; }
@@ -50,8 +50,8 @@ public:
     }
     const std::shared_ptr<platform::CaptureVideoPreviewLayer>& preview() const { return m_preview; }
 
-    /// Makes the filters when they are not there yet, and gives both pairs the values that
-    /// "pref-camera-contrast" asks for.
+    /// Creates the filters if there are none, and sets the values of both pairs from the
+    /// preference "pref-camera-contrast".
     void buildCoreFilterArray();
 
 protected:
@@ -64,20 +64,20 @@ protected:
     CodeOnOffer& offer() { return *m_offer; }
     const CodeOnOffer& offer() const { return *m_offer; }
     const std::shared_ptr<CodeOnOffer>& sharedOffer() const { return m_offer; }
-    /// Lets go of the camera and of everything that was made for it.
+    /// Releases the camera's session, input, output and preview.
     void releaseSession();
     void endPreferenceObservations();
 
-    /// The view that shows the preview, once the window is loaded.
+    /// The view for the preview. Called once the window is loaded.
     virtual platform::CameraView& cameraImageView() const = 0;
-    /// The state of the controls in a window that has just been loaded.
+    /// Sets the initial state of the controls.
     virtual void prepareControls() { }
-    /// Sets how the camera adjusts itself, before it is opened; there may be none.
+    /// Configures the automatic adjustments of the camera, if any, before it is opened.
     virtual void configureDevice(std::optional<platform::CaptureDevice>& device) = 0;
-    /// The output is part of the session, which is not running yet.
+    /// Called when the session has its output, before it runs.
     virtual void outputWasAdded(const std::optional<platform::CaptureDevice>& /*device*/) { }
     virtual void sessionWasStarted() { }
-    /// A code has been accepted, and put on offer; another may have been since.
+    /// Called for each accepted code. A later one may already be on offer.
     virtual void codeWasAccepted(const AcceptedCode& code) = 0;
     virtual void cancelCapture() = 0;
 

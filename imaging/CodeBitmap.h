@@ -4,9 +4,9 @@
 
 namespace vellumcap {
 
-/// A code's modules, one grey pixel each (Format_Grayscale8), enlarged to a grey bitmap of its
-/// CodeSize with hard edges: each pixel takes the module in which its centre lies. Null for no
-/// modules.
+/// Enlarges the modules of a code, one pixel each (Format_Grayscale8), to a bitmap of the same
+/// format and of its CodeSize. Edges are hard: each pixel has the value of the module that contains
+/// its centre. Null for a null image.
 QImage codeBitmap(const QImage& modules);
 
 } // namespace vellumcap

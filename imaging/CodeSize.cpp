@@ -13,7 +13,7 @@ CodeSize codeSize(QSize extent)
     const double width = extent.width();
     const double height = extent.height();
     const double scale = std::min(longerSide / width, longerSide / height);
-    return { scale, QSize(int(width * scale), int(height * scale)) };
+    return { scale, QSize(static_cast<int>(width * scale), static_cast<int>(height * scale)) };
 }
 
 } // namespace vellumcap

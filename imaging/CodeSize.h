@@ -4,14 +4,14 @@
 
 namespace vellumcap {
 
-/// How large a code is drawn.
+/// The size of a drawn code.
 struct CodeSize {
     double scale = 0; ///< pixels for each module
     QSize bitmap; ///< in pixels; empty for an empty extent
 };
 
-/// The longer side of `extent`, a size in modules, is brought to 1024 pixels, and the bitmap's
-/// sides are truncated. In double precision that makes some sides 1023, which is kept.
+/// Scales `extent`, a size in modules, so that its longer side has 1024 pixels, and truncates both
+/// sides. Because of rounding in double precision some longer sides have 1023 pixels.
 CodeSize codeSize(QSize extent);
 
 } // namespace vellumcap

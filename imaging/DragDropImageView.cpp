@@ -26,14 +26,14 @@ namespace {
 
 namespace drawing = platform::drawing;
 
-/// Marks what another such well offers, so that it is shown filling this one.
+/// The type that marks data from another well: its picture is previewed during the drag.
 constexpr auto wellType = "application/x-vellumcap-image-well";
 constexpr int dragSide = 32;
 constexpr double frameWidth = 5;
 constexpr double padding = 16;
 constexpr double radius = 12;
 
-/// A text that happens to be a path is no file.
+/// Only from URLs: a text that looks like a path is no file.
 QString pictureFile(const QMimeData& data)
 {
     return data.hasUrls() ? platform::pictureFileIn(data) : QString();
@@ -50,7 +50,7 @@ QImage readImage(const QMimeData& data)
     return (file.isEmpty() ? platform::readPictureData(data) : platform::readPicture(file)).image;
 }
 
-/// The picture's file when there is one among several.
+/// The first picture among the files; else the first local file.
 std::optional<QString> location(const QMimeData& data)
 {
     const QString picture = pictureFile(data);
@@ -75,7 +75,7 @@ QString titleFor(const std::optional<QString>& path)
     if (name.isEmpty()) { // the root folder
         name = *path;
     }
-    // In a title, "[*]" stands for the mark of a changed document.
+    // Qt replaces "[*]" in window titles; "[*][*]" shows it as it is.
     return name.replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
 }
 
@@ -86,8 +86,8 @@ QByteArray encoded(const QImage& image, const char* format)
     return image.save(&buffer, format) ? buffer.data() : QByteArray();
 }
 
-/// Where the drag finds the picture. Without a picture, or when it cannot be written, the file
-/// stays as it was.
+/// Writes the file for a drag and returns its path. The file stays unchanged when `image` is null
+/// or writing fails.
 QString writeCapture(const QImage& image)
 {
     const QString folder = platform::StandardFolders::caches();
@@ -216,8 +216,8 @@ void DragDropImageView::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     auto& shown = m_preview.isNull() ? m_picture : m_preview;
     QPalette colors = palette();
-    colors.setCurrentColorGroup(QPalette::Active); // empty is not faded
-    // A code needs light around it, on a dark desktop too.
+    colors.setCurrentColorGroup(QPalette::Active); // also for a disabled, empty well
+    // A code needs a light margin, in a dark colour scheme too.
     drawing::fillCard(
         painter, rect(), shown.isNull() ? drawing::tileColor(colors) : QColor(Qt::white), radius);
     drawing::strokeHairline(painter, rect(), drawing::hairlineColor(colors), radius);
@@ -225,7 +225,7 @@ void DragDropImageView::paintEvent(QPaintEvent* event)
     const QRectF area = QRectF(rect()).adjusted(margin, margin, -margin, -margin);
     shown.draw(painter, shown.fittingRect(area, devicePixelRatioF()));
     if (m_highlight) {
-        drawing::setDefaultLineWidth(frameWidth); // for every later stroke, too
+        drawing::setDefaultLineWidth(frameWidth); // also for all later strokes
         drawing::strokeRect(painter, event->rect(), Qt::darkGray);
     }
 }
@@ -249,8 +249,8 @@ void DragDropImageView::mousePressEvent(QMouseEvent* event)
     }
     auto* offered = new QMimeData;
     offered->setUrls({ QUrl::fromLocalFile(writeCapture(image())) });
-    auto* drag = new QDrag(this); // Qt deletes it once the receiver has had the offered
-    drag->setParent(QCoreApplication::instance()); // which may be after this view
+    auto* drag = new QDrag(this); // Qt deletes it when the receiver has the data,
+    drag->setParent(QCoreApplication::instance()); // which may be after this view is destroyed
     drag->setMimeData(offered);
     drag->setPixmap(dragPixmap());
     drag->setHotSpot({ dragSide / 2, dragSide / 2 });

@@ -12,8 +12,8 @@ class GenerateWindow;
 
 namespace vellumcap {
 
-/// Draws a QR code of a text that the user types; the picture can be kept in the journal or
-/// dragged out. A sheet of the journal; a new one each time. Main thread.
+/// Draws a QR code of a text that the user types. The picture can be saved in the journal or
+/// dragged out. A sheet of the journal window, created each time. Main thread.
 class GenerateWindow : public platform::WindowController {
     Q_OBJECT
 public:
@@ -21,7 +21,7 @@ public:
     ~GenerateWindow() override;
 
     bool canSave() const { return m_canSave; } ///< the well shows the code of generatedData()
-    /// The text has changed since a code was last asked for.
+    /// The text has changed since generateCode().
     bool canGenerate() const { return m_canGenerate; }
     QImage generatedImage() const { return m_generatedImage; } ///< grey; null at first
     /// The last text in the field that was not empty.
@@ -30,11 +30,11 @@ public:
     void updateUI();
     /// The user has changed the text.
     void controlTextDidChange();
-    /// Draws the text. One that no code can hold leaves the well empty and a message in it.
+    /// Draws the code. If the text is too long for a code, the well shows a message instead.
     void generateCode();
-    void saveGenerate(); ///< once more with every call
+    void saveGenerate(); ///< each call stores another capture
     void cancelGenerate();
-    /// The text field's action, sent by Return. Does nothing: only the button draws.
+    /// The text field's action, sent by Return. Does nothing: only the button generates.
     void setText();
 
 protected:

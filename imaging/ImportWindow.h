@@ -15,23 +15,22 @@ class ImportWindow;
 
 namespace vellumcap {
 
-/// Reads a code from a picture that the user puts into its well, and offers to keep it. A sheet of
-/// the journal; a new one for every import. Main thread, but for the detection, which shares the
-/// code on offer with it.
+/// Reads a code from a picture that the user puts into its well, and offers to save it. A sheet of
+/// the journal window, created for each import. Main thread.
 class ImportWindow : public platform::WindowController {
     Q_OBJECT
 public:
     ImportWindow();
     ~ImportWindow() override;
 
-    /// 0: waiting; 1: a code is on offer. Nothing depends on it.
+    /// 0: waiting; 1: a code is on offer. For information only.
     qint32 captureState() const { return m_offer->captureState(); }
-    /// The text of the last code offered; kept when the offer is cleared.
+    /// The text of the last code offered; stays when the offer is cleared.
     std::optional<QString> captureData() const { return m_offer->captureData(); }
-    /// The bitmap in which it was found.
+    /// The bitmap in which that code was found.
     QImage capturedImage() const { return m_offer->capturedImage(); }
 
-    /// The well's action: examines the picture that the well now holds.
+    /// The well's action: examines its picture.
     void setImage();
     void confirmCapture();
     void resetCapturing(); ///< clears the offer; the well keeps its picture

@@ -24,7 +24,7 @@ ScriptTable scanScriptFolder()
         return {};
     }
     ScriptTable scripts;
-    // Whatever stands there, broken links too; but nothing hidden.
+    // Entries of every kind, also broken links, but no hidden ones.
     const auto entries = QDir(folder.toLocalFile())
                              .entryInfoList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot,
                                  QDir::Unsorted);

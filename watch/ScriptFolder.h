@@ -6,16 +6,17 @@
 
 namespace vellumcap {
 
-/// The scripts that can be chosen: file name to location. Its order is that of the items in the
-/// popup, whose tags are `firstScriptTag` and those that follow.
+/// The scripts that can be chosen: file name to location, in the order of the popup's items, whose
+/// tags count up from `firstScriptTag`.
 using ScriptTable = QMap<QString, QUrl>;
 
-inline constexpr int firstScriptTag = 100; ///< what is less stands for running no script
+inline constexpr int firstScriptTag = 100; ///< a smaller tag means: run no script
 
-/// The scripts folder, made where it is missing; an empty URL when it cannot be.
+/// The scripts folder, created if it is missing; an empty URL on failure.
 QUrl scriptFolder();
 
-/// Logs and collects the scripts in the scripts folder; none when it cannot be read. Any thread.
+/// Collects the scripts in the scripts folder and logs each; empty when the folder cannot be read.
+/// Any thread.
 ScriptTable scanScriptFolder();
 
 } // namespace vellumcap

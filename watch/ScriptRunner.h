@@ -5,10 +5,9 @@
 
 namespace vellumcap {
 
-/// Loads the script at `path` anew and calls its handler `function` with `arguments`; with no
-/// function, or an empty one, it runs the script's top level. True when that went without an
-/// error; what came of it is in the log. Takes as long as the script does: to be called in a job of
-/// platform::dispatchScript().
+/// Loads the script at `path` and calls its handler `function` with `arguments`, or runs its top
+/// level if `function` is empty. Logs the result or the error; returns whether there was no error.
+/// Blocks as long as the script runs: call it in a job of platform::dispatchScript().
 bool executeScriptWithPath(
     const QString& path, const QString& function, const QStringList& arguments);
 

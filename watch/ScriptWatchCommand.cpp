@@ -46,7 +46,7 @@ bool boolValue(const QVariant& value)
     return number != 0.0 && !std::isnan(number);
 }
 
-/// No file has a longer name.
+/// Longer texts are no file names.
 QString nameValue(const QVariant& value)
 {
     const QString name = value.typeId() == QMetaType::QString ? value.toString() : u""_s;
@@ -72,8 +72,8 @@ void ScriptWatchCommand::performDefaultImplementation() const
     write(u"watch-openURLInBackground"_s, openInBackground);
     write(u"watch-saveCapture"_s, saveCapture);
     write(u"watch-closeOnFirstScan"_s, closeOnFirstScan);
-    // Looked up in its turn: a command may come before the program has finished launching, and
-    // when it is just going.
+    // The delegate is looked up in the queued job: the command may arrive before the program has
+    // launched, or while it quits.
     platform::dispatchMain([options = m_options] {
         const auto* delegate
             = dynamic_cast<const VellumcapAppDelegate*>(platform::Application::shared().delegate());

@@ -4,20 +4,19 @@
 
 namespace vellumcap {
 
-/// Another program's request to watch: writes three of the watch options and asks the journal
-/// window to begin. Main thread.
+/// Another program's request to watch: writes three of the watch options and begins a watch in the
+/// journal window. Main thread.
 class ScriptWatchCommand {
 public:
-    /// `arguments` are Booleans, numbers and texts. They may hold the Booleans "OpenInBackground",
-    /// "CloseOnFirstScan" and "SaveCapture", and the text "ScriptName"; what is missing is false or
-    /// empty.
+    /// `arguments` may contain the Booleans "OpenInBackground", "CloseOnFirstScan" and
+    /// "SaveCapture", and the text "ScriptName"; missing ones are false or empty.
     ///
-    /// A number is true unless it is zero or none. A text is true when it begins, behind spaces,
-    /// a sign and zeros, with one of Y, y, T, t and 1 to 9, so that "YES", "true" and "01" are and
-    /// "no", "0" and "on" are not.
+    /// Booleans may be given as numbers or texts. A number is true unless it is zero or not a
+    /// number. A text is true if its first character after leading spaces, one sign and zeros is
+    /// Y, y, T, t or 1 to 9: "YES", "true" and "01" are true, "no", "0" and "on" are false.
     explicit ScriptWatchCommand(const QVariantMap& arguments);
 
-    /// Returns before the watch window opens, and says nothing when none does.
+    /// Returns before the watch window opens. Nothing is reported when none can be opened.
     void performDefaultImplementation() const;
 
 private:

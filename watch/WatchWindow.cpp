@@ -39,7 +39,7 @@ constexpr auto saveCaptureKey = "watch-saveCapture";
 constexpr auto closeOnFirstScanKey = "watch-closeOnFirstScan";
 constexpr auto runScriptKey = "watch-runAppleScript";
 
-constexpr int noScriptTag = 0; // of the popup's own item
+constexpr int noScriptTag = 0; // of the item "No script"
 
 bool isOptionOn(const char* key)
 {
@@ -82,7 +82,7 @@ std::unique_ptr<QWidget> WatchWindow::loadWindow()
     return window;
 }
 
-/// The controls edit the settings, and show what others make of them.
+/// Connects the check boxes with the settings, in both directions.
 void WatchWindow::connectOptions()
 {
     const auto option = [this](QCheckBox* box, const char* latin1Key) {
@@ -111,11 +111,9 @@ void WatchWindow::configureDevice(std::optional<CaptureDevice>& chosen)
         return;
     }
     CaptureDevice& device = *chosen;
-    // Unlocked in any case: whether the lock was had is told by its error alone.
+    // unlockForConfiguration() is also called when locking has failed.
     const auto locked = [&device](const auto& set) {
-        platform::Error error;
-        const bool isLocked = device.lockForConfiguration(&error);
-        if (isLocked) {
+        if (device.lockForConfiguration()) {
             set();
         }
         device.unlockForConfiguration();
@@ -154,8 +152,9 @@ void WatchWindow::listScripts(const ScriptTable& scripts)
     }
 }
 
-/// Every code is handled with its own text and picture, whatever is found or reset meanwhile. A
-/// code that comes while an error is shown waits, and the window may be gone behind it.
+/// Handles every code with its own text and picture, even if another one is found or the text is
+/// reset meanwhile. A code that is accepted while an error alert is shown waits. The window may be
+/// destroyed behind the alert.
 void WatchWindow::codeWasAccepted(const AcceptedCode& code)
 {
     m_waiting.append(code);
@@ -207,7 +206,8 @@ void WatchWindow::saveCapture()
     StoreStack::shared().storeCapture(m_code.picture, m_code.text);
 }
 
-/// The script gets the text as it is when its turn comes, unless that has been reset by then.
+/// The script gets the current text of the offer when its job starts, or the handled text if the
+/// current one was reset.
 void WatchWindow::runChosenScript()
 {
     if (m_ui->appleScriptMenu->currentData().toInt() < firstScriptTag) {
@@ -221,7 +221,7 @@ void WatchWindow::runChosenScript()
     });
 }
 
-/// From then on the same code is another one. Resets are never postponed, and outlive the window.
+/// After the reset the same code counts as a new one. A reset runs even if the window is closed.
 void WatchWindow::resetCaptureDataLater()
 {
     platform::dispatchMainAfter(resetDelay, sharedOffer(), [offer = sharedOffer()] {
@@ -230,8 +230,8 @@ void WatchWindow::resetCaptureDataLater()
     });
 }
 
-/// A sheet hangs from its window: what is above the panel stays where it is on the screen, and the
-/// room for the panel is added below.
+/// A sheet is attached at its top: the controls above the panel keep their position, and the sheet
+/// grows at the bottom.
 void WatchWindow::clickTriangle()
 {
     const int height = m_ui->disclosureView->height();
@@ -243,7 +243,7 @@ void WatchWindow::clickTriangle()
     } else {
         m_ui->disclosureTriangle->setArrowType(Qt::RightArrow);
         m_ui->disclosureView->hide();
-        sheet->layout()->activate(); // or the least size with the panel keeps it from shrinking
+        sheet->layout()->activate(); // else the minimum size with the panel applies
         sheet->resize(sheet->width(), sheet->height() - height);
     }
 }
@@ -273,7 +273,7 @@ void WatchWindow::performClose()
     cancelCapture();
 }
 
-/// To everything but what is meant for the delegate.
+/// To every item except those of the delegate.
 bool WatchWindow::respondsTo(const QAction& item) const
 {
     return !platform::Application::shared().delegate()->respondsTo(item);

@@ -12,22 +12,22 @@ class WatchWindow;
 
 namespace vellumcap {
 
-/// Scans all the time and acts on every new code by itself: opens links and, as the options say,
-/// stores the code, ends the watch, runs a script of the user's. A sheet of the journal; a new one
-/// for every watch. Main thread.
+/// Scans continuously and handles every new code without the user: opens links and, depending on
+/// the options, stores the code, ends the watch, and runs a script of the user. A sheet of the
+/// journal window, created for each watch. Main thread.
 class WatchWindow final : public ScanningWindow, public platform::MenuResponder {
     Q_OBJECT
 public:
     WatchWindow();
     ~WatchWindow() override;
 
-    /// The scripts that were found when the window was loaded.
+    /// The scripts found by the search that loading the window starts.
     const ScriptTable& appleScripts() const { return m_appleScripts; }
-    /// File name of the script to preselect; absent unless another program asked for one.
+    /// File name of the script to preselect; absent unless another program has given one.
     const std::optional<QString>& scriptedScriptName() const { return m_scriptedScriptName; }
     void setScriptedScriptName(const QString& name) { m_scriptedScriptName = name; }
 
-    /// Acts on the last code: shows, opens and stores it, ends the watch, runs the script.
+    /// Handles the current code: shows, opens and stores it, ends the watch, runs the script.
     void processCapture();
     void saveCapture();
     void clickTriangle();
@@ -55,8 +55,8 @@ private:
     void listScripts(const ScriptTable& scripts);
 
     std::unique_ptr<Ui::WatchWindow> m_ui;
-    QList<AcceptedCode> m_waiting; ///< that were accepted while another was being handled
-    AcceptedCode m_code; ///< being handled, or handled last
+    QList<AcceptedCode> m_waiting; ///< accepted while another code was being handled
+    AcceptedCode m_code; ///< the code being handled, or the last one
     bool m_isHandling = false;
     ScriptTable m_appleScripts;
     std::optional<QString> m_scriptedScriptName;
