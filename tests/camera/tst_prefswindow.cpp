@@ -289,5 +289,5 @@ void PrefsWindowTest::listsAnewWhenShown()
     QCOMPARE(cameraMenu(prefs)->count(), 0);
 }
 
-VELLUMCAP_TEST_MAIN(PrefsWindowTest)
+VELLUMCAP_TEST(PrefsWindowTest)
 #include "tst_prefswindow.moc"

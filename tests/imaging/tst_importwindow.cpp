@@ -350,5 +350,5 @@ void ImportWindowTest::readsPastedPictures()
     QTRY_COMPARE(shownText(window), u"pasted"_s);
 }
 
-VELLUMCAP_TEST_MAIN(ImportWindowTest)
+VELLUMCAP_TEST(ImportWindowTest)
 #include "tst_importwindow.moc"
