@@ -190,7 +190,7 @@ void CaptureWindowTest::choosesTheCamera()
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey).value_or(QString()), stored);
     QTRY_COMPARE(used == u"a"_s ? first->links() : second->links(), 1);
 
-    // A choice that is made now is for the next window.
+    // A new choice affects the next window only.
     UserDefaults::standard().setString(cameraKey, u"a"_s);
     QCOMPARE(window.mCaptureDevice()->uniqueID(), used);
     window.cancelCapture();
@@ -234,13 +234,13 @@ void CaptureWindowTest::filtersByContrast()
     }
     QCOMPARE(window.preview()->filterNamed(u"exposure"_s), window.previewF1());
     QCOMPARE(window.preview()->filterNamed(u"contrast"_s), window.previewF2());
-    // 230 and 60 out of 255, through the filters.
+    // The brightness of paper(), 60 and 230 of 255, after the filters.
     const auto expected = [&window](double component) {
         const double exposed = window.previewF1()->applied(component);
         return qRound(std::clamp(window.previewF2()->applied(exposed), 0.0, 1.0) * 255);
     };
     QTRY_VERIFY(showsLivePicture(window));
-    constexpr int colourConversion = 3; // levels lost on the way through YUV
+    constexpr int colourConversion = 3; // levels lost by the conversion to YUV
     QVERIFY(qAbs(edges(window).first - expected(60 / 255.0)) <= colourConversion);
     QVERIFY(qAbs(edges(window).second - expected(230 / 255.0)) <= colourConversion);
 }
@@ -446,7 +446,7 @@ void CaptureWindowTest::cancelLetsGoOfTheCamera()
     QVERIFY(!window.preview());
     QCOMPARE(window.mCaptureDevice()->uniqueID(), u"a"_s);
     QTRY_COMPARE(camera->links(), 0);
-    // What is still under way for a window that was cancelled does no harm.
+    // Calls and settings that arrive after cancelling have no effect on the camera.
     window.confirmCapture();
     window.resumeCapturing();
     UserDefaults::standard().setDouble(contrastKey, 20);
@@ -559,7 +559,7 @@ void CaptureWindowTest::followsACameraThatChangesItsFormat()
     camera->show(paper(u"changed"_s));
 
     QTRY_COMPARE_WITH_TIMEOUT(shownText(window), u"changed"_s, 20000);
-    // Read before the change where that was quicker.
+    // The code may have been read before the change.
     if (window.capturedImage().size() == frameSize) {
         window.skipCapture();
         camera->show(paper(u"changed since"_s));
@@ -578,7 +578,7 @@ void CaptureWindowTest::aCameraThatSendsNoPicturesLeavesACaption()
     auto& window = openScan(program);
     QTRY_VERIFY(showsLivePicture(window));
 
-    camera->lie(u"YUY2:320x240@30"_s); // in frames that are called larger
+    camera->lie(u"YUY2:320x240@30"_s); // in frames that are announced as larger
     QTRY_VERIFY_WITH_TIMEOUT(cameraView(window).caption().contains(u"no picture"_s), 20000);
     QVERIFY(!showsLivePicture(window));
 

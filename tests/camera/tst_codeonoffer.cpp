@@ -19,7 +19,7 @@ QImage picture(QRgb colour)
     return result;
 }
 
-// Of its own in every thread, so that nothing but the object under test is shared.
+// A separate one in each thread, so that the threads share only the object under test.
 QString text(int number)
 {
     return u"code %1"_s.arg(number);

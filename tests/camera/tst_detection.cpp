@@ -69,8 +69,8 @@ void Detection::init()
     m_accepted = std::make_shared<std::atomic<int>>(0);
 }
 
-/// The examination holds the offer until it has ended. The picture is its own: ThreadSanitizer
-/// does not see Qt's reference counting.
+/// Returns after the examination, which shares the offer while it runs. It gets a copy of the
+/// picture: ThreadSanitizer does not see Qt's reference counting.
 void Detection::examineAndWait(QImage picture)
 {
     vellumcap::examine(std::move(picture), {}, m_offer,

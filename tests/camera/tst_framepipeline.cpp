@@ -30,7 +30,7 @@ using WhileOffering = FramePipeline::WhileOffering;
 
 const QString mirrorKey = u"pref-mirror-video"_s;
 
-/// A frame as a camera would send it: not quite white, with the code left of the middle.
+/// A light grey frame with a code left of the middle.
 QImage frameWith(const QString& text)
 {
     QImage frame(400, 240, QImage::Format_RGB32);
@@ -46,7 +46,7 @@ QList<std::shared_ptr<ImageFilter>> neutralFilters()
         std::make_shared<ImageFilter>(ImageFilter::Kind::ColorControls) };
 }
 
-/// Holds up whoever enters until it is opened.
+/// Blocks the threads that enter until it is opened.
 class Barrier {
 public:
     void enter()
@@ -104,7 +104,7 @@ private Q_SLOTS:
 private:
     void start(WhileOffering whileOffering, std::function<void()> accepted = {});
     void examine(const QImage& frame);
-    /// Examinations hold the offer until they have ended.
+    /// Each running examination shares the offer.
     bool areExaminationsOver() const { return m_offer.use_count() == offerHolders; }
 
     static constexpr long offerHolders = 2; // this test and the pipeline
@@ -112,7 +112,7 @@ private:
     std::shared_ptr<FramePipeline> m_pipeline;
     QList<std::shared_ptr<ImageFilter>> m_filters;
     std::atomic<int> m_accepted = 0;
-    int m_asked = 0; // for bitmaps
+    int m_asked = 0; // number of requests for bitmaps
 };
 
 void FramePipelineTest::init()

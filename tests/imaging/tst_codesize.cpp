@@ -21,14 +21,14 @@ QImage randomModules(QSize extent, quint32 seed)
     return modules;
 }
 
-/// Pixel by pixel, by the module under the pixel's centre.
+/// The expected bitmap: each pixel has the value of the module at its centre.
 QImage scaledNearest(const QImage& modules, QSize bitmap, double scale)
 {
     QImage scaled(bitmap, QImage::Format_Grayscale8);
     for (int y = 0; y < bitmap.height(); ++y) {
         for (int x = 0; x < bitmap.width(); ++x) {
             scaled.scanLine(y)[x]
-                = modules.constScanLine(int((y + 0.5) / scale))[int((x + 0.5) / scale)];
+                = modules.constScanLine(static_cast<int>((y + 0.5) / scale))[static_cast<int>((x + 0.5) / scale)];
         }
     }
     return scaled;

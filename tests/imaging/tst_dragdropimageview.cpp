@@ -53,7 +53,7 @@ QString captureFile()
     return platform::StandardFolders::caches() + u"/capture.png"_s;
 }
 
-/// A well in a window, and events as a drag from another program sends them.
+/// A well in a window, with the events of a drag from another program.
 struct Well {
     Well()
     {
@@ -95,8 +95,8 @@ struct Well {
         return event.isAccepted() && event.dropAction() == Qt::CopyAction;
     }
 
-    /// Presses the button on the view; the drag that this begins, until the next one. Without a
-    /// screen it ends at once.
+    /// Presses the button on the view and returns the drag that begins, valid until the next one.
+    /// On the offscreen platform a drag ends at once.
     QDrag* press() const
     {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -234,7 +234,7 @@ void DragDropImageViewTest::refusesWhatIsNoPicture()
     QVERIFY(!well.enter(*files(paths)));
     QVERIFY(!well.view->isHighlighted());
     QMimeData text;
-    text.setText(m_red); // a path as a text is no file
+    text.setText(m_red); // a text that looks like a path is no file
     QVERIFY(!well.enter(text));
 }
 
@@ -242,12 +242,12 @@ void DragDropImageViewTest::refusesSourcesThatDoNotCopy_data()
 {
     QTest::addColumn<int>("actions");
     QTest::addColumn<bool>("accepted");
-    QTest::newRow("move") << int(Qt::MoveAction) << false;
-    QTest::newRow("link") << int(Qt::LinkAction) << false;
-    QTest::newRow("move or link") << int(Qt::MoveAction | Qt::LinkAction) << false;
-    QTest::newRow("nothing") << int(Qt::IgnoreAction) << false;
-    QTest::newRow("copy") << int(Qt::CopyAction) << true;
-    QTest::newRow("copy or move") << int(Qt::CopyAction | Qt::MoveAction) << true;
+    QTest::newRow("move") << static_cast<int>(Qt::MoveAction) << false;
+    QTest::newRow("link") << static_cast<int>(Qt::LinkAction) << false;
+    QTest::newRow("move or link") << static_cast<int>(Qt::MoveAction | Qt::LinkAction) << false;
+    QTest::newRow("nothing") << static_cast<int>(Qt::IgnoreAction) << false;
+    QTest::newRow("copy") << static_cast<int>(Qt::CopyAction) << true;
+    QTest::newRow("copy or move") << static_cast<int>(Qt::CopyAction | Qt::MoveAction) << true;
 }
 
 void DragDropImageViewTest::refusesSourcesThatDoNotCopy()
@@ -381,7 +381,7 @@ void DragDropImageViewTest::takesTheFileThatIsAPicture()
 
 void DragDropImageViewTest::namesAddressesElsewhereNoFile()
 {
-    // As a browser drags a picture out of a page.
+    // What a browser offers for a picture of a page.
     const Well well;
     const auto data = pictureData(plainPicture({ 4, 4 }, Qt::blue));
     data->setUrls({ QUrl(u"https://example.org/picture.png"_s) });
@@ -475,7 +475,7 @@ void DragDropImageViewTest::dragOutlivesItsView()
     well->view->setImage(plainPicture({ 6, 6 }, Qt::red));
     const QPointer<QDrag> drag = well->press();
     well.reset();
-    // Its data are there until the receiver has had them; the file, for good.
+    // The data exist until the receiver has them; the file stays.
     QVERIFY(drag != nullptr);
     QCOMPARE(drag->mimeData()->urls(), QList{ QUrl::fromLocalFile(captureFile()) });
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -519,7 +519,7 @@ void DragDropImageViewTest::dragsNothingWithoutAllowDrag()
     QMouseEvent press(QEvent::MouseButtonPress, Well::at, well.window.mapToGlobal(Well::at),
         Qt::LeftButton, Qt::LeftButton, {});
     QApplication::sendEvent(well.view, &press);
-    QVERIFY(press.isAccepted()); // nobody else is to have it
+    QVERIFY(press.isAccepted()); // so that no other widget gets it
     QVERIFY(qApp->findChild<QDrag*>() == nullptr);
     QVERIFY(!QFile::exists(captureFile()));
 }
@@ -556,7 +556,7 @@ void DragDropImageViewTest::dragsWhenTheFileCannotBeWritten()
 void DragDropImageViewTest::providesTiffAndPdf()
 {
     Well well;
-    well.window.show(); // lays it out
+    well.window.show(); // computes the layout
     well.view->setImage(plainPicture({ 12, 9 }, Qt::red));
     QMimeData item;
     for (const char* type : { "image/tiff", "application/pdf", "image/png", "text/plain" }) {
@@ -568,7 +568,7 @@ void DragDropImageViewTest::providesTiffAndPdf()
     QCOMPARE(tiff.pixelColor(3, 3), QColor(Qt::red));
     const QByteArray pdf = item.data(u"application/pdf"_s);
     QVERIFY(pdf.startsWith("%PDF-"));
-    const auto points = [](int pixels) { return QByteArray::number(double(pixels), 'f', 6); };
+    const auto points = [](int pixels) { return QByteArray::number(static_cast<double>(pixels), 'f', 6); };
     const QByteArray box
         = "/MediaBox [0 0 " + points(well.view->width()) + ' ' + points(well.view->height()) + ']';
     QVERIFY2(pdf.contains(box), pdf.mid(pdf.indexOf("/MediaBox"), 60).constData());

@@ -26,7 +26,7 @@ using vellumcap::GenerateWindow;
 
 namespace {
 
-/// The sheet on the journal of a new program, worked with keys and clicks.
+/// The sheet on the journal of a new program, used by keys and clicks.
 struct Sheet {
     Sheet()
     {
@@ -55,7 +55,7 @@ struct Sheet {
     void save() const { click(*window, "buttonSave"); }
     void close() const { click(*window, "buttonClose"); }
 
-    /// What can be done: the enabled controls.
+    /// The names of the enabled controls.
     QString enabled() const
     {
         QStringList names;
@@ -67,7 +67,7 @@ struct Sheet {
         return names.join(u' ');
     }
 
-    /// What the well says while it is empty.
+    /// The message in the empty well.
     QString hint() const
     {
         const auto* label = control<QLabel>(*window, "labelWell");
@@ -129,7 +129,7 @@ void GenerateWindowTest::startsEmpty()
     QVERIFY(!sheet.well()->allowDrop());
     QVERIFY(sheet.well()->allowDrag());
     QCOMPARE(sheet.hint(), u"Type or paste a text above"_s);
-    QTRY_VERIFY(sheet.field()->hasFocus()); // one can type at once
+    QTRY_VERIFY(sheet.field()->hasFocus()); // the user can type at once
 }
 
 void GenerateWindowTest::goesThroughItsStates()
@@ -358,7 +358,7 @@ void GenerateWindowTest::closeStoresNothing()
     sheet.type(u"abc"_s);
     sheet.generate();
     sheet.close();
-    // The window is gone at once, the sheet ends with the next turn of the event loop.
+    // The window is hidden at once; the sheet ends in the next turn of the event loop.
     QVERIFY(!sheet.window->window()->isVisible());
     QVERIFY(platform::attachedSheet(sheet.program.journal().window()) != nullptr);
     QTRY_VERIFY(platform::attachedSheet(sheet.program.journal().window()) == nullptr);

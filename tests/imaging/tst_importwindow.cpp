@@ -43,7 +43,7 @@ bool isPromptVisible(ImportWindow& window)
     return control<QLabel>(window, "labelDragImage")->isVisible();
 }
 
-/// Drops the picture onto the well, as another program's drag would.
+/// Drops the picture onto the well, as from another program.
 void drop(ImportWindow& window, const QImage& picture)
 {
     QMimeData data;
@@ -274,7 +274,7 @@ void ImportWindowTest::closeStoresNothing()
     drop(window, qr(u"not kept"_s));
     QTRY_COMPARE(enabledButtons(window), offering);
     click(window, "buttonClose");
-    // The window is gone at once, the sheet ends with the next turn of the event loop.
+    // The window is hidden at once; the sheet ends in the next turn of the event loop.
     QVERIFY(!window.window()->isVisible());
     QVERIFY(platform::attachedSheet(program.journal().window()) != nullptr);
     QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
@@ -335,7 +335,7 @@ void ImportWindowTest::theLaterOfTwoDropsWins()
     drop(window, qr(u"two"_s));
     waitForExaminations();
     QTRY_COMPARE(enabledButtons(window), offering);
-    // Both are examined at once: whichever was accepted last is the one on offer.
+    // Both are examined at the same time: the one accepted last is on offer.
     QCOMPARE(shownText(window), window.captureData().value());
     QVERIFY(program.journal().captures().empty());
 }

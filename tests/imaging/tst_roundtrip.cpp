@@ -1,4 +1,4 @@
-// Texts are drawn and read back by two libraries that know nothing of the one that drew them.
+// Draws codes of texts and reads them back with two independent libraries.
 
 #include "imaging/CodeBitmap.h"
 #include "platform/barcode/QRCodeGenerator.h"
@@ -19,7 +19,7 @@ constexpr int texts = 250;
 constexpr int texts = 2400;
 #endif
 
-/// As a page shows it: a few pixels for each module, and white around it.
+/// The code as on a page: a few pixels for each module, and a white margin.
 QImage onPaper(const QImage& modules, int modulePixels)
 {
     constexpr int margin = 4; // modules
@@ -45,7 +45,7 @@ public:
 
     int upTo(int most) { return std::uniform_int_distribution(0, most)(m_engine); }
 
-    /// Mostly short, sometimes as long as fits.
+    /// Mostly short, sometimes the greatest length that fits.
     int length(int most)
     {
         const int scale = upTo(19);
@@ -54,7 +54,7 @@ public:
 
     template <typename List> const auto& oneOf(const List& list)
     {
-        return list.at(size_t(upTo(int(list.size()) - 1)));
+        return list.at(static_cast<size_t>(upTo(static_cast<int>(list.size()) - 1)));
     }
 
 private:
@@ -65,7 +65,7 @@ QByteArray charactersOf(Random& random, const QByteArray& set, int length)
 {
     QByteArray made;
     while (made.size() < length) {
-        made.append(set.at(random.upTo(int(set.size()) - 1)));
+        made.append(set.at(random.upTo(static_cast<int>(set.size()) - 1)));
     }
     return made;
 }
@@ -94,7 +94,7 @@ QByteArray scripts(Random& random, int bytes)
         const Range& range = random.oneOf(ranges);
         for (int run = random.upTo(8); run >= 0; --run) {
             const char32_t letter
-                = range.first + char32_t(random.upTo(int(range.last - range.first)));
+                = range.first + static_cast<char32_t>(random.upTo(static_cast<int>(range.last - range.first)));
             made.append(QString::fromUcs4(&letter, 1).toUtf8());
         }
     }

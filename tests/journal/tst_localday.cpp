@@ -28,7 +28,7 @@ void LocalDayTest::agreesWithTheCalendar()
     constexpr qint64 step = 5 * 60 * 60 * 1000 + 1;
     for (const int year : { 1968, 2011, 2025 }) {
         const qint64 begin = QDateTime(QDate(year, 1, 1), QTime(0, 0), Qt::UTC).toMSecsSinceEpoch();
-        for (qint64 instant = begin; instant < begin + 366 * 24 * 3600 * qint64(1000);
+        for (qint64 instant = begin; instant < begin + 366 * 24 * 3600 * qint64{ 1000 };
              instant += step) {
             const LocalDay day = LocalDay::of(instant);
             const QDate date = QDateTime::fromMSecsSinceEpoch(instant).date();

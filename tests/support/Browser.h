@@ -5,13 +5,13 @@
 
 namespace support {
 
-/// The default handler of web links and folders, which notes down what it is asked to open. Made
-/// once in a process, before anything is opened.
+/// The default handler of web links and folders: records what it is asked to open. Create one per
+/// process, before anything is opened.
 class Browser {
 public:
     Browser();
 
-    QStringList opened() const; ///< in order
+    QStringList opened() const; ///< URLs in the order of opening
     void forget();
 
 private:

@@ -16,15 +16,15 @@
 
 namespace support {
 
-constexpr int patienceWithCameras = 20000; // milliseconds, on a machine that is busy
+constexpr int patienceWithCameras = 20000; // ms, for a busy machine
 
 /// Four quarters: red, green, blue, grey.
 QImage quarters(QSize size = { 640, 480 });
 
-/// What is wrong with the first quarter that has another colour; empty when none has.
+/// Describes the first quarter of `seen` whose colour differs; empty when none does.
 QString wrongQuarter(const QImage& seen, const QImage& expected);
 
-/// The device, once the program has learnt of the camera.
+/// Waits until the program lists the camera; nullopt when it does not.
 std::optional<platform::CaptureDevice> awaitedDevice(const QString& camera);
 
 /// Plugs in a camera that shows `picture`, white for a null one; returns once the program lists it,
@@ -35,7 +35,7 @@ std::optional<platform::CaptureDevice> awaitedDevice(const QString& camera);
 /// A camera of 640x480 at 30 frames a second.
 CameraWish smallCamera(const QString& name, const QString& encoding = QStringLiteral("YUY2"));
 
-/// Remembers what it is given. `act`, if set, runs with each frame.
+/// Records the frames that it receives. Calls `act`, if set, after each frame. Any thread.
 class FrameWatcher : public platform::SampleBufferDelegate {
 public:
     explicit FrameWatcher(std::function<void()> act = {});
@@ -45,7 +45,7 @@ public:
 
     qsizetype count() const;
     QList<quint64> sequences() const;
-    QImage pixels() const; ///< of the latest
+    QImage pixels() const; ///< of the latest frame
     void forget();
 
 private:
@@ -66,7 +66,7 @@ struct CaptureScene {
     std::shared_ptr<platform::CaptureVideoDataOutput> output
         = std::make_shared<platform::CaptureVideoDataOutput>();
     std::shared_ptr<FrameWatcher> watcher;
-    QList<platform::CaptureSession::Interruption> told; ///< each interruption that was told of
+    QList<platform::CaptureSession::Interruption> told; ///< all reported interruptions
 };
 
 } // namespace support

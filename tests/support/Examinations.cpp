@@ -13,8 +13,8 @@ namespace support {
 
 void waitForExaminations()
 {
-    // Jobs start in the order of submission: when each of the queue's threads has one of these,
-    // none has an earlier one any more.
+    // Jobs start in the order of submission: once each thread of the queue runs one of these jobs,
+    // all earlier jobs have ended.
     const auto threads = std::max(2U, std::thread::hardware_concurrency());
     const auto meeting = std::make_shared<std::latch>(threads);
     for (unsigned number = 0; number < threads; ++number) {

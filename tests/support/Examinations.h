@@ -2,7 +2,7 @@
 
 namespace support {
 
-/// Waits until every examination of a picture that was submitted has ended, and runs what it has
+/// Waits until all submitted examinations of pictures have ended, and runs the jobs that they have
 /// submitted to the main thread. Main thread.
 void waitForExaminations();
 

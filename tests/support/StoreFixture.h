@@ -11,7 +11,7 @@
 
 namespace support {
 
-/// The attributes of the program's Capture entity, by place.
+/// The indexes of the attributes of the program's entity "Capture".
 enum CaptureAttribute { ImageKey, Type, Value, Date, IsUrl, Notes };
 
 /// The program's own model.

@@ -21,7 +21,7 @@ using support::LogLines;
 
 namespace {
 
-/// Stands in for the desktop's notifications.
+/// Takes the place of the desktop's notification service.
 class Notifications : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -42,7 +42,7 @@ public Q_SLOTS:
     }
 };
 
-/// A web server that notes what is posted to it.
+/// A web server that records what is posted to it.
 class Hook : public QTcpServer {
 public:
     struct Request {
@@ -87,7 +87,7 @@ private:
 
 } // namespace
 
-/// Each example, as a user has it, does what it says with texts that want something else.
+/// Runs each example script with hostile texts.
 class ExampleScriptsTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -118,7 +118,7 @@ private:
         QFile file(csvPath());
         return file.open(QFile::ReadOnly) ? file.readAll() : QByteArray();
     }
-    /// Runs the example while this thread answers what it asks for.
+    /// Runs the example on another thread, while this thread serves its requests.
     static bool run(const char* name, const QString& text);
 
     QProcess m_bus;

@@ -26,7 +26,7 @@ private Q_SLOTS:
     void handsTheTextOverExactly();
     void loadsTheFileForEveryRun();
     void runsInParallel();
-    void goesOnBesideAnEndlessScript(); // the last one: scripts are finished by it
+    void goesOnBesideAnEndlessScript(); // must be the last one: it ends all scripts
 
 private:
     QString write(const QByteArray& text) const
@@ -132,7 +132,7 @@ void ScriptRunnerTest::saysThatAScriptFailed()
     const QString path = write(text);
     const QStringList log
         = logOf([&] { QVERIFY(!executeScriptWithPath(path, handler, { u"text"_s })); });
-    QCOMPARE(log.size(), 1); // one line, whatever is in the traceback
+    QCOMPARE(log.size(), 1); // one line, whatever the error message contains
     QVERIFY2(log.first().startsWith(failure), qUtf8Printable(log.first()));
     QVERIFY2(log.first().contains(message), qUtf8Printable(log.first()));
     QVERIFY(log.first().contains(u"stack traceback:"_s) || message == u"not enough memory"_s);
@@ -167,7 +167,7 @@ void ScriptRunnerTest::loadsTheFileForEveryRun()
 
 void ScriptRunnerTest::runsInParallel()
 {
-    // Each waits for what the other makes, which it would not live to see if they took turns.
+    // Each script waits for the other's file: both end only if they run at the same time.
     const QByteArray text = "function scanned_code(own, other)\n"
                             "  mine = own\n"
                             "  io.open(own, 'w'):close()\n"

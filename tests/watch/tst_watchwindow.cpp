@@ -81,7 +81,8 @@ bool isSheetAttached(Program& program)
     return platform::attachedSheet(program.journal().window()) != nullptr;
 }
 
-/// The texts in the journal, oldest first. One that is in view for long is kept again and again.
+/// The texts in the journal, oldest first, without repetitions: a code that stays in view is stored
+/// again and again.
 QStringList keptTexts(Program& program)
 {
     QStringList texts;
@@ -149,7 +150,7 @@ private Q_SLOTS:
     void initTestCase();
     void init();
     void cleanup();
-    // The first two: later ones leave resets behind.
+    // These two run first: the others leave resets behind.
     void handlesACodeInViewAgainAfterFiveSeconds();
     void resetsOutliveTheirWindow();
     void watchesAtFirst();
@@ -224,7 +225,7 @@ void WatchWindowTest::watchesAtFirst()
     QVERIFY(!triangleOf(window)->isChecked());
     QVERIFY(!optionsPanel(window)->isVisible());
     QTRY_VERIFY(support::showsLivePicture(window));
-    support::waitForExaminations(); // and for the scan of the folder, which is empty
+    support::waitForExaminations(); // and the scan of the folder, which is empty
     QVERIFY(window.appleScripts().isEmpty());
     QCOMPARE(items(*scriptMenu(window)), QStringList(u"0 No script"_s));
 }
@@ -359,7 +360,7 @@ void WatchWindowTest::savesClosesAndThenRunsTheScript()
     camera->show(paper(u"all of it"_s));
 
     QTRY_COMPARE(content(told), QByteArray("all of it\n"));
-    QTRY_VERIFY(!isSheetAttached(program)); // in a later turn of the event loop than the window
+    QTRY_VERIFY(!isSheetAttached(program)); // after the window, in a later turn of the event loop
     QCOMPARE(program.journal().captures().size(), 1);
     QCOMPARE(program.journal().captures().front()->captureValue(), u"all of it"_s);
 }
@@ -413,8 +414,8 @@ void WatchWindowTest::runsNothingWithoutAScript()
     QVERIFY(LogLines::all().filter(u"error"_s).isEmpty());
 }
 
-/// A at 0 s, B from 2 s on: what A began clears B at 5 s, what B began does so at 7 s. On the main
-/// queue, what is due comes in its turn, however late.
+/// Shows A at 0 s and B from 2 s on: the reset of A clears B at 5 s, the reset of B at 7 s. Delayed
+/// jobs of the main queue run in the order of their times, however late.
 void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
 {
     const QString reset = u"Reset capture data"_s;
@@ -442,7 +443,7 @@ void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
     camera->show(paper(u"B"_s));
 
     QTRY_VERIFY_WITH_TIMEOUT(handled() >= 4, 3 * support::patience);
-    QVERIFY(resets() >= handled() - 2); // one before each time that B was handled again
+    QVERIFY(resets() >= handled() - 2); // one before each further handling of B
     QCOMPARE(keptTexts(program), QStringList({ u"A"_s, u"B"_s }));
 
     QVERIFY(takeAway(*camera, window));
@@ -452,7 +453,7 @@ void WatchWindowTest::handlesACodeInViewAgainAfterFiveSeconds()
         return line != reset && line != notBefore && line != notAfter;
     });
     QCOMPARE(lines.mid(0, 4), QStringList({ notBefore, reset, notAfter, reset }));
-    // The text stays on show when it is no longer compared with.
+    // The text stays visible after its reset.
     QCOMPARE(window.captureData(), QString());
     QVERIFY(window.captureData().has_value());
     QCOMPARE(shownText(window), u"B"_s);
@@ -468,7 +469,7 @@ void WatchWindowTest::resetsOutliveTheirWindow()
     QTRY_VERIFY(!isSheetAttached(program));
     camera->show(paper());
 
-    openWatch(program); // in the place of the first
+    openWatch(program); // replaces the first window
 
     QTRY_COMPARE(LogLines::all().count(u"Reset capture data"_s), 1);
 }
@@ -595,7 +596,7 @@ void WatchWindowTest::editsTheOptions()
         QCOMPARE(box->isChecked(), before);
         box->click();
         QCOMPARE(UserDefaults::standard().boolForKey(key), !before);
-        // Another program's command changes them too.
+        // The box also follows changes by another program's command.
         UserDefaults::standard().setBool(key, before);
         QCOMPARE(box->isChecked(), before);
     }
@@ -715,7 +716,7 @@ void WatchWindowTest::survivesWithoutACamera()
     const LogLines log;
     auto& window = openWatch(program);
 
-    QCOMPARE(LogLines::all().count(u"(null)"_s), 1); // in place of frame rates
+    QCOMPARE(LogLines::all().count(u"(null)"_s), 1); // instead of frame rates
     QTRY_VERIFY(cameraView(window).caption().contains(u"No camera"_s));
     window.cancelCapture();
     QTRY_VERIFY(!isSheetAttached(program));
