@@ -1,5 +1,6 @@
 #include "camera/CaptureWindow.h"
 
+#include "camera/OfferControls.h"
 #include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/services/Log.h"
@@ -53,18 +54,7 @@ CaptureWindow::CaptureWindow()
 {
 }
 
-CaptureWindow::~CaptureWindow()
-{
-    endPreferenceObservations();
-    endAdjustmentObservations();
-}
-
-void CaptureWindow::endAdjustmentObservations()
-{
-    for (auto& observation : m_adjustments) {
-        observation.reset();
-    }
-}
+CaptureWindow::~CaptureWindow() = default;
 
 std::unique_ptr<QWidget> CaptureWindow::loadWindow()
 {
@@ -177,7 +167,7 @@ void CaptureWindow::cancelCapture()
         mCaptureSession()->stopRunning();
     }
     releaseSession();
-    endAdjustmentObservations(); // an observation keeps the device open
+    m_adjustments = {}; // an observation keeps the device open
     platform::endSheet(window());
     window()->hide();
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "camera/OfferControls.h"
 #include "camera/ScanningWindow.h"
 #include "platform/camera/CaptureDevice.h"
 
@@ -11,6 +10,8 @@ class CaptureWindow;
 }
 
 namespace vellumcap {
+
+class OfferControls;
 
 /// Scans for one code at a time: the first new one stops the camera, and the user can save, skip or
 /// open it. A sheet of the journal window, created for each scan. Main thread.
@@ -42,8 +43,6 @@ protected:
     void codeWasAccepted(const AcceptedCode& code) override;
 
 private:
-    void endAdjustmentObservations();
-
     std::unique_ptr<Ui::CaptureWindow> m_ui;
     std::unique_ptr<OfferControls> m_controls;
     std::optional<platform::CaptureDevice> m_device;

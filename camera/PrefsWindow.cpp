@@ -16,14 +16,9 @@ namespace vellumcap {
 
 namespace {
 
-QString key(const char* name)
-{
-    return QString::fromLatin1(name);
-}
-
-constexpr auto cameraKey = "pref-camera-id";
-constexpr auto contrastKey = "pref-camera-contrast";
-constexpr auto mirrorKey = "pref-mirror-video";
+const auto cameraKey = u"pref-camera-id"_s;
+const auto contrastKey = u"pref-camera-contrast"_s;
+const auto mirrorKey = u"pref-mirror-video"_s;
 
 } // namespace
 
@@ -44,8 +39,8 @@ std::unique_ptr<QWidget> PrefsWindow::loadWindow()
 void PrefsWindow::windowDidLoad()
 {
     const auto& defaults = platform::UserDefaults::standard();
-    m_contrast = defaults.doubleForKey(key(contrastKey));
-    m_ui->mirrorVideoCheckbox->setChecked(defaults.integerForKey(key(mirrorKey)) != 0);
+    m_contrast = defaults.doubleForKey(contrastKey);
+    m_ui->mirrorVideoCheckbox->setChecked(defaults.integerForKey(mirrorKey) != 0);
     showContrast();
     connect(m_ui->cameraMenu, &QComboBox::activated, this, &PrefsWindow::menuSelected);
     connect(m_ui->contrastSlider, &QSlider::valueChanged, this, &PrefsWindow::setContrast);
@@ -63,7 +58,7 @@ void PrefsWindow::updateMenu()
 {
     using platform::CaptureDevice;
     using platform::MediaType;
-    const auto stored = platform::UserDefaults::standard().stringForKey(key(cameraKey));
+    const auto stored = platform::UserDefaults::standard().stringForKey(cameraKey);
     const auto standard = CaptureDevice::defaultDeviceWithMediaType(MediaType::Video);
     m_devices.clear();
     m_ui->cameraMenu->clear();
@@ -87,7 +82,7 @@ void PrefsWindow::menuSelected()
         return;
     }
     auto& defaults = platform::UserDefaults::standard();
-    defaults.setString(key(cameraKey), m_devices.at(index));
+    defaults.setString(cameraKey, m_devices.at(index));
     defaults.synchronize();
 }
 
@@ -111,13 +106,13 @@ void PrefsWindow::setContrast(double contrast)
 void PrefsWindow::contrastChanged()
 {
     platform::log(u"Contrast value %1"_s.arg(m_contrast, 0, 'f', 6));
-    platform::UserDefaults::standard().setDouble(key(contrastKey), m_contrast);
+    platform::UserDefaults::standard().setDouble(contrastKey, m_contrast);
 }
 
 void PrefsWindow::mirrorVideoChanged()
 {
     platform::UserDefaults::standard().setInteger(
-        key(mirrorKey), m_ui->mirrorVideoCheckbox->isChecked() ? 1 : 0);
+        mirrorKey, m_ui->mirrorVideoCheckbox->isChecked() ? 1 : 0);
 }
 
 } // namespace vellumcap

@@ -23,13 +23,12 @@ using platform::CaptureDevice;
 using platform::CaptureSession;
 using platform::ImageFilter;
 
-constexpr auto exposureName = "exposure";
-constexpr auto contrastName = "contrast";
+const auto exposureName = u"exposure"_s;
+const auto contrastName = u"contrast"_s;
 
-QString string(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
+const auto cameraKey = u"pref-camera-id"_s;
+const auto contrastKey = u"pref-camera-contrast"_s;
+const auto mirrorKey = u"pref-mirror-video"_s;
 
 /// The chosen camera; the default one if that is not connected or none was chosen.
 std::optional<CaptureDevice> cameraToUse(const std::optional<QString>& chosenID)
@@ -47,10 +46,10 @@ std::optional<CaptureDevice> cameraToUse(const std::optional<QString>& chosenID)
     return device;
 }
 
-std::shared_ptr<ImageFilter> namedFilter(ImageFilter::Kind kind, const char* name)
+std::shared_ptr<ImageFilter> namedFilter(ImageFilter::Kind kind, const QString& name)
 {
     auto filter = std::make_shared<ImageFilter>(kind);
-    filter->setName(string(name));
+    filter->setName(name);
     return filter;
 }
 
@@ -79,16 +78,7 @@ ScanningWindow::ScanningWindow(FramePipeline::WhileOffering whileOffering)
 {
 }
 
-ScanningWindow::~ScanningWindow()
-{
-    endPreferenceObservations();
-}
-
-void ScanningWindow::endPreferenceObservations()
-{
-    m_contrastObservation.end();
-    m_mirrorObservation.end();
-}
+ScanningWindow::~ScanningWindow() = default;
 
 void ScanningWindow::windowDidLoad()
 {
@@ -96,7 +86,7 @@ void ScanningWindow::windowDidLoad()
     prepareControls();
     m_session = std::make_shared<CaptureSession>();
     m_session->setInterruptionObserver([this] { showInterruption(); });
-    const auto chosenID = platform::UserDefaults::standard().stringForKey(u"pref-camera-id"_s);
+    const auto chosenID = platform::UserDefaults::standard().stringForKey(cameraKey);
     observePreferences();
     auto device = cameraToUse(chosenID);
     configureDevice(device);
@@ -115,9 +105,8 @@ void ScanningWindow::windowDidLoad()
 void ScanningWindow::observePreferences()
 {
     auto& defaults = platform::UserDefaults::standard();
-    m_contrastObservation
-        = defaults.observe(u"pref-camera-contrast"_s, [this] { buildCoreFilterArray(); });
-    m_mirrorObservation = defaults.observe(u"pref-mirror-video"_s, [this] { followMirroring(); });
+    m_contrastObservation = defaults.observe(contrastKey, [this] { buildCoreFilterArray(); });
+    m_mirrorObservation = defaults.observe(mirrorKey, [this] { followMirroring(); });
 }
 
 void ScanningWindow::addOutput()
@@ -148,13 +137,12 @@ void ScanningWindow::buildCoreFilterArray()
         m_scannerF1 = namedFilter(Kind::ExposureAdjust, exposureName);
         m_scannerF2 = namedFilter(Kind::ColorControls, contrastName);
     }
-    const double setting
-        = platform::UserDefaults::standard().doubleForKey(u"pref-camera-contrast"_s);
+    const double setting = platform::UserDefaults::standard().doubleForKey(contrastKey);
     const double exposure = 0.5 + setting / 100;
     const double contrast = setting / 100 + 1;
     if (m_preview) {
-        m_preview->filterNamed(string(exposureName))->setValue(exposure);
-        m_preview->filterNamed(string(contrastName))->setValue(contrast);
+        m_preview->filterNamed(exposureName)->setValue(exposure);
+        m_preview->filterNamed(contrastName)->setValue(contrast);
         m_preview->setNeedsDisplay();
     }
     m_scannerF1->setValue(exposure);

@@ -1,6 +1,7 @@
 #include "imaging/ImportWindow.h"
 
 #include "camera/Detection.h"
+#include "camera/OfferControls.h"
 #include "platform/services/Dispatch.h"
 #include "ui_ImportWindow.h"
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "camera/CodeOnOffer.h"
-#include "camera/OfferControls.h"
 #include "platform/ui/WindowController.h"
 
 #include <QImage>
@@ -14,6 +13,8 @@ class ImportWindow;
 }
 
 namespace vellumcap {
+
+class OfferControls;
 
 /// Reads a code from a picture that the user puts into its well, and offers to save it. A sheet of
 /// the journal window, created for each import. Main thread.

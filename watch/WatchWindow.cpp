@@ -34,16 +34,16 @@ using platform::UserDefaults;
 
 constexpr auto resetDelay = 5s;
 
-constexpr auto openInBackgroundKey = "watch-openURLInBackground";
-constexpr auto saveCaptureKey = "watch-saveCapture";
-constexpr auto closeOnFirstScanKey = "watch-closeOnFirstScan";
-constexpr auto runScriptKey = "watch-runAppleScript";
+const auto openInBackgroundKey = u"watch-openURLInBackground"_s;
+const auto saveCaptureKey = u"watch-saveCapture"_s;
+const auto closeOnFirstScanKey = u"watch-closeOnFirstScan"_s;
+const auto runScriptKey = u"watch-runAppleScript"_s;
 
 constexpr int noScriptTag = 0; // of the item "No script"
 
-bool isOptionOn(const char* key)
+bool isOptionOn(const QString& key)
 {
-    return UserDefaults::standard().boolForKey(QString::fromLatin1(key));
+    return UserDefaults::standard().boolForKey(key);
 }
 
 QString described(const QList<platform::FrameRateRange>& ranges)
@@ -85,9 +85,8 @@ std::unique_ptr<QWidget> WatchWindow::loadWindow()
 /// Connects the check boxes with the settings, in both directions.
 void WatchWindow::connectOptions()
 {
-    const auto option = [this](QCheckBox* box, const char* latin1Key) {
-        const QString key = QString::fromLatin1(latin1Key);
-        const auto show = [box, latin1Key] { box->setChecked(isOptionOn(latin1Key)); };
+    const auto option = [this](QCheckBox* box, const QString& key) {
+        const auto show = [box, key] { box->setChecked(isOptionOn(key)); };
         show();
         connect(box, &QCheckBox::clicked, this,
             [key](bool on) { UserDefaults::standard().setBool(key, on); });

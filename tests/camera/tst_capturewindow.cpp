@@ -21,8 +21,8 @@ using Qt::StringLiterals::operator""_s;
 using platform::CaptureDevice;
 using platform::UserDefaults;
 using support::CameraRig;
-using support::CameraWish;
 using support::cameraView;
+using support::CameraWish;
 using support::click;
 using support::control;
 using support::frameSize;
@@ -302,7 +302,8 @@ void CaptureWindowTest::offersTheFirstCode()
     QCOMPARE(window.captureData(), u"first"_s);
     QCOMPARE(window.capturedImage().size(), frameSize);
     QVERIFY(control<platform::ImageView>(window, "capturedImageView")->isVisible());
-    QCOMPARE(control<platform::ImageView>(window, "capturedImageView")->image(), window.capturedImage());
+    QCOMPARE(
+        control<platform::ImageView>(window, "capturedImageView")->image(), window.capturedImage());
     QCOMPARE(enabledButtons(window), confirming);
     QVERIFY(!window.mCaptureSession()->isRunning());
     QTRY_COMPARE(camera->links(), 0);
@@ -595,8 +596,7 @@ void CaptureWindowTest::aCameraThatRefusesLeavesACaption()
 
     auto& window = openScan(program);
 
-    QTRY_VERIFY_WITH_TIMEOUT(
-        cameraView(window).caption().contains(u"cannot be opened"_s), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(cameraView(window).caption().contains(u"cannot be opened"_s), 20000);
     QVERIFY(!showsLivePicture(window));
     click(window, "buttonCancel");
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);

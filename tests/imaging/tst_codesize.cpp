@@ -27,8 +27,8 @@ QImage scaledNearest(const QImage& modules, QSize bitmap, double scale)
     QImage scaled(bitmap, QImage::Format_Grayscale8);
     for (int y = 0; y < bitmap.height(); ++y) {
         for (int x = 0; x < bitmap.width(); ++x) {
-            scaled.scanLine(y)[x]
-                = modules.constScanLine(static_cast<int>((y + 0.5) / scale))[static_cast<int>((x + 0.5) / scale)];
+            scaled.scanLine(y)[x] = modules.constScanLine(
+                static_cast<int>((y + 0.5) / scale))[static_cast<int>((x + 0.5) / scale)];
         }
     }
     return scaled;

@@ -568,7 +568,8 @@ void DragDropImageViewTest::providesTiffAndPdf()
     QCOMPARE(tiff.pixelColor(3, 3), QColor(Qt::red));
     const QByteArray pdf = item.data(u"application/pdf"_s);
     QVERIFY(pdf.startsWith("%PDF-"));
-    const auto points = [](int pixels) { return QByteArray::number(static_cast<double>(pixels), 'f', 6); };
+    const auto points
+        = [](int pixels) { return QByteArray::number(static_cast<double>(pixels), 'f', 6); };
     const QByteArray box
         = "/MediaBox [0 0 " + points(well.view->width()) + ' ' + points(well.view->height()) + ']';
     QVERIFY2(pdf.contains(box), pdf.mid(pdf.indexOf("/MediaBox"), 60).constData());

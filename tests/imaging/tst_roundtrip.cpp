@@ -93,8 +93,8 @@ QByteArray scripts(Random& random, int bytes)
     while (made.size() < bytes) {
         const Range& range = random.oneOf(ranges);
         for (int run = random.upTo(8); run >= 0; --run) {
-            const char32_t letter
-                = range.first + static_cast<char32_t>(random.upTo(static_cast<int>(range.last - range.first)));
+            const char32_t letter = range.first
+                + static_cast<char32_t>(random.upTo(static_cast<int>(range.last - range.first)));
             made.append(QString::fromUcs4(&letter, 1).toUtf8());
         }
     }

@@ -77,8 +77,8 @@ void WatchBurst::losesNothing()
     Program program;
     program.journal().watch(QVariantMap{ { u"ScriptName"_s, u"record.scpt"_s } });
     auto& window = *program.journal().watchWindow();
-    QTRY_COMPARE(support::control<QComboBox>(window, "appleScriptMenu")->currentText(),
-        u"record.scpt"_s);
+    QTRY_COMPARE(
+        support::control<QComboBox>(window, "appleScriptMenu")->currentText(), u"record.scpt"_s);
     const auto isTold = [&told](const QString& text) {
         QFile file(told);
         return file.open(QFile::ReadOnly) && file.readAll().contains(text.toUtf8() + '\n');

@@ -487,8 +487,7 @@ void WatchWindowTest::listsScripts()
 
     QCOMPARE(items(*scriptMenu(window)), QStringList(u"0 No script"_s));
     QTRY_COMPARE(window.appleScripts().size(), 2);
-    QCOMPARE(
-        items(*scriptMenu(window)).mid(1), QStringList({ u"100 a.scpt"_s, u"101 b.scpt"_s }));
+    QCOMPARE(items(*scriptMenu(window)).mid(1), QStringList({ u"100 a.scpt"_s, u"101 b.scpt"_s }));
     QCOMPARE(scriptMenu(window)->currentIndex(), 0);
 }
 
