@@ -15,6 +15,7 @@ public:
     bool closes = true;
     QStringList notes;
     QLineEdit* field = nullptr;
+    using WindowController::endSheetLater;
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override
@@ -48,6 +49,8 @@ private Q_SLOTS:
     void closesADialogByEscape();
     void keepsAPlainWindowOnEscape();
     void endsASheetThatIsClosed();
+    void hidesASheetBeforeItEnds();
+    void dropsTheEndOfASheetThatIsDestroyed();
     void bringsAMinimizedWindowBack();
     void isFoundFromItsWidgets();
     void takesItsWindowAndGuardAlong();
@@ -133,6 +136,34 @@ void WindowControllerTest::endsASheetThatIsClosed()
     QVERIFY(!controller.window()->isVisible());
     QVERIFY(platform::attachedSheet(&parent) == nullptr);
     QCOMPARE(completed, 1);
+}
+
+void WindowControllerTest::hidesASheetBeforeItEnds()
+{
+    QWidget parent;
+    NotingController<QDialog> controller;
+    int completed = 0;
+    platform::beginSheet(&parent, controller.window(), [&completed] { ++completed; });
+
+    controller.endSheetLater();
+
+    QVERIFY(!controller.window()->isVisible());
+    QCOMPARE(platform::attachedSheet(&parent), controller.window());
+    QTRY_VERIFY(platform::attachedSheet(&parent) == nullptr);
+    QCOMPARE(completed, 1);
+}
+
+void WindowControllerTest::dropsTheEndOfASheetThatIsDestroyed()
+{
+    QWidget parent;
+    auto controller = std::make_unique<NotingController<QDialog>>();
+    platform::beginSheet(&parent, controller->window());
+    controller->endSheetLater();
+
+    controller.reset();
+    QCoreApplication::sendPostedEvents();
+
+    QVERIFY(platform::attachedSheet(&parent) == nullptr);
 }
 
 void WindowControllerTest::bringsAMinimizedWindowBack()
