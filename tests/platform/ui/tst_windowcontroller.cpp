@@ -50,7 +50,6 @@ private Q_SLOTS:
     void keepsAPlainWindowOnEscape();
     void endsASheetThatIsClosed();
     void hidesASheetBeforeItEnds();
-    void dropsTheEndOfASheetThatIsDestroyed();
     void bringsAMinimizedWindowBack();
     void isFoundFromItsWidgets();
     void takesItsWindowAndGuardAlong();
@@ -151,19 +150,6 @@ void WindowControllerTest::hidesASheetBeforeItEnds()
     QCOMPARE(platform::attachedSheet(&parent), controller.window());
     QTRY_VERIFY(platform::attachedSheet(&parent) == nullptr);
     QCOMPARE(completed, 1);
-}
-
-void WindowControllerTest::dropsTheEndOfASheetThatIsDestroyed()
-{
-    QWidget parent;
-    auto controller = std::make_unique<NotingController<QDialog>>();
-    platform::beginSheet(&parent, controller->window());
-    controller->endSheetLater();
-
-    controller.reset();
-    QCoreApplication::sendPostedEvents();
-
-    QVERIFY(platform::attachedSheet(&parent) == nullptr);
 }
 
 void WindowControllerTest::bringsAMinimizedWindowBack()
