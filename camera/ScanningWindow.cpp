@@ -54,9 +54,9 @@ std::shared_ptr<ImageFilter> namedFilter(ImageFilter::Kind kind, const char* nam
     return filter;
 }
 
-QString captionFor(CaptureSession::Interruption interruption)
+QString captionFor(platform::Interruption interruption)
 {
-    using Interruption = CaptureSession::Interruption;
+    using platform::Interruption;
     switch (interruption) {
     case Interruption::None:
         return {};

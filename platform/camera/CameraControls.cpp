@@ -1,5 +1,6 @@
 #include "platform/camera/CameraControls.h"
 
+#include "platform/camera/CameraRegistry.h"
 #include "platform/camera/V4L2Device.h"
 
 #include <algorithm>

@@ -1,7 +1,11 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
-#include "platform/camera/CaptureDevice.h"
+#include "platform/camera/CameraModes.h"
+#include "platform/camera/CameraNode.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
 
 namespace platform {
 

@@ -1,5 +1,6 @@
 #include "platform/camera/CameraPipeline.h"
 
+#include "platform/camera/CameraRegistry.h"
 #include "platform/services/FileDescriptor.h"
 
 #include <array>

@@ -1,12 +1,13 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraNode.h"
+#include "platform/camera/GstSample.h"
+
+#include <QString>
 
 #include <functional>
 #include <future>
 #include <memory>
-
-using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
 
 namespace platform {
 

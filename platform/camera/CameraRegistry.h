@@ -1,51 +1,12 @@
 #pragma once
 
-#include <QList>
-#include <QSize>
-#include <QString>
+#include "platform/camera/CameraNode.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
 
 namespace platform {
-
-/// One way in which a camera can deliver its picture.
-struct CameraFormat {
-    /// Named after their GStreamer formats; the order is that of preference.
-    enum class Encoding { BGRx, BGRA, RGBx, RGBA, BGR, RGB, YUY2, UYVY, NV12, I420, GRAY8, JPEG };
-
-    Encoding encoding = Encoding::BGRx;
-    QSize size;
-    int rateNumerator = 0; ///< the highest rate offered, in frames a second
-    int rateDenominator = 1;
-    double lowestRate = 0;
-
-    bool operator==(const CameraFormat&) const = default;
-};
-
-/// A control of a camera that can be set by way of PipeWire, where the device cannot be opened.
-struct CameraControl {
-    quint32 id = 0; ///< V4L2_CID_...
-    QList<int> choices; ///< of a menu; empty for others
-
-    bool operator==(const CameraControl&) const = default;
-};
-
-/// A camera as the system tells of it: a node of PipeWire, or a V4L2 device where no PipeWire
-/// daemon runs.
-struct CameraNode {
-    QString name; ///< stable: node.name, or the device's path
-    QString description; ///< for people: node.description, or the driver's name for the card
-    QString devicePath; ///< of the V4L2 device behind it; empty when there is none
-    quint32 id = 0; ///< of the node; not stable
-    bool isRunning = false; ///< PipeWire is taking pictures from it, for whomever
-    bool isInUse = false; ///< it runs and another program is linked to it
-    QList<CameraFormat> formats;
-    QList<CameraControl> controls;
-
-    bool operator==(const CameraNode&) const = default;
-};
 
 /// The cameras of this computer, followed on a thread of its own. Any thread.
 class CameraRegistry {

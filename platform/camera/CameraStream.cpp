@@ -1,6 +1,7 @@
 #include "platform/camera/CameraStream.h"
 
 #include "platform/camera/CameraPipeline.h"
+#include "platform/camera/CameraRegistry.h"
 #include "platform/camera/FormatChoice.h"
 #include "platform/camera/PixelConversion.h"
 #include "platform/services/Dispatch.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/camera/CaptureSession.h"
+#include "platform/camera/Interruption.h"
 #include "platform/camera/SampleBuffer.h"
 
 #include <QString>
@@ -17,8 +17,6 @@ struct CameraNode;
 /// comes back. Main thread; nothing here waits for a camera.
 class CameraStream {
 public:
-    using Interruption = CaptureSession::Interruption;
-
     struct Receivers {
         /// A frame, on the thread that it came on, which must not be held up.
         std::function<void(const SampleBuffer& frame)> frame;

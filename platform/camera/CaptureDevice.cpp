@@ -1,6 +1,7 @@
 #include "platform/camera/CaptureDevice.h"
 
 #include "platform/camera/CameraControls.h"
+#include "platform/camera/CameraRegistry.h"
 #include "platform/camera/DriverCall.h"
 #include "platform/camera/FormatChoice.h"
 
@@ -230,7 +231,7 @@ CaptureDeviceFormat CaptureDevice::activeFormat() const
         return {};
     }
     return { encodingName(format->encoding), format->size,
-        { { format->lowestRate, highestRate(*format) } } };
+        { { format->lowestRate, format->highestRate() } } };
 }
 
 std::unique_ptr<CaptureDevice::Observation> CaptureDevice::observe(

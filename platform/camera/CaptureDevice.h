@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/camera/CameraModes.h"
 #include "platform/services/Error.h"
 
 #include <QList>
@@ -13,10 +14,6 @@
 namespace platform {
 
 enum class MediaType { Video, Muxed };
-
-enum class FocusMode { Locked = 0, AutoFocus = 1, ContinuousAutoFocus = 2 };
-enum class ExposureMode { Locked = 0, AutoExpose = 1, ContinuousAutoExposure = 2 };
-enum class WhiteBalanceMode { Locked = 0, AutoWhiteBalance = 1, ContinuousAutoWhiteBalance = 2 };
 
 struct FrameRateRange {
     double minFrameRate = 0; ///< frames a second

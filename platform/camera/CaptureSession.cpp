@@ -108,7 +108,7 @@ bool CaptureSession::isRunning() const
     return m_state->stream.isRunning();
 }
 
-CaptureSession::Interruption CaptureSession::interruption() const
+Interruption CaptureSession::interruption() const
 {
     return m_state->stream.interruption();
 }

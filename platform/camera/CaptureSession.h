@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/camera/Interruption.h"
+
 #include <functional>
 #include <memory>
 
@@ -13,15 +15,6 @@ class CaptureVideoPreviewLayer;
 /// stopping return at once; a camera that does not answer holds nobody up. Main thread.
 class CaptureSession {
 public:
-    /// Why no frames come while the session runs.
-    enum class Interruption {
-        None, ///< they do, or the first is awaited
-        NoCamera, ///< there is no input
-        Unplugged, ///< the camera has gone; the session takes it up again when it returns
-        Stalled, ///< it is there, but has sent nothing for a while; ends with the next frame
-        Refused, ///< it cannot be opened, or offers no format that can be read
-    };
-
     CaptureSession();
     /// Stops; waits until no frame callback runs any more. Not from a frame callback.
     ~CaptureSession();

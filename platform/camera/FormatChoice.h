@@ -1,11 +1,12 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraFormat.h"
+
+#include <QList>
+
+#include <optional>
 
 namespace platform {
-
-/// Frames a second, at most.
-double highestRate(const CameraFormat& format);
 
 /// The one in which a session takes a camera's picture: the largest up to 1920 x 1080 that reaches
 /// 30 frames a second, uncompressed before JPEG, then by the order of the encodings. Where none

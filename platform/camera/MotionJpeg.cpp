@@ -1,6 +1,6 @@
 #include "platform/camera/MotionJpeg.h"
 
-#include "platform/camera/PixelConversion.h"
+#include "platform/camera/PictureSize.h"
 #include "platform/graphics/BitmapPool.h"
 
 #include <algorithm>
@@ -37,7 +37,7 @@ QImage decodedMotionJpeg(std::span<const unsigned char> bytes)
         || tjDecompressHeader3(decoder.get(), bytes.data(), bytes.size(), &width, &height,
                &subsampling, &colorSpace)
             != 0
-        || width <= 0 || height <= 0 || width > largestPictureSide || height > largestPictureSide) {
+        || !isPictureSize(QSize(width, height))) {
         return {};
     }
     QImage bitmap = pooledBitmap(QSize(width, height));

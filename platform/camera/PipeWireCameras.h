@@ -1,6 +1,9 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraNode.h"
+
+#include <functional>
+#include <memory>
 
 struct pw_context;
 

@@ -1,6 +1,8 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraNode.h"
+
+#include <optional>
 
 struct spa_pod;
 

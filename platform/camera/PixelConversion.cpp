@@ -1,6 +1,7 @@
 #include "platform/camera/PixelConversion.h"
 
 #include "platform/camera/MotionJpeg.h"
+#include "platform/camera/PictureSize.h"
 #include "platform/graphics/BitmapPool.h"
 
 #include <algorithm>
@@ -44,12 +45,6 @@ private:
     const bool m_isMapped;
 };
 
-bool isAcceptable(QSize size)
-{
-    return !size.isEmpty() && size.width() <= largestPictureSide
-        && size.height() <= largestPictureSide;
-}
-
 QSize fitted(QSize picture, QSize area)
 {
     if (area.isEmpty() || (picture.width() <= area.width() && picture.height() <= area.height())) {
@@ -64,7 +59,7 @@ std::optional<GstVideoInfo> layoutOf(GstSample* sample)
     GstCaps* caps = gst_sample_get_caps(sample);
     GstVideoInfo info;
     if (!caps || !gst_video_info_from_caps(&info, caps)
-        || !isAcceptable(QSize(info.width, info.height))
+        || !isPictureSize(QSize(info.width, info.height))
         || GST_VIDEO_INFO_N_PLANES(&info) > GST_VIDEO_MAX_PLANES) {
         return std::nullopt;
     }
@@ -264,7 +259,7 @@ QSize announcedSize(GstSample* sample)
         gst_structure_get_int(structure, "height", &height);
     }
     const QSize size(width, height);
-    return isAcceptable(size) ? size : QSize();
+    return isPictureSize(size) ? size : QSize();
 }
 
 bool hasPicture(GstSample* sample)

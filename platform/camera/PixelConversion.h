@@ -1,14 +1,11 @@
 #pragma once
 
+#include "platform/camera/GstSample.h"
+
 #include <QImage>
 #include <QSize>
 
-using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
-
 namespace platform {
-
-/// No camera's picture is larger on a side; what claims to be is refused.
-inline constexpr int largestPictureSide = 8192;
 
 /// Of the sample's caps; empty when they name none, or one that is refused.
 QSize announcedSize(GstSample* sample);

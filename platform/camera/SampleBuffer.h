@@ -1,10 +1,10 @@
 #pragma once
 
+#include "platform/camera/GstSample.h"
+
 #include <QImage>
 
 #include <memory>
-
-using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
 
 namespace platform {
 

@@ -79,10 +79,8 @@ void takeInterval(CameraFormat& format, const v4l2_fract& interval)
     if (interval.numerator == 0 || interval.denominator == 0) {
         return;
     }
-    const double rate = double(interval.denominator) / interval.numerator;
-    const double highest
-        = format.rateDenominator > 0 ? double(format.rateNumerator) / format.rateDenominator : 0;
-    if (rate > highest) {
+    const double rate = static_cast<double>(interval.denominator) / interval.numerator;
+    if (rate > format.highestRate()) {
         format.rateNumerator = static_cast<int>(interval.denominator);
         format.rateDenominator = static_cast<int>(interval.numerator);
     }

@@ -1,7 +1,9 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraNode.h"
 #include "platform/services/FileDescriptor.h"
+
+#include <optional>
 
 namespace platform {
 

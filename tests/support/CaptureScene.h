@@ -61,7 +61,7 @@ struct CaptureScene {
     std::shared_ptr<platform::CaptureVideoDataOutput> output
         = std::make_shared<platform::CaptureVideoDataOutput>();
     std::shared_ptr<FrameWatcher> watcher;
-    QList<platform::CaptureSession::Interruption> told; ///< each interruption that was told of
+    QList<platform::Interruption> told; ///< each interruption that was told of
 };
 
 } // namespace support

@@ -15,13 +15,13 @@
 using Qt::StringLiterals::operator""_s;
 
 using platform::CaptureSession;
+using platform::Interruption;
 using support::CameraRig;
 using support::CameraWish;
 using support::quarters;
 using support::smallCamera;
 using support::threadsNamed;
 using support::wrongQuarter;
-using Interruption = platform::CaptureSession::Interruption;
 using Scene = support::CaptureScene;
 
 /// Sessions with cameras of PipeWire that need no hardware.

@@ -6,12 +6,12 @@
 
 using Qt::StringLiterals::operator""_s;
 
+using platform::Interruption;
 using support::CameraRig;
 using support::CameraWish;
 using support::quarters;
 using support::smallCamera;
 using support::wrongQuarter;
-using Interruption = platform::CaptureSession::Interruption;
 using Scene = support::CaptureScene;
 
 namespace {
