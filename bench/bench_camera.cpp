@@ -1,7 +1,6 @@
 // What a frame of a camera costs: its conversion, beside a plain copy of its pixels, and its way
 // into a preview of 640 x 360; and the time from the start of a session to its first picture.
 
-#include "platform/camera/CaptureConnection.h"
 #include "platform/camera/CaptureDeviceInput.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/camera/CaptureVideoPreviewLayer.h"

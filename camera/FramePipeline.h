@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/camera/SampleBufferDelegate.h"
 
 #include <QImage>
 #include <QList>
@@ -11,6 +11,7 @@
 #include <mutex>
 
 namespace platform {
+class CaptureConnection;
 class ImageFilter;
 class LiveScan;
 } // namespace platform
@@ -38,14 +39,12 @@ public:
 
     explicit FramePipeline(Setup setup);
 
-    /// How frames are prepared: through these filters, and mirrored when the connection (of the
-    /// preview) can be; never without one. Set before frames come.
+    /// How frames are prepared: through these filters, and mirrored only when there is a connection
+    /// (of the preview). Set before frames come.
     void setPreparation(QList<std::shared_ptr<platform::ImageFilter>> filters,
         std::shared_ptr<const platform::CaptureConnection> previewConnection);
 
-    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput& output,
-        const platform::SampleBuffer& sampleBuffer,
-        const platform::CaptureConnection& connection) override;
+    void didOutputSampleBuffer(const platform::SampleBuffer& sampleBuffer) override;
 
     /// The next frame. `bitmap` is asked for only when the frame is examined.
     void examineFrame(const std::function<QImage()>& bitmap);

@@ -17,6 +17,7 @@ class CameraView;
 class CaptureDevice;
 class CaptureDeviceInput;
 class CaptureSession;
+class CaptureVideoDataOutput;
 class CaptureVideoPreviewLayer;
 class ImageFilter;
 class TextField;

@@ -3,7 +3,6 @@
 #include "platform/camera/CameraModes.h"
 #include "platform/camera/CameraNode.h"
 
-#include <functional>
 #include <memory>
 #include <optional>
 
@@ -43,10 +42,5 @@ private:
     CameraNode m_node;
     std::unique_ptr<V4L2Device> m_device; ///< null where it cannot be opened
 };
-
-/// Calls `observer` whenever the device begins or ends to focus, on a thread of its own that ends
-/// with the observation, unless the driver holds it; null where the device does not tell.
-std::unique_ptr<CaptureDevice::Observation> observeFocus(
-    const QString& devicePath, std::function<void(bool adjusting)> observer);
 
 } // namespace platform

@@ -3,6 +3,7 @@
 #include "platform/camera/CameraControls.h"
 #include "platform/camera/CameraRegistry.h"
 #include "platform/camera/DriverCall.h"
+#include "platform/camera/FocusObservation.h"
 #include "platform/camera/FormatChoice.h"
 
 #include <cerrno>
@@ -80,13 +81,6 @@ struct CaptureDevice::State {
 };
 
 namespace {
-
-QString encodingName(CameraFormat::Encoding encoding)
-{
-    constexpr const char* names[]{ "BGRx", "BGRA", "RGBx", "RGBA", "BGR", "RGB", "YUY2", "UYVY",
-        "NV12", "I420", "GRAY8", "JPEG" };
-    return QString::fromLatin1(names[static_cast<size_t>(encoding)]);
-}
 
 Error lockError(const QString& camera, int code)
 {
@@ -230,8 +224,7 @@ CaptureDeviceFormat CaptureDevice::activeFormat() const
     if (!format) {
         return {};
     }
-    return { encodingName(format->encoding), format->size,
-        { { format->lowestRate, format->highestRate() } } };
+    return { { { format->lowestRate, format->highestRate() } } };
 }
 
 std::unique_ptr<CaptureDevice::Observation> CaptureDevice::observe(

@@ -4,7 +4,6 @@
 #include "platform/services/Error.h"
 
 #include <QList>
-#include <QSize>
 #include <QString>
 
 #include <functional>
@@ -22,8 +21,6 @@ struct FrameRateRange {
 
 /// What a camera delivers while it runs.
 struct CaptureDeviceFormat {
-    QString mediaSubType; ///< the encoding's name in the camera system, such as "YUY2"
-    QSize dimensions;
     QList<FrameRateRange> videoSupportedFrameRateRanges;
 };
 

@@ -4,29 +4,39 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 namespace platform {
 
+class CameraStream;
 class CaptureDeviceInput;
 class CaptureVideoDataOutput;
-class CaptureVideoPreviewLayer;
+class FrameConsumer;
+class SampleBuffer;
 
-/// Takes frames from one camera and hands them to its output and its preview. Starting and
-/// stopping return at once; a camera that does not answer holds nobody up. Main thread.
+/// Takes frames from one camera and passes them to its output and its preview. Starting and
+/// stopping do not block, even when the camera does not respond. Main thread.
 class CaptureSession {
 public:
     CaptureSession();
-    /// Stops; waits until no frame callback runs any more. Not from a frame callback.
+    /// Stops, and returns when no frame callback runs any more. Not from a frame callback.
     ~CaptureSession();
     CaptureSession(const CaptureSession&) = delete;
     CaptureSession& operator=(const CaptureSession&) = delete;
 
     void addInput(std::shared_ptr<CaptureDeviceInput> input); ///< null is ignored
+    bool hasInput() const { return m_input != nullptr; }
     void addOutput(std::shared_ptr<CaptureVideoDataOutput> output);
 
+    /// Passes each frame to `consumer` until it is removed; removing it returns after a running
+    /// call of take().
+    void addConsumer(FrameConsumer& consumer);
+    void removeConsumer(FrameConsumer& consumer);
+
     void startRunning();
-    /// After it, no frame is handed out that arrived later; one may still be being handled. The
-    /// camera is let go of (its node has no link any more) soon after.
+    /// Afterwards no new frame is passed on; the delegate may still be handling one. The camera is
+    /// closed (its node has no link any more) soon after.
     void stopRunning();
     bool isRunning() const; ///< between startRunning() and stopRunning(), whatever the camera does
 
@@ -35,9 +45,16 @@ public:
     void setInterruptionObserver(std::function<void()> observer);
 
 private:
-    friend class CaptureVideoPreviewLayer;
-    struct State;
-    std::shared_ptr<State> m_state;
+    void passOn(const SampleBuffer& frame);
+    void reportInterruption();
+
+    std::shared_ptr<CaptureDeviceInput> m_input;
+    std::vector<std::shared_ptr<CaptureVideoDataOutput>> m_outputs;
+    std::function<void()> m_interruptionObserver;
+    std::mutex m_mutex; // guards m_consumers; held while consumers take a frame
+    std::vector<FrameConsumer*> m_consumers;
+    const std::shared_ptr<int> m_alive = std::make_shared<int>(); // guards dispatched jobs
+    const std::unique_ptr<CameraStream> m_stream; // destroyed first
 };
 
 } // namespace platform

@@ -1,4 +1,5 @@
-#include "platform/camera/CameraControls.h"
+#include "platform/camera/FocusObservation.h"
+
 #include "platform/camera/DriverCall.h"
 #include "platform/camera/V4L2Device.h"
 

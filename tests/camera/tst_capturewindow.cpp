@@ -350,7 +350,6 @@ void CaptureWindowTest::mirrorsOnExactlyOne()
     auto& window = openScan(program);
 
     QCOMPARE(window.preview()->connection()->isVideoMirrored(), mirrored);
-    QVERIFY(!window.preview()->connection()->automaticallyAdjustsVideoMirroring());
     QTRY_VERIFY(showsLivePicture(window));
     QCOMPARE(edges(window).first > edges(window).second, mirrored);
 }
@@ -695,7 +694,6 @@ void CaptureWindowTest::readsWhatACameraOffers()
 
     auto& window = openScan(program);
 
-    QCOMPARE(window.mCaptureDevice()->activeFormat().dimensions, size);
     QTRY_COMPARE_WITH_TIMEOUT(window.textField->stringValue(), u"as it is"_s, 20000);
     QCOMPARE(window.capturedImage().size(), size);
     window.skipCapture(nullptr);

@@ -9,6 +9,7 @@
 #include "platform/camera/CaptureSession.h"
 #include "platform/camera/CaptureVideoDataOutput.h"
 #include "platform/camera/SampleBuffer.h"
+#include "platform/camera/SampleBufferDelegate.h"
 #include "platform/services/Dispatch.h"
 #include "platform/ui/Application.h"
 #include "platform/ui/ImageView.h"
@@ -86,9 +87,7 @@ public:
         ++m_runs;
     }
 
-    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput& /*output*/,
-        const platform::SampleBuffer& frame,
-        const platform::CaptureConnection& /*connection*/) override
+    void didOutputSampleBuffer(const platform::SampleBuffer& frame) override
     {
         const int run = m_runs;
         const int number = markedNumber(frame.pixels());
@@ -250,7 +249,6 @@ void Soak::goOn(vellumcap::CaptureWindow& window, bool saving)
 void Soak::judgeOrder(vellumcap::CaptureWindow& window)
 {
     const auto output = std::make_shared<platform::CaptureVideoDataOutput>();
-    output->setAlwaysDiscardsLateVideoFrames(true);
     output->setSampleBufferDelegate(m_order, m_queue);
     window.mCaptureSession()->addOutput(output);
 }

@@ -14,7 +14,6 @@ using Qt::StringLiterals::operator""_s;
 namespace support {
 
 using platform::CaptureDevice;
-using platform::CaptureVideoDataOutput;
 
 QImage quarters(QSize size)
 {
@@ -66,8 +65,7 @@ FrameWatcher::FrameWatcher(std::function<void()> act)
 {
 }
 
-void FrameWatcher::didOutputSampleBuffer(const CaptureVideoDataOutput&,
-    const platform::SampleBuffer& frame, const platform::CaptureConnection&)
+void FrameWatcher::didOutputSampleBuffer(const platform::SampleBuffer& frame)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -108,8 +106,6 @@ CaptureScene::CaptureScene(const QString& camera, std::function<void()> act)
     : watcher(std::make_shared<FrameWatcher>(std::move(act)))
 {
     session->addInput(platform::CaptureDeviceInput::create(awaitedDevice(camera)));
-    output->setAlwaysDiscardsLateVideoFrames(true);
-    output->setVideoSettings(CaptureVideoDataOutput::PixelFormat::BGRA);
     output->setSampleBufferDelegate(watcher, queue);
     session->addOutput(output);
     session->setInterruptionObserver([this] { told.append(session->interruption()); });

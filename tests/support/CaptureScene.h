@@ -3,6 +3,7 @@
 #include "platform/camera/CaptureDevice.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/camera/SampleBufferDelegate.h"
 #include "platform/services/Dispatch.h"
 #include "tests/support/CameraRig.h"
 
@@ -35,8 +36,7 @@ class FrameWatcher : public platform::SampleBufferDelegate {
 public:
     explicit FrameWatcher(std::function<void()> act = {});
 
-    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput&,
-        const platform::SampleBuffer& frame, const platform::CaptureConnection&) override;
+    void didOutputSampleBuffer(const platform::SampleBuffer& frame) override;
 
     qsizetype count() const;
     QList<quint64> sequences() const;

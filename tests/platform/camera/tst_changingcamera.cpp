@@ -1,12 +1,13 @@
 #include "platform/camera/CameraRegistry.h"
-#include "platform/camera/CaptureConnection.h"
 #include "platform/camera/CaptureVideoPreviewLayer.h"
+#include "platform/camera/FormatChoice.h"
 #include "tests/support/CaptureScene.h"
 #include "tests/support/TestMain.h"
 
 using Qt::StringLiterals::operator""_s;
 
 using platform::Interruption;
+using Encoding = platform::CameraFormat::Encoding;
 using support::CameraRig;
 using support::CameraWish;
 using support::quarters;
@@ -22,6 +23,7 @@ enum class Change { Goes, Stays };
 } // namespace
 
 Q_DECLARE_METATYPE(Change)
+Q_DECLARE_METATYPE(platform::CameraFormat::Encoding)
 
 /// Sessions with cameras that change what they send, or send what others do not.
 class ChangingCameraTest : public QObject {
@@ -207,33 +209,34 @@ void ChangingCameraTest::tellsOfFramesWithoutAPicture()
 void ChangingCameraTest::takesWhatACameraOffers_data()
 {
     QTest::addColumn<QStringList>("modes");
-    QTest::addColumn<QString>("encoding");
+    QTest::addColumn<Encoding>("encoding");
     QTest::addColumn<QSize>("size");
     QTest::addColumn<double>("rate");
     QTest::newRow("2160 lines alone")
-        << QStringList{ u"YUY2:3840x2160@30"_s } << "YUY2" << QSize(3840, 2160) << 30.0;
+        << QStringList{ u"YUY2:3840x2160@30"_s } << Encoding::YUY2 << QSize(3840, 2160) << 30.0;
     QTest::newRow("2160 lines of JPEG alone")
-        << QStringList{ u"JPEG:3840x2160@30"_s } << "JPEG" << QSize(3840, 2160) << 30.0;
+        << QStringList{ u"JPEG:3840x2160@30"_s } << Encoding::JPEG << QSize(3840, 2160) << 30.0;
     QTest::newRow("15 a second alone")
-        << QStringList{ u"YUY2:1280x720@15"_s } << "YUY2" << QSize(1280, 720) << 15.0;
+        << QStringList{ u"YUY2:1280x720@15"_s } << Encoding::YUY2 << QSize(1280, 720) << 15.0;
     QTest::newRow("15 a second at most")
         << QStringList{ u"YUY2:1920x1080@5"_s, u"YUY2:640x480@15"_s, u"NV12:1280x720@15"_s }
-        << "NV12" << QSize(1280, 720) << 15.0;
+        << Encoding::NV12 << QSize(1280, 720) << 15.0;
 }
 
 void ChangingCameraTest::takesWhatACameraOffers()
 {
     QFETCH(const QStringList, modes);
-    QFETCH(const QString, encoding);
+    QFETCH(const Encoding, encoding);
     QFETCH(const QSize, size);
     QFETCH(const double, rate);
     const auto camera = m_rig.addCamera(wishOf(cameraA, modes));
     camera->show(quarters().scaled(size));
     Scene scene(cameraA);
-    const platform::CaptureDeviceFormat format = support::awaitedDevice(cameraA)->activeFormat();
-    QCOMPARE(format.mediaSubType, encoding);
-    QCOMPARE(format.dimensions, size);
-    QCOMPARE(format.videoSupportedFrameRateRanges.first().maxFrameRate, rate);
+    const auto chosen = platform::chosenFormat(
+        platform::CameraRegistry::shared().camera(cameraA).value().formats);
+    QCOMPARE(chosen->encoding, encoding);
+    QCOMPARE(chosen->size, size);
+    QCOMPARE(chosen->highestRate(), rate);
 
     scene.session->startRunning();
     QTRY_VERIFY_WITH_TIMEOUT(scene.watcher->count() > 3, patience);
