@@ -120,11 +120,9 @@ void WatchWindow::configureDevice(std::optional<CaptureDevice>& chosen)
         return;
     }
     CaptureDevice& device = *chosen;
-    // Unlocked in any case: whether the lock was had is told by its error alone.
+    // Unlocked in any case.
     const auto locked = [&device](const auto& set) {
-        platform::Error error;
-        const bool isLocked = device.lockForConfiguration(&error);
-        if (isLocked) {
+        if (device.lockForConfiguration()) {
             set();
         }
         device.unlockForConfiguration();

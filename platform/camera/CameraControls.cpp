@@ -4,7 +4,6 @@
 #include "platform/camera/V4L2Device.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <linux/videodev2.h>
 
 namespace platform {
@@ -107,9 +106,9 @@ void CameraControls::set(WhiteBalanceMode mode)
     }
 }
 
-int CameraControls::claimPriority()
+bool CameraControls::claimPriority()
 {
-    return m_device == nullptr || m_device->claimPriority() ? 0 : errno;
+    return m_device == nullptr || m_device->claimPriority();
 }
 
 bool CameraControls::isCovered() const

@@ -27,8 +27,9 @@ public:
     void set(ExposureMode mode);
     void set(WhiteBalanceMode mode);
 
-    /// Others can set nothing as long as this lives. Zero, or the errno of the refusal.
-    [[nodiscard]] int claimPriority();
+    /// Keeps other programs from setting controls during the lifetime of this object. False when
+    /// another program does the same.
+    [[nodiscard]] bool claimPriority();
 
     bool isCovered() const; ///< by a shutter
     bool isBusy() const; ///< see V4L2Device

@@ -6,12 +6,8 @@
 #include "platform/camera/FocusObservation.h"
 #include "platform/camera/FormatChoice.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <utility>
-
-using Qt::StringLiterals::operator""_s;
 
 namespace platform {
 
@@ -81,14 +77,6 @@ struct CaptureDevice::State {
 };
 
 namespace {
-
-Error lockError(const QString& camera, int code)
-{
-    const QString reason = code == EBUSY ? u"Another program is setting it up."_s
-                                         : QString::fromLocal8Bit(strerrordesc_np(code));
-    return { QString::fromLatin1(posixErrorDomain), code,
-        u"The camera “%1” cannot be set up."_s.arg(camera), reason };
-}
 
 /// Of what never changes.
 class SilentObservation : public CaptureDevice::Observation { };
@@ -167,29 +155,23 @@ bool CaptureDevice::isWhiteBalanceModeSupported(WhiteBalanceMode mode) const
         [mode](const CameraControls& controls) { return controls.isSupported(mode); });
 }
 
-bool CaptureDevice::lockForConfiguration(Error* error)
+bool CaptureDevice::lockForConfiguration()
 {
     if (m_state->locked) {
         return true;
     }
-    struct Claim {
-        std::shared_ptr<CameraControls> controls;
-        int code = ETIMEDOUT;
-    };
-    Claim claim{ nullptr, ENODEV };
-    if (const auto node = m_state->node()) {
-        const auto claimed = m_state->ask(node->devicePath, [node] {
-            auto controls = std::make_shared<CameraControls>(*node);
-            const int code = controls->claimPriority();
-            return code == 0 ? Claim{ std::move(controls), 0 } : Claim{ nullptr, code };
-        });
-        claim = claimed.value_or(Claim());
-        m_state->lockedPath = node->devicePath;
+    const auto node = m_state->node();
+    if (!node) {
+        return false;
     }
-    m_state->locked = claim.controls;
-    if (!m_state->locked && error != nullptr) {
-        *error = lockError(localizedName(), claim.code);
-    }
+    m_state->lockedPath = node->devicePath;
+    m_state->locked = m_state
+                          ->ask(node->devicePath,
+                              [node] {
+                                  auto controls = std::make_shared<CameraControls>(*node);
+                                  return controls->claimPriority() ? controls : nullptr;
+                              })
+                          .value_or(nullptr);
     return m_state->locked != nullptr;
 }
 

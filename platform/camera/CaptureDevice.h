@@ -1,7 +1,6 @@
 #pragma once
 
 #include "platform/camera/CameraModes.h"
-#include "platform/services/Error.h"
 
 #include <QList>
 #include <QString>
@@ -46,10 +45,10 @@ public:
     bool isExposureModeSupported(ExposureMode mode) const;
     bool isWhiteBalanceModeSupported(WhiteBalanceMode mode) const;
 
-    /// Exclusive right to set modes, until unlockForConfiguration(). False, with the reason in
-    /// `error`, when another program holds it.
-    [[nodiscard]] bool lockForConfiguration(Error* error = nullptr);
-    /// Nothing happens where it is not locked or the mode is not supported.
+    /// Takes the exclusive right to set modes, until unlockForConfiguration(). False when another
+    /// program holds it, or the camera is unplugged or does not respond.
+    [[nodiscard]] bool lockForConfiguration();
+    /// No effect without the lock or when the mode is not supported.
     void setFocusMode(FocusMode mode);
     void setExposureMode(ExposureMode mode);
     void setWhiteBalanceMode(WhiteBalanceMode mode);

@@ -7,8 +7,6 @@
 
 #include <QElapsedTimer>
 
-#include <cerrno>
-#include <cstring>
 #include <linux/videodev2.h>
 #include <mutex>
 
@@ -20,11 +18,9 @@ using platform::CameraNode;
 using platform::CameraRegistry;
 using platform::CaptureDevice;
 using platform::CaptureDeviceFormat;
-using platform::Error;
 using platform::ExposureMode;
 using platform::FocusMode;
 using platform::MediaType;
-using platform::posixErrorDomain;
 using platform::V4L2Device;
 using platform::WhiteBalanceMode;
 using support::CameraRig;
@@ -184,9 +180,7 @@ void CaptureDeviceTest::losesACamera()
     QVERIFY(!gone.isSuspended());
     QVERIFY(!gone.isInUseByAnotherApplication());
     QVERIFY(gone.activeFormat().videoSupportedFrameRateRanges.isEmpty());
-    Error error;
-    QVERIFY(!gone.lockForConfiguration(&error));
-    QCOMPARE(error.code, ENODEV);
+    QVERIFY(!gone.lockForConfiguration());
     gone.setFocusMode(FocusMode::ContinuousAutoFocus);
     gone.unlockForConfiguration();
     QVERIFY(gone.observe(CaptureDevice::Adjustment::Focus, [](bool) {}) != nullptr);
@@ -309,12 +303,6 @@ void CaptureDeviceTest::failsToLock()
     const V4L2Device other(path);
     QVERIFY(other.claimPriority());
     CaptureDevice tested = device();
-    Error error;
-    QVERIFY(!tested.lockForConfiguration(&error));
-    QCOMPARE(error.domain, QString::fromLatin1(posixErrorDomain));
-    QCOMPARE(error.code, EBUSY);
-    QCOMPARE(error.localizedDescription, u"The camera “Camera A” cannot be set up."_s);
-    QCOMPARE(error.failureReason, u"Another program is setting it up."_s);
     QVERIFY(!tested.lockForConfiguration());
     tested.setFocusMode(FocusMode::ContinuousAutoFocus);
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 0);
@@ -478,12 +466,11 @@ void CaptureDeviceTest::waitsForNoDriver_data()
 {
     QTest::addColumn<quint64>("call");
     QTest::addColumn<bool>("isLocked");
-    QTest::addColumn<int>("code");
-    QTest::newRow("open") << quint64(cameras::fakeOpening) << false << ETIMEDOUT;
-    QTest::newRow("ask for a control") << quint64(VIDIOC_QUERYCTRL) << false << ETIMEDOUT;
-    QTest::newRow("claim the priority") << quint64(VIDIOC_S_PRIORITY) << false << ETIMEDOUT;
-    QTest::newRow("set a control") << quint64(VIDIOC_S_CTRL) << true << 0;
-    QTest::newRow("close") << quint64(cameras::fakeClosing) << false << ETIMEDOUT;
+    QTest::newRow("open") << quint64(cameras::fakeOpening) << false;
+    QTest::newRow("ask for a control") << quint64(VIDIOC_QUERYCTRL) << false;
+    QTest::newRow("claim the priority") << quint64(VIDIOC_S_PRIORITY) << false;
+    QTest::newRow("set a control") << quint64(VIDIOC_S_CTRL) << true;
+    QTest::newRow("close") << quint64(cameras::fakeClosing) << false;
 }
 
 void CaptureDeviceTest::waitsForNoDriver()
@@ -495,22 +482,20 @@ void CaptureDeviceTest::waitsForNoDriver()
     CaptureDevice tested = device();
     QElapsedTimer timer;
     timer.start();
-    const auto use = [&tested](Error* error) {
+    const auto use = [&tested] {
         (void)tested.isSuspended();
         (void)tested.isInUseByAnotherApplication();
         (void)tested.isFocusModeSupported(FocusMode::ContinuousAutoFocus);
-        const bool isLocked = tested.lockForConfiguration(error);
+        const bool isLocked = tested.lockForConfiguration();
         tested.setFocusMode(FocusMode::ContinuousAutoFocus);
         tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
         tested.unlockForConfiguration();
         return isLocked;
     };
-    Error error;
-    QTEST(use(&error), "isLocked");
-    QTEST(error.code, "code");
+    QTEST(use(), "isLocked");
     // Others are not waited for either, and no further thread is lost.
     tested = device();
-    QVERIFY(!use(nullptr));
+    QVERIFY(!use());
     QVERIFY(tested.observe(CaptureDevice::Adjustment::Focus, [](bool) {}) != nullptr);
     QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(cameras::heldFakeCalls(), 1);
@@ -520,11 +505,8 @@ void CaptureDeviceTest::takesOneThatAnswersAgain()
 {
     cameras::addFakeDevice(path, FakeProfile::Full);
     const auto camera = plugIn("/dev/fake-camera");
-    const QString noAnswer = QString::fromLocal8Bit(strerrordesc_np(ETIMEDOUT));
     cameras::holdFakeCalls(path, VIDIOC_S_PRIORITY);
-    Error error;
-    QVERIFY(!device().lockForConfiguration(&error));
-    QCOMPARE(error.failureReason, noAnswer);
+    QVERIFY(!device().lockForConfiguration());
     cameras::releaseFakeCalls();
     // The priority that came too late does not keep others from it.
     CaptureDevice tested = device();
