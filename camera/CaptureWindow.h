@@ -55,7 +55,7 @@ private:
 
     std::unique_ptr<Ui::CaptureWindow> m_ui;
     std::optional<platform::CaptureDevice> m_device;
-    std::array<std::unique_ptr<platform::CaptureDevice::Observation>, 3> m_adjustments;
+    std::array<std::unique_ptr<platform::AdjustmentObservation>, 3> m_adjustments;
 };
 
 } // namespace vellumcap

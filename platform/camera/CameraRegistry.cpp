@@ -9,7 +9,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <map>
 #include <mutex>
 #include <pipewire/pipewire.h>
 #include <utility>
@@ -54,8 +53,7 @@ public:
     CameraListing listing() const;
     bool setControl(const QString& name, quint32 id, int value);
 
-    quint64 addObserver(std::function<void()> observer);
-    void removeObserver(quint64 number);
+    Observers<> observers;
 
 private:
     void connectAgain();
@@ -88,10 +86,6 @@ private:
     bool m_isPublished = false;
     Source m_source;
     CameraListing m_listing;
-
-    std::recursive_mutex m_observing; // for the following, and held while observers are called
-    std::map<quint64, std::function<void()>> m_observers;
-    quint64 m_lastObserver = 0;
 };
 
 CameraRegistry::State::State()
@@ -237,18 +231,7 @@ void CameraRegistry::State::publish(Source source, CameraListing listing)
         m_isPublished = true;
     }
     m_listed.notify_all();
-    const std::lock_guard lock(m_observing);
-    // An observer may end another, or itself.
-    std::vector<quint64> numbers;
-    for (const auto& [number, observer] : m_observers) {
-        numbers.push_back(number);
-    }
-    for (const quint64 number : numbers) {
-        if (const auto found = m_observers.find(number); found != m_observers.end()) {
-            const auto observer = found->second;
-            observer();
-        }
-    }
+    observers.notify();
 }
 
 void CameraRegistry::State::setTimer(std::chrono::milliseconds delay)
@@ -265,19 +248,6 @@ bool CameraRegistry::State::setControl(const QString& name, quint32 id, int valu
     return m_pipeWire && m_pipeWire->setControl(name, id, value);
 }
 
-quint64 CameraRegistry::State::addObserver(std::function<void()> observer)
-{
-    const std::lock_guard lock(m_observing);
-    m_observers[++m_lastObserver] = std::move(observer);
-    return m_lastObserver;
-}
-
-void CameraRegistry::State::removeObserver(quint64 number)
-{
-    const std::lock_guard lock(m_observing);
-    m_observers.erase(number);
-}
-
 CameraRegistry& CameraRegistry::shared()
 {
     static CameraRegistry registry;
@@ -285,7 +255,7 @@ CameraRegistry& CameraRegistry::shared()
 }
 
 CameraRegistry::CameraRegistry()
-    : m_state(std::make_shared<State>())
+    : m_state(std::make_unique<State>())
 {
 }
 
@@ -330,24 +300,9 @@ int CameraRegistry::openRemote() const
     return m_state->source() == Source::Portal ? CameraPortal::openRemote() : -1;
 }
 
-std::unique_ptr<CameraRegistry::Observation> CameraRegistry::observe(std::function<void()> observer)
+Observation CameraRegistry::observe(std::function<void()> observer)
 {
-    class Registered : public Observation {
-    public:
-        Registered(std::shared_ptr<State> state, std::function<void()> observer)
-            : m_state(std::move(state))
-            , m_number(m_state->addObserver(std::move(observer)))
-        {
-        }
-        ~Registered() override { m_state->removeObserver(m_number); }
-        Registered(const Registered&) = delete;
-        Registered& operator=(const Registered&) = delete;
-
-    private:
-        std::shared_ptr<State> m_state;
-        quint64 m_number;
-    };
-    return std::make_unique<Registered>(m_state, std::move(observer));
+    return m_state->observers.add(std::move(observer));
 }
 
 } // namespace platform

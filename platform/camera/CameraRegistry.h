@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/camera/CameraNode.h"
+#include "platform/services/Observers.h"
 
 #include <functional>
 #include <memory>
@@ -39,18 +40,13 @@ public:
     /// where a reader connects by itself.
     int openRemote() const;
 
-    /// Ends when it goes, which waits for a call that is running.
-    class Observation {
-    public:
-        virtual ~Observation() = default;
-    };
-    /// Calls `observer` after cameras came, went or changed, on the registry's thread. It must
-    /// not take long, nor set controls.
-    [[nodiscard]] std::unique_ptr<Observation> observe(std::function<void()> observer);
+    /// Calls `observer` after cameras were added, removed or changed, on the registry's thread. It
+    /// must not block or set controls.
+    [[nodiscard]] Observation observe(std::function<void()> observer);
 
 private:
     class State;
-    std::shared_ptr<State> m_state;
+    const std::unique_ptr<State> m_state;
 };
 
 } // namespace platform

@@ -40,7 +40,7 @@ bool offers(const CameraNode& camera, const CameraFormat& format)
 /// From start() to stop(). The atomic members are shared with the thread of the frames.
 struct CameraStream::Run {
     QString camera;
-    std::unique_ptr<CameraRegistry::Observation> observation;
+    Observation observation;
     std::unique_ptr<CameraPipeline> pipeline; // null between two attempts
     CameraFormat format; // of the pipeline
     Clock::time_point openedAt;

@@ -3,7 +3,6 @@
 #include "platform/camera/CameraControls.h"
 #include "platform/camera/CameraRegistry.h"
 #include "platform/camera/DriverCall.h"
-#include "platform/camera/FocusObservation.h"
 #include "platform/camera/FormatChoice.h"
 
 #include <chrono>
@@ -75,13 +74,6 @@ struct CaptureDevice::State {
         }
     }
 };
-
-namespace {
-
-/// Of what never changes.
-class SilentObservation : public CaptureDevice::Observation { };
-
-} // namespace
 
 CaptureDevice::CaptureDevice(std::shared_ptr<State> state)
     : m_state(std::move(state))
@@ -209,15 +201,14 @@ CaptureDeviceFormat CaptureDevice::activeFormat() const
     return { { { format->lowestRate, format->highestRate() } } };
 }
 
-std::unique_ptr<CaptureDevice::Observation> CaptureDevice::observe(
+std::unique_ptr<AdjustmentObservation> CaptureDevice::observe(
     Adjustment adjustment, std::function<void(bool)> observer)
 {
     const auto node = m_state->node();
-    std::unique_ptr<Observation> observation;
-    if (adjustment == Adjustment::Focus && node && !node->devicePath.isEmpty()) {
-        observation = observeFocus(node->devicePath, std::move(observer));
+    if (adjustment != Adjustment::Focus || !node || node->devicePath.isEmpty()) {
+        return nullptr;
     }
-    return observation ? std::move(observation) : std::make_unique<SilentObservation>();
+    return AdjustmentObservation::ofFocus(node->devicePath, std::move(observer));
 }
 
 } // namespace platform

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/camera/AdjustmentObservation.h"
 #include "platform/camera/CameraModes.h"
 
 #include <QList>
@@ -58,15 +59,10 @@ public:
     CaptureDeviceFormat activeFormat() const;
 
     enum class Adjustment { Focus, Exposure, WhiteBalance };
-    /// Ends when it goes.
-    class Observation {
-    public:
-        virtual ~Observation() = default;
-    };
-    /// Calls `observer` whenever the camera begins or ends to adjust itself, on any thread. Only
-    /// some tell of their focus, and none of the others.
-    [[nodiscard]] std::unique_ptr<Observation> observe(
-        Adjustment adjustment, std::function<void(bool adjusting)> observer);
+    /// Calls `observer` whenever the camera begins or ends to adjust itself, on any thread. Null
+    /// when it never reports that: some cameras report their focus, none the others.
+    [[nodiscard]] std::unique_ptr<AdjustmentObservation> observe(
+        Adjustment adjustment, std::function<void(bool isAdjusting)> observer);
 
 private:
     struct State;

@@ -3,7 +3,6 @@
 #include "platform/camera/CameraStream.h"
 #include "platform/camera/CaptureDeviceInput.h"
 #include "platform/camera/CaptureVideoDataOutput.h"
-#include "platform/camera/FrameConsumer.h"
 #include "platform/services/Dispatch.h"
 
 #include <utility>
@@ -11,18 +10,18 @@
 namespace platform {
 
 CaptureSession::CaptureSession()
-    : m_stream(std::make_unique<CameraStream>(
-        CameraStream::Receivers{ .frame = [this](const SampleBuffer& frame) { passOn(frame); },
-            .interruption = [this] { reportInterruption(); } }))
+    : m_stream(std::make_unique<CameraStream>(CameraStream::Receivers{
+        .frame = [this](const SampleBuffer& frame) { m_frames.notify(frame); },
+        .interruption = [this] { reportInterruption(); } }))
 {
 }
 
 CaptureSession::~CaptureSession()
 {
     stopRunning();
-    for (const auto& output : m_outputs) {
-        removeConsumer(*output);
-        output->waitUntilIdle();
+    for (Output& each : m_outputs) {
+        each.observation.end();
+        each.output->waitUntilIdle();
     }
 }
 
@@ -35,29 +34,14 @@ void CaptureSession::addInput(std::shared_ptr<CaptureDeviceInput> input)
 
 void CaptureSession::addOutput(std::shared_ptr<CaptureVideoDataOutput> output)
 {
-    addConsumer(*output);
-    m_outputs.push_back(std::move(output));
+    Observation observation
+        = observeFrames([to = output.get()](const SampleBuffer& frame) { to->take(frame); });
+    m_outputs.push_back({ std::move(output), std::move(observation) });
 }
 
-void CaptureSession::addConsumer(FrameConsumer& consumer)
+Observation CaptureSession::observeFrames(std::function<void(const SampleBuffer&)> observer)
 {
-    const std::lock_guard lock(m_mutex);
-    m_consumers.push_back(&consumer);
-}
-
-void CaptureSession::removeConsumer(FrameConsumer& consumer)
-{
-    const std::lock_guard lock(m_mutex);
-    std::erase(m_consumers, &consumer);
-}
-
-/// On the thread that delivers the frames.
-void CaptureSession::passOn(const SampleBuffer& frame)
-{
-    const std::lock_guard lock(m_mutex);
-    for (FrameConsumer* consumer : m_consumers) {
-        consumer->take(frame);
-    }
+    return m_frames.add(std::move(observer));
 }
 
 void CaptureSession::startRunning()
@@ -70,8 +54,8 @@ void CaptureSession::startRunning()
 void CaptureSession::stopRunning()
 {
     m_stream->stop();
-    for (const auto& output : m_outputs) {
-        output->forgetFrames();
+    for (const Output& each : m_outputs) {
+        each.output->forgetFrames();
     }
 }
 

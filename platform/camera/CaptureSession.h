@@ -1,10 +1,10 @@
 #pragma once
 
 #include "platform/camera/Interruption.h"
+#include "platform/services/Observers.h"
 
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <vector>
 
 namespace platform {
@@ -12,7 +12,6 @@ namespace platform {
 class CameraStream;
 class CaptureDeviceInput;
 class CaptureVideoDataOutput;
-class FrameConsumer;
 class SampleBuffer;
 
 /// Takes frames from one camera and passes them to its output and its preview. Starting and
@@ -29,10 +28,9 @@ public:
     bool hasInput() const { return m_input != nullptr; }
     void addOutput(std::shared_ptr<CaptureVideoDataOutput> output);
 
-    /// Passes each frame to `consumer` until it is removed; removing it returns after a running
-    /// call of take().
-    void addConsumer(FrameConsumer& consumer);
-    void removeConsumer(FrameConsumer& consumer);
+    /// Calls `observer` with each frame, on the thread that delivers them, which it must not block.
+    [[nodiscard]] Observation observeFrames(
+        std::function<void(const SampleBuffer& frame)> observer);
 
     void startRunning();
     /// Afterwards no new frame is passed on; the delegate may still be handling one. The camera is
@@ -45,14 +43,17 @@ public:
     void setInterruptionObserver(std::function<void()> observer);
 
 private:
-    void passOn(const SampleBuffer& frame);
+    struct Output {
+        std::shared_ptr<CaptureVideoDataOutput> output;
+        Observation observation;
+    };
+
     void reportInterruption();
 
     std::shared_ptr<CaptureDeviceInput> m_input;
-    std::vector<std::shared_ptr<CaptureVideoDataOutput>> m_outputs;
+    std::vector<Output> m_outputs;
     std::function<void()> m_interruptionObserver;
-    std::mutex m_mutex; // guards m_consumers; held while consumers take a frame
-    std::vector<FrameConsumer*> m_consumers;
+    Observers<const SampleBuffer&> m_frames;
     const std::shared_ptr<int> m_alive = std::make_shared<int>(); // guards dispatched jobs
     const std::unique_ptr<CameraStream> m_stream; // destroyed first
 };

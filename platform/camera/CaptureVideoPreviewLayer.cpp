@@ -2,7 +2,6 @@
 
 #include "platform/camera/CaptureConnection.h"
 #include "platform/camera/CaptureSession.h"
-#include "platform/camera/FrameConsumer.h"
 #include "platform/camera/SampleBuffer.h"
 #include "platform/graphics/ImageFilter.h"
 #include "platform/services/Dispatch.h"
@@ -17,13 +16,13 @@
 
 namespace platform {
 
-struct CaptureVideoPreviewLayer::State : FrameConsumer {
+struct CaptureVideoPreviewLayer::State {
     explicit State(std::shared_ptr<CaptureSession> aSession);
-    ~State() override;
+    ~State();
     State(const State&) = delete;
     State& operator=(const State&) = delete;
 
-    void take(const SampleBuffer& newest) override;
+    void take(const SampleBuffer& newest);
 
     void renderUntilEnd();
     void render(std::unique_lock<std::mutex>& lock);
@@ -48,18 +47,19 @@ struct CaptureVideoPreviewLayer::State : FrameConsumer {
     const std::shared_ptr<CaptureConnection> connection = std::make_shared<CaptureConnection>();
     const std::shared_ptr<int> alive = std::make_shared<int>(); // guards dispatched jobs
     std::thread thread;
+    Observation frames;
 };
 
 CaptureVideoPreviewLayer::State::State(std::shared_ptr<CaptureSession> aSession)
     : session(std::move(aSession))
     , thread([this] { renderUntilEnd(); })
+    , frames(session->observeFrames([this](const SampleBuffer& newest) { take(newest); }))
 {
-    session->addConsumer(*this);
 }
 
 CaptureVideoPreviewLayer::State::~State()
 {
-    session->removeConsumer(*this);
+    frames.end();
     {
         const std::lock_guard lock(mutex);
         isEnding = true;
