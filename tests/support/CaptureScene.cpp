@@ -2,9 +2,9 @@
 
 #include "platform/camera/CaptureDeviceInput.h"
 #include "platform/camera/SampleBuffer.h"
+#include "tests/support/TestMain.h"
 
 #include <QPainter>
-#include <QTest>
 
 #include <algorithm>
 #include <utility>
@@ -12,8 +12,6 @@
 using Qt::StringLiterals::operator""_s;
 
 namespace support {
-
-using platform::CaptureDevice;
 
 QImage quarters(QSize size)
 {
@@ -45,19 +43,9 @@ QString wrongQuarter(const QImage& seen, const QImage& expected)
     return {};
 }
 
-std::optional<CaptureDevice> awaitedDevice(const QString& camera)
+CameraWish smallCamera(const QString& encoding)
 {
-    (void)QTest::qWaitFor(
-        [&camera] { return CaptureDevice::deviceWithUniqueID(camera).has_value(); },
-        patienceWithCameras);
-    return CaptureDevice::deviceWithUniqueID(camera);
-}
-
-CameraWish smallCamera(const QString& name, const QString& encoding)
-{
-    return {
-        .name = name, .description = u"Camera "_s + name, .size = { 640, 480 }, .encoding = encoding
-    };
+    return { .size = { 640, 480 }, .encoding = encoding };
 }
 
 FrameWatcher::FrameWatcher(std::function<void()> act)
@@ -105,10 +93,18 @@ void FrameWatcher::forget()
 CaptureScene::CaptureScene(const QString& camera, std::function<void()> act)
     : watcher(std::make_shared<FrameWatcher>(std::move(act)))
 {
-    session->addInput(platform::CaptureDeviceInput::create(awaitedDevice(camera)));
+    session->addInput(
+        platform::CaptureDeviceInput::create(platform::CaptureDevice::deviceWithUniqueID(camera)));
     output->setSampleBufferDelegate(watcher, queue);
     session->addOutput(output);
     session->setInterruptionObserver([this] { told.append(session->interruption()); });
+}
+
+bool CaptureScene::start() const
+{
+    const qsizetype before = watcher->count();
+    session->startRunning();
+    return QTest::qWaitFor([this, before] { return watcher->count() > before; }, patience);
 }
 
 } // namespace support

@@ -13,25 +13,19 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 namespace support {
-
-constexpr int patienceWithCameras = 20000; // milliseconds, on a machine that is busy
 
 /// Four quarters: red, green, blue, grey.
 QImage quarters(QSize size = { 640, 480 });
 
-/// What is wrong with the first quarter that has another colour; empty when none has.
+/// Describes the first quarter whose colour differs from the expected one; empty when none does.
 QString wrongQuarter(const QImage& seen, const QImage& expected);
 
-/// The device, once the program has learnt of the camera.
-std::optional<platform::CaptureDevice> awaitedDevice(const QString& camera);
-
 /// A camera of 640x480 at 30 frames a second.
-CameraWish smallCamera(const QString& name, const QString& encoding = QStringLiteral("YUY2"));
+CameraWish smallCamera(const QString& encoding = QStringLiteral("YUY2"));
 
-/// Remembers what it is given. `act`, if set, runs with each frame.
+/// Records the frames that it receives. `act`, if set, is called with each frame.
 class FrameWatcher : public platform::SampleBufferDelegate {
 public:
     explicit FrameWatcher(std::function<void()> act = {});
@@ -50,9 +44,12 @@ private:
     QImage m_pixels;
 };
 
-/// A session as a window sets it up.
+/// A session with an output, as a window sets it up. The camera must be listed.
 struct CaptureScene {
     explicit CaptureScene(const QString& camera, std::function<void()> act = {});
+
+    /// Starts the session. False when no frame arrives.
+    [[nodiscard]] bool start() const;
 
     const std::shared_ptr<platform::SerialQueue> queue
         = std::make_shared<platform::SerialQueue>("aQueue");
@@ -61,7 +58,7 @@ struct CaptureScene {
     std::shared_ptr<platform::CaptureVideoDataOutput> output
         = std::make_shared<platform::CaptureVideoDataOutput>();
     std::shared_ptr<FrameWatcher> watcher;
-    QList<platform::Interruption> told; ///< each interruption that was told of
+    QList<platform::Interruption> told; ///< each interruption that was reported
 };
 
 } // namespace support
