@@ -10,9 +10,9 @@ namespace platform {
 
 class V4L2Device;
 
-/// The settings of one camera, by its device, or by PipeWire where the device cannot be opened.
-/// One thread at a time, which the driver may hold up. The camera may be pulled out at any time;
-/// then nothing is supported or set.
+/// The settings of one camera, through its device, or through PipeWire when the device cannot be
+/// opened. The camera may be unplugged at any time; then no mode is supported, and setting one has
+/// no effect. One thread at a time, which the driver may block.
 class CameraControls {
 public:
     explicit CameraControls(CameraNode node);
@@ -32,7 +32,7 @@ public:
     [[nodiscard]] bool claimPriority();
 
     bool isCovered() const; ///< by a shutter
-    bool isBusy() const; ///< see V4L2Device
+    bool isBusy() const; ///< see V4L2Device::isBusy()
 
 private:
     bool has(quint32 control) const;
@@ -41,7 +41,7 @@ private:
     std::optional<int> automaticExposure() const;
 
     CameraNode m_node;
-    std::unique_ptr<V4L2Device> m_device; ///< null where it cannot be opened
+    std::unique_ptr<V4L2Device> m_device; ///< null when it cannot be opened
 };
 
 } // namespace platform

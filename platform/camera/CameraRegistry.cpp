@@ -17,12 +17,12 @@ namespace platform {
 
 namespace {
 
-constexpr auto firstListingWithin = std::chrono::milliseconds(300);
+constexpr auto firstListingTimeout = std::chrono::milliseconds(300);
 constexpr auto retryAfter = std::chrono::milliseconds(50);
-// A daemon's socket is there a moment before it listens; the portal needs a moment more.
+// A daemon creates its socket before it listens; the portal takes a little longer.
 constexpr int mostRetries = 100;
 
-/// The thread of PipeWire's loop, stopped for as long as this lives.
+/// Stops the thread of PipeWire's loop during its lifetime.
 class LoopLock {
 public:
     explicit LoopLock(pw_thread_loop* loop)
@@ -40,8 +40,8 @@ private:
 
 } // namespace
 
-/// Everything about connections happens on the loop's thread or under its lock; what others read
-/// is a copy behind a lock of its own, so that nobody waits for PipeWire.
+/// Connections are used on the loop's thread or under its lock. Readers get a copy that has a lock
+/// of its own, so that they do not wait for PipeWire.
 class CameraRegistry::State {
 public:
     State();
@@ -59,7 +59,6 @@ private:
     void connectAgain();
     bool connectBy(int descriptor);
     void portalAnswered(bool granted);
-    void lost();
     void listDevices();
     void publish(Source source, CameraListing listing);
     void setTimer(std::chrono::milliseconds delay);
@@ -68,21 +67,21 @@ private:
 
     const bool m_isSandboxed = CameraPortal::isNeeded();
 
-    // On the loop's thread, or under its lock.
+    // Accessed on the loop's thread or under its lock.
     pw_thread_loop* m_loop;
     pw_context* m_context;
     spa_source* m_timer;
     spa_source* m_watchSource;
     int m_retries = 0;
-    bool m_isListingDue = false; ///< when the timer rings, instead of a connection
+    bool m_isListingDue = false; ///< the timer lists devices instead of connecting
     bool m_isGranted = false;
     std::unique_ptr<PipeWireCameras> m_pipeWire;
     PlugWatch m_watch;
     std::unique_ptr<CameraPortal> m_portal;
 
-    mutable std::mutex m_mutex; // for the following
+    mutable std::mutex m_mutex; // guards the following
     mutable std::condition_variable m_listed;
-    mutable bool m_isListed = false; ///< or has been waited for in vain
+    mutable bool m_isListed = false; ///< or the wait for it has timed out
     bool m_isPublished = false;
     Source m_source;
     CameraListing m_listing;
@@ -125,7 +124,7 @@ CameraRegistry::State::State()
             portalAnswered(granted);
         });
     } else if (!connectBy(-1)) {
-        // On the loop's thread, since drivers may take their time.
+        // On the loop's thread, since drivers may be slow.
         m_source = Source::V4L2;
         m_isListingDue = true;
         setTimer(std::chrono::milliseconds(0));
@@ -156,12 +155,12 @@ CameraRegistry::Source CameraRegistry::State::source() const
 CameraListing CameraRegistry::State::listing() const
 {
     std::unique_lock lock(m_mutex);
-    m_listed.wait_for(lock, firstListingWithin, [this] { return m_isListed; });
+    m_listed.wait_for(lock, firstListingTimeout, [this] { return m_isListed; });
     m_isListed = true;
     return m_listing;
 }
 
-/// Runs when the timer says so, never inside a call of the connection that it replaces.
+/// Called by the timer or PlugWatch, never within a callback of the connection that it replaces.
 void CameraRegistry::State::connectAgain()
 {
     m_isListingDue = false;
@@ -190,7 +189,7 @@ bool CameraRegistry::State::connectBy(int descriptor)
              m_retries = 0;
              publish(m_isSandboxed ? Source::Portal : Source::PipeWire, std::move(listing));
          },
-            [this] { lost(); } });
+            [this] { setTimer(std::chrono::milliseconds(0)); } });
     return m_pipeWire != nullptr;
 }
 
@@ -202,11 +201,6 @@ void CameraRegistry::State::portalAnswered(bool granted)
     } else {
         publish(Source::Portal, {});
     }
-}
-
-void CameraRegistry::State::lost()
-{
-    setTimer(std::chrono::milliseconds(0));
 }
 
 void CameraRegistry::State::listDevices()
@@ -236,7 +230,7 @@ void CameraRegistry::State::publish(Source source, CameraListing listing)
 
 void CameraRegistry::State::setTimer(std::chrono::milliseconds delay)
 {
-    // Zero would stop it.
+    // Zero would disarm the timer.
     timespec value{ 0, std::max(1L, static_cast<long>(std::chrono::nanoseconds(delay).count())) };
     timespec once{};
     pw_loop_update_timer(pw_thread_loop_get_loop(m_loop), m_timer, &value, &once, false);

@@ -9,14 +9,14 @@
 
 namespace platform {
 
-/// The cameras of this computer, followed on a thread of its own. Any thread.
+/// The cameras of this computer, kept up to date on a thread of its own. Thread-safe.
 class CameraRegistry {
 public:
-    /// Connects on first use (about 10 ms), by the camera portal when the program runs in a
-    /// sandbox (or $VELLUMCAP_CAMERA_PORTAL is set, to try it outside of one), and to V4L2 when
-    /// there is no daemon. A daemon that ends or comes later is followed.
+    /// Connects to PipeWire on first use (about 10 ms): through the camera portal in a sandbox or
+    /// when $VELLUMCAP_CAMERA_PORTAL is set. Without a daemon it lists V4L2 devices. It reacts to
+    /// the start and the end of the daemon.
     static CameraRegistry& shared();
-    /// One more, for an environment of its own.
+    /// A registry besides the shared one, for tests that change the environment.
     CameraRegistry();
     ~CameraRegistry();
     CameraRegistry(const CameraRegistry&) = delete;
@@ -25,19 +25,19 @@ public:
     enum class Source { PipeWire, Portal, V4L2 };
     Source source() const;
 
-    /// Snapshots, in the order in which the cameras came. Formats are known once a camera is
-    /// listed. The first request waits for the first listing, but not long: while the portal
-    /// asks the user, there are no cameras.
+    /// A snapshot, in the order in which the cameras were plugged in, each with its formats. The
+    /// first call waits up to 0.3 s for the first listing. The list is empty while the portal asks
+    /// the user.
     QList<CameraNode> cameras() const;
     std::optional<CameraNode> camera(const QString& name) const;
     /// The system's default camera, else the first; empty when there is none.
     QString defaultCamera() const;
 
-    /// Sets a control by way of PipeWire. False when the camera has gone or lacks it.
+    /// Sets a control through PipeWire. False when the camera is not listed or lacks the control.
     [[nodiscard]] bool setControl(const QString& name, quint32 id, int value);
 
-    /// A descriptor of a PipeWire connection for the reader of a stream, owned by the caller; -1
-    /// where a reader connects by itself.
+    /// A descriptor of a PipeWire connection for a program that reads a stream, owned by the
+    /// caller; -1 when the reader connects by itself.
     int openRemote() const;
 
     /// Calls `observer` after cameras were added, removed or changed, on the registry's thread. It

@@ -14,17 +14,17 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// With all that a handle asks for, if the driver takes its time over each.
-constexpr auto patienceWithHandle = 2 * patienceWithDriver;
+/// For all calls of one handle together, when the driver is slow each time.
+constexpr auto handleTimeout = 2 * driverTimeout;
 
 } // namespace
 
 struct CaptureDevice::State {
     QString uniqueID;
     QString localizedName;
-    std::shared_ptr<CameraControls> locked; ///< between lock and unlock
+    std::shared_ptr<CameraControls> locked; ///< between lock and unlock; else null
     QString lockedPath;
-    Clock::duration waited{}; ///< for the driver
+    Clock::duration waited{}; ///< for the driver, in total
 
     explicit State(const CameraNode& node)
         : uniqueID(node.name)
@@ -34,14 +34,14 @@ struct CaptureDevice::State {
 
     std::optional<CameraNode> node() const { return CameraRegistry::shared().camera(uniqueID); }
 
-    /// What `call` returns, if the driver answers in time.
+    /// The value of `call`, if the driver responds in time.
     template <typename Call>
     auto ask(const QString& devicePath, Call call) -> std::optional<std::invoke_result_t<Call>>
     {
         if (devicePath.isEmpty()) {
             return call();
         }
-        if (waited >= patienceWithHandle) {
+        if (waited >= handleTimeout) {
             return std::nullopt;
         }
         const auto start = Clock::now();
@@ -50,7 +50,7 @@ struct CaptureDevice::State {
         return result;
     }
 
-    /// What `question` says of the camera's settings; false when it has gone.
+    /// The answer of `question` about the camera's settings; false when the camera is unplugged.
     template <typename Question> bool answer(Question question)
     {
         if (locked) {
@@ -124,7 +124,7 @@ bool CaptureDevice::isInUseByAnotherApplication() const
     if (!node || node->isInUse) {
         return node.has_value();
     }
-    // While PipeWire takes pictures, for this program then, the device is busy with that.
+    // A node that runs for this program alone makes its device busy.
     return !node->isRunning
         && m_state->answer([](const CameraControls& controls) { return controls.isBusy(); });
 }
@@ -182,7 +182,7 @@ void CaptureDevice::setWhiteBalanceMode(WhiteBalanceMode mode)
     m_state->set(mode);
 }
 
-/// Where setting a mode has not come back, what it holds is closed when it does.
+/// A call that has timed out closes the device when it returns.
 void CaptureDevice::unlockForConfiguration()
 {
     auto controls = std::exchange(m_state->locked, nullptr);

@@ -24,22 +24,22 @@ struct CaptureDeviceFormat {
     QList<FrameRateRange> videoSupportedFrameRateRanges;
 };
 
-/// A camera. Copies are handles on the same camera, which may be pulled out at any time; then
-/// nothing is supported and nothing can be set. So it is with one whose driver does not answer for
-/// a second, for which nobody waits longer. Main thread, but for observations.
+/// A camera. Copies are handles on the same camera, which may be unplugged at any time; then no
+/// mode is supported and none can be set. The same holds for a camera whose driver does not respond
+/// within a second. Main thread, except for observers.
 class CaptureDevice {
 public:
-    /// The cameras in the system's order. Muxed (sound and picture in one) is offered by none.
+    /// The cameras in the system's order. No camera is of type Muxed (sound and picture in one).
     static QList<CaptureDevice> devicesWithMediaType(MediaType type);
     static std::optional<CaptureDevice> defaultDeviceWithMediaType(MediaType type);
     static std::optional<CaptureDevice> deviceWithUniqueID(const QString& uniqueID);
 
-    const QString& uniqueID() const; ///< stable over restarts
+    const QString& uniqueID() const; ///< stable across restarts
     const QString& localizedName() const;
 
     bool isSuspended() const; ///< a shutter or privacy switch is closed
-    /// Where there is no PipeWire this is to be asked before a session starts: afterwards the
-    /// device is busy with that.
+    /// Without PipeWire this must be called before a session starts: afterwards the device is busy
+    /// with that session.
     bool isInUseByAnotherApplication() const;
 
     bool isFocusModeSupported(FocusMode mode) const;
@@ -55,7 +55,7 @@ public:
     void setWhiteBalanceMode(WhiteBalanceMode mode);
     void unlockForConfiguration();
 
-    /// The format that a session takes from this camera.
+    /// The format in which a session reads this camera.
     CaptureDeviceFormat activeFormat() const;
 
     enum class Adjustment { Focus, Exposure, WhiteBalance };

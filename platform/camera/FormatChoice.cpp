@@ -9,14 +9,14 @@ namespace {
 
 constexpr QSize largestSize(1920, 1080);
 constexpr double wantedRate = 30;
-constexpr double tolerance = 0.05; // 30000/1001 is as good as 30
+constexpr double tolerance = 0.05; // 30000/1001 counts as 30
 
 /// The better a format is, the greater its rank.
 auto rank(const CameraFormat& format)
 {
     const bool fits = format.size.width() <= largestSize.width()
         && format.size.height() <= largestSize.height();
-    const qint64 area = qint64(format.size.width()) * format.size.height();
+    const qint64 area = static_cast<qint64>(format.size.width()) * format.size.height();
     const double rate = format.highestRate();
     const bool isFast = rate >= wantedRate - tolerance;
     const bool isUncompressed = format.encoding != CameraFormat::Encoding::JPEG;

@@ -49,7 +49,7 @@ QImage SampleBuffer::pixels() const
 
 QImage SampleBuffer::pixelsWithin(QSize area) const
 {
-    // Decoding is most of the work, and whoever wants all pixels shares it.
+    // Decoding is most of the work, and pixels() shares its result.
     return isCompressed(m_frame->sample) ? scaledPixels(pixels(), area)
                                          : convertedPixels(m_frame->sample, area);
 }

@@ -13,7 +13,7 @@ using Qt::StringLiterals::operator""_s;
 
 using platform::askDriver;
 using platform::DriverVisit;
-using platform::patienceWithDriver;
+using platform::driverTimeout;
 
 class DriverCallTest : public QObject {
     Q_OBJECT
@@ -57,7 +57,7 @@ void DriverCallTest::losesOneThreadToADriverThatHangs()
         released.wait();
         return *device;
     }).has_value());
-    QVERIFY(timer.elapsed() >= patienceWithDriver.count());
+    QVERIFY(timer.elapsed() >= driverTimeout.count());
 
     std::atomic<bool> wasCalled = false;
     const auto call = [&wasCalled] { return wasCalled = true; };
