@@ -29,7 +29,7 @@ QSize sizeOfHeight(int height)
     return { height * 16 / 9, height };
 }
 
-/// Structure and some noise, so that a JPEG of it is as large as a camera's: 150 kB at 1080p.
+/// Structure and some noise, so that its JPEG is as large as a camera's: 150 kB at 1080p.
 QImage cameraPicture(QSize size)
 {
     QImage picture(size, QImage::Format_RGB32);
@@ -75,7 +75,7 @@ void plainCopy(benchmark::State& state)
     }
 }
 
-/// As the preview does it: scaled, then adjusted and mirrored.
+/// The work of the preview: scaled, then adjusted and mirrored.
 void previewFrame(benchmark::State& state, const char* encoding)
 {
     using platform::ImageFilter;

@@ -37,7 +37,7 @@ public:
     }
 };
 
-/// Days of a hundred captures each, whose pictures are not there.
+/// Days of a hundred captures each, without picture files.
 class Source : public CollectionViewDataSource, public CollectionViewDelegate {
 public:
     explicit Source(int items)
@@ -101,7 +101,7 @@ void reloadData(benchmark::State& state)
     }
 }
 
-/// New cells for the whole page, painted.
+/// Creates and paints the cells of a whole page.
 void scrollAPage(benchmark::State& state)
 {
     Shown shown(int(state.range(0)));
@@ -114,7 +114,7 @@ void scrollAPage(benchmark::State& state)
     }
 }
 
-/// Three pixels, as a touchpad does it.
+/// Scrolls by three pixels, like a touchpad.
 void scrollALittle(benchmark::State& state)
 {
     Shown shown(int(state.range(0)));

@@ -1,4 +1,4 @@
-// What it costs to make a camera's frame ready for the search for codes, and to search it.
+// Measures the cost of preparing a camera frame for the detection of codes, and of the detection.
 
 #include "camera/FramePreparation.h"
 #include "platform/barcode/DetectBarcodesRequest.h"
@@ -67,7 +67,7 @@ BENCHMARK(filterPixels)
     ->ArgNames({ "height", "mirrored" })
     ->Unit(benchmark::kMillisecond);
 
-/// With a code of a quarter of the height, away from the middle, when `hasCode`.
+/// When `hasCode`, with a code of a quarter of the height, away from the centre.
 QImage frameToSearch(int height, bool hasCode)
 {
     QImage frame = photograph(height);

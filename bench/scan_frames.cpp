@@ -1,6 +1,6 @@
-// Scans made camera frames as the scan window does, one after the other, and prints for each kind
-// of frame what it costs and how soon its code is read; beside it, each library by itself with
-// all its options on. Milliseconds are those of this thread's processor time.
+// Scans generated camera frames as the scan window does, one after the other, and prints for each
+// kind of frame the cost and how soon its code is read, compared with each library alone with all
+// its options on. Milliseconds are this thread's processor time.
 //   scan_frames [--scenes N] [--frames N] [--seed N] [--height 720|1080|2160]
 
 #include "bench/ProcessorTime.h"
@@ -65,10 +65,10 @@ constexpr std::array grounds{
 struct Tally {
     int scenes = 0;
     int frames = 0;
-    int atOnce = 0; ///< scenes that were read in their first frame
-    int read = 0; ///< in any
+    int atOnce = 0; ///< scenes read in their first frame
+    int read = 0; ///< scenes read in any frame
     int wrong = 0;
-    int framesUntilRead = 0; ///< over those that were
+    int framesUntilRead = 0; ///< in total, of the scenes that were read
     double total = 0;
     double slowest = 0;
 };
@@ -168,7 +168,7 @@ struct Plan {
     int scenes = 10;
     int frames = 12;
     quint32 seed = 1;
-    bool ownOnly = false; ///< without the libraries alone
+    bool ownOnly = false; ///< skips the comparison with the libraries
 };
 
 void scanSize(QSize size, const Plan& plan)

@@ -15,8 +15,8 @@ namespace support {
 namespace {
 
 constexpr int modulePixels = 8;
-constexpr int quietZone = 10; // modules, that drawnCode() leaves
-constexpr double sensorNoise = 3; // levels of grey, in any frame
+constexpr int quietZone = 10; // modules, as in drawnCode()
+constexpr double sensorNoise = 3; // levels of grey, in every frame
 constexpr double duskNoise = 25;
 
 uchar toByte(double value)
@@ -39,7 +39,7 @@ std::vector<double> bell(double deviation)
     return weights;
 }
 
-// Gaussian, one direction after the other.
+// A Gaussian blur, first in one direction, then in the other.
 QImage blurred(const QImage& from, double deviation)
 {
     if (deviation <= 0) {
@@ -93,7 +93,7 @@ int HardFrames::below(int bound)
     return int(m_random() % std::mt19937::result_type(bound));
 }
 
-// Irwin and Hall: the sum of twelve even chances is normal enough.
+// Irwin-Hall: the sum of twelve uniform values approximates a normal distribution.
 double HardFrames::normal()
 {
     double sum = -6;
@@ -122,7 +122,7 @@ QString HardFrames::textFor(platform::Symbology symbology)
     return symbology == platform::Symbology::Code128 ? text.mid(20) : text;
 }
 
-// Noise whose strength falls with its frequency, as in pictures of nature.
+// Noise whose amplitude falls with its frequency, as in photographs of nature.
 QImage HardFrames::clouds(QSize size)
 {
     std::vector<double> values(std::size_t(size.width()) * std::size_t(size.height()), 128);
@@ -154,7 +154,7 @@ QImage HardFrames::clouds(QSize size)
     return picture;
 }
 
-// A printed page: strokes in lines, as thick and as dense as letters.
+// A printed page: lines of strokes as thick and as dense as letters.
 void HardFrames::write(QImage& page)
 {
     QPainter painter(&page);
@@ -170,7 +170,7 @@ void HardFrames::write(QImage& page)
     }
 }
 
-// Things on a desk.
+// Shapes like objects on a desk.
 void HardFrames::scatter(QImage& picture)
 {
     QPainter painter(&picture);
@@ -195,7 +195,7 @@ void HardFrames::scatter(QImage& picture)
 
 void HardFrames::addNoise(QImage& picture, double deviation)
 {
-    // Drawing from a table is fast enough for frames.
+    // A table of random values is fast enough for frames.
     std::vector<double> table(4096);
     for (double& value : table) {
         value = deviation * normal();
