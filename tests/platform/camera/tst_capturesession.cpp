@@ -349,5 +349,5 @@ void CaptureSessionTest::leavesNoThreadBehind()
     QTRY_VERIFY_WITH_TIMEOUT(threadCount() <= before, 2 * support::patience);
 }
 
-VELLUMCAP_TEST_MAIN(CaptureSessionTest)
+VELLUMCAP_TEST(CaptureSessionTest)
 #include "tst_capturesession.moc"

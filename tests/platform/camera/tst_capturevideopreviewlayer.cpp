@@ -164,5 +164,5 @@ void CaptureVideoPreviewLayerTest::callsItsObserverOnceForManyPictures()
     QVERIFY2(calls >= 1 && calls <= 3, qPrintable(QString::number(calls)));
 }
 
-VELLUMCAP_TEST_MAIN(CaptureVideoPreviewLayerTest)
+VELLUMCAP_TEST(CaptureVideoPreviewLayerTest)
 #include "tst_capturevideopreviewlayer.moc"

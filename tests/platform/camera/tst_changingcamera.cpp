@@ -242,5 +242,5 @@ void ChangingCameraTest::usesWhatACameraOffers()
     QCOMPARE(scene.session->interruption(), Interruption::None);
 }
 
-VELLUMCAP_TEST_MAIN(ChangingCameraTest)
+VELLUMCAP_TEST(ChangingCameraTest)
 #include "tst_changingcamera.moc"

@@ -86,5 +86,5 @@ void DriverCallTest::asksNothingWhereAVisitHangs()
     QTRY_COMPARE(askDriver(path, [] { return 1; }), 1);
 }
 
-VELLUMCAP_TEST_MAIN(DriverCallTest)
+VELLUMCAP_TEST(DriverCallTest)
 #include "tst_drivercall.moc"

@@ -41,5 +41,5 @@ void PortalCaptureTest::showsTheCamera()
     }
 }
 
-VELLUMCAP_TEST_MAIN(PortalCaptureTest)
+VELLUMCAP_TEST(PortalCaptureTest)
 #include "tst_portalcapture.moc"
