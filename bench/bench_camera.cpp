@@ -70,7 +70,7 @@ void plainCopy(benchmark::State& state)
     const QImage from = cameraPicture(sizeOfHeight(static_cast<int>(state.range(0))));
     QImage to = cameraPicture(from.size());
     for (auto _ : state) {
-        std::memcpy(to.bits(), from.constBits(), std::size_t(from.sizeInBytes()));
+        std::memcpy(to.bits(), from.constBits(), static_cast<std::size_t>(from.sizeInBytes()));
         benchmark::ClobberMemory();
     }
 }

@@ -95,7 +95,7 @@ public:
 
 void reloadData(benchmark::State& state)
 {
-    Shown shown(int(state.range(0)));
+    Shown shown(static_cast<int>(state.range(0)));
     while (state.KeepRunning()) {
         shown.view.reloadData();
     }
@@ -104,7 +104,7 @@ void reloadData(benchmark::State& state)
 /// Creates and paints the cells of a whole page.
 void scrollAPage(benchmark::State& state)
 {
-    Shown shown(int(state.range(0)));
+    Shown shown(static_cast<int>(state.range(0)));
     QScrollBar& bar = *shown.view.verticalScrollBar();
     while (state.KeepRunning()) {
         bar.setValue(bar.value() < bar.maximum() ? bar.value() + bar.pageStep() : 0);
@@ -117,7 +117,7 @@ void scrollAPage(benchmark::State& state)
 /// Scrolls by three pixels, like a touchpad.
 void scrollALittle(benchmark::State& state)
 {
-    Shown shown(int(state.range(0)));
+    Shown shown(static_cast<int>(state.range(0)));
     QScrollBar& bar = *shown.view.verticalScrollBar();
     while (state.KeepRunning()) {
         bar.setValue(bar.value() < bar.maximum() ? bar.value() + 3 : 0);

@@ -95,7 +95,7 @@ void examine(Tally& tally, const support::HardScene& scene, const Reader& reader
                     qPrintable(scene.text));
             }
             tally.atOnce += right && i == 0 ? 1 : 0;
-            tally.framesUntilRead += right ? int(i) + 1 : 0;
+            tally.framesUntilRead += right ? static_cast<int>(i) + 1 : 0;
             return;
         }
     }
@@ -140,7 +140,8 @@ void print(const char* name, const std::array<Tally, 3>& tallies)
 {
     std::printf("%-18s", name);
     for (const Tally& tally : tallies) {
-        const double frames = tally.read == 0 ? 0 : double(tally.framesUntilRead) / tally.read;
+        const double frames
+            = tally.read == 0 ? 0 : static_cast<double>(tally.framesUntilRead) / tally.read;
         std::printf(" | %6.1f %6.1f  %3d %3d %3d %4.1f", tally.total / std::max(1, tally.frames),
             tally.slowest, tally.atOnce, tally.read, tally.wrong, frames);
     }

@@ -145,7 +145,7 @@ void Parameters::addBuffers(int size, int stride)
     spa_pod_builder_push_object(&m_builder, &frame, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
     spa_pod_builder_prop(&m_builder, SPA_PARAM_META_type, 0);
     spa_pod_builder_id(&m_builder, SPA_META_Header);
-    number(SPA_PARAM_META_size, int(sizeof(spa_meta_header)));
+    number(SPA_PARAM_META_size, static_cast<int>(sizeof(spa_meta_header)));
     append(spa_pod_builder_pop(&m_builder, &frame));
 }
 
@@ -334,14 +334,16 @@ void VirtualCamera::State::negotiated(const spa_pod* format)
     for (const CameraMode& each : properties.modes) {
         const spa_rectangle offered = rectangle(each.size);
         if (rawFormat(each.encoding) == raw && offered.width == size.width
-            && offered.height == size.height && int(rate.num) == each.rate * int(rate.denom)) {
+            && offered.height == size.height
+            && static_cast<int>(rate.num) == each.rate * static_cast<int>(rate.denom)) {
             mode = each;
         }
     }
     renderFrame();
     Parameters parameters;
     const bool isRaw = frame.stride > 0;
-    parameters.addBuffers(isRaw ? int(frame.bytes.size()) : largestFrame(mode), frame.stride);
+    parameters.addBuffers(
+        isRaw ? static_cast<int>(frame.bytes.size()) : largestFrame(mode), frame.stride);
     pw_stream_update_params(stream, parameters.list(), parameters.count());
 }
 

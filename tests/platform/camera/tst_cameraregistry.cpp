@@ -214,8 +214,8 @@ void CameraRegistryTest::setsControls()
 void CameraRegistryTest::doesWithoutDaemon()
 {
     const CameraRig rig(CameraRig::Start::NotRunning);
-    // If it waited for a first listing, every attempt would take as long as that may last; a busy
-    // machine delays some attempts only.
+    // Waiting for a daemon would delay every attempt by the timeout of the first listing. A busy
+    // machine delays only some.
     constexpr qint64 firstListingTimeout = 300;
     const auto isQuick = [] {
         QElapsedTimer timer;

@@ -78,8 +78,8 @@ QStringList names(MediaType type)
     return result;
 }
 
-/// Collects what an observer is told. Thread-safe.
-class Told {
+/// Collects the calls of an observer. Thread-safe.
+class Calls {
 public:
     void operator()(bool adjusting)
     {
@@ -227,13 +227,15 @@ void CaptureDeviceTest::setsModes()
     tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
     tested.setWhiteBalanceMode(WhiteBalanceMode::ContinuousAutoWhiteBalance);
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 1);
-    QCOMPARE(cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_AUTO));
+    QCOMPARE(
+        cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), static_cast<int>(V4L2_EXPOSURE_AUTO));
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_AUTO_WHITE_BALANCE), 1);
     tested.setFocusMode(FocusMode::Locked);
     tested.setExposureMode(ExposureMode::Locked);
     tested.setWhiteBalanceMode(WhiteBalanceMode::Locked);
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 0);
-    QCOMPARE(cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_MANUAL));
+    QCOMPARE(
+        cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), static_cast<int>(V4L2_EXPOSURE_MANUAL));
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_AUTO_WHITE_BALANCE), 0);
     tested.unlockForConfiguration();
 }
@@ -245,8 +247,8 @@ void CaptureDeviceTest::setsTheOnlyAutomaticExposure()
     QVERIFY(tested.lockForConfiguration());
     tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
     tested.unlockForConfiguration();
-    QCOMPARE(
-        cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_APERTURE_PRIORITY));
+    QCOMPARE(cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO),
+        static_cast<int>(V4L2_EXPOSURE_APERTURE_PRIORITY));
 }
 
 void CaptureDeviceTest::startsOnce()
@@ -374,17 +376,17 @@ void CaptureDeviceTest::observesFocus()
     QFETCH(bool, events);
     const auto camera = plugIn(FakeProfile::Full);
     cameras::setFakeEvents(path, events);
-    Told told;
+    Calls calls;
     auto observation = device().observe(
-        CaptureDevice::Adjustment::Focus, [&told](bool adjusting) { told(adjusting); });
+        CaptureDevice::Adjustment::Focus, [&calls](bool adjusting) { calls(adjusting); });
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_BUSY);
-    QTRY_COMPARE(told.all(), QList<bool>{ true });
+    QTRY_COMPARE(calls.all(), QList<bool>{ true });
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_REACHED);
-    QTRY_COMPARE(told.all(), (QList<bool>{ true, false }));
+    QTRY_COMPARE(calls.all(), (QList<bool>{ true, false }));
     // Unplugged: the observer is not called again, and the observation can be ended.
     cameras::removeFakeDevices();
     observation.reset();
-    QCOMPARE(told.all(), (QList<bool>{ true, false }));
+    QCOMPARE(calls.all(), (QList<bool>{ true, false }));
 }
 
 void CaptureDeviceTest::observesNothingElse()
@@ -432,11 +434,11 @@ void CaptureDeviceTest::survivesADriverThatHangs_data()
 {
     QTest::addColumn<quint64>("call");
     QTest::addColumn<bool>("isLocked");
-    QTest::newRow("open") << quint64(cameras::fakeOpening) << false;
-    QTest::newRow("ask for a control") << quint64(VIDIOC_QUERYCTRL) << false;
-    QTest::newRow("claim the priority") << quint64(VIDIOC_S_PRIORITY) << false;
-    QTest::newRow("set a control") << quint64(VIDIOC_S_CTRL) << true;
-    QTest::newRow("close") << quint64(cameras::fakeClosing) << false;
+    QTest::newRow("open") << static_cast<quint64>(cameras::fakeOpening) << false;
+    QTest::newRow("ask for a control") << static_cast<quint64>(VIDIOC_QUERYCTRL) << false;
+    QTest::newRow("claim the priority") << static_cast<quint64>(VIDIOC_S_PRIORITY) << false;
+    QTest::newRow("set a control") << static_cast<quint64>(VIDIOC_S_CTRL) << true;
+    QTest::newRow("close") << static_cast<quint64>(cameras::fakeClosing) << false;
 }
 
 void CaptureDeviceTest::survivesADriverThatHangs()
@@ -482,11 +484,11 @@ void CaptureDeviceTest::endsAnObservationThatHangs()
 {
     const auto camera = plugIn(FakeProfile::Full);
     cameras::setFakeEvents(path, false);
-    Told told;
+    Calls calls;
     auto observation = device().observe(
-        CaptureDevice::Adjustment::Focus, [&told](bool adjusting) { told(adjusting); });
+        CaptureDevice::Adjustment::Focus, [&calls](bool adjusting) { calls(adjusting); });
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_BUSY);
-    QTRY_COMPARE(told.all(), QList<bool>{ true });
+    QTRY_COMPARE(calls.all(), QList<bool>{ true });
     cameras::holdFakeCalls(path, VIDIOC_G_CTRL);
     QTRY_COMPARE(cameras::heldFakeCalls(), 1);
     observation.reset(); // returns although the driver holds the call
@@ -496,7 +498,7 @@ void CaptureDeviceTest::endsAnObservationThatHangs()
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_REACHED);
     cameras::releaseFakeCalls();
     QTRY_VERIFY(device().isFocusModeSupported(FocusMode::ContinuousAutoFocus));
-    QCOMPARE(told.all(), QList<bool>{ true });
+    QCOMPARE(calls.all(), QList<bool>{ true });
 }
 
 void CaptureDeviceTest::listsNoDeviceThatHangs()

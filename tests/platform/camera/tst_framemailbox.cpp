@@ -27,7 +27,7 @@ private Q_SLOTS:
 
 namespace {
 
-/// Lets a receiver begin, and holds it until it may go on.
+/// Blocks a receiver until it is opened.
 class Gate {
 public:
     void pass()

@@ -157,15 +157,16 @@ void SampleBufferTest::readsRowsWithPadding()
     const QImage picture = halves(size);
     const int rowBytes = 2 * size.width();
     const QByteArray packed = encodedAs("YUY2", picture);
-    QByteArray padded(lead, char(0x55));
+    QByteArray padded(lead, '\x55');
     for (int row = 0; row < size.height(); ++row) {
-        padded += packed.mid(row * rowBytes, rowBytes) + QByteArray(padding, char(0x55));
+        padded += packed.mid(row * rowBytes, rowBytes) + QByteArray(padding, '\x55');
     }
     const SampleBuffer frame = frameOf(padded, rawCaps("YUY2", size), [&size](GstBuffer* buffer) {
         gsize offsets[GST_VIDEO_MAX_PLANES] = { lead };
         gint strides[GST_VIDEO_MAX_PLANES] = { 2 * 66 + padding };
         gst_buffer_add_video_meta_full(buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_YUY2,
-            guint(size.width()), guint(size.height()), 1, offsets, strides);
+            static_cast<guint>(size.width()), static_cast<guint>(size.height()), 1, offsets,
+            strides);
     });
     QVERIFY(cornerDistance(frame.pixels(), picture) <= tolerance);
 }
@@ -283,13 +284,13 @@ void SampleBufferTest::refusesALayoutThatLies_data()
     QTest::addColumn<int>("planes");
     QTest::addColumn<qint64>("offset"); // of the second plane
     QTest::addColumn<int>("stride"); // of the second plane
-    QTest::newRow("a plane beyond the end") << 2 << qint64(1000000) << 64;
-    QTest::newRow("a plane that ends beyond the end") << 2 << qint64(64 * 48 + 1) << 64;
-    QTest::newRow("an offset that wraps") << 2 << qint64(-64) << 64;
-    QTest::newRow("rows too long") << 2 << qint64(64 * 48) << 4096;
-    QTest::newRow("rows backwards") << 2 << qint64(64 * 48) << -64;
-    QTest::newRow("rows that overlap") << 2 << qint64(64 * 48) << 8;
-    QTest::newRow("too few planes") << 1 << qint64(64 * 48) << 64;
+    QTest::newRow("a plane beyond the end") << 2 << 1000000LL << 64;
+    QTest::newRow("a plane that ends beyond the end") << 2 << 64 * 48LL + 1 << 64;
+    QTest::newRow("an offset that wraps") << 2 << -64LL << 64;
+    QTest::newRow("rows too long") << 2 << 64 * 48LL << 4096;
+    QTest::newRow("rows backwards") << 2 << 64 * 48LL << -64;
+    QTest::newRow("rows that overlap") << 2 << 64 * 48LL << 8;
+    QTest::newRow("too few planes") << 1 << 64 * 48LL << 64;
 }
 
 void SampleBufferTest::refusesALayoutThatLies()
@@ -302,8 +303,8 @@ void SampleBufferTest::refusesALayoutThatLies()
     const SampleBuffer frame = frameOf(bytes, rawCaps("NV12", size), [&](GstBuffer* buffer) {
         GstVideoMeta* meta = gst_buffer_add_video_meta(
             buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_NV12, 64, 48);
-        meta->n_planes = guint(planes);
-        meta->offset[1] = gsize(offset);
+        meta->n_planes = static_cast<guint>(planes);
+        meta->offset[1] = static_cast<gsize>(offset);
         meta->stride[1] = stride;
     });
     QVERIFY(frame.pixels().isNull());
@@ -352,7 +353,8 @@ void SampleBufferTest::readsJpegs_data()
     // Motion JPEG may leave out the tables that are everybody's.
     QByteArray bare = jpeg;
     for (qsizetype at = bare.indexOf("\xff\xc4"); at >= 0; at = bare.indexOf("\xff\xc4")) {
-        const int length = uchar(bare[at + 2]) * 256 + uchar(bare[at + 3]);
+        const int length
+            = static_cast<uchar>(bare[at + 2]) * 256 + static_cast<uchar>(bare[at + 3]);
         bare.remove(at, length + 2);
     }
     QVERIFY(bare.size() < jpeg.size());
