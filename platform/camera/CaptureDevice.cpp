@@ -187,7 +187,7 @@ void CaptureDevice::unlockForConfiguration()
 {
     auto controls = std::exchange(m_state->locked, nullptr);
     if (controls && !m_state->lockedPath.isEmpty()) {
-        (void)askDriver(m_state->lockedPath, [controls = std::move(controls)] { return true; });
+        (void)visitDriver(m_state->lockedPath, [controls = std::move(controls)] {});
     }
 }
 

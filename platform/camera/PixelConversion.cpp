@@ -249,20 +249,6 @@ QImage wrapped(GstSample* sample, const GstVideoInfo& info)
 
 } // namespace
 
-QSize announcedSize(GstSample* sample)
-{
-    const GstCaps* caps = gst_sample_get_caps(sample);
-    int width = 0;
-    int height = 0;
-    if (caps) {
-        const GstStructure* structure = gst_caps_get_structure(caps, 0);
-        gst_structure_get_int(structure, "width", &width);
-        gst_structure_get_int(structure, "height", &height);
-    }
-    const QSize size(width, height);
-    return isPictureSize(size) ? size : QSize();
-}
-
 bool hasPicture(GstSample* sample)
 {
     GstBuffer* buffer = gst_sample_get_buffer(sample);

@@ -7,9 +7,6 @@
 
 namespace platform {
 
-/// The size in the sample's caps; empty when it is missing or unacceptable.
-QSize announcedSize(GstSample* sample);
-
 /// Whether the sample has the bytes of a picture, as far as is known without decoding it.
 bool hasPicture(GstSample* sample);
 

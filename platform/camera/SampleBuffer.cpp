@@ -11,7 +11,6 @@ struct SampleBuffer::Frame {
     Frame(GstSample* aSample, quint64 aSequence)
         : sample(gst_sample_ref(aSample))
         , sequence(aSequence)
-        , size(announcedSize(aSample))
     {
     }
     ~Frame() { gst_sample_unref(sample); }
@@ -20,7 +19,6 @@ struct SampleBuffer::Frame {
 
     GstSample* const sample;
     const quint64 sequence;
-    const QSize size;
     mutable std::once_flag converted;
     mutable QImage pixels;
 };
@@ -33,11 +31,6 @@ SampleBuffer::SampleBuffer(GstSample* sample, quint64 sequence)
 quint64 SampleBuffer::sequence() const
 {
     return m_frame->sequence;
-}
-
-QSize SampleBuffer::size() const
-{
-    return m_frame->size;
 }
 
 QImage SampleBuffer::pixels() const

@@ -15,7 +15,6 @@ public:
     SampleBuffer(GstSample* sample, quint64 sequence);
 
     quint64 sequence() const; ///< the number of the frame in a run of its session, from 1
-    QSize size() const; ///< according to the camera; empty when it is not known
 
     /// The pixels as BGRA in memory (QImage::Format_RGB32; the fourth byte has no meaning).
     /// The first call converts them, on its thread, so that an unused frame costs nothing. The

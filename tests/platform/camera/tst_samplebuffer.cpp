@@ -141,7 +141,6 @@ void SampleBufferTest::readsEveryEncoding()
     if (encoding == "GRAY8") {
         picture = picture.convertToFormat(QImage::Format_Grayscale8);
     }
-    QCOMPARE(frame.size(), size);
     QCOMPARE(frame.pixels().format(), QImage::Format_RGB32);
     QCOMPARE(frame.pixels().size(), size);
     const int most = encoding == "GRAY8" ? 20 : tolerance; // other weights of red, green and blue
@@ -326,7 +325,6 @@ void SampleBufferTest::refusesImpossibleSizes()
 {
     QFETCH(QSize, size);
     const SampleBuffer frame = frameOf(QByteArray(100000, '\0'), rawCaps("BGRx", size));
-    QVERIFY(frame.size().isEmpty());
     QVERIFY(frame.pixels().isNull());
     QVERIFY(frame.pixelsWithin(QSize(32, 32)).isNull());
 }
@@ -365,7 +363,6 @@ void SampleBufferTest::readsJpegs()
 {
     QFETCH(QByteArray, bytes);
     const SampleBuffer frame = frameOf(bytes, jpegCaps(QSize(64, 48)));
-    QCOMPARE(frame.size(), QSize(64, 48));
     QCOMPARE(frame.pixels().size(), QSize(64, 48));
     QVERIFY(cornerDistance(frame.pixels(), halves(QSize(64, 48))) <= tolerance);
 }
