@@ -268,7 +268,7 @@ void CameraRegistryTest::endsObservations()
     auto camera = rig.addCamera({});
     QTRY_COMPARE(names(registry), QStringList{ u"cam.a"_s });
     QTRY_VERIFY(ended > 0);
-    other.reset();
+    other.end();
     const int before = ended;
     kept = 0;
     camera.reset();
