@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-/// Milliseconds that this thread has spent on a core, from a beginning of no importance.
+/// Processor time of this thread in milliseconds, from an arbitrary start.
 inline double processorMilliseconds()
 {
     const std::chrono::duration<double, std::milli> spent

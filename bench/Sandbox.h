@@ -6,11 +6,11 @@
 #include <QFile>
 #include <QTemporaryDir>
 
-/// What benchmarks share: folders of their own, and the memory they take.
+/// Shared by benchmarks: folders of their own, and memory figures.
 namespace bench {
 
-/// Made before the application object; its folders go with it. They lie in the working folder,
-/// since /tmp may be no disk.
+/// Temporary data folders in the working folder, since /tmp may not be on a disk. Created before
+/// the application object.
 class Sandbox {
 public:
     Sandbox()

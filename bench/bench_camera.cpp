@@ -1,12 +1,12 @@
-// What a frame of a camera costs: its conversion, beside a plain copy of its pixels, and its way
-// into a preview of 640 x 360; and the time from the start of a session to its first picture.
+// Measures the cost of a camera frame: its conversion, compared with a plain copy of its pixels,
+// and its preview at 640 x 360; and the time from the start of a session to its first picture.
 
-#include "platform/camera/CaptureConnection.h"
 #include "platform/camera/CaptureDeviceInput.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/camera/CaptureVideoPreviewLayer.h"
 #include "platform/camera/SampleBuffer.h"
 #include "platform/graphics/ImageFilter.h"
+#include "tests/support/CameraFrames.h"
 #include "tests/support/CameraRig.h"
 #include "tests/support/Sandbox.h"
 
@@ -17,8 +17,6 @@
 
 #include <benchmark/benchmark.h>
 #include <cstring>
-#include <gst/gst.h>
-#include <gst/video/video.h>
 
 using Qt::StringLiterals::operator""_s;
 
@@ -31,7 +29,7 @@ QSize sizeOfHeight(int height)
     return { height * 16 / 9, height };
 }
 
-/// Structure and some noise, so that a JPEG of it is as large as a camera's: 150 kB at 1080p.
+/// Structure and some noise, so that its JPEG is as large as a camera's: 150 kB at 1080p.
 QImage cameraPicture(QSize size)
 {
     QImage picture(size, QImage::Format_RGB32);
@@ -40,75 +38,57 @@ QImage cameraPicture(QSize size)
         auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
         for (int x = 0; x < size.width(); ++x) {
             noise = noise * 1664525 + 1013904223;
-            const int grain = int(noise >> 30);
+            const int grain = static_cast<int>(noise >> 30);
             line[x] = qRgb((x / 7) % 200 + grain, (y / 5) % 200 + grain, (x + y) % 200 + grain);
         }
     }
     return picture;
 }
 
-QByteArray bytesOf(const char* encoding, QSize size)
+support::Sample sampleOf(const char* encoding, QSize size)
 {
     if (std::strcmp(encoding, "JPEG") == 0) {
         QBuffer buffer;
         cameraPicture(size).save(&buffer, "JPG", 85);
-        return buffer.data();
+        return support::sampleOf(buffer.data(), support::jpegCaps(size));
     }
-    GstVideoInfo info;
-    gst_video_info_set_format(
-        &info, gst_video_format_from_string(encoding), guint(size.width()), guint(size.height()));
-    return QByteArray(qsizetype(GST_VIDEO_INFO_SIZE(&info)), char(0x7f));
-}
-
-GstSample* sampleOf(const char* encoding, QSize size)
-{
-    const QByteArray bytes = bytesOf(encoding, size);
-    GstCaps* caps = std::strcmp(encoding, "JPEG") == 0
-        ? gst_caps_new_empty_simple("image/jpeg")
-        : gst_caps_new_simple("video/x-raw", "format", G_TYPE_STRING, encoding, nullptr);
-    gst_caps_set_simple(caps, "width", G_TYPE_INT, size.width(), "height", G_TYPE_INT,
-        size.height(), "framerate", GST_TYPE_FRACTION, 30, 1, nullptr);
-    GstBuffer* buffer = gst_buffer_new_memdup(bytes.constData(), gsize(bytes.size()));
-    GstSample* sample = gst_sample_new(buffer, caps, nullptr, nullptr);
-    gst_buffer_unref(buffer);
-    gst_caps_unref(caps);
-    return sample;
+    const GstVideoInfo info = support::rawLayout(encoding, size);
+    const QByteArray bytes(static_cast<qsizetype>(GST_VIDEO_INFO_SIZE(&info)), '\x7f');
+    return support::sampleOf(bytes, support::rawCaps(encoding, size));
 }
 
 void conversion(benchmark::State& state, const char* encoding)
 {
-    GstSample* sample = sampleOf(encoding, sizeOfHeight(int(state.range(0))));
+    const auto sample = sampleOf(encoding, sizeOfHeight(static_cast<int>(state.range(0))));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(platform::SampleBuffer(sample, 1).pixels());
+        benchmark::DoNotOptimize(platform::SampleBuffer(sample.get(), 1).pixels());
     }
-    gst_sample_unref(sample);
 }
 
 void plainCopy(benchmark::State& state)
 {
-    const QImage from = cameraPicture(sizeOfHeight(int(state.range(0))));
+    const QImage from = cameraPicture(sizeOfHeight(static_cast<int>(state.range(0))));
     QImage to = cameraPicture(from.size());
     for (auto _ : state) {
-        std::memcpy(to.bits(), from.constBits(), std::size_t(from.sizeInBytes()));
+        std::memcpy(to.bits(), from.constBits(), static_cast<std::size_t>(from.sizeInBytes()));
         benchmark::ClobberMemory();
     }
 }
 
-/// As the preview does it: scaled, then adjusted and mirrored.
+/// The work of the preview: scaled, then adjusted and mirrored.
 void previewFrame(benchmark::State& state, const char* encoding)
 {
     using platform::ImageFilter;
-    GstSample* sample = sampleOf(encoding, sizeOfHeight(1080));
+    const auto sample = sampleOf(encoding, sizeOfHeight(1080));
     const QList filters = { std::make_shared<ImageFilter>(ImageFilter::Kind::ExposureAdjust),
         std::make_shared<ImageFilter>(ImageFilter::Kind::ColorControls) };
     filters[0]->setValue(0.7);
     filters[1]->setValue(1.2);
     for (auto _ : state) {
-        const QImage scaled = platform::SampleBuffer(sample, 1).pixelsWithin(QSize(640, 360));
+        const QImage scaled = platform::SampleBuffer(sample.get(), 1).pixelsWithin(QSize(640, 360));
         benchmark::DoNotOptimize(
             platform::filtered(scaled, filters, platform::Mirroring::LeftRight));
     }
-    gst_sample_unref(sample);
 }
 
 void startToFirstPicture(benchmark::State& state)
@@ -133,7 +113,7 @@ void startToFirstPicture(benchmark::State& state)
         while (!isShown) {
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
         }
-        state.SetIterationTime(double(timer.nsecsElapsed()) / 1e9);
+        state.SetIterationTime(static_cast<double>(timer.nsecsElapsed()) / 1e9);
     }
 }
 

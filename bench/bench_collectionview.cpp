@@ -37,7 +37,7 @@ public:
     }
 };
 
-/// Days of a hundred captures each, whose pictures are not there.
+/// Days of a hundred captures each, without picture files.
 class Source : public CollectionViewDataSource, public CollectionViewDelegate {
 public:
     explicit Source(int items)
@@ -95,16 +95,16 @@ public:
 
 void reloadData(benchmark::State& state)
 {
-    Shown shown(int(state.range(0)));
+    Shown shown(static_cast<int>(state.range(0)));
     while (state.KeepRunning()) {
         shown.view.reloadData();
     }
 }
 
-/// New cells for the whole page, painted.
+/// Creates and paints the cells of a whole page.
 void scrollAPage(benchmark::State& state)
 {
-    Shown shown(int(state.range(0)));
+    Shown shown(static_cast<int>(state.range(0)));
     QScrollBar& bar = *shown.view.verticalScrollBar();
     while (state.KeepRunning()) {
         bar.setValue(bar.value() < bar.maximum() ? bar.value() + bar.pageStep() : 0);
@@ -114,10 +114,10 @@ void scrollAPage(benchmark::State& state)
     }
 }
 
-/// Three pixels, as a touchpad does it.
+/// Scrolls by three pixels, like a touchpad.
 void scrollALittle(benchmark::State& state)
 {
-    Shown shown(int(state.range(0)));
+    Shown shown(static_cast<int>(state.range(0)));
     QScrollBar& bar = *shown.view.verticalScrollBar();
     while (state.KeepRunning()) {
         bar.setValue(bar.value() < bar.maximum() ? bar.value() + 3 : 0);

@@ -1,4 +1,4 @@
-// What it costs to make a camera's frame ready for the search for codes, and to search it.
+// Measures the cost of preparing a camera frame for the detection of codes, and of the detection.
 
 #include "camera/FramePreparation.h"
 #include "platform/barcode/DetectBarcodesRequest.h"
@@ -25,7 +25,7 @@ QImage photograph(int height)
         auto* line = reinterpret_cast<QRgb*>(picture.scanLine(y));
         for (int x = 0; x < picture.width(); ++x) {
             state = state * 1664525 + 1013904223;
-            const int grain = int(state >> 28);
+            const int grain = static_cast<int>(state >> 28);
             line[x] = qRgb((x / 8 + grain) & 0xFF, (y / 4 + grain) & 0xFF, ((x + y) / 16) & 0xFF);
         }
     }
@@ -43,7 +43,7 @@ QList<std::shared_ptr<ImageFilter>> filterPair()
 
 void copyPixels(benchmark::State& state)
 {
-    const QImage frame = photograph(int(state.range(0)));
+    const QImage frame = photograph(static_cast<int>(state.range(0)));
     for (auto _ : state) {
         QImage copy = platform::pooledBitmap(frame.size());
         std::memcpy(copy.bits(), frame.constBits(), static_cast<std::size_t>(frame.sizeInBytes()));
@@ -54,7 +54,7 @@ BENCHMARK(copyPixels)->Arg(720)->Arg(1080)->Arg(2160)->Unit(benchmark::kMillisec
 
 void filterPixels(benchmark::State& state)
 {
-    const QImage frame = photograph(int(state.range(0)));
+    const QImage frame = photograph(static_cast<int>(state.range(0)));
     const auto filters = filterPair();
     const auto mirroring
         = state.range(1) == 1 ? platform::Mirroring::LeftRight : platform::Mirroring::Off;
@@ -67,7 +67,7 @@ BENCHMARK(filterPixels)
     ->ArgNames({ "height", "mirrored" })
     ->Unit(benchmark::kMillisecond);
 
-/// With a code of a quarter of the height, away from the middle, when `hasCode`.
+/// When `hasCode`, with a code of a quarter of the height, away from the centre.
 QImage frameToSearch(int height, bool hasCode)
 {
     QImage frame = photograph(height);
@@ -83,7 +83,7 @@ QImage frameToSearch(int height, bool hasCode)
 void prepareAndDetect(benchmark::State& state)
 {
     const bool hasCode = state.range(1) == 1;
-    const QImage frame = frameToSearch(int(state.range(0)), hasCode);
+    const QImage frame = frameToSearch(static_cast<int>(state.range(0)), hasCode);
     const auto filters = filterPair();
     const auto scan = std::make_shared<platform::LiveScan>();
     int found = 0;
@@ -94,7 +94,8 @@ void prepareAndDetect(benchmark::State& state)
             .perform(request);
         found += request.results().isEmpty() ? 0 : 1;
     }
-    state.counters["found"] = benchmark::Counter(double(found), benchmark::Counter::kAvgIterations);
+    state.counters["found"]
+        = benchmark::Counter(static_cast<double>(found), benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(prepareAndDetect)
     ->ArgsProduct({ { 720, 1080, 2160 }, { 0, 1 } })

@@ -1,5 +1,5 @@
-// From a text to its picture, beside what cannot be less: a plain fill of the same picture, and
-// libqrencode's own time for the same code.
+// Measures the time from a text to the picture of its code, compared with the lower bounds: filling
+// the same picture, and libqrencode's time for the same code.
 
 #include "imaging/CodeBitmap.h"
 #include "platform/barcode/QRCodeGenerator.h"

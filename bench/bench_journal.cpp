@@ -1,4 +1,4 @@
-// The journal at growing sizes: storing a capture, listing all, refreshing the window.
+// Measures the journal at growing sizes: storing a capture, listing all, refreshing the window.
 
 #include "app/Capture.h"
 #include "app/Resources.h"
@@ -19,7 +19,7 @@ using vellumcap::Capture;
 
 namespace {
 
-/// The program on a store of `count` captures, some dozens a day.
+/// The program with a store of `count` captures, some dozens per day.
 class Journal {
 public:
     explicit Journal(qint64 count)

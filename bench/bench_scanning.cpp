@@ -1,5 +1,5 @@
-// How long a user waits: from Scan to the first picture, and from a code before the camera to its
-// text on the screen. The real window on a camera of 1080p30, on the offscreen platform.
+// Measures how long a user waits: from Scan to the first picture, and from a code in front of the
+// camera to its text on the screen. Uses the real window and a 1080p30 camera, offscreen.
 
 #include "camera/CaptureWindow.h"
 #include "platform/camera/CameraView.h"
@@ -10,7 +10,7 @@
 #include "tests/support/DrawnCode.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/Program.h"
-#include "tests/support/Sandbox.h"
+#include "tests/support/TestMain.h"
 
 #include <QPainter>
 #include <QTest>
@@ -41,7 +41,7 @@ double secondsSince(Clock::time_point start)
     return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-/// What all measurements share; made by the first.
+/// Shared by all measurements; created by the first one.
 struct Stage {
     Stage()
     {
@@ -49,7 +49,8 @@ struct Stage {
         wish.size = frameSize;
         camera = rig.addCamera(wish);
         const bool listed = QTest::qWaitFor(
-            [] { return platform::CaptureDevice::deviceWithUniqueID(u"bench"_s).has_value(); });
+            [] { return platform::CaptureDevice::deviceWithUniqueID(u"bench"_s).has_value(); },
+            support::patience);
         program = listed ? std::make_unique<support::Program>() : nullptr;
     }
 
@@ -80,12 +81,12 @@ void scanToFirstPicture(benchmark::State& state)
         const auto start = Clock::now();
         auto& window = stage()->scan();
         const auto isShown = [&window] { return !window.cameraImageView->pictureRect().isEmpty(); };
-        if (!QTest::qWaitFor(isShown)) {
+        if (!QTest::qWaitFor(isShown, support::patience)) {
             state.SkipWithError("no picture");
         }
         state.SetIterationTime(secondsSince(start));
         window.cancelCapture(nullptr);
-        if (!QTest::qWaitFor([] { return stage()->camera->links() == 0; })) {
+        if (!QTest::qWaitFor([] { return stage()->camera->links() == 0; }, support::patience)) {
             state.SkipWithError("not released");
         }
     }
@@ -102,14 +103,15 @@ void codeToText(benchmark::State& state)
         int pictures = 0;
         const auto counting = QObject::connect(window.cameraImageView,
             &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
-        if (!QTest::qWaitFor([&pictures] { return pictures > 2; })) {
+        if (!QTest::qWaitFor([&pictures] { return pictures > 2; }, support::patience)) {
             state.SkipWithError("no picture");
         }
         QObject::disconnect(counting);
         const QImage picture = paper(text);
-        stage()->camera->show(picture); // returns when the next frame will show it
+        stage()->camera->show(picture); // returns when the next frame shows it
         const auto start = Clock::now();
-        if (!QTest::qWaitFor([&] { return window.textField->stringValue() == text; })) {
+        if (!QTest::qWaitFor(
+                [&] { return window.textField->stringValue() == text; }, support::patience)) {
             state.SkipWithError("not read");
         }
         state.SetIterationTime(secondsSince(start));

@@ -1,10 +1,10 @@
 // Reads the codes of every picture in the given folders and prints `path<TAB>text`, control
-// characters escaped as in JSON. Where NAME.txt stands beside a picture it is the text to expect;
-// a picture in a folder whose name begins with "falsepositives" must give nothing. A table on the
-// error output compares with each library by itself, asked once with its options on, in
-// milliseconds of processor time.
+// characters escaped as in JSON. NAME.txt next to a picture holds the expected text; a picture in a
+// folder whose name begins with "falsepositives" must have no code. A table on standard error
+// compares with each library alone, called once with all options on, in milliseconds of processor
+// time.
 //   decode_pictures [--noise N] [FOLDER...]
-// --noise adds N made pictures of natural noise, in which nothing may be found either.
+// --noise adds N generated pictures of natural noise, which must have no code either.
 
 #include "bench/ProcessorTime.h"
 #include "platform/barcode/Detector.h"
@@ -79,7 +79,7 @@ struct Tally {
 
 struct Summary {
     int pictures = 0;
-    int expected = 0; ///< pictures with a text to expect
+    int expected = 0; ///< pictures with an expected text
     std::array<Tally, engines.size()> tallies;
 
     void operator+=(const Summary& other)

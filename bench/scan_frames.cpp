@@ -1,6 +1,6 @@
-// Scans made camera frames as the scan window does, one after the other, and prints for each kind
-// of frame what it costs and how soon its code is read; beside it, each library by itself with
-// all its options on. Milliseconds are those of this thread's processor time.
+// Scans generated camera frames as the scan window does, one after the other, and prints for each
+// kind of frame the cost and how soon its code is read, compared with each library alone with all
+// its options on. Milliseconds are this thread's processor time.
 //   scan_frames [--scenes N] [--frames N] [--seed N] [--height 720|1080|2160]
 
 #include "bench/ProcessorTime.h"
@@ -65,10 +65,10 @@ constexpr std::array grounds{
 struct Tally {
     int scenes = 0;
     int frames = 0;
-    int atOnce = 0; ///< scenes that were read in their first frame
-    int read = 0; ///< in any
+    int atOnce = 0; ///< scenes read in their first frame
+    int read = 0; ///< scenes read in any frame
     int wrong = 0;
-    int framesUntilRead = 0; ///< over those that were
+    int framesUntilRead = 0; ///< in total, of the scenes that were read
     double total = 0;
     double slowest = 0;
 };
@@ -95,7 +95,7 @@ void examine(Tally& tally, const support::HardScene& scene, const Reader& reader
                     qPrintable(scene.text));
             }
             tally.atOnce += right && i == 0 ? 1 : 0;
-            tally.framesUntilRead += right ? int(i) + 1 : 0;
+            tally.framesUntilRead += right ? static_cast<int>(i) + 1 : 0;
             return;
         }
     }
@@ -140,7 +140,8 @@ void print(const char* name, const std::array<Tally, 3>& tallies)
 {
     std::printf("%-18s", name);
     for (const Tally& tally : tallies) {
-        const double frames = tally.read == 0 ? 0 : double(tally.framesUntilRead) / tally.read;
+        const double frames
+            = tally.read == 0 ? 0 : static_cast<double>(tally.framesUntilRead) / tally.read;
         std::printf(" | %6.1f %6.1f  %3d %3d %3d %4.1f", tally.total / std::max(1, tally.frames),
             tally.slowest, tally.atOnce, tally.read, tally.wrong, frames);
     }
@@ -168,7 +169,7 @@ struct Plan {
     int scenes = 10;
     int frames = 12;
     quint32 seed = 1;
-    bool ownOnly = false; ///< without the libraries alone
+    bool ownOnly = false; ///< skips the comparison with the libraries
 };
 
 void scanSize(QSize size, const Plan& plan)

@@ -46,7 +46,7 @@ private:
     std::unique_ptr<Ui::CaptureWindow> m_ui;
     std::unique_ptr<OfferControls> m_controls;
     std::optional<platform::CaptureDevice> m_device;
-    std::array<std::unique_ptr<platform::CaptureDevice::Observation>, 3> m_adjustments;
+    std::array<std::unique_ptr<platform::AdjustmentObservation>, 3> m_adjustments;
 };
 
 } // namespace vellumcap

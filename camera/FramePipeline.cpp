@@ -43,8 +43,7 @@ void FramePipeline::setPreparation(QList<std::shared_ptr<platform::ImageFilter>>
     m_previewConnection = std::move(previewConnection);
 }
 
-void FramePipeline::didOutputSampleBuffer(const platform::CaptureVideoDataOutput& /*output*/,
-    const platform::SampleBuffer& sampleBuffer, const platform::CaptureConnection& /*connection*/)
+void FramePipeline::didOutputSampleBuffer(const platform::SampleBuffer& sampleBuffer)
 {
     examineFrame([&sampleBuffer] { return imageFromSampleBuffer(sampleBuffer); });
 }
@@ -61,8 +60,7 @@ void FramePipeline::examineFrame(const std::function<QImage()>& bitmap)
         return;
     }
     const std::lock_guard lock(m_lock);
-    const bool mirrored = m_previewConnection && m_previewConnection->isVideoMirroringSupported()
-        && isVideoMirrored();
+    const bool mirrored = m_previewConnection && isVideoMirrored();
     QImage prepared = preparedImage(bitmap(), m_filters, mirrored);
     if (prepared.isNull()) {
         return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/camera/SampleBufferDelegate.h"
 
 #include <QImage>
 #include <QList>
@@ -11,6 +11,7 @@
 #include <mutex>
 
 namespace platform {
+class CaptureConnection;
 class ImageFilter;
 class LiveScan;
 } // namespace platform
@@ -38,14 +39,11 @@ public:
     explicit FramePipeline(Setup setup);
 
     /// Sets the filters for frames, and the preview's connection: frames are mirrored as the
-    /// preference says if the connection supports it, and never for a null one. Call it before the
-    /// first frame.
+    /// preference says, and never for a null connection. Call it before the first frame.
     void setPreparation(QList<std::shared_ptr<platform::ImageFilter>> filters,
         std::shared_ptr<const platform::CaptureConnection> previewConnection);
 
-    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput& output,
-        const platform::SampleBuffer& sampleBuffer,
-        const platform::CaptureConnection& connection) override;
+    void didOutputSampleBuffer(const platform::SampleBuffer& sampleBuffer) override;
 
     /// Handles the next frame. Calls `bitmap` only if the frame is examined.
     void examineFrame(const std::function<QImage()>& bitmap);

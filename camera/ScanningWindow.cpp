@@ -53,9 +53,9 @@ std::shared_ptr<ImageFilter> namedFilter(ImageFilter::Kind kind, const QString& 
     return filter;
 }
 
-QString captionFor(CaptureSession::Interruption interruption)
+QString captionFor(platform::Interruption interruption)
 {
-    using Interruption = CaptureSession::Interruption;
+    using platform::Interruption;
     switch (interruption) {
     case Interruption::None:
         return {};
@@ -111,10 +111,7 @@ void ScanningWindow::observePreferences()
 
 void ScanningWindow::addOutput()
 {
-    using platform::CaptureVideoDataOutput;
-    m_videoDataOutput = std::make_shared<CaptureVideoDataOutput>();
-    m_videoDataOutput->setAlwaysDiscardsLateVideoFrames(true);
-    m_videoDataOutput->setVideoSettings(CaptureVideoDataOutput::PixelFormat::BGRA);
+    m_videoDataOutput = std::make_shared<platform::CaptureVideoDataOutput>();
     m_pipeline = std::make_shared<FramePipeline>(FramePipeline::Setup{
         .offer = m_offer,
         .whileOffering = m_whileOffering,
@@ -152,7 +149,6 @@ void ScanningWindow::buildCoreFilterArray()
 void ScanningWindow::addPreview()
 {
     m_preview = std::make_shared<platform::CaptureVideoPreviewLayer>(m_session);
-    m_preview->setVideoGravity(platform::CaptureVideoPreviewLayer::VideoGravity::ResizeAspect);
     m_preview->setFilters({ m_previewF1, m_previewF2 });
     followMirroring();
     cameraImageView().setLayer(m_preview);
@@ -162,8 +158,7 @@ void ScanningWindow::addPreview()
 void ScanningWindow::followMirroring()
 {
     const auto connection = m_preview ? m_preview->connection() : nullptr;
-    if (connection && connection->isVideoMirroringSupported()) {
-        connection->setAutomaticallyAdjustsVideoMirroring(false);
+    if (connection) {
         connection->setVideoMirrored(isVideoMirrored());
         m_preview->setNeedsDisplay();
     }

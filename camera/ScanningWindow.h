@@ -15,6 +15,7 @@ class CameraView;
 class CaptureDevice;
 class CaptureDeviceInput;
 class CaptureSession;
+class CaptureVideoDataOutput;
 class CaptureVideoPreviewLayer;
 class ImageFilter;
 } // namespace platform

@@ -1,9 +1,9 @@
 #include "platform/camera/CameraControls.h"
 
+#include "platform/camera/CameraRegistry.h"
 #include "platform/camera/V4L2Device.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <linux/videodev2.h>
 
 namespace platform {
@@ -34,7 +34,7 @@ bool CameraControls::isSupported(FocusMode mode) const
     return false;
 }
 
-/// V4L2 has no control that measures the light once.
+/// V4L2 has no control that adjusts the exposure once.
 bool CameraControls::isSupported(ExposureMode mode) const
 {
     switch (mode) {
@@ -83,7 +83,8 @@ void CameraControls::set(ExposureMode mode)
 {
     if (isSupported(mode)) {
         set(V4L2_CID_EXPOSURE_AUTO,
-            mode == ExposureMode::Locked ? int(V4L2_EXPOSURE_MANUAL) : *automaticExposure());
+            mode == ExposureMode::Locked ? static_cast<int>(V4L2_EXPOSURE_MANUAL)
+                                         : *automaticExposure());
     }
 }
 
@@ -106,9 +107,9 @@ void CameraControls::set(WhiteBalanceMode mode)
     }
 }
 
-int CameraControls::claimPriority()
+bool CameraControls::claimPriority()
 {
-    return m_device == nullptr || m_device->claimPriority() ? 0 : errno;
+    return m_device == nullptr || m_device->claimPriority();
 }
 
 bool CameraControls::isCovered() const
@@ -143,13 +144,13 @@ void CameraControls::set(quint32 control, int value)
     if (!has(control)) {
         return;
     }
-    // A camera that was pulled out in this moment has no settings any more.
+    // Fails when the camera has just been unplugged.
     [[maybe_unused]] const bool isSet = m_device != nullptr
         ? m_device->setControl(control, value)
         : CameraRegistry::shared().setControl(m_node.name, control, value);
 }
 
-/// Most cameras adjust the time alone, since their aperture is fixed.
+/// Most cameras adjust the exposure time only, since their aperture is fixed.
 std::optional<int> CameraControls::automaticExposure() const
 {
     for (const int choice : { V4L2_EXPOSURE_AUTO, V4L2_EXPOSURE_APERTURE_PRIORITY }) {

@@ -1,15 +1,18 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
-#include "platform/camera/CaptureDevice.h"
+#include "platform/camera/CameraModes.h"
+#include "platform/camera/CameraNode.h"
+
+#include <memory>
+#include <optional>
 
 namespace platform {
 
 class V4L2Device;
 
-/// The settings of one camera, by its device, or by PipeWire where the device cannot be opened.
-/// One thread at a time, which the driver may hold up. The camera may be pulled out at any time;
-/// then nothing is supported or set.
+/// The settings of one camera, through its device, or through PipeWire when the device cannot be
+/// opened. The camera may be unplugged at any time; then no mode is supported, and setting one has
+/// no effect. One thread at a time, which the driver may block.
 class CameraControls {
 public:
     explicit CameraControls(CameraNode node);
@@ -24,11 +27,12 @@ public:
     void set(ExposureMode mode);
     void set(WhiteBalanceMode mode);
 
-    /// Others can set nothing as long as this lives. Zero, or the errno of the refusal.
-    [[nodiscard]] int claimPriority();
+    /// Keeps other programs from setting controls during the lifetime of this object. False when
+    /// another program does the same.
+    [[nodiscard]] bool claimPriority();
 
     bool isCovered() const; ///< by a shutter
-    bool isBusy() const; ///< see V4L2Device
+    bool isBusy() const; ///< see V4L2Device::isBusy()
 
 private:
     bool has(quint32 control) const;
@@ -37,12 +41,7 @@ private:
     std::optional<int> automaticExposure() const;
 
     CameraNode m_node;
-    std::unique_ptr<V4L2Device> m_device; ///< null where it cannot be opened
+    std::unique_ptr<V4L2Device> m_device; ///< null when it cannot be opened
 };
-
-/// Calls `observer` whenever the device begins or ends to focus, on a thread of its own that ends
-/// with the observation, unless the driver holds it; null where the device does not tell.
-std::unique_ptr<CaptureDevice::Observation> observeFocus(
-    const QString& devicePath, std::function<void(bool adjusting)> observer);
 
 } // namespace platform

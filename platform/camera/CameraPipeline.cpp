@@ -1,5 +1,6 @@
 #include "platform/camera/CameraPipeline.h"
 
+#include "platform/camera/CameraRegistry.h"
 #include "platform/services/FileDescriptor.h"
 
 #include <array>
@@ -20,9 +21,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto patienceWithFormer = 2s;
-constexpr auto patienceWithBeginning = 2s;
-constexpr auto timeForQueue = 100ms;
+constexpr auto formerCloseTimeout = 2s;
+constexpr auto firstFrameTimeout = 2s;
+constexpr auto queueDrainTime = 100ms;
 
 struct Unref {
     void operator()(void* object) const { gst_object_unref(object); }
@@ -39,10 +40,10 @@ struct UnrefCaps {
 };
 using Caps = std::unique_ptr<GstCaps, UnrefCaps>;
 
-/// Waits at the program's end, for a moment, for threads that are letting go of their cameras.
-class LastCameras {
+/// Waits at the end of the process, up to a second, for threads that are closing cameras.
+class OpenCameras {
 public:
-    static std::shared_ptr<LastCameras> shared()
+    static std::shared_ptr<OpenCameras> shared()
     {
         static const Wait wait;
         return wait.cameras;
@@ -67,7 +68,7 @@ private:
             std::unique_lock lock(cameras->m_mutex);
             cameras->m_changed.wait_for(lock, 1s, [this] { return cameras->m_count == 0; });
         }
-        const std::shared_ptr<LastCameras> cameras = std::make_shared<LastCameras>();
+        const std::shared_ptr<OpenCameras> cameras = std::make_shared<OpenCameras>();
     };
 
     std::mutex m_mutex;
@@ -75,7 +76,7 @@ private:
     int m_count = 0;
 };
 
-/// Null when it could be initialised, else why not.
+/// Null when GStreamer is initialised; else the reason of the failure.
 QString initialisationFailure()
 {
     static const QString failure = [] {
@@ -121,10 +122,10 @@ Element pipeWireSource(const CameraNode& camera, int remote)
     if (!source) {
         return nullptr;
     }
-    // Another camera's picture is not to be shown when this one goes.
+    // Keeps PipeWire from switching to another camera when this one is unplugged.
     GstStructure* properties
         = gst_structure_new("properties", "node.dont-reconnect", G_TYPE_STRING, "true", nullptr);
-    // Without a copy of its own a frame dies with its camera, in the middle of a conversion.
+    // Without a copy the memory of a frame is freed with its camera, even during a conversion.
     g_object_set(source, "target-object", camera.name.toUtf8().constData(), "always-copy", TRUE,
         "do-timestamp", TRUE, "client-name", "Vellumcap", "stream-properties", properties, nullptr);
     gst_structure_free(properties);
@@ -145,7 +146,7 @@ Element v4l2Source(const CameraNode& camera)
     return Element(source);
 }
 
-/// With memory of its own: a driver's buffers keep its device open.
+/// A copy of the sample and its memory: a driver's buffers would keep the device open.
 Sample copied(GstSample* sample)
 {
     GstBuffer* buffer = gst_sample_get_buffer(sample);
@@ -197,7 +198,7 @@ struct CameraPipeline::Run {
     std::mutex mutex; // held while a receiver runs
     std::condition_variable ending;
     bool isEnding = false;
-    bool hasBegun = false; // a frame or a failure has come
+    bool hasBegun = false; // a frame or a failure has arrived
     std::promise<void> closing;
     std::shared_future<void> closed = closing.get_future().share();
 };
@@ -206,8 +207,8 @@ GstFlowReturn CameraPipeline::Run::takeSample(GstAppSink* sink, gpointer run)
 {
     if (const Sample sample{ gst_app_sink_pull_sample(sink) }) {
         auto& self = *static_cast<Run*>(run);
-        const bool lendsMemory = self.source == CameraRegistry::Source::V4L2;
-        self.deliver(lendsMemory ? copied(sample.get()).get() : sample.get());
+        const bool isDriverMemory = self.source == CameraRegistry::Source::V4L2;
+        self.deliver(isDriverMemory ? copied(sample.get()).get() : sample.get());
     }
     return GST_FLOW_OK;
 }
@@ -259,7 +260,7 @@ void CameraPipeline::Run::playUntilEnd()
         fail(failure);
         return;
     }
-    // A reader keeps the descriptor until it is closed.
+    // The source uses the descriptor until it is closed.
     const FileDescriptor remote(CameraRegistry::shared().openRemote());
     const Element pipeline = built(remote);
     if (!pipeline) {
@@ -271,14 +272,14 @@ void CameraPipeline::Run::playUntilEnd()
     }
     std::unique_lock lock(mutex);
     ending.wait(lock, [this] { return isEnding; });
-    // PipeWire 0.3.65 may crash over a stream that is taken down while it is being set up.
-    ending.wait_for(lock, patienceWithBeginning, [this] { return hasBegun; });
+    // PipeWire 0.3.65 may crash when a stream is destroyed while it is being set up.
+    ending.wait_for(lock, firstFrameTimeout, [this] { return hasBegun; });
     lock.unlock();
     if (source != CameraRegistry::Source::V4L2) {
-        // PipeWire 0.3.65 may crash over what it has queued for a stream that is taken down.
-        // Paused, it gets nothing more; nobody is told when the queue is empty.
+        // PipeWire 0.3.65 may crash when a stream is destroyed while buffers are queued for it. A
+        // paused stream gets no more buffers; an empty queue is not reported.
         gst_element_set_state(pipeline.get(), GST_STATE_PAUSED);
-        std::this_thread::sleep_for(timeForQueue);
+        std::this_thread::sleep_for(queueDrainTime);
     }
     gst_element_set_state(pipeline.get(), GST_STATE_NULL);
 }
@@ -291,12 +292,12 @@ CameraPipeline::CameraPipeline(const CameraNode& camera, const CameraFormat& for
     m_run->format = format;
     m_run->source = CameraRegistry::shared().source();
     m_run->receivers = std::move(receivers);
-    const auto lastCameras = LastCameras::shared();
-    lastCameras->enter();
-    std::thread([run = m_run, former = std::move(former), lastCameras] {
+    const auto openCameras = OpenCameras::shared();
+    openCameras->enter();
+    std::thread([run = m_run, former = std::move(former), openCameras] {
         pthread_setname_np(pthread_self(), "camera");
         if (former.valid()) {
-            former.wait_for(patienceWithFormer);
+            former.wait_for(formerCloseTimeout);
         }
         bool wasEnded = false;
         {
@@ -307,7 +308,7 @@ CameraPipeline::CameraPipeline(const CameraNode& camera, const CameraFormat& for
             run->playUntilEnd();
         }
         run->closing.set_value();
-        lastCameras->leave();
+        openCameras->leave();
     }).detach();
 }
 

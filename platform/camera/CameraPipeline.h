@@ -1,36 +1,38 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraNode.h"
+#include "platform/camera/GstSample.h"
+
+#include <QString>
 
 #include <functional>
 #include <future>
 #include <memory>
 
-using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
-
 namespace platform {
 
-/// The way of one camera's frames into the program, from when it is made until it goes. Opened and
-/// closed on a thread of its own, since either may take half a minute when a camera vanishes or
-/// lies about its formats; whoever makes it waits for neither.
+/// Receives the frames of one camera during its lifetime. The camera is opened and closed on a
+/// thread of its own, since either may take half a minute when a camera is unplugged or reports
+/// wrong formats; neither the constructor nor the destructor waits for it.
 class CameraPipeline {
 public:
     struct Receivers {
-        /// A frame, on the thread that it came on, which must not be held up.
+        /// Called with each frame, on the thread that delivers them, which it must not block.
         std::function<void(GstSample* sample)> frame;
-        /// No frame will come any more, for this reason. Any thread.
+        /// Called when no further frame will arrive, on any thread.
         std::function<void(const QString& reason)> failure;
     };
 
-    /// Opening waits a moment for `former`, the end of another one of the same camera.
+    /// The camera is opened when `former`, the closing of another pipeline of the same camera, is
+    /// ready, or after a timeout.
     CameraPipeline(const CameraNode& camera, const CameraFormat& format, Receivers receivers,
         std::shared_future<void> former = {});
-    /// Afterwards no receiver runs or is called. The camera is let go of soon after.
+    /// Afterwards no receiver runs or is called. The camera is closed soon after.
     ~CameraPipeline();
     CameraPipeline(const CameraPipeline&) = delete;
     CameraPipeline& operator=(const CameraPipeline&) = delete;
 
-    /// Ready when the camera has been let go of.
+    /// Ready when the camera has been closed.
     std::shared_future<void> closed() const;
 
 private:

@@ -14,7 +14,7 @@ namespace platform {
 
 namespace {
 
-constexpr int patience = 3000; // milliseconds; the portal asks the user after it has answered
+constexpr int replyTimeout = 3000; // milliseconds; the portal replies before it asks the user
 
 QString name(const char* text)
 {
@@ -27,19 +27,19 @@ QDBusMessage call(const QDBusConnection& bus, const char* method, const QList<QV
         name("/org/freedesktop/portal/desktop"), name("org.freedesktop.portal.Camera"),
         name(method));
     message.setArguments(arguments);
-    return bus.call(message, QDBus::Block, patience);
+    return bus.call(message, QDBus::Block, replyTimeout);
 }
 
 } // namespace
 
-/// Runs its own event loop, since the answer is a signal.
+/// Runs an event loop of its own, since the answer is a D-Bus signal.
 class CameraPortal::Question : public QThread {
     Q_OBJECT
 public:
     explicit Question(std::function<void(bool)> answered)
         : m_answered(std::move(answered))
     {
-        moveToThread(this); // its slot belongs to the thread that it is
+        moveToThread(this); // so that respond() runs on this thread
         start();
     }
 

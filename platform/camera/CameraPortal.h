@@ -5,21 +5,22 @@
 
 namespace platform {
 
-/// The way to the cameras out of a sandbox: org.freedesktop.portal.Camera, which may ask the user.
+/// Access to the cameras from a sandbox through org.freedesktop.portal.Camera, which may ask the
+/// user for permission.
 class CameraPortal {
 public:
     /// True in a Flatpak or Snap, or when $VELLUMCAP_CAMERA_PORTAL is not empty.
     static bool isNeeded();
 
-    /// Asks for access, on a thread of its own that calls `answered` once.
+    /// Requests access on a thread of its own, which calls `answered` once.
     explicit CameraPortal(std::function<void(bool granted)> answered);
-    /// Waits for that thread, which does not wait for the user any longer.
+    /// Stops waiting for the user's answer and waits for that thread.
     ~CameraPortal();
     CameraPortal(const CameraPortal&) = delete;
     CameraPortal& operator=(const CameraPortal&) = delete;
 
-    /// A PipeWire connection that shows cameras alone, owned by the caller; -1 where access has
-    /// not been granted. Any thread.
+    /// Opens a PipeWire connection that is restricted to cameras. The caller owns the descriptor;
+    /// -1 when access has not been granted. Thread-safe.
     static int openRemote();
 
 private:

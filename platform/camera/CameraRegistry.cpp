@@ -9,7 +9,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <map>
 #include <mutex>
 #include <pipewire/pipewire.h>
 #include <utility>
@@ -18,12 +17,12 @@ namespace platform {
 
 namespace {
 
-constexpr auto firstListingWithin = std::chrono::milliseconds(300);
+constexpr auto firstListingTimeout = std::chrono::milliseconds(300);
 constexpr auto retryAfter = std::chrono::milliseconds(50);
-// A daemon's socket is there a moment before it listens; the portal needs a moment more.
+// A daemon creates its socket before it listens; the portal takes a little longer.
 constexpr int mostRetries = 100;
 
-/// The thread of PipeWire's loop, stopped for as long as this lives.
+/// Stops the thread of PipeWire's loop during its lifetime.
 class LoopLock {
 public:
     explicit LoopLock(pw_thread_loop* loop)
@@ -41,8 +40,8 @@ private:
 
 } // namespace
 
-/// Everything about connections happens on the loop's thread or under its lock; what others read
-/// is a copy behind a lock of its own, so that nobody waits for PipeWire.
+/// Connections are used on the loop's thread or under its lock. Readers get a copy that has a lock
+/// of its own, so that they do not wait for PipeWire.
 class CameraRegistry::State {
 public:
     State();
@@ -54,14 +53,12 @@ public:
     CameraListing listing() const;
     bool setControl(const QString& name, quint32 id, int value);
 
-    quint64 addObserver(std::function<void()> observer);
-    void removeObserver(quint64 number);
+    Observers<> observers;
 
 private:
     void connectAgain();
     bool connectBy(int descriptor);
     void portalAnswered(bool granted);
-    void lost();
     void listDevices();
     void publish(Source source, CameraListing listing);
     void setTimer(std::chrono::milliseconds delay);
@@ -70,28 +67,24 @@ private:
 
     const bool m_isSandboxed = CameraPortal::isNeeded();
 
-    // On the loop's thread, or under its lock.
+    // Accessed on the loop's thread or under its lock.
     pw_thread_loop* m_loop;
     pw_context* m_context;
     spa_source* m_timer;
     spa_source* m_watchSource;
     int m_retries = 0;
-    bool m_isListingDue = false; ///< when the timer rings, instead of a connection
+    bool m_isListingDue = false; ///< the timer lists devices instead of connecting
     bool m_isGranted = false;
     std::unique_ptr<PipeWireCameras> m_pipeWire;
     PlugWatch m_watch;
     std::unique_ptr<CameraPortal> m_portal;
 
-    mutable std::mutex m_mutex; // for the following
+    mutable std::mutex m_mutex; // guards the following
     mutable std::condition_variable m_listed;
-    mutable bool m_isListed = false; ///< or has been waited for in vain
+    mutable bool m_isListed = false; ///< or the wait for it has timed out
     bool m_isPublished = false;
     Source m_source;
     CameraListing m_listing;
-
-    std::recursive_mutex m_observing; // for the following, and held while observers are called
-    std::map<quint64, std::function<void()>> m_observers;
-    quint64 m_lastObserver = 0;
 };
 
 CameraRegistry::State::State()
@@ -131,7 +124,7 @@ CameraRegistry::State::State()
             portalAnswered(granted);
         });
     } else if (!connectBy(-1)) {
-        // On the loop's thread, since drivers may take their time.
+        // On the loop's thread, since drivers may be slow.
         m_source = Source::V4L2;
         m_isListingDue = true;
         setTimer(std::chrono::milliseconds(0));
@@ -162,12 +155,12 @@ CameraRegistry::Source CameraRegistry::State::source() const
 CameraListing CameraRegistry::State::listing() const
 {
     std::unique_lock lock(m_mutex);
-    m_listed.wait_for(lock, firstListingWithin, [this] { return m_isListed; });
+    m_listed.wait_for(lock, firstListingTimeout, [this] { return m_isListed; });
     m_isListed = true;
     return m_listing;
 }
 
-/// Runs when the timer says so, never inside a call of the connection that it replaces.
+/// Called by the timer or PlugWatch, never within a callback of the connection that it replaces.
 void CameraRegistry::State::connectAgain()
 {
     m_isListingDue = false;
@@ -196,7 +189,7 @@ bool CameraRegistry::State::connectBy(int descriptor)
              m_retries = 0;
              publish(m_isSandboxed ? Source::Portal : Source::PipeWire, std::move(listing));
          },
-            [this] { lost(); } });
+            [this] { setTimer(std::chrono::milliseconds(0)); } });
     return m_pipeWire != nullptr;
 }
 
@@ -208,11 +201,6 @@ void CameraRegistry::State::portalAnswered(bool granted)
     } else {
         publish(Source::Portal, {});
     }
-}
-
-void CameraRegistry::State::lost()
-{
-    setTimer(std::chrono::milliseconds(0));
 }
 
 void CameraRegistry::State::listDevices()
@@ -237,23 +225,12 @@ void CameraRegistry::State::publish(Source source, CameraListing listing)
         m_isPublished = true;
     }
     m_listed.notify_all();
-    const std::lock_guard lock(m_observing);
-    // An observer may end another, or itself.
-    std::vector<quint64> numbers;
-    for (const auto& [number, observer] : m_observers) {
-        numbers.push_back(number);
-    }
-    for (const quint64 number : numbers) {
-        if (const auto found = m_observers.find(number); found != m_observers.end()) {
-            const auto observer = found->second;
-            observer();
-        }
-    }
+    observers.notify();
 }
 
 void CameraRegistry::State::setTimer(std::chrono::milliseconds delay)
 {
-    // Zero would stop it.
+    // Zero would disarm the timer.
     timespec value{ 0, std::max(1L, static_cast<long>(std::chrono::nanoseconds(delay).count())) };
     timespec once{};
     pw_loop_update_timer(pw_thread_loop_get_loop(m_loop), m_timer, &value, &once, false);
@@ -265,19 +242,6 @@ bool CameraRegistry::State::setControl(const QString& name, quint32 id, int valu
     return m_pipeWire && m_pipeWire->setControl(name, id, value);
 }
 
-quint64 CameraRegistry::State::addObserver(std::function<void()> observer)
-{
-    const std::lock_guard lock(m_observing);
-    m_observers[++m_lastObserver] = std::move(observer);
-    return m_lastObserver;
-}
-
-void CameraRegistry::State::removeObserver(quint64 number)
-{
-    const std::lock_guard lock(m_observing);
-    m_observers.erase(number);
-}
-
 CameraRegistry& CameraRegistry::shared()
 {
     static CameraRegistry registry;
@@ -285,7 +249,7 @@ CameraRegistry& CameraRegistry::shared()
 }
 
 CameraRegistry::CameraRegistry()
-    : m_state(std::make_shared<State>())
+    : m_state(std::make_unique<State>())
 {
 }
 
@@ -330,24 +294,9 @@ int CameraRegistry::openRemote() const
     return m_state->source() == Source::Portal ? CameraPortal::openRemote() : -1;
 }
 
-std::unique_ptr<CameraRegistry::Observation> CameraRegistry::observe(std::function<void()> observer)
+Observation CameraRegistry::observe(std::function<void()> observer)
 {
-    class Registered : public Observation {
-    public:
-        Registered(std::shared_ptr<State> state, std::function<void()> observer)
-            : m_state(std::move(state))
-            , m_number(m_state->addObserver(std::move(observer)))
-        {
-        }
-        ~Registered() override { m_state->removeObserver(m_number); }
-        Registered(const Registered&) = delete;
-        Registered& operator=(const Registered&) = delete;
-
-    private:
-        std::shared_ptr<State> m_state;
-        quint64 m_number;
-    };
-    return std::make_unique<Registered>(m_state, std::move(observer));
+    return m_state->observers.add(std::move(observer));
 }
 
 } // namespace platform

@@ -1,8 +1,7 @@
 #pragma once
 
-#include <QList>
-#include <QSize>
-#include <QString>
+#include "platform/camera/CameraNode.h"
+#include "platform/services/Observers.h"
 
 #include <functional>
 #include <memory>
@@ -10,51 +9,14 @@
 
 namespace platform {
 
-/// One way in which a camera can deliver its picture.
-struct CameraFormat {
-    /// Named after their GStreamer formats; the order is that of preference.
-    enum class Encoding { BGRx, BGRA, RGBx, RGBA, BGR, RGB, YUY2, UYVY, NV12, I420, GRAY8, JPEG };
-
-    Encoding encoding = Encoding::BGRx;
-    QSize size;
-    int rateNumerator = 0; ///< the highest rate offered, in frames a second
-    int rateDenominator = 1;
-    double lowestRate = 0;
-
-    bool operator==(const CameraFormat&) const = default;
-};
-
-/// A control of a camera that can be set by way of PipeWire, where the device cannot be opened.
-struct CameraControl {
-    quint32 id = 0; ///< V4L2_CID_...
-    QList<int> choices; ///< of a menu; empty for others
-
-    bool operator==(const CameraControl&) const = default;
-};
-
-/// A camera as the system tells of it: a node of PipeWire, or a V4L2 device where no PipeWire
-/// daemon runs.
-struct CameraNode {
-    QString name; ///< stable: node.name, or the device's path
-    QString description; ///< for people: node.description, or the driver's name for the card
-    QString devicePath; ///< of the V4L2 device behind it; empty when there is none
-    quint32 id = 0; ///< of the node; not stable
-    bool isRunning = false; ///< PipeWire is taking pictures from it, for whomever
-    bool isInUse = false; ///< it runs and another program is linked to it
-    QList<CameraFormat> formats;
-    QList<CameraControl> controls;
-
-    bool operator==(const CameraNode&) const = default;
-};
-
-/// The cameras of this computer, followed on a thread of its own. Any thread.
+/// The cameras of this computer, kept up to date on a thread of its own. Thread-safe.
 class CameraRegistry {
 public:
-    /// Connects on first use (about 10 ms), by the camera portal when the program runs in a
-    /// sandbox (or $VELLUMCAP_CAMERA_PORTAL is set, to try it outside of one), and to V4L2 when
-    /// there is no daemon. A daemon that ends or comes later is followed.
+    /// Connects to PipeWire on first use (about 10 ms): through the camera portal in a sandbox or
+    /// when $VELLUMCAP_CAMERA_PORTAL is set. Without a daemon it lists V4L2 devices. It reacts to
+    /// the start and the end of the daemon.
     static CameraRegistry& shared();
-    /// One more, for an environment of its own.
+    /// A registry besides the shared one, for tests that change the environment.
     CameraRegistry();
     ~CameraRegistry();
     CameraRegistry(const CameraRegistry&) = delete;
@@ -63,33 +25,28 @@ public:
     enum class Source { PipeWire, Portal, V4L2 };
     Source source() const;
 
-    /// Snapshots, in the order in which the cameras came. Formats are known once a camera is
-    /// listed. The first request waits for the first listing, but not long: while the portal
-    /// asks the user, there are no cameras.
+    /// A snapshot, in the order in which the cameras were plugged in, each with its formats. The
+    /// first call waits up to 0.3 s for the first listing. The list is empty while the portal asks
+    /// the user.
     QList<CameraNode> cameras() const;
     std::optional<CameraNode> camera(const QString& name) const;
     /// The system's default camera, else the first; empty when there is none.
     QString defaultCamera() const;
 
-    /// Sets a control by way of PipeWire. False when the camera has gone or lacks it.
+    /// Sets a control through PipeWire. False when the camera is not listed or lacks the control.
     [[nodiscard]] bool setControl(const QString& name, quint32 id, int value);
 
-    /// A descriptor of a PipeWire connection for the reader of a stream, owned by the caller; -1
-    /// where a reader connects by itself.
+    /// A descriptor of a PipeWire connection for a program that reads a stream, owned by the
+    /// caller; -1 when the reader connects by itself.
     int openRemote() const;
 
-    /// Ends when it goes, which waits for a call that is running.
-    class Observation {
-    public:
-        virtual ~Observation() = default;
-    };
-    /// Calls `observer` after cameras came, went or changed, on the registry's thread. It must
-    /// not take long, nor set controls.
-    [[nodiscard]] std::unique_ptr<Observation> observe(std::function<void()> observer);
+    /// Calls `observer` after cameras were added, removed or changed, on the registry's thread. It
+    /// must not block or set controls.
+    [[nodiscard]] Observation observe(std::function<void()> observer);
 
 private:
     class State;
-    std::shared_ptr<State> m_state;
+    const std::unique_ptr<State> m_state;
 };
 
 } // namespace platform

@@ -1,6 +1,7 @@
 #include "platform/camera/CameraStream.h"
 
 #include "platform/camera/CameraPipeline.h"
+#include "platform/camera/CameraRegistry.h"
 #include "platform/camera/FormatChoice.h"
 #include "platform/camera/PixelConversion.h"
 #include "platform/services/Dispatch.h"
@@ -20,8 +21,8 @@ namespace {
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-constexpr auto patienceWithFrame = 2s; // then the camera is called stalled
-constexpr auto patienceWithStall = 10s; // then it is opened anew
+constexpr auto stallTimeout = 2s; // without a frame the camera counts as stalled
+constexpr auto reopenTimeout = 10s; // without a frame the camera is opened again
 constexpr auto firstRetry = 250ms; // a camera that changes its formats fails once
 constexpr auto laterRetry = 2s;
 constexpr auto checkInterval = 500ms;
@@ -36,21 +37,21 @@ bool offers(const CameraNode& camera, const CameraFormat& format)
 
 } // namespace
 
-/// From start() to stop(). The atomic members are shared with the thread of the frames.
+/// One run, from start() to stop(). The thread that delivers the frames shares the atomic members.
 struct CameraStream::Run {
     QString camera;
-    std::unique_ptr<CameraRegistry::Observation> observation;
-    std::unique_ptr<CameraPipeline> pipeline; // null between two attempts
-    CameraFormat format; // of the pipeline
+    Observation observation;
+    std::unique_ptr<CameraPipeline> pipeline; // null between attempts
+    CameraFormat format; // negotiated for the pipeline
     Clock::time_point openedAt;
     Clock::time_point retryAt; // when there is no pipeline
-    int attempt = 0; // what an earlier one reports is old
+    int attempt = 0; // failures of earlier attempts are ignored
     int failures = 0; // since the last frame
     bool isLogged = false;
 
-    quint64 frameCount = 0; // of the thread of the frames
+    quint64 frameCount = 0; // on the thread that delivers the frames
     std::atomic<Clock::time_point> lastFrameAt = Clock::time_point();
-    std::atomic<bool> isFrameAwaited = false; // the main thread wants to know of the next one
+    std::atomic<bool> isFrameAwaited = false; // the next frame starts a check
 };
 
 CameraStream::CameraStream(Receivers receivers)
@@ -103,7 +104,7 @@ void CameraStream::check()
         setInterruption(Interruption::Unplugged);
         return;
     }
-    // When it changes what it offers, the frames just cease.
+    // The source does not report a change of formats: its frames stop.
     const bool hasChanged = m_run->pipeline && !offers(*camera, m_run->format);
     const bool isDue = !m_run->pipeline && Clock::now() >= m_run->retryAt;
     if (hasChanged || isDue) {
@@ -118,20 +119,20 @@ void CameraStream::checkStall(const CameraNode& camera)
     const Clock::time_point lastFrameAt = m_run->lastFrameAt;
     const bool hasFrame = lastFrameAt >= m_run->openedAt;
     const auto silence = Clock::now() - (hasFrame ? lastFrameAt : m_run->openedAt);
-    if (hasFrame && silence < patienceWithFrame) {
+    if (hasFrame && silence < stallTimeout) {
         m_run->failures = 0;
         setInterruption(Interruption::None);
         return;
     }
-    if (silence >= patienceWithFrame) {
+    if (silence >= stallTimeout) {
         if (hasFrame || camera.isRunning) {
             setInterruption(Interruption::Stalled);
         } else {
-            tellOfRefusal(u"It does not start"_s);
+            reportRefusal(u"It does not start"_s);
         }
         m_run->isFrameAwaited = true;
     }
-    if (silence >= patienceWithStall) {
+    if (silence >= reopenTimeout) {
         open();
     }
 }
@@ -151,7 +152,7 @@ void CameraStream::open()
     m_run->isFrameAwaited = true;
     const std::weak_ptr<Run> guard = m_run;
     const auto takeFrame = [this, guard, run = m_run.get()](GstSample* sample) {
-        if (!hasPicture(sample)) { // as when it has changed its format and tells nobody
+        if (!hasPicture(sample)) { // such as after an unreported change of format
             return;
         }
         run->lastFrameAt = Clock::now();
@@ -168,13 +169,13 @@ void CameraStream::open()
         });
     };
     m_run->pipeline = std::make_unique<CameraPipeline>(*camera, *format,
-        CameraPipeline::Receivers{ .frame = takeFrame, .failure = takeFailure }, m_formerEnd);
+        CameraPipeline::Receivers{ .frame = takeFrame, .failure = takeFailure }, m_formerClosed);
 }
 
 void CameraStream::close()
 {
     if (m_run && m_run->pipeline) {
-        m_formerEnd = m_run->pipeline->closed();
+        m_formerClosed = m_run->pipeline->closed();
         m_run->pipeline.reset();
     }
 }
@@ -190,11 +191,11 @@ void CameraStream::refuse(const QString& reason)
     if (!CameraRegistry::shared().camera(m_run->camera)) {
         check();
     } else if (m_run->failures > 1) {
-        tellOfRefusal(reason);
+        reportRefusal(reason);
     }
 }
 
-void CameraStream::tellOfRefusal(const QString& reason)
+void CameraStream::reportRefusal(const QString& reason)
 {
     if (!std::exchange(m_run->isLogged, true)) {
         log(u"The camera %1 cannot be used: %2"_s.arg(m_run->camera, reason));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/camera/CaptureSession.h"
+#include "platform/camera/Interruption.h"
 #include "platform/camera/SampleBuffer.h"
 
 #include <QString>
@@ -13,27 +13,24 @@ namespace platform {
 
 struct CameraNode;
 
-/// Keeps the frames of one camera coming: opens it, watches over it, and takes it up again when it
-/// comes back. Main thread; nothing here waits for a camera.
+/// Delivers the frames of one camera: opens it, detects interruptions, and opens it again when it
+/// returns. Main thread; no call waits for a camera.
 class CameraStream {
 public:
-    using Interruption = CaptureSession::Interruption;
-
     struct Receivers {
-        /// A frame, on the thread that it came on, which must not be held up.
+        /// Called with each frame, on the thread that delivers them, which it must not block.
         std::function<void(const SampleBuffer& frame)> frame;
-        /// interruption() has changed.
+        /// Called when interruption() has changed.
         std::function<void()> interruption;
     };
 
     explicit CameraStream(Receivers receivers);
-    /// Stops.
     ~CameraStream();
     CameraStream(const CameraStream&) = delete;
     CameraStream& operator=(const CameraStream&) = delete;
 
     void start(const QString& camera); ///< by name; empty when there is none
-    /// Afterwards no frame is received. The camera is let go of soon after.
+    /// Afterwards no frame is received. The camera is closed soon after.
     void stop();
     bool isRunning() const { return m_run != nullptr; }
 
@@ -48,12 +45,12 @@ private:
     void open();
     void close();
     void refuse(const QString& reason);
-    void tellOfRefusal(const QString& reason);
+    void reportRefusal(const QString& reason);
     void setInterruption(Interruption interruption);
 
     const Receivers m_receivers;
-    std::shared_ptr<Run> m_run; // null when stopped; guards what is sent to the main thread
-    std::shared_future<void> m_formerEnd; // of the pipeline before
+    std::shared_ptr<Run> m_run; // null when stopped; guards dispatched jobs
+    std::shared_future<void> m_formerClosed; // of the previous pipeline
     Interruption m_interruption = Interruption::None;
 };
 

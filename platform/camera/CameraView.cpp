@@ -10,11 +10,11 @@
 namespace platform {
 namespace {
 
-constexpr QSize comfortableSize(640, 360);
+constexpr QSize preferredSize(640, 360);
 constexpr double cornerRadius = 8;
 constexpr int captionMargin = 24;
-// A picture from a camera is judged against black, on light desktops too.
-constexpr QColor stage(24, 24, 26);
+// Dark on light desktops too, as the picture is easier to see.
+constexpr QColor backgroundColor(24, 24, 26);
 constexpr QColor captionColor(220, 220, 224);
 
 } // namespace
@@ -38,23 +38,23 @@ void CameraView::setLayer(std::shared_ptr<CaptureVideoPreviewLayer> layer)
     m_layer = std::move(layer);
     if (m_layer) {
         m_layer->setPictureObserver([this] {
-            showWords();
+            updateText();
             Q_EMIT pictureChanged();
         });
         fitLayer();
     }
-    showWords();
+    updateText();
 }
 
 void CameraView::setCaption(const QString& caption)
 {
     if (m_caption != caption) {
         m_caption = caption;
-        showWords();
+        updateText();
     }
 }
 
-QString CameraView::words() const
+QString CameraView::shownText() const
 {
     if (!m_layer || !m_caption.isEmpty()) {
         return m_caption;
@@ -62,9 +62,9 @@ QString CameraView::words() const
     return m_layer->picture().isNull() ? tr("Waiting for the camera\u2026") : QString();
 }
 
-void CameraView::showWords()
+void CameraView::updateText()
 {
-    const QString shown = words();
+    const QString shown = shownText();
     if (accessibleDescription() != shown) {
         setAccessibleDescription(shown);
     }
@@ -84,7 +84,7 @@ QRectF CameraView::pictureRect() const
 
 QSize CameraView::sizeHint() const
 {
-    return comfortableSize;
+    return preferredSize;
 }
 
 void CameraView::paintEvent(QPaintEvent* /*event*/)
@@ -93,7 +93,7 @@ void CameraView::paintEvent(QPaintEvent* /*event*/)
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath shape;
     shape.addRoundedRect(rect(), cornerRadius, cornerRadius);
-    painter.fillPath(shape, stage);
+    painter.fillPath(shape, backgroundColor);
     const QRectF area = pictureRect();
     if (!area.isEmpty()) {
         painter.setClipPath(shape);
@@ -103,7 +103,7 @@ void CameraView::paintEvent(QPaintEvent* /*event*/)
         painter.setPen(captionColor);
         const QRect inside
             = rect().adjusted(captionMargin, captionMargin, -captionMargin, -captionMargin);
-        painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, words());
+        painter.drawText(inside, Qt::AlignCenter | Qt::TextWordWrap, shownText());
     }
 }
 

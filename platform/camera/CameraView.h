@@ -9,8 +9,8 @@ namespace platform {
 
 class CaptureVideoPreviewLayer;
 
-/// Shows a preview layer: the whole picture in the middle, or a caption in its place, which is its
-/// accessible description as well. Main thread.
+/// Shows the whole picture of a preview layer, centred, or a caption in its place. The caption is
+/// also the accessible description. Main thread.
 class CameraView : public QWidget {
     Q_OBJECT
 public:
@@ -22,7 +22,7 @@ public:
     void setCaption(const QString& caption);
     const QString& caption() const { return m_caption; }
 
-    /// Where the picture lies, in the view's coordinates; empty when none is shown.
+    /// The area of the picture in the view's coordinates; empty when none is shown.
     QRectF pictureRect() const;
 
     QSize sizeHint() const override;
@@ -36,8 +36,8 @@ protected:
 
 private:
     void fitLayer();
-    QString words() const; ///< what is to be read in place of a picture
-    void showWords();
+    QString shownText() const; ///< in place of the picture; empty when the picture is shown
+    void updateText();
 
     std::shared_ptr<CaptureVideoPreviewLayer> m_layer;
     QString m_caption;

@@ -1,15 +1,12 @@
 #include "platform/camera/CaptureDevice.h"
 
 #include "platform/camera/CameraControls.h"
+#include "platform/camera/CameraRegistry.h"
 #include "platform/camera/DriverCall.h"
 #include "platform/camera/FormatChoice.h"
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <utility>
-
-using Qt::StringLiterals::operator""_s;
 
 namespace platform {
 
@@ -17,17 +14,17 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// With all that a handle asks for, if the driver takes its time over each.
-constexpr auto patienceWithHandle = 2 * patienceWithDriver;
+/// For all calls of one handle together, when the driver is slow each time.
+constexpr auto handleTimeout = 2 * driverTimeout;
 
 } // namespace
 
 struct CaptureDevice::State {
     QString uniqueID;
     QString localizedName;
-    std::shared_ptr<CameraControls> locked; ///< between lock and unlock
+    std::shared_ptr<CameraControls> locked; ///< between lock and unlock; else null
     QString lockedPath;
-    Clock::duration waited{}; ///< for the driver
+    Clock::duration waited{}; ///< for the driver, in total
 
     explicit State(const CameraNode& node)
         : uniqueID(node.name)
@@ -37,14 +34,14 @@ struct CaptureDevice::State {
 
     std::optional<CameraNode> node() const { return CameraRegistry::shared().camera(uniqueID); }
 
-    /// What `call` returns, if the driver answers in time.
+    /// The value of `call`, if the driver responds in time.
     template <typename Call>
     auto ask(const QString& devicePath, Call call) -> std::optional<std::invoke_result_t<Call>>
     {
         if (devicePath.isEmpty()) {
             return call();
         }
-        if (waited >= patienceWithHandle) {
+        if (waited >= handleTimeout) {
             return std::nullopt;
         }
         const auto start = Clock::now();
@@ -53,7 +50,7 @@ struct CaptureDevice::State {
         return result;
     }
 
-    /// What `question` says of the camera's settings; false when it has gone.
+    /// The answer of `question` about the camera's settings; false when the camera is unplugged.
     template <typename Question> bool answer(Question question)
     {
         if (locked) {
@@ -77,28 +74,6 @@ struct CaptureDevice::State {
         }
     }
 };
-
-namespace {
-
-QString encodingName(CameraFormat::Encoding encoding)
-{
-    constexpr const char* names[]{ "BGRx", "BGRA", "RGBx", "RGBA", "BGR", "RGB", "YUY2", "UYVY",
-        "NV12", "I420", "GRAY8", "JPEG" };
-    return QString::fromLatin1(names[static_cast<size_t>(encoding)]);
-}
-
-Error lockError(const QString& camera, int code)
-{
-    const QString reason = code == EBUSY ? u"Another program is setting it up."_s
-                                         : QString::fromLocal8Bit(strerrordesc_np(code));
-    return { QString::fromLatin1(posixErrorDomain), code,
-        u"The camera “%1” cannot be set up."_s.arg(camera), reason };
-}
-
-/// Of what never changes.
-class SilentObservation : public CaptureDevice::Observation { };
-
-} // namespace
 
 CaptureDevice::CaptureDevice(std::shared_ptr<State> state)
     : m_state(std::move(state))
@@ -149,7 +124,7 @@ bool CaptureDevice::isInUseByAnotherApplication() const
     if (!node || node->isInUse) {
         return node.has_value();
     }
-    // While PipeWire takes pictures, for this program then, the device is busy with that.
+    // A node that runs for this program alone makes its device busy.
     return !node->isRunning
         && m_state->answer([](const CameraControls& controls) { return controls.isBusy(); });
 }
@@ -172,29 +147,23 @@ bool CaptureDevice::isWhiteBalanceModeSupported(WhiteBalanceMode mode) const
         [mode](const CameraControls& controls) { return controls.isSupported(mode); });
 }
 
-bool CaptureDevice::lockForConfiguration(Error* error)
+bool CaptureDevice::lockForConfiguration()
 {
     if (m_state->locked) {
         return true;
     }
-    struct Claim {
-        std::shared_ptr<CameraControls> controls;
-        int code = ETIMEDOUT;
-    };
-    Claim claim{ nullptr, ENODEV };
-    if (const auto node = m_state->node()) {
-        const auto claimed = m_state->ask(node->devicePath, [node] {
-            auto controls = std::make_shared<CameraControls>(*node);
-            const int code = controls->claimPriority();
-            return code == 0 ? Claim{ std::move(controls), 0 } : Claim{ nullptr, code };
-        });
-        claim = claimed.value_or(Claim());
-        m_state->lockedPath = node->devicePath;
+    const auto node = m_state->node();
+    if (!node) {
+        return false;
     }
-    m_state->locked = claim.controls;
-    if (!m_state->locked && error != nullptr) {
-        *error = lockError(localizedName(), claim.code);
-    }
+    m_state->lockedPath = node->devicePath;
+    m_state->locked = m_state
+                          ->ask(node->devicePath,
+                              [node] {
+                                  auto controls = std::make_shared<CameraControls>(*node);
+                                  return controls->claimPriority() ? controls : nullptr;
+                              })
+                          .value_or(nullptr);
     return m_state->locked != nullptr;
 }
 
@@ -213,12 +182,12 @@ void CaptureDevice::setWhiteBalanceMode(WhiteBalanceMode mode)
     m_state->set(mode);
 }
 
-/// Where setting a mode has not come back, what it holds is closed when it does.
+/// A call that has timed out closes the device when it returns.
 void CaptureDevice::unlockForConfiguration()
 {
     auto controls = std::exchange(m_state->locked, nullptr);
     if (controls && !m_state->lockedPath.isEmpty()) {
-        (void)askDriver(m_state->lockedPath, [controls = std::move(controls)] { return true; });
+        (void)visitDriver(m_state->lockedPath, [controls = std::move(controls)] {});
     }
 }
 
@@ -229,19 +198,17 @@ CaptureDeviceFormat CaptureDevice::activeFormat() const
     if (!format) {
         return {};
     }
-    return { encodingName(format->encoding), format->size,
-        { { format->lowestRate, highestRate(*format) } } };
+    return { { { format->lowestRate, format->highestRate() } } };
 }
 
-std::unique_ptr<CaptureDevice::Observation> CaptureDevice::observe(
+std::unique_ptr<AdjustmentObservation> CaptureDevice::observe(
     Adjustment adjustment, std::function<void(bool)> observer)
 {
     const auto node = m_state->node();
-    std::unique_ptr<Observation> observation;
-    if (adjustment == Adjustment::Focus && node && !node->devicePath.isEmpty()) {
-        observation = observeFocus(node->devicePath, std::move(observer));
+    if (adjustment != Adjustment::Focus || !node || node->devicePath.isEmpty()) {
+        return nullptr;
     }
-    return observation ? std::move(observation) : std::make_unique<SilentObservation>();
+    return AdjustmentObservation::ofFocus(node->devicePath, std::move(observer));
 }
 
 } // namespace platform

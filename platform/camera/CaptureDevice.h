@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/services/Error.h"
+#include "platform/camera/AdjustmentObservation.h"
+#include "platform/camera/CameraModes.h"
 
 #include <QList>
-#include <QSize>
 #include <QString>
 
 #include <functional>
@@ -14,10 +14,6 @@ namespace platform {
 
 enum class MediaType { Video, Muxed };
 
-enum class FocusMode { Locked = 0, AutoFocus = 1, ContinuousAutoFocus = 2 };
-enum class ExposureMode { Locked = 0, AutoExpose = 1, ContinuousAutoExposure = 2 };
-enum class WhiteBalanceMode { Locked = 0, AutoWhiteBalance = 1, ContinuousAutoWhiteBalance = 2 };
-
 struct FrameRateRange {
     double minFrameRate = 0; ///< frames a second
     double maxFrameRate = 0;
@@ -25,55 +21,48 @@ struct FrameRateRange {
 
 /// What a camera delivers while it runs.
 struct CaptureDeviceFormat {
-    QString mediaSubType; ///< the encoding's name in the camera system, such as "YUY2"
-    QSize dimensions;
     QList<FrameRateRange> videoSupportedFrameRateRanges;
 };
 
-/// A camera. Copies are handles on the same camera, which may be pulled out at any time; then
-/// nothing is supported and nothing can be set. So it is with one whose driver does not answer for
-/// a second, for which nobody waits longer. Main thread, but for observations.
+/// A camera. Copies are handles on the same camera, which may be unplugged at any time; then no
+/// mode is supported and none can be set. The same holds for a camera whose driver does not respond
+/// within a second. Main thread, except for observers.
 class CaptureDevice {
 public:
-    /// The cameras in the system's order. Muxed (sound and picture in one) is offered by none.
+    /// The cameras in the system's order. No camera is of type Muxed (sound and picture in one).
     static QList<CaptureDevice> devicesWithMediaType(MediaType type);
     static std::optional<CaptureDevice> defaultDeviceWithMediaType(MediaType type);
     static std::optional<CaptureDevice> deviceWithUniqueID(const QString& uniqueID);
 
-    const QString& uniqueID() const; ///< stable over restarts
+    const QString& uniqueID() const; ///< stable across restarts
     const QString& localizedName() const;
 
     bool isSuspended() const; ///< a shutter or privacy switch is closed
-    /// Where there is no PipeWire this is to be asked before a session starts: afterwards the
-    /// device is busy with that.
+    /// Without PipeWire this must be called before a session starts: afterwards the device is busy
+    /// with that session.
     bool isInUseByAnotherApplication() const;
 
     bool isFocusModeSupported(FocusMode mode) const;
     bool isExposureModeSupported(ExposureMode mode) const;
     bool isWhiteBalanceModeSupported(WhiteBalanceMode mode) const;
 
-    /// Exclusive right to set modes, until unlockForConfiguration(). False, with the reason in
-    /// `error`, when another program holds it.
-    [[nodiscard]] bool lockForConfiguration(Error* error = nullptr);
-    /// Nothing happens where it is not locked or the mode is not supported.
+    /// Takes the exclusive right to set modes, until unlockForConfiguration(). False when another
+    /// program holds it, or the camera is unplugged or does not respond.
+    [[nodiscard]] bool lockForConfiguration();
+    /// No effect without the lock or when the mode is not supported.
     void setFocusMode(FocusMode mode);
     void setExposureMode(ExposureMode mode);
     void setWhiteBalanceMode(WhiteBalanceMode mode);
     void unlockForConfiguration();
 
-    /// The format that a session takes from this camera.
+    /// The format in which a session reads this camera.
     CaptureDeviceFormat activeFormat() const;
 
     enum class Adjustment { Focus, Exposure, WhiteBalance };
-    /// Ends when it goes.
-    class Observation {
-    public:
-        virtual ~Observation() = default;
-    };
-    /// Calls `observer` whenever the camera begins or ends to adjust itself, on any thread. Only
-    /// some tell of their focus, and none of the others.
-    [[nodiscard]] std::unique_ptr<Observation> observe(
-        Adjustment adjustment, std::function<void(bool adjusting)> observer);
+    /// Calls `observer` whenever the camera begins or ends to adjust itself, on any thread. Null
+    /// when it never reports that: some cameras report their focus, none the others.
+    [[nodiscard]] std::unique_ptr<AdjustmentObservation> observe(
+        Adjustment adjustment, std::function<void(bool isAdjusting)> observer);
 
 private:
     struct State;

@@ -1,121 +1,87 @@
 #include "platform/camera/CaptureSession.h"
 
+#include "platform/camera/CameraStream.h"
 #include "platform/camera/CaptureDeviceInput.h"
-#include "platform/camera/CaptureSessionState.h"
-#include "platform/camera/CaptureVideoDataOutputState.h"
+#include "platform/camera/CaptureVideoDataOutput.h"
 #include "platform/services/Dispatch.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace platform {
 
-CaptureSession::State::State()
-    : stream({ .frame = [this](const SampleBuffer& frame) { hand(frame); },
-        .interruption = [this] { tellOfInterruption(); } })
-{
-}
-
-CaptureSession::State::~State()
-{
-    stop();
-    for (const auto& output : outputs) {
-        remove(*output->m_state);
-        output->m_state->waitUntilIdle();
-    }
-}
-
-void CaptureSession::State::add(FrameConsumer& consumer)
-{
-    const std::lock_guard lock(m_mutex);
-    m_consumers.push_back(&consumer);
-}
-
-void CaptureSession::State::remove(FrameConsumer& consumer)
-{
-    const std::lock_guard lock(m_mutex);
-    std::erase(m_consumers, &consumer);
-}
-
-void CaptureSession::State::hand(const SampleBuffer& frame)
-{
-    const std::lock_guard lock(m_mutex);
-    for (FrameConsumer* consumer : m_consumers) {
-        consumer->take(frame);
-    }
-}
-
-void CaptureSession::State::start()
-{
-    if (!stream.isRunning()) {
-        stream.start(input ? input->device().uniqueID() : QString());
-    }
-}
-
-void CaptureSession::State::stop()
-{
-    stream.stop();
-    const std::lock_guard lock(m_mutex);
-    for (FrameConsumer* consumer : m_consumers) {
-        consumer->forgetFrames();
-    }
-}
-
-void CaptureSession::State::tellOfInterruption()
-{
-    // In a turn of its own: the observer may let go of the session.
-    dispatchMain(m_alive, [this] {
-        if (const auto observer = interruptionObserver) {
-            observer();
-        }
-    });
-}
-
 CaptureSession::CaptureSession()
-    : m_state(std::make_shared<State>())
+    : m_stream(std::make_unique<CameraStream>(CameraStream::Receivers{
+        .frame = [this](const SampleBuffer& frame) { m_frames.notify(frame); },
+        .interruption = [this] { reportInterruption(); } }))
 {
 }
 
-CaptureSession::~CaptureSession() = default;
+CaptureSession::~CaptureSession()
+{
+    stopRunning();
+    for (Output& each : m_outputs) {
+        each.observation.end();
+        each.output->waitUntilIdle();
+    }
+}
 
 void CaptureSession::addInput(std::shared_ptr<CaptureDeviceInput> input)
 {
     if (input) {
-        m_state->input = std::move(input);
+        m_input = std::move(input);
     }
 }
 
 void CaptureSession::addOutput(std::shared_ptr<CaptureVideoDataOutput> output)
 {
-    if (output) {
-        m_state->add(*output->m_state);
-        m_state->outputs.push_back(std::move(output));
-    }
+    Observation observation
+        = observeFrames([to = output.get()](const SampleBuffer& frame) { to->take(frame); });
+    m_outputs.push_back({ std::move(output), std::move(observation) });
+}
+
+Observation CaptureSession::observeFrames(std::function<void(const SampleBuffer&)> observer)
+{
+    return m_frames.add(std::move(observer));
 }
 
 void CaptureSession::startRunning()
 {
-    m_state->start();
+    if (!isRunning()) {
+        m_stream->start(m_input ? m_input->device().uniqueID() : QString());
+    }
 }
 
 void CaptureSession::stopRunning()
 {
-    m_state->stop();
+    m_stream->stop();
+    for (const Output& each : m_outputs) {
+        each.output->forgetFrames();
+    }
 }
 
 bool CaptureSession::isRunning() const
 {
-    return m_state->stream.isRunning();
+    return m_stream->isRunning();
 }
 
-CaptureSession::Interruption CaptureSession::interruption() const
+Interruption CaptureSession::interruption() const
 {
-    return m_state->stream.interruption();
+    return m_stream->interruption();
 }
 
 void CaptureSession::setInterruptionObserver(std::function<void()> observer)
 {
-    m_state->interruptionObserver = std::move(observer);
+    m_interruptionObserver = std::move(observer);
+}
+
+/// Dispatched, and called as a copy: the observer may destroy the session.
+void CaptureSession::reportInterruption()
+{
+    dispatchMain(m_alive, [this] {
+        if (const auto observer = m_interruptionObserver) {
+            observer();
+        }
+    });
 }
 
 } // namespace platform

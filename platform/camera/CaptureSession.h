@@ -1,39 +1,40 @@
 #pragma once
 
+#include "platform/camera/Interruption.h"
+#include "platform/services/Observers.h"
+
 #include <functional>
 #include <memory>
+#include <vector>
 
 namespace platform {
 
+class CameraStream;
 class CaptureDeviceInput;
 class CaptureVideoDataOutput;
-class CaptureVideoPreviewLayer;
+class SampleBuffer;
 
-/// Takes frames from one camera and hands them to its output and its preview. Starting and
-/// stopping return at once; a camera that does not answer holds nobody up. Main thread.
+/// Takes frames from one camera and passes them to its output and its preview. Starting and
+/// stopping do not block, even when the camera does not respond. Main thread.
 class CaptureSession {
 public:
-    /// Why no frames come while the session runs.
-    enum class Interruption {
-        None, ///< they do, or the first is awaited
-        NoCamera, ///< there is no input
-        Unplugged, ///< the camera has gone; the session takes it up again when it returns
-        Stalled, ///< it is there, but has sent nothing for a while; ends with the next frame
-        Refused, ///< it cannot be opened, or offers no format that can be read
-    };
-
     CaptureSession();
-    /// Stops; waits until no frame callback runs any more. Not from a frame callback.
+    /// Stops, and returns when no frame callback runs any more. Not from a frame callback.
     ~CaptureSession();
     CaptureSession(const CaptureSession&) = delete;
     CaptureSession& operator=(const CaptureSession&) = delete;
 
     void addInput(std::shared_ptr<CaptureDeviceInput> input); ///< null is ignored
+    bool hasInput() const { return m_input != nullptr; }
     void addOutput(std::shared_ptr<CaptureVideoDataOutput> output);
 
+    /// Calls `observer` with each frame, on the thread that delivers them, which it must not block.
+    [[nodiscard]] Observation observeFrames(
+        std::function<void(const SampleBuffer& frame)> observer);
+
     void startRunning();
-    /// After it, no frame is handed out that arrived later; one may still be being handled. The
-    /// camera is let go of (its node has no link any more) soon after.
+    /// Afterwards no new frame is passed on; the delegate may still be handling one. The camera is
+    /// closed (its node has no link any more) soon after.
     void stopRunning();
     bool isRunning() const; ///< between startRunning() and stopRunning(), whatever the camera does
 
@@ -42,9 +43,19 @@ public:
     void setInterruptionObserver(std::function<void()> observer);
 
 private:
-    friend class CaptureVideoPreviewLayer;
-    struct State;
-    std::shared_ptr<State> m_state;
+    struct Output {
+        std::shared_ptr<CaptureVideoDataOutput> output;
+        Observation observation;
+    };
+
+    void reportInterruption();
+
+    std::shared_ptr<CaptureDeviceInput> m_input;
+    std::vector<Output> m_outputs;
+    std::function<void()> m_interruptionObserver;
+    Observers<const SampleBuffer&> m_frames;
+    const std::shared_ptr<int> m_alive = std::make_shared<int>(); // guards dispatched jobs
+    const std::unique_ptr<CameraStream> m_stream; // destroyed first
 };
 
 } // namespace platform

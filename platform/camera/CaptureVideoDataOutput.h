@@ -1,46 +1,33 @@
 #pragma once
 
-#include "platform/services/Dispatch.h"
-
-#include <QtGlobal>
+#include "platform/camera/FrameMailbox.h"
+#include "platform/camera/SampleBuffer.h"
 
 #include <memory>
+#include <optional>
 
 namespace platform {
 
-class CaptureConnection;
-class CaptureVideoDataOutput;
-class SampleBuffer;
+class SampleBufferDelegate;
+class SerialQueue;
 
-/// Receives frames, one at a time, on the queue that was given with it.
-class SampleBufferDelegate {
-public:
-    virtual ~SampleBufferDelegate() = default;
-    virtual void didOutputSampleBuffer(const CaptureVideoDataOutput& output,
-        const SampleBuffer& sampleBuffer, const CaptureConnection& connection)
-        = 0;
-};
-
-/// Where a session's frames leave it. Set up on the main thread before the session starts.
+/// Hands the frames of a session to a delegate. Of the frames that arrive while the delegate is
+/// busy only the newest is kept, and handed over next. Main thread, except take().
 class CaptureVideoDataOutput {
 public:
-    enum class PixelFormat : quint32 { BGRA = 0x42475241 };
-
-    CaptureVideoDataOutput();
-    ~CaptureVideoDataOutput();
-
-    /// True: of frames that arrive while the delegate is busy only the newest is kept, and handed
-    /// over next. False: they queue up, to a bound.
-    void setAlwaysDiscardsLateVideoFrames(bool discards);
-    void setVideoSettings(PixelFormat format); ///< BGRA is the only one
-    /// Frames reach `delegate` on `queue` as long as it lives.
+    /// Hands frames to `delegate` on `queue` while the delegate exists. Not while the session runs.
     void setSampleBufferDelegate(
         std::weak_ptr<SampleBufferDelegate> delegate, std::shared_ptr<SerialQueue> queue);
 
+    /// A frame for the delegate. Any thread.
+    void take(const SampleBuffer& frame);
+    /// Drops a frame that waits for the delegate.
+    void forgetFrames();
+    /// Returns when the delegate handles no frame.
+    void waitUntilIdle();
+
 private:
-    friend class CaptureSession;
-    struct State;
-    std::shared_ptr<State> m_state;
+    std::optional<FrameMailbox<SampleBuffer>> m_mailbox; // empty without a delegate
 };
 
 } // namespace platform

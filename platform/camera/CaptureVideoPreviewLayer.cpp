@@ -2,8 +2,6 @@
 
 #include "platform/camera/CaptureConnection.h"
 #include "platform/camera/CaptureSession.h"
-#include "platform/camera/CaptureSessionState.h"
-#include "platform/camera/FrameConsumer.h"
 #include "platform/camera/SampleBuffer.h"
 #include "platform/graphics/ImageFilter.h"
 #include "platform/services/Dispatch.h"
@@ -18,20 +16,24 @@
 
 namespace platform {
 
-/// The members up to `picture` belong to both threads and are guarded by the mutex.
-struct CaptureVideoPreviewLayer::State : FrameConsumer {
-    void take(const SampleBuffer& newest) override;
-    void forgetFrames() override { } // the last one stays to be seen
-    void waitUntilIdle() override { }
+struct CaptureVideoPreviewLayer::State {
+    explicit State(std::shared_ptr<CaptureSession> aSession);
+    ~State();
+    State(const State&) = delete;
+    State& operator=(const State&) = delete;
+
+    void take(const SampleBuffer& newest);
 
     void renderUntilEnd();
     void render(std::unique_lock<std::mutex>& lock);
     void publish(const QImage& rendered);
-    void tellOfPicture();
+    void reportPicture();
 
-    std::mutex mutex;
+    const std::shared_ptr<CaptureSession> session;
+
+    std::mutex mutex; // guards the members up to `isObserverDue`
     std::condition_variable wake;
-    bool needsScaling = false; // another frame or another size
+    bool needsScaling = false; // the frame or the size has changed
     bool needsRendering = false;
     bool isEnding = false;
     std::optional<SampleBuffer> frame; // the last one
@@ -40,13 +42,31 @@ struct CaptureVideoPreviewLayer::State : FrameConsumer {
     QImage picture;
     bool isObserverDue = false;
 
-    QImage scaled; // of the preview's thread
-    std::function<void()> pictureObserver; // of the main thread
-    std::shared_ptr<CaptureSession> session;
+    QImage scaled; // preview thread only
+    std::function<void()> pictureObserver; // main thread only
     const std::shared_ptr<CaptureConnection> connection = std::make_shared<CaptureConnection>();
-    const std::shared_ptr<int> alive = std::make_shared<int>(); // guards what is dispatched
+    const std::shared_ptr<int> alive = std::make_shared<int>(); // guards dispatched jobs
     std::thread thread;
+    Observation frames;
 };
+
+CaptureVideoPreviewLayer::State::State(std::shared_ptr<CaptureSession> aSession)
+    : session(std::move(aSession))
+    , thread([this] { renderUntilEnd(); })
+    , frames(session->observeFrames([this](const SampleBuffer& newest) { take(newest); }))
+{
+}
+
+CaptureVideoPreviewLayer::State::~State()
+{
+    frames.end();
+    {
+        const std::lock_guard lock(mutex);
+        isEnding = true;
+        wake.notify_one();
+    }
+    thread.join();
+}
 
 void CaptureVideoPreviewLayer::State::take(const SampleBuffer& newest)
 {
@@ -79,7 +99,7 @@ void CaptureVideoPreviewLayer::State::render(std::unique_lock<std::mutex>& lock)
     const QSize size = area;
     const QList<std::shared_ptr<ImageFilter>> steps = filters;
     lock.unlock();
-    // Scaled first: what is not shown costs nothing.
+    // Scaled first: pixels that are not shown cost nothing.
     if (scales) {
         if (const QImage small = source.pixelsWithin(size); !small.isNull()) {
             scaled = small;
@@ -97,42 +117,28 @@ void CaptureVideoPreviewLayer::State::publish(const QImage& rendered)
 {
     picture = rendered;
     if (!std::exchange(isObserverDue, true)) {
-        dispatchMain(alive, [this] { tellOfPicture(); });
+        dispatchMain(alive, [this] { reportPicture(); });
     }
 }
 
-void CaptureVideoPreviewLayer::State::tellOfPicture()
+void CaptureVideoPreviewLayer::State::reportPicture()
 {
     {
         const std::lock_guard lock(mutex);
         isObserverDue = false;
     }
-    // A copy: the observer may let go of the layer.
+    // A copy: the observer may destroy the layer.
     if (const auto observer = pictureObserver) {
         observer();
     }
 }
 
 CaptureVideoPreviewLayer::CaptureVideoPreviewLayer(std::shared_ptr<CaptureSession> session)
-    : m_state(std::make_shared<State>())
+    : m_state(std::make_unique<State>(std::move(session)))
 {
-    m_state->session = std::move(session);
-    m_state->thread = std::thread([state = m_state.get()] { state->renderUntilEnd(); });
-    m_state->session->m_state->add(*m_state);
 }
 
-CaptureVideoPreviewLayer::~CaptureVideoPreviewLayer()
-{
-    m_state->session->m_state->remove(*m_state);
-    {
-        const std::lock_guard lock(m_state->mutex);
-        m_state->isEnding = true;
-        m_state->wake.notify_one();
-    }
-    m_state->thread.join();
-}
-
-void CaptureVideoPreviewLayer::setVideoGravity(VideoGravity) { }
+CaptureVideoPreviewLayer::~CaptureVideoPreviewLayer() = default;
 
 void CaptureVideoPreviewLayer::setFrameSize(QSize pixels)
 {
@@ -163,7 +169,7 @@ std::shared_ptr<ImageFilter> CaptureVideoPreviewLayer::filterNamed(const QString
 
 std::shared_ptr<CaptureConnection> CaptureVideoPreviewLayer::connection() const
 {
-    return m_state->session->m_state->input ? m_state->connection : nullptr;
+    return m_state->session->hasInput() ? m_state->connection : nullptr;
 }
 
 QImage CaptureVideoPreviewLayer::picture() const

@@ -13,17 +13,16 @@ class CaptureConnection;
 class CaptureSession;
 class ImageFilter;
 
-/// The live picture of a session: scaled to what is shown, then filtered, then mirrored, on a
-/// thread of its own. Keeps its last picture when the session stops. Main thread.
+/// The live picture of a session: scaled as a whole to the area that shows it, then filtered, then
+/// mirrored, on a thread of its own. Keeps its last picture when the session stops. Main thread.
 class CaptureVideoPreviewLayer {
 public:
-    enum class VideoGravity { ResizeAspect }; ///< the whole picture, its aspect kept
-
     explicit CaptureVideoPreviewLayer(std::shared_ptr<CaptureSession> session);
     ~CaptureVideoPreviewLayer();
+    CaptureVideoPreviewLayer(const CaptureVideoPreviewLayer&) = delete;
+    CaptureVideoPreviewLayer& operator=(const CaptureVideoPreviewLayer&) = delete;
 
-    void setVideoGravity(VideoGravity gravity);
-    void setFrameSize(QSize pixels); ///< of the area that it fills, in device pixels
+    void setFrameSize(QSize pixels); ///< of the area that shows the picture, in device pixels
 
     /// Applied in this order; their values may be changed at any time.
     void setFilters(QList<std::shared_ptr<ImageFilter>> filters);
@@ -33,18 +32,19 @@ public:
     /// Null while the session has no input.
     std::shared_ptr<CaptureConnection> connection() const;
 
-    /// The last picture, no larger than the frame size; null before the first. When filters,
-    /// mirroring or size change while the session is stopped, it follows too.
+    /// The last picture, no larger than the frame size; null before the first one. It also follows
+    /// filters, mirroring and size that change while the session is stopped.
     QImage picture() const;
-    /// Called on the main thread when picture() is another one.
+    /// Called on the main thread after picture() has changed.
     void setPictureObserver(std::function<void()> observer);
 
-    /// Makes picture() follow a change of filter values or mirroring although no frame comes.
+    /// Renders picture() again with the current filter values and mirroring, even without a new
+    /// frame.
     void setNeedsDisplay();
 
 private:
     struct State;
-    std::shared_ptr<State> m_state;
+    const std::unique_ptr<State> m_state;
 };
 
 } // namespace platform

@@ -14,11 +14,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 struct Visits {
-    std::mutex mutex; // for the following
+    std::mutex mutex; // guards the following
     std::list<DriverVisit::Entry> all;
 };
 
-/// Never destroyed: a visit may end while the process does.
+/// Never destroyed: a visit may end while the process exits.
 Visits& visits()
 {
     static auto* const shared = new Visits;
@@ -27,7 +27,7 @@ Visits& visits()
 
 bool hangs(const QString& devicePath)
 {
-    const auto late = Clock::now() - patienceWithDriver;
+    const auto late = Clock::now() - driverTimeout;
     const std::lock_guard lock(visits().mutex);
     return std::any_of(visits().all.cbegin(), visits().all.cend(),
         [&](const auto& visit) { return visit.devicePath == devicePath && visit.since <= late; });
@@ -54,17 +54,17 @@ bool visitDriver(const QString& devicePath, std::function<void()> call)
     }
     std::promise<void> ending;
     const std::future<void> end = ending.get_future();
-    // Begun before it is waited for, so that it is late when that ends.
+    // Created before the wait starts, so that it counts as timed out when the wait times out.
     auto visit = std::make_unique<DriverVisit>(devicePath);
     std::thread([visit = std::move(visit), call = std::move(call),
                     ending = std::move(ending)]() mutable {
         pthread_setname_np(pthread_self(), "driver");
         call();
-        call = nullptr; // what it holds may be an open device
+        call = nullptr; // it may own an open device, which is closed in the driver
         visit.reset();
         ending.set_value();
     }).detach();
-    return end.wait_for(patienceWithDriver) == std::future_status::ready;
+    return end.wait_for(driverTimeout) == std::future_status::ready;
 }
 
 } // namespace platform

@@ -11,11 +11,11 @@
 
 namespace platform {
 
-/// How long a driver is waited for. One that takes longer counts as one that refuses.
-constexpr std::chrono::milliseconds patienceWithDriver(1000);
+/// How long a call waits for a driver. A driver that takes longer counts as one that refuses.
+constexpr std::chrono::milliseconds driverTimeout(1000);
 
-/// As long as this lives, a thread is in the code of a device's driver, where it may stay for ever.
-/// Any thread.
+/// Registers, during its lifetime, that a thread is in the driver of a device, which may never
+/// return. Thread-safe.
 class DriverVisit {
 public:
     explicit DriverVisit(const QString& devicePath);
@@ -32,12 +32,13 @@ private:
     std::list<Entry>::iterator m_entry;
 };
 
-/// Makes `call` on a thread of its own, and waits for its end. False when it takes too long, and is
-/// left to itself, or is not made at all, since another one is still in the driver of this device:
-/// so no more than one thread is lost to it. Any thread.
+/// Runs `call` on a thread of its own and waits for its end. False on timeout; the call then
+/// continues unattended. Also false, without running `call`, while another visit to the same driver
+/// has timed out, so that a driver blocks one thread at most. Thread-safe.
 [[nodiscard]] bool visitDriver(const QString& devicePath, std::function<void()> call);
 
-/// As above; what `call` returns, if it does. It must refer to nothing that may go while it runs.
+/// As above; returns the value of `call`, if it finished in time. `call` must own what it uses,
+/// since it may outlive its caller.
 template <typename Call>
 auto askDriver(const QString& devicePath, Call call) -> std::optional<std::invoke_result_t<Call>>
 {

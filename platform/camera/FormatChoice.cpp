@@ -9,15 +9,15 @@ namespace {
 
 constexpr QSize largestSize(1920, 1080);
 constexpr double wantedRate = 30;
-constexpr double tolerance = 0.05; // 30000/1001 is as good as 30
+constexpr double tolerance = 0.05; // 30000/1001 counts as 30
 
 /// The better a format is, the greater its rank.
 auto rank(const CameraFormat& format)
 {
     const bool fits = format.size.width() <= largestSize.width()
         && format.size.height() <= largestSize.height();
-    const qint64 area = qint64(format.size.width()) * format.size.height();
-    const double rate = highestRate(format);
+    const qint64 area = static_cast<qint64>(format.size.width()) * format.size.height();
+    const double rate = format.highestRate();
     const bool isFast = rate >= wantedRate - tolerance;
     const bool isUncompressed = format.encoding != CameraFormat::Encoding::JPEG;
     return std::tuple(fits, isFast, isFast ? 0 : rate, fits ? area : -area, isUncompressed,
@@ -25,11 +25,6 @@ auto rank(const CameraFormat& format)
 }
 
 } // namespace
-
-double highestRate(const CameraFormat& format)
-{
-    return format.rateDenominator > 0 ? double(format.rateNumerator) / format.rateDenominator : 0;
-}
 
 std::optional<CameraFormat> chosenFormat(const QList<CameraFormat>& formats)
 {

@@ -1,15 +1,16 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraFormat.h"
+
+#include <QList>
+
+#include <optional>
 
 namespace platform {
 
-/// Frames a second, at most.
-double highestRate(const CameraFormat& format);
-
-/// The one in which a session takes a camera's picture: the largest up to 1920 x 1080 that reaches
-/// 30 frames a second, uncompressed before JPEG, then by the order of the encodings. Where none
-/// reaches 30, the fastest counts; where all are larger than that, the smallest. Empty for none.
+/// The format in which a session reads a camera: the largest up to 1920 x 1080 with at least 30
+/// frames per second, uncompressed before JPEG, then by the order of the encodings. When none has
+/// 30, the fastest; when all are larger, the smallest. Empty when there are no formats.
 std::optional<CameraFormat> chosenFormat(const QList<CameraFormat>& formats);
 
 } // namespace platform

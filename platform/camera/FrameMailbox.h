@@ -2,28 +2,26 @@
 
 #include "platform/services/Dispatch.h"
 
-#include <algorithm>
 #include <condition_variable>
-#include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <utility>
 
 namespace platform {
 
 /// Hands frames to a receiver on a serial queue, one at a time, in the order of their arrival.
-/// While the receiver is busy they wait here, where a newer one pushes out the oldest beyond the
-/// capacity, so that a slow receiver makes nothing pile up. Any thread.
+/// While the receiver is busy one frame waits, and a newer one replaces it, so that frames do not
+/// pile up behind a slow receiver. Thread-safe.
 template <typename Frame> class FrameMailbox {
 public:
     using Receiver = std::function<void(const Frame& frame)>;
 
-    FrameMailbox(std::shared_ptr<SerialQueue> queue, std::size_t capacity, Receiver receiver)
+    FrameMailbox(std::shared_ptr<SerialQueue> queue, Receiver receiver)
         : m_queue(std::move(queue))
-        , m_state(std::make_shared<State>(capacity, std::move(receiver)))
+        , m_state(std::make_shared<State>(std::move(receiver)))
     {
     }
     /// Afterwards the receiver neither runs nor is called.
@@ -39,32 +37,23 @@ public:
     {
         {
             const std::lock_guard lock(m_state->mutex);
-            m_state->frames.push_back(std::move(frame));
-            while (m_state->frames.size() > m_state->capacity) {
-                m_state->frames.pop_front();
-            }
+            m_state->waiting = std::move(frame);
             if (std::exchange(m_state->hasJob, true)) {
                 return;
             }
         }
-        // The job owns the state alone: a queue must not end on its own thread.
+        // The job must not own the queue, which cannot be destroyed on its own thread.
         m_queue->async([state = m_state] { state->deliver(); });
     }
 
-    void setCapacity(std::size_t capacity)
-    {
-        const std::lock_guard lock(m_state->mutex);
-        m_state->capacity = std::max<std::size_t>(capacity, 1);
-    }
-
-    /// Forgets the frames that wait.
+    /// Drops the frame that waits.
     void clear()
     {
         const std::lock_guard lock(m_state->mutex);
-        m_state->frames.clear();
+        m_state->waiting.reset();
     }
 
-    /// Returns when the receiver does not run; at once when it is the receiver that calls.
+    /// Returns when the receiver does not run; does not block when the receiver itself calls.
     void waitUntilIdle()
     {
         std::unique_lock lock(m_state->mutex);
@@ -76,7 +65,7 @@ public:
 
 private:
     struct State {
-        /// While the receiver runs; ends as well when it throws.
+        /// Unlocks the mutex while the receiver runs, which may throw.
         class Turn {
         public:
             Turn(State& state, std::unique_lock<std::mutex>& lock)
@@ -100,9 +89,8 @@ private:
             std::unique_lock<std::mutex>& m_lock;
         };
 
-        State(std::size_t aCapacity, Receiver aReceiver)
-            : capacity(std::max<std::size_t>(aCapacity, 1))
-            , receiver(std::move(aReceiver))
+        explicit State(Receiver aReceiver)
+            : receiver(std::move(aReceiver))
         {
         }
 
@@ -110,19 +98,16 @@ private:
         {
             std::unique_lock lock(mutex);
             hasJob = false;
-            while (!frames.empty()) {
-                const Frame frame = std::move(frames.front());
-                frames.pop_front();
+            if (const std::optional<Frame> frame = std::exchange(waiting, std::nullopt)) {
                 const Turn turn(*this, lock);
-                receiver(frame);
+                receiver(*frame);
             }
         }
 
-        std::size_t capacity;
         const Receiver receiver;
-        std::mutex mutex;
+        std::mutex mutex; // guards the following
         std::condition_variable idle;
-        std::deque<Frame> frames;
+        std::optional<Frame> waiting;
         std::thread::id receiving;
         bool hasJob = false;
     };

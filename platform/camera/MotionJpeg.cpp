@@ -1,6 +1,6 @@
 #include "platform/camera/MotionJpeg.h"
 
-#include "platform/camera/PixelConversion.h"
+#include "platform/camera/PictureSize.h"
 #include "platform/graphics/BitmapPool.h"
 
 #include <algorithm>
@@ -15,8 +15,8 @@ struct Destroy {
     void operator()(void* decoder) const { tjDestroy(decoder); }
 };
 
-/// A whole picture ends with the marker EOI, though cameras pad it. (Within the coded data 0xff
-/// is never followed by 0xd9.)
+/// A complete picture ends with the marker EOI; cameras may append padding. (Within the coded data
+/// 0xff is never followed by 0xd9.)
 bool isComplete(std::span<const unsigned char> bytes)
 {
     constexpr std::array<unsigned char, 2> endOfImage = { 0xff, 0xd9 };
@@ -37,7 +37,7 @@ QImage decodedMotionJpeg(std::span<const unsigned char> bytes)
         || tjDecompressHeader3(decoder.get(), bytes.data(), bytes.size(), &width, &height,
                &subsampling, &colorSpace)
             != 0
-        || width <= 0 || height <= 0 || width > largestPictureSide || height > largestPictureSide) {
+        || !isPictureSize(QSize(width, height))) {
         return {};
     }
     QImage bitmap = pooledBitmap(QSize(width, height));
@@ -45,8 +45,9 @@ QImage decodedMotionJpeg(std::span<const unsigned char> bytes)
         return {};
     }
     const int failed = tjDecompress2(decoder.get(), bytes.data(), bytes.size(), bitmap.bits(),
-        width, int(bitmap.bytesPerLine()), height, TJPF_BGRX, TJFLAG_FASTDCT | TJFLAG_LIMITSCANS);
-    // A warning is for a picture that is there, if not as it was meant: cameras pad their data.
+        width, static_cast<int>(bitmap.bytesPerLine()), height, TJPF_BGRX,
+        TJFLAG_FASTDCT | TJFLAG_LIMITSCANS);
+    // Padding causes a warning, with a decoded picture.
     if (failed != 0 && tjGetErrorCode(decoder.get()) != TJERR_WARNING) {
         return {};
     }

@@ -24,7 +24,7 @@ namespace platform {
 
 namespace {
 
-/// A value out of a dictionary, empty when it has none.
+/// A value of a dictionary; empty when it has none.
 QString textOf(const spa_dict* properties, const char* key)
 {
     const char* text = properties == nullptr ? nullptr : spa_dict_lookup(properties, key);
@@ -53,7 +53,7 @@ public:
     bool setControl(const QString& name, quint32 id, int value);
 
 private:
-    /// A camera's node and what is known of it. Its address is what PipeWire calls back with.
+    /// A camera's node. Its address is the data pointer of PipeWire's callbacks.
     struct Node {
         Connection* connection = nullptr;
         CameraNode camera;
@@ -64,7 +64,7 @@ private:
         uint32_t controlFlags = 0;
         int formatRequest = 0;
         int controlRequest = 0;
-        bool isKnown = false; ///< its parameters have been asked for
+        bool isKnown = false; ///< its parameters have been requested
 
         ~Node();
         void update(const pw_node_info* info);
@@ -94,7 +94,7 @@ private:
     spa_hook m_coreListener{};
     spa_hook m_registryListener{};
     spa_hook m_metadataListener{};
-    int m_sync = 0; ///< the last question; once it is answered, all that was asked for is there
+    int m_sync = 0; ///< the last request; its answer follows those of all earlier ones
     bool m_isLost = false;
     QString m_default;
     std::map<uint32_t, std::unique_ptr<Node>> m_cameras;
@@ -134,7 +134,7 @@ const pw_metadata_events PipeWireCameras::Connection::metadataEvents = [] {
     pw_metadata_events events{};
     events.version = PW_VERSION_METADATA_EVENTS;
     events.property = [](void* data, uint32_t, const char* key, const char*, const char* value) {
-        // No key: everything has been cleared.
+        // No key: all values have been cleared.
         if (key == nullptr || std::strcmp(key, "default.video.source") == 0) {
             from(data)->setDefault(key == nullptr ? nullptr : value);
         }
@@ -196,7 +196,7 @@ void PipeWireCameras::Connection::Node::update(const pw_node_info* info)
         return pw_node_enum_params(
             reinterpret_cast<pw_node*>(proxy), 0, id, 0, UINT32_MAX, nullptr);
     };
-    // The flags of a parameter turn with each of its changes.
+    // The flags of a parameter toggle with each change of it.
     uint32_t ofFormats = formatFlags;
     uint32_t ofControls = controlFlags;
     for (uint32_t i = 0; i < info->n_params; ++i) {

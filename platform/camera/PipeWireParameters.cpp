@@ -34,13 +34,13 @@ constexpr EncodingName encodings[]{
 
 constexpr QSize usualSizes[]{ { 1920, 1080 }, { 1280, 720 }, { 640, 480 } };
 
-/// A property of a parameter: one value, or several of which the first is the default.
+/// A property of a parameter: one value, or several, the first of which is the default.
 template <typename Value> struct Values {
     std::span<const Value> all;
     uint32_t choice = SPA_CHOICE_None;
 
     bool isRange() const { return choice == SPA_CHOICE_Range || choice == SPA_CHOICE_Step; }
-    /// Without the default where that is told apart from what can be had.
+    /// Without the default, which a choice repeats.
     std::span<const Value> offered() const
     {
         return choice == SPA_CHOICE_None || all.size() < 2 ? all : all.subspan(1);
@@ -118,7 +118,7 @@ QList<QSize> sizesOf(const spa_pod* parameter)
 
 double perSecond(const spa_fraction& rate)
 {
-    return rate.denom > 0 ? double(rate.num) / rate.denom : 0;
+    return rate.denom > 0 ? static_cast<double>(rate.num) / rate.denom : 0;
 }
 
 void setRates(CameraFormat& format, const spa_pod* parameter)
@@ -132,7 +132,7 @@ void setRates(CameraFormat& format, const spa_pod* parameter)
     const auto slower = [](const spa_fraction& left, const spa_fraction& right) {
         return perSecond(left) < perSecond(right);
     };
-    // A step behind the ends of a range is no rate.
+    // The third value of a step range is the step.
     const auto ends = rates.isRange() ? offered.first(2) : offered;
     const auto [lowest, highest] = std::minmax_element(ends.begin(), ends.end(), slower);
     format.rateNumerator = static_cast<int>(highest->num);

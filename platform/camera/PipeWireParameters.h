@@ -1,16 +1,18 @@
 #pragma once
 
-#include "platform/camera/CameraRegistry.h"
+#include "platform/camera/CameraNode.h"
+
+#include <optional>
 
 struct spa_pod;
 
 namespace platform {
 
-/// The formats that an EnumFormat parameter of a node stands for, without those that nobody here
-/// can read. Of a range of sizes only the usual ones and its ends are named.
+/// The formats that an EnumFormat parameter of a node describes, without those that this program
+/// cannot read. A range of sizes yields its ends and the usual sizes within.
 QList<CameraFormat> cameraFormats(const spa_pod* parameter);
 
-/// The control of V4L2 that a PropInfo parameter of a node describes, if any.
+/// The V4L2 control that a PropInfo parameter of a node describes, if any.
 std::optional<CameraControl> cameraControl(const spa_pod* parameter);
 
 } // namespace platform

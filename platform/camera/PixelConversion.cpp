@@ -1,6 +1,7 @@
 #include "platform/camera/PixelConversion.h"
 
 #include "platform/camera/MotionJpeg.h"
+#include "platform/camera/PictureSize.h"
 #include "platform/graphics/BitmapPool.h"
 
 #include <algorithm>
@@ -44,12 +45,6 @@ private:
     const bool m_isMapped;
 };
 
-bool isAcceptable(QSize size)
-{
-    return !size.isEmpty() && size.width() <= largestPictureSide
-        && size.height() <= largestPictureSide;
-}
-
 QSize fitted(QSize picture, QSize area)
 {
     if (area.isEmpty() || (picture.width() <= area.width() && picture.height() <= area.height())) {
@@ -58,17 +53,17 @@ QSize fitted(QSize picture, QSize area)
     return picture.scaled(area, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
 }
 
-/// How the sample's bytes are laid out: by its caps, or by its buffer where that says more.
+/// The layout of the sample's bytes, from its caps and, where it has one, its buffer's metadata.
 std::optional<GstVideoInfo> layoutOf(GstSample* sample)
 {
     GstCaps* caps = gst_sample_get_caps(sample);
     GstVideoInfo info;
     if (!caps || !gst_video_info_from_caps(&info, caps)
-        || !isAcceptable(QSize(info.width, info.height))
+        || !isPictureSize(QSize(info.width, info.height))
         || GST_VIDEO_INFO_N_PLANES(&info) > GST_VIDEO_MAX_PLANES) {
         return std::nullopt;
     }
-    // Cameras send BT.601 (the UVC standard's default), whatever the size of the picture.
+    // Cameras send BT.601 (the UVC standard's default) at any picture size.
     if (GST_VIDEO_INFO_IS_YUV(&info)
         && !gst_structure_has_field(gst_caps_get_structure(caps, 0), "colorimetry")) {
         info.colorimetry.matrix = GST_VIDEO_COLOR_MATRIX_BT601;
@@ -84,25 +79,25 @@ std::optional<GstVideoInfo> layoutOf(GstSample* sample)
     return info;
 }
 
-/// Whether every plane lies within the bytes that came: what a camera claims is not trusted.
+/// Whether every plane lies within the received bytes: a camera's layout is not trusted.
 bool fits(const GstVideoInfo& info, std::size_t byteCount)
 {
     for (guint component = 0; component < GST_VIDEO_INFO_N_COMPONENTS(&info); ++component) {
         const auto plane = GST_VIDEO_INFO_COMP_PLANE(&info, component);
-        const auto rows = std::size_t(GST_VIDEO_INFO_COMP_HEIGHT(&info, component));
-        const auto rowBytes = std::size_t(GST_VIDEO_INFO_COMP_WIDTH(&info, component))
-            * std::size_t(GST_VIDEO_INFO_COMP_PSTRIDE(&info, component));
+        const auto rows = static_cast<std::size_t>(GST_VIDEO_INFO_COMP_HEIGHT(&info, component));
+        const auto rowBytes = static_cast<std::size_t>(GST_VIDEO_INFO_COMP_WIDTH(&info, component))
+            * static_cast<std::size_t>(GST_VIDEO_INFO_COMP_PSTRIDE(&info, component));
         const gint stride = GST_VIDEO_INFO_PLANE_STRIDE(&info, plane);
         const gsize offset = GST_VIDEO_INFO_PLANE_OFFSET(&info, plane);
-        if (stride < 0 || std::size_t(stride) < rowBytes || offset > byteCount
-            || byteCount - offset < std::size_t(stride) * (rows - 1) + rowBytes) {
+        if (stride < 0 || static_cast<std::size_t>(stride) < rowBytes || offset > byteCount
+            || byteCount - offset < static_cast<std::size_t>(stride) * (rows - 1) + rowBytes) {
             return false;
         }
     }
     return true;
 }
 
-/// `bytes` are only read where the frame is a source.
+/// `bytes` are not modified when the frame is a source.
 GstVideoFrame frameOver(const GstVideoInfo& info, const guint8* bytes)
 {
     GstVideoFrame frame = {};
@@ -113,14 +108,14 @@ GstVideoFrame frameOver(const GstVideoInfo& info, const guint8* bytes)
     return frame;
 }
 
-/// Converts pictures of one layout to another; kept, since setting it up costs more than a frame.
+/// Converts pictures from one layout to another. Kept, since setup costs more than a frame.
 class Converter {
 public:
     Converter(const GstVideoInfo& from, const GstVideoInfo& to)
         : m_from(from)
         , m_to(to)
     {
-        // Two taps when scaling: no more than a preview needs.
+        // Scaling with two taps is good enough for a preview.
         GstStructure* options
             = gst_structure_new("options", GST_VIDEO_CONVERTER_OPT_RESAMPLER_METHOD,
                 GST_TYPE_VIDEO_RESAMPLER_METHOD, GST_VIDEO_RESAMPLER_METHOD_LINEAR,
@@ -128,7 +123,7 @@ public:
         m_converter.reset(gst_video_converter_new(&m_from, &m_to, options));
     }
 
-    bool serves(const GstVideoInfo& from, const GstVideoInfo& to) const
+    bool matches(const GstVideoInfo& from, const GstVideoInfo& to) const
     {
         return gst_video_info_is_equal(&m_from, &from) && gst_video_info_is_equal(&m_to, &to);
     }
@@ -154,13 +149,13 @@ private:
     std::unique_ptr<GstVideoConverter, Free> m_converter;
 };
 
-/// What one thread keeps from frame to frame.
-class Workshop {
+/// The converters that one thread keeps from frame to frame.
+class Converters {
 public:
-    static Workshop& ofThisThread()
+    static Converters& ofThisThread()
     {
-        thread_local Workshop workshop;
-        return workshop;
+        thread_local Converters converters;
+        return converters;
     }
 
     QImage bitmap(const GstVideoInfo& from, const guint8* bytes)
@@ -170,17 +165,17 @@ public:
             return {};
         }
         GstVideoInfo to = layout(GST_VIDEO_FORMAT_BGRx, from, result.size());
-        to.stride[0] = int(result.bytesPerLine());
-        return serving(m_painter, from, to).convert(bytes, result.bits()) ? result : QImage();
+        to.stride[0] = static_cast<int>(result.bytesPerLine());
+        return matching(m_toRgb, from, to).convert(bytes, result.bits()) ? result : QImage();
     }
 
-    /// Scaled as it is encoded, then converted: that is the fewest bytes, and the fast way of the
-    /// library.
+    /// Scaled in the camera's encoding, then converted: this handles the fewest bytes, and the
+    /// library is fastest at it.
     QImage scaledBitmap(const GstVideoInfo& from, const guint8* bytes, QSize size)
     {
         const GstVideoInfo to = layout(GST_VIDEO_INFO_FORMAT(&from), from, size);
         m_scaled.resize(GST_VIDEO_INFO_SIZE(&to));
-        return serving(m_scaler, from, to).convert(bytes, m_scaled.data())
+        return matching(m_scaler, from, to).convert(bytes, m_scaled.data())
             ? bitmap(to, m_scaled.data())
             : QImage();
     }
@@ -189,7 +184,8 @@ private:
     static GstVideoInfo layout(GstVideoFormat format, const GstVideoInfo& of, QSize size)
     {
         GstVideoInfo info;
-        gst_video_info_set_format(&info, format, guint(size.width()), guint(size.height()));
+        gst_video_info_set_format(
+            &info, format, static_cast<guint>(size.width()), static_cast<guint>(size.height()));
         if (format == GST_VIDEO_INFO_FORMAT(&of)) {
             info.colorimetry = of.colorimetry;
         }
@@ -199,28 +195,28 @@ private:
         return info;
     }
 
-    static const Converter& serving(
+    static const Converter& matching(
         std::optional<Converter>& converter, const GstVideoInfo& from, const GstVideoInfo& to)
     {
-        if (!converter || !converter->serves(from, to)) {
+        if (!converter || !converter->matches(from, to)) {
             converter.emplace(from, to);
         }
         return *converter;
     }
 
     std::optional<Converter> m_scaler;
-    std::optional<Converter> m_painter;
+    std::optional<Converter> m_toRgb;
     std::vector<guint8> m_scaled;
 };
 
 QImage convertedBytes(const GstVideoInfo& info, const guint8* bytes, QSize size)
 {
     return size == QSize(info.width, info.height)
-        ? Workshop::ofThisThread().bitmap(info, bytes)
-        : Workshop::ofThisThread().scaledBitmap(info, bytes, size);
+        ? Converters::ofThisThread().bitmap(info, bytes)
+        : Converters::ofThisThread().scaledBitmap(info, bytes, size);
 }
 
-/// An image over the sample's own bytes, where they are what an image has.
+/// An image over the sample's own bytes; null when they need a conversion.
 QImage wrapped(GstSample* sample, const GstVideoInfo& info)
 {
     struct Hold {
@@ -252,20 +248,6 @@ QImage wrapped(GstSample* sample, const GstVideoInfo& info)
 }
 
 } // namespace
-
-QSize announcedSize(GstSample* sample)
-{
-    const GstCaps* caps = gst_sample_get_caps(sample);
-    int width = 0;
-    int height = 0;
-    if (caps) {
-        const GstStructure* structure = gst_caps_get_structure(caps, 0);
-        gst_structure_get_int(structure, "width", &width);
-        gst_structure_get_int(structure, "height", &height);
-    }
-    const QSize size(width, height);
-    return isAcceptable(size) ? size : QSize();
-}
 
 bool hasPicture(GstSample* sample)
 {
@@ -314,9 +296,9 @@ QImage scaledPixels(const QImage& picture, QSize area)
         return picture;
     }
     GstVideoInfo info;
-    gst_video_info_set_format(
-        &info, GST_VIDEO_FORMAT_BGRx, guint(picture.width()), guint(picture.height()));
-    info.stride[0] = int(picture.bytesPerLine());
+    gst_video_info_set_format(&info, GST_VIDEO_FORMAT_BGRx, static_cast<guint>(picture.width()),
+        static_cast<guint>(picture.height()));
+    info.stride[0] = static_cast<int>(picture.bytesPerLine());
     return convertedBytes(info, picture.constBits(), size);
 }
 

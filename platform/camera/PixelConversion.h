@@ -1,30 +1,24 @@
 #pragma once
 
+#include "platform/camera/GstSample.h"
+
 #include <QImage>
 #include <QSize>
 
-using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
-
 namespace platform {
 
-/// No camera's picture is larger on a side; what claims to be is refused.
-inline constexpr int largestPictureSide = 8192;
-
-/// Of the sample's caps; empty when they name none, or one that is refused.
-QSize announcedSize(GstSample* sample);
-
-/// Whether the sample has the bytes of a picture, as far as can be told without decoding it.
+/// Whether the sample has the bytes of a picture, as far as is known without decoding it.
 bool hasPicture(GstSample* sample);
 
-/// Whether a picture must be decoded as a whole before it can be scaled.
+/// Whether the picture must be decoded as a whole before it can be scaled.
 bool isCompressed(GstSample* sample);
 
-/// The sample's picture as Format_RGB32, scaled down to fit into `area` when one is given and the
-/// picture is not compressed. Null when it cannot be decoded: an encoding that is not known, or
-/// fewer bytes than its size needs. Any thread; each keeps what it needs for the next frame.
+/// The sample's picture as Format_RGB32, scaled down to fit into `area` if `area` is not empty and
+/// the picture is not compressed. Null when it cannot be decoded: unknown encoding, or too few
+/// bytes for its size. Thread-safe; each thread keeps its converters for the next frame.
 QImage convertedPixels(GstSample* sample, QSize area = {});
 
-/// `picture` (Format_RGB32) scaled down to fit into `area`. Any thread, as above.
+/// `picture` (Format_RGB32) scaled down to fit into `area`. Thread-safe, as above.
 QImage scaledPixels(const QImage& picture, QSize area);
 
 } // namespace platform

@@ -19,7 +19,7 @@ std::string variable(const char* name)
 PlugWatch::PlugWatch()
     : m_descriptor(inotify_init1(IN_NONBLOCK | IN_CLOEXEC))
 {
-    // Where PipeWire's own library looks for its daemon.
+    // The same rules as PipeWire's own library.
     const std::string remote = variable("PIPEWIRE_REMOTE");
     m_socketName = remote.empty() ? "pipewire-0" : remote;
     std::string folder = variable("PIPEWIRE_RUNTIME_DIR");
@@ -27,7 +27,7 @@ PlugWatch::PlugWatch()
     if (!folder.empty()) {
         m_sockets = inotify_add_watch(m_descriptor.get(), folder.c_str(), IN_CREATE | IN_MOVED_TO);
     }
-    // A device can be opened once its attributes have been set.
+    // A new device can be opened only after its attributes have been set.
     m_devices = inotify_add_watch(m_descriptor.get(), "/dev", IN_CREATE | IN_DELETE | IN_ATTRIB);
 }
 

@@ -6,20 +6,20 @@
 
 namespace platform {
 
-/// Tells when a PipeWire daemon opens its door, and when camera devices of the kernel's come and
-/// go. One thread.
+/// Reports when a PipeWire daemon creates its socket, and when video devices are added or removed.
+/// One thread at a time.
 class PlugWatch {
 public:
     PlugWatch();
 
-    /// Can be read from when there are changes; -1 where nothing can be watched.
+    /// Readable when there are changes; -1 when nothing can be watched.
     int descriptor() const { return m_descriptor.get(); }
 
     struct Changes {
         bool daemon = false;
         bool devices = false;
     };
-    /// Those since the last call; does not wait.
+    /// The changes since the last call. Does not block.
     Changes changes();
 
 private:

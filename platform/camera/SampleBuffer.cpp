@@ -11,7 +11,6 @@ struct SampleBuffer::Frame {
     Frame(GstSample* aSample, quint64 aSequence)
         : sample(gst_sample_ref(aSample))
         , sequence(aSequence)
-        , size(announcedSize(aSample))
     {
     }
     ~Frame() { gst_sample_unref(sample); }
@@ -20,7 +19,6 @@ struct SampleBuffer::Frame {
 
     GstSample* const sample;
     const quint64 sequence;
-    const QSize size;
     mutable std::once_flag converted;
     mutable QImage pixels;
 };
@@ -35,11 +33,6 @@ quint64 SampleBuffer::sequence() const
     return m_frame->sequence;
 }
 
-QSize SampleBuffer::size() const
-{
-    return m_frame->size;
-}
-
 QImage SampleBuffer::pixels() const
 {
     std::call_once(
@@ -49,7 +42,7 @@ QImage SampleBuffer::pixels() const
 
 QImage SampleBuffer::pixelsWithin(QSize area) const
 {
-    // Decoding is most of the work, and whoever wants all pixels shares it.
+    // Decoding is most of the work, and pixels() shares its result.
     return isCompressed(m_frame->sample) ? scaledPixels(pixels(), area)
                                          : convertedPixels(m_frame->sample, area);
 }

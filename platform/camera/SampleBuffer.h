@@ -1,30 +1,29 @@
 #pragma once
 
+#include "platform/camera/GstSample.h"
+
 #include <QImage>
 
 #include <memory>
 
-using GstSample = struct _GstSample; // NOLINT(bugprone-reserved-identifier): the library's name
-
 namespace platform {
 
-/// One frame of a camera. Copies share it; it never changes. Any thread.
+/// One frame of a camera. Copies share it; it never changes. Thread-safe.
 class SampleBuffer {
 public:
-    /// Takes a reference of its own to `sample`.
+    /// Holds a reference to `sample`.
     SampleBuffer(GstSample* sample, quint64 sequence);
 
-    quint64 sequence() const; ///< counts up over the frames of one run of a session
-    QSize size() const; ///< as the camera announced it; empty when it did not
+    quint64 sequence() const; ///< the number of the frame in a run of its session, from 1
 
     /// The pixels as BGRA in memory (QImage::Format_RGB32; the fourth byte has no meaning).
-    /// Converted by the first request, on its thread, so that a frame that nobody looks at costs
-    /// nothing. The memory returns to a pool when the last image over it goes. Null when the frame
-    /// cannot be decoded.
+    /// The first call converts them, on its thread, so that an unused frame costs nothing. The
+    /// memory returns to a pool with the last image that uses it. Null when the frame cannot be
+    /// decoded.
     QImage pixels() const;
 
-    /// The pixels scaled to fit into `area`, never enlarged; converted by each call, for less than
-    /// all pixels cost where they are not compressed. Null when the frame cannot be decoded.
+    /// The pixels scaled down to fit into `area`. Each call converts them, which for uncompressed
+    /// frames is cheaper than pixels(). Null when the frame cannot be decoded.
     QImage pixelsWithin(QSize area) const;
 
 private:

@@ -42,7 +42,7 @@ constexpr PixelFormat pixelFormats[]{
     { V4L2_PIX_FMT_JPEG, Encoding::JPEG },
 };
 
-constexpr quint32 mostItems = 1000; // of any list, in case a driver never ends it
+constexpr quint32 mostItems = 1000; // of any list, in case a driver never ends one
 
 QSize sizeOf(quint32 width, quint32 height)
 {
@@ -79,10 +79,8 @@ void takeInterval(CameraFormat& format, const v4l2_fract& interval)
     if (interval.numerator == 0 || interval.denominator == 0) {
         return;
     }
-    const double rate = double(interval.denominator) / interval.numerator;
-    const double highest
-        = format.rateDenominator > 0 ? double(format.rateNumerator) / format.rateDenominator : 0;
-    if (rate > highest) {
+    const double rate = static_cast<double>(interval.denominator) / interval.numerator;
+    if (rate > format.highestRate()) {
         format.rateNumerator = static_cast<int>(interval.denominator);
         format.rateDenominator = static_cast<int>(interval.numerator);
     }
@@ -108,7 +106,7 @@ void takeIntervals(const V4L2Device& device, quint32 pixelFormat, CameraFormat& 
     }
 }
 
-/// Nothing when it cannot be opened or is no camera.
+/// Empty when it cannot be opened or is not a camera.
 std::optional<CameraNode> cameraAt(const QString& path)
 {
     const V4L2Device device(path);
@@ -176,7 +174,7 @@ bool V4L2Device::isBusy() const
 bool V4L2Device::claimPriority() const
 {
     quint32 priority = V4L2_PRIORITY_RECORD;
-    // A driver that knows no priorities lets everybody set everything.
+    // A driver without priorities lets every program set its controls.
     return request(VIDIOC_S_PRIORITY, &priority) || errno == ENOTTY || errno == EINVAL;
 }
 
@@ -200,7 +198,7 @@ QString V4L2Device::cardName() const
         return {};
     }
     const auto* name = reinterpret_cast<const char*>(capability.card);
-    return QString::fromUtf8(name, qsizetype(strnlen(name, sizeof capability.card)));
+    return QString::fromUtf8(name, static_cast<qsizetype>(strnlen(name, sizeof capability.card)));
 }
 
 QList<CameraFormat> V4L2Device::formats() const

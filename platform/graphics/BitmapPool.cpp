@@ -9,10 +9,10 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t spareBlocks = 8; // a frame, its rendering, one offered; and one more each
+constexpr std::size_t spareBlocks = 8; // enough for a few frames and their renderings
 constexpr std::size_t spareBytes = 128 << 20;
 
-/// Memory of one bitmap; counted by the image over it.
+/// The memory of one bitmap, owned by the image that uses it.
 struct Block {
     explicit Block(std::size_t byteCount)
         : size(byteCount)
@@ -31,7 +31,7 @@ public:
 
 private:
     std::mutex m_mutex;
-    std::vector<std::unique_ptr<Block>> m_spare; // the oldest first
+    std::vector<std::unique_ptr<Block>> m_spare; // oldest first
     std::size_t m_spareBytes = 0;
 };
 

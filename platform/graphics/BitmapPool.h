@@ -4,9 +4,9 @@
 
 namespace platform {
 
-/// A bitmap of Format_RGB32 with unspecified content. Its memory is taken from, and returns to, a
-/// bounded pool, since fresh pages cost more than the pixels that are written into them. Null when
-/// there is no memory. Any thread.
+/// A bitmap of Format_RGB32 with unspecified content. Its memory comes from a bounded pool and
+/// returns to it, since allocating pages costs more than writing the pixels. Null when `size` is
+/// empty or too large, or when there is no memory. Thread-safe.
 QImage pooledBitmap(QSize size);
 
 } // namespace platform

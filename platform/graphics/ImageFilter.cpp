@@ -24,13 +24,13 @@ double encoded(double linear)
     return std::copysign(v <= 0.0031308 ? v * 12.92 : 1.055 * std::pow(v, 1 / 2.4) - 0.055, linear);
 }
 
-using Levels = std::array<quint8, levels>; // what becomes of each value of a component
+using Levels = std::array<quint8, levels>; // the result for each value of a component
 
 Levels throughFilters(const QList<std::shared_ptr<ImageFilter>>& filters)
 {
     Levels results{};
     for (std::size_t level = 0; level < levels; ++level) {
-        double component = double(level) / (levels - 1);
+        double component = static_cast<double>(level) / (levels - 1);
         for (const auto& filter : filters) {
             component = filter->applied(component);
         }
@@ -40,8 +40,8 @@ Levels throughFilters(const QList<std::shared_ptr<ImageFilter>>& filters)
     return results;
 }
 
-/// Looks two components up at once, which halves the time. Neighbouring components are alike in
-/// most pictures, so that what is used of the table stays in the processor's first cache.
+/// Looks up two components at once, which halves the time. Neighbouring components are similar in
+/// most pictures, so that the used part of the table stays in the first-level cache.
 class ToneTable {
 public:
     explicit ToneTable(const Levels& results)
@@ -56,11 +56,11 @@ public:
     QRgb operator()(QRgb pixel) const
     {
         constexpr QRgb opaque = 0xFF000000;
-        return m_pairs[pixel & 0xFFFF] | QRgb(m_pairs[pixel >> 16]) << 16 | opaque;
+        return m_pairs[pixel & 0xFFFF] | static_cast<QRgb>(m_pairs[pixel >> 16]) << 16 | opaque;
     }
 
 private:
-    std::array<quint16, std::size_t(levels) * levels> m_pairs;
+    std::array<quint16, levels * levels> m_pairs;
 };
 
 } // namespace

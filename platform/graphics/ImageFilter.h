@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// One step of tone adjustment with one number, which may be set while pictures go through it.
-/// Any thread, but for the name.
+/// One step of tone adjustment with one value, which may be set while pictures are being filtered.
+/// Thread-safe, except for the name.
 class ImageFilter {
 public:
     enum class Kind {
@@ -27,8 +27,8 @@ public:
     double value() const { return m_value; }
     void setValue(double value) { m_value = value; }
 
-    /// The result for an encoded (IEC 61966-2-1, sRGB) component, 0 black to 1 white; not limited
-    /// to that range.
+    /// The result for an encoded (IEC 61966-2-1, sRGB) component, from 0 (black) to 1 (white).
+    /// Input and result may lie outside that range.
     double applied(double component) const;
 
 private:
@@ -39,8 +39,8 @@ private:
 
 enum class Mirroring { Off, LeftRight };
 
-/// `bitmap` (Format_RGB32) through the filters, in this order, each component rounded once at the
-/// end; mirrored when asked. The result lies in the bitmap pool.
+/// `bitmap` (Format_RGB32) after the filters, in this order, and mirroring; each component is
+/// rounded once, at the end. The result uses the bitmap pool.
 QImage filtered(
     const QImage& bitmap, const QList<std::shared_ptr<ImageFilter>>& filters, Mirroring mirroring);
 

@@ -5,9 +5,9 @@
 #include "platform/services/StandardFolders.h"
 #include "platform/store/ManagedObjectContext.h"
 #include "platform/ui/Sheet.h"
-#include "tests/support/CaptureScene.h"
 #include "tests/support/Controls.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
 
@@ -400,7 +400,7 @@ void VellumcapAppDelegateTest::performsActionsOfTheLauncher()
     QFETCH(QString, name);
     QFETCH(bool, isKnown);
 
-    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
+    const auto camera = support::plugIn(*m_rig, support::cameraNamed(u"a"_s));
     Program program;
     program.journal().window()->hide();
     program.delegate().performAction(name);

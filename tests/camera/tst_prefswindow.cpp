@@ -2,9 +2,9 @@
 #include "platform/camera/CameraRegistry.h"
 #include "platform/services/StandardFolders.h"
 #include "platform/services/UserDefaults.h"
-#include "tests/support/CaptureScene.h"
 #include "tests/support/Controls.h"
 #include "tests/support/LogLines.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 
 #include <QCheckBox>

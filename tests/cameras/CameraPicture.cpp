@@ -48,17 +48,17 @@ const QRgb* line(const QImage& image, int y)
 CameraFrame packed(const QImage& image, int bytesPerPixel)
 {
     CameraFrame frame{ {}, image.width() * bytesPerPixel };
-    frame.bytes.reserve(qsizetype(frame.stride) * image.height());
+    frame.bytes.reserve(static_cast<qsizetype>(frame.stride) * image.height());
     for (int y = 0; y < image.height(); ++y) {
-        frame.bytes.append(
-            reinterpret_cast<const char*>(image.constScanLine(y)), qsizetype(frame.stride));
+        frame.bytes.append(reinterpret_cast<const char*>(image.constScanLine(y)),
+            static_cast<qsizetype>(frame.stride));
     }
     return frame;
 }
 
 CameraFrame interleaved(const QImage& image, bool lumaFirst)
 {
-    CameraFrame frame{ QByteArray(qsizetype(image.width()) * 2 * image.height(), 0),
+    CameraFrame frame{ QByteArray(static_cast<qsizetype>(image.width()) * 2 * image.height(), 0),
         image.width() * 2 };
     char* out = frame.bytes.data();
     for (int y = 0; y < image.height(); ++y) {

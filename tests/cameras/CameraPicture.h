@@ -15,25 +15,25 @@ struct CameraMode {
     /// BGRx, BGRA, RGBx, RGB, YUY2, UYVY, NV12, I420, GRAY8 or JPEG
     QString encoding;
     QSize size; ///< even
-    int rate = 30; ///< frames a second
+    int rate = 30; ///< frames per second
 
     static std::optional<CameraMode> parsed(const QString& text);
     bool operator==(const CameraMode&) const = default;
 };
 
-/// A frame as it lies in a buffer.
+/// A frame in the layout of a buffer.
 struct CameraFrame {
     QByteArray bytes;
     int stride = 0; ///< of the first plane; 0 when compressed
 };
 
-/// What a camera sees of `picture`: centred on white, made smaller where it does not fit.
+/// `picture` as the camera sees it: centred on white, scaled down when it does not fit.
 QImage seenPicture(const QImage& picture, QSize size);
 
 /// `seen` has the size of the mode. Colours by ITU-R BT.601, limited range.
 CameraFrame encodedFrame(const QImage& seen, const QString& encoding);
 
-/// The most bytes that a frame can need.
+/// The largest number of bytes that a frame can need.
 int largestFrame(const CameraMode& mode);
 
 } // namespace cameras

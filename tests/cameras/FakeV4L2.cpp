@@ -53,18 +53,18 @@ struct Device {
     std::map<quint32, int> presses;
     int priorityHolder = -1; ///< a descriptor
     std::vector<int> subscribers;
-    std::set<unsigned long> held; ///< calls that do not come back
+    std::set<unsigned long> held; ///< calls that block
 };
 
 struct World {
-    std::mutex mutex; // for the following
+    std::mutex mutex; // guards the following
     std::map<std::string, Device> devices;
     std::map<int, std::string> descriptors;
     std::condition_variable released;
     int heldCalls = 0;
 };
 
-/// There before any constructor of the program and after any destructor, as descriptors are.
+/// Usable before any constructor of the program and after any destructor, as descriptors are.
 World& world()
 {
     static auto* const all = new World;
@@ -93,14 +93,14 @@ Device made(FakeProfile profile)
     return device;
 }
 
-/// Null when it is no device of ours. Under the lock.
+/// Null when it is not a fake device. Call under the lock.
 Device* deviceAt(const std::string& path)
 {
     const auto found = world().devices.find(path);
     return found == world().devices.end() ? nullptr : &found->second;
 }
 
-/// Comes back when the call may, and the device may have gone.
+/// Returns when the call is not held any more; the device may have been removed.
 void passHold(std::unique_lock<std::mutex>& lock, const std::string& path, unsigned long call)
 {
     const auto isHeld = [&] {
@@ -275,7 +275,7 @@ int answer(Device& device, int descriptor, unsigned long code, void* argument)
     }
 }
 
-/// The function of the C library, or of a sanitizer in front of it.
+/// The function of the C library, or of a sanitizer that wraps it.
 template <typename Function> Function* next(const char* name)
 {
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -370,7 +370,7 @@ void setFakeEvents(const QString& path, bool offered)
 
 } // namespace cameras
 
-// In place of the C library's functions, whose symbols these are.
+// These replace the C library's functions of the same names.
 extern "C" {
 int fakeOpen(const char* path, int flags, ...) asm("open");
 int fakeIoctl(int descriptor, unsigned long code, ...) asm("ioctl");
@@ -435,7 +435,7 @@ int fakeClose(int descriptor)
     return real(descriptor);
 }
 
-// An event of the device's is urgent data; of the descriptor that stands for it, data.
+// An event is urgent data of a device, but plain data of the descriptor that replaces it.
 int fakePoll(pollfd* polled, nfds_t count, int timeout)
 {
     static auto* const real = cameras::next<int(pollfd*, nfds_t, int)>("poll");

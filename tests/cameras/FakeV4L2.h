@@ -2,38 +2,38 @@
 
 #include <QString>
 
-/// Stand-ins for camera devices of the kernel's: a test that is linked with this and
-/// opens one of their paths gets a device that answers the ioctls of settings and formats. They
-/// send no pictures.
+/// Fake camera devices of the kernel. In a test that is linked with this library, opening one of
+/// their paths gives a device that answers the ioctls for settings and formats. They send no
+/// pictures.
 namespace cameras {
 
 enum class FakeProfile {
     Full, ///< everything that V4L2 has, its focus status and a shutter
-    Webcam, ///< as most are: continuous, exposure by aperture priority
-    OneShot, ///< what is done once by pressing a button
+    Webcam, ///< like most cameras: continuous modes, exposure by aperture priority
+    OneShot, ///< only the modes that adjust once, at the press of a button
     Plain, ///< no settings
-    Busy, ///< as Full, but another program takes pictures
+    Busy, ///< like Full, but another program captures
 };
 
 void addFakeDevice(const QString& path, FakeProfile profile);
-/// From now on every call to it fails, as for one that was pulled out.
+/// Afterwards every call to a device fails, as for one that has been unplugged.
 void removeFakeDevices();
 
 int fakeControl(const QString& path, quint32 control);
-/// How often a button was pressed.
+/// The number of times that a button has been pressed.
 int fakePresses(const QString& path, quint32 control);
-/// What can be held besides the ioctls, by their codes.
+/// Calls that can be held, besides the ioctls by their codes.
 constexpr unsigned long fakeOpening = 1;
 constexpr unsigned long fakeClosing = 2;
-/// From now on whoever calls this does not come back, until the release or the removal.
+/// Afterwards this call blocks, until releaseFakeCalls() or removeFakeDevices().
 void holdFakeCalls(const QString& path, unsigned long call);
 void releaseFakeCalls();
-/// How many threads are being held.
+/// The number of threads that are blocked.
 int heldFakeCalls();
 
-/// As the camera itself does; whoever has subscribed is told.
+/// Changes a value as the camera itself would, and sends an event to subscribers.
 void setFakeControl(const QString& path, quint32 control, int value);
-/// Whether subscribing to changes works; it does at first.
+/// Whether the device sends events; it does at first.
 void setFakeEvents(const QString& path, bool offered);
 
 } // namespace cameras

@@ -48,7 +48,7 @@ spa_rectangle rectangle(QSize size)
     return { static_cast<uint32_t>(size.width()), static_cast<uint32_t>(size.height()) };
 }
 
-/// Parameters of a stream, with the memory that they lie in.
+/// Parameters of a stream, and their memory.
 class Parameters {
 public:
     Parameters() { spa_pod_builder_init(&m_builder, m_memory, sizeof m_memory); }
@@ -145,11 +145,11 @@ void Parameters::addBuffers(int size, int stride)
     spa_pod_builder_push_object(&m_builder, &frame, SPA_TYPE_OBJECT_ParamMeta, SPA_PARAM_Meta);
     spa_pod_builder_prop(&m_builder, SPA_PARAM_META_type, 0);
     spa_pod_builder_id(&m_builder, SPA_META_Header);
-    number(SPA_PARAM_META_size, int(sizeof(spa_meta_header)));
+    number(SPA_PARAM_META_size, static_cast<int>(sizeof(spa_meta_header)));
     append(spa_pod_builder_pop(&m_builder, &frame));
 }
 
-void say(const QByteArray& line)
+void print(const QByteArray& line)
 {
     std::puts(line.constData());
     std::fflush(stdout);
@@ -163,14 +163,14 @@ struct VirtualCamera::State {
     CameraMode mode;
     CameraFrame frame;
     bool isReady = false;
-    bool isWatched = false;
+    bool isRead = false; ///< a format has been negotiated
     bool isFrozen = false;
-    bool isGoing = false; ///< what its stream still says is of no importance
+    bool isDestroying = false; ///< state changes of the stream are ignored
     bool refuses = false;
     bool failed = false;
     quint64 sequence = 0;
-    QByteArray input; ///< what is not yet a whole line
-    QByteArray answer = "ready"; ///< once the camera is listed
+    QByteArray input; ///< an incomplete line
+    QByteArray answer = "ready"; ///< printed when the camera is listed
 
     pw_main_loop* loop = nullptr;
     pw_stream* stream = nullptr;
@@ -183,17 +183,17 @@ struct VirtualCamera::State {
     State& operator=(const State&) = delete;
 
     bool connect();
-    void expose();
-    bool takeModes(const QString& modes);
-    void offer();
-    void reoffer();
-    void agreeOn(const spa_pod* format);
-    void noteControls(const spa_pod* values) const;
+    void renderFrame();
+    bool setModes(const QString& modes);
+    void changeFormats();
+    void updateFormats();
+    void negotiated(const spa_pod* format);
+    void printControls(const spa_pod* values) const;
     void sendFrame();
-    void beat(bool running);
+    void setTimer(bool running);
     void changeState(pw_stream_state now, const char* error);
     void readCommands();
-    void obey(const QString& command);
+    void execute(const QString& command);
 
     static State* from(void* data) { return static_cast<State*>(data); }
 };
@@ -217,7 +217,7 @@ VirtualCamera::State::State(Properties of, QImage seen)
     commands = pw_loop_add_io(
         events, STDIN_FILENO, SPA_IO_IN | SPA_IO_HUP | SPA_IO_ERR, false,
         [](void* data, int, uint32_t) { from(data)->readCommands(); }, this);
-    expose();
+    renderFrame();
 }
 
 VirtualCamera::State::~State()
@@ -238,9 +238,9 @@ bool VirtualCamera::State::connect()
                                    const char* error) { from(data)->changeState(now, error); };
         result.param_changed = [](void* data, uint32_t id, const spa_pod* pod) {
             if (id == SPA_PARAM_Format) {
-                from(data)->agreeOn(pod);
+                from(data)->negotiated(pod);
             } else if (pod != nullptr && id == SPA_PARAM_Props) {
-                from(data)->noteControls(pod);
+                from(data)->printControls(pod);
             }
         };
         result.process = [](void* data) { from(data)->sendFrame(); };
@@ -270,12 +270,12 @@ bool VirtualCamera::State::connect()
         >= 0;
 }
 
-void VirtualCamera::State::expose()
+void VirtualCamera::State::renderFrame()
 {
     frame = encodedFrame(seenPicture(picture, mode.size), mode.encoding);
 }
 
-bool VirtualCamera::State::takeModes(const QString& modes)
+bool VirtualCamera::State::setModes(const QString& modes)
 {
     QList<CameraMode> taken;
     for (const QString& text : modes.split(u' ', Qt::SkipEmptyParts)) {
@@ -291,21 +291,21 @@ bool VirtualCamera::State::takeModes(const QString& modes)
     return true;
 }
 
-void VirtualCamera::State::offer()
+void VirtualCamera::State::changeFormats()
 {
-    if (isWatched) { // as cameras of hardware do that are switched to another mode
-        isGoing = true;
+    if (isRead) { // like hardware cameras that switch to another mode
+        isDestroying = true;
         pw_stream_destroy(stream);
-        isGoing = false;
+        isDestroying = false;
         isReady = false;
-        isWatched = false;
+        isRead = false;
         connect();
         return;
     }
-    reoffer();
+    updateFormats();
 }
 
-void VirtualCamera::State::reoffer()
+void VirtualCamera::State::updateFormats()
 {
     Parameters parameters;
     for (const CameraMode& each : properties.modes) {
@@ -314,17 +314,17 @@ void VirtualCamera::State::reoffer()
     pw_stream_update_params(stream, parameters.list(), parameters.count());
 }
 
-void VirtualCamera::State::agreeOn(const spa_pod* format)
+void VirtualCamera::State::negotiated(const spa_pod* format)
 {
-    isWatched = format != nullptr;
-    if (!isWatched) {
+    isRead = format != nullptr;
+    if (!isRead) {
         return;
     }
     if (refuses) {
         pw_stream_set_error(stream, -EBUSY, "the camera refuses");
         return;
     }
-    // What was agreed on may still be wrapped as a choice of one.
+    // The negotiated values may still be wrapped in a choice with one value.
     uint32_t raw = SPA_VIDEO_FORMAT_UNKNOWN;
     spa_rectangle size{};
     spa_fraction rate{};
@@ -334,18 +334,20 @@ void VirtualCamera::State::agreeOn(const spa_pod* format)
     for (const CameraMode& each : properties.modes) {
         const spa_rectangle offered = rectangle(each.size);
         if (rawFormat(each.encoding) == raw && offered.width == size.width
-            && offered.height == size.height && int(rate.num) == each.rate * int(rate.denom)) {
+            && offered.height == size.height
+            && static_cast<int>(rate.num) == each.rate * static_cast<int>(rate.denom)) {
             mode = each;
         }
     }
-    expose();
+    renderFrame();
     Parameters parameters;
     const bool isRaw = frame.stride > 0;
-    parameters.addBuffers(isRaw ? int(frame.bytes.size()) : largestFrame(mode), frame.stride);
+    parameters.addBuffers(
+        isRaw ? static_cast<int>(frame.bytes.size()) : largestFrame(mode), frame.stride);
     pw_stream_update_params(stream, parameters.list(), parameters.count());
 }
 
-void VirtualCamera::State::noteControls(const spa_pod* values) const
+void VirtualCamera::State::printControls(const spa_pod* values) const
 {
     const auto* object = reinterpret_cast<const spa_pod_object*>(values);
     const spa_pod_prop* each = nullptr;
@@ -361,7 +363,7 @@ void VirtualCamera::State::noteControls(const spa_pod* values) const
         } else if (spa_pod_get_int(&each->value, &number) != 0) {
             continue;
         }
-        say("control 0x" + QByteArray::number(each->key - SPA_PROP_START_CUSTOM, 16) + ' '
+        print("control 0x" + QByteArray::number(each->key - SPA_PROP_START_CUSTOM, 16) + ' '
             + QByteArray::number(number));
     }
 }
@@ -392,7 +394,7 @@ void VirtualCamera::State::sendFrame()
     pw_stream_queue_buffer(stream, buffer);
 }
 
-void VirtualCamera::State::beat(bool running)
+void VirtualCamera::State::setTimer(bool running)
 {
     const timespec now{ 0, running ? 1 : 0 };
     const timespec interval{ 0, running ? 1'000'000'000L / mode.rate : 0 };
@@ -402,16 +404,16 @@ void VirtualCamera::State::beat(bool running)
 
 void VirtualCamera::State::changeState(pw_stream_state now, const char* error)
 {
-    beat(now == PW_STREAM_STATE_STREAMING);
-    if (isGoing) {
+    setTimer(now == PW_STREAM_STATE_STREAMING);
+    if (isDestroying) {
         return;
     }
     if (now == PW_STREAM_STATE_PAUSED && !isReady) {
         isReady = true;
-        say(answer);
+        print(answer);
     } else if ((now == PW_STREAM_STATE_ERROR && !refuses)
         || (now == PW_STREAM_STATE_UNCONNECTED && isReady)) {
-        std::fprintf(stderr, "virtual_camera: %s\n", error != nullptr ? error : "thrown out");
+        std::fprintf(stderr, "virtual_camera: %s\n", error != nullptr ? error : "removed");
         failed = true;
         pw_main_loop_quit(loop);
     }
@@ -427,12 +429,12 @@ void VirtualCamera::State::readCommands()
     }
     input.append(bytes, count);
     for (qsizetype end = input.indexOf('\n'); end >= 0; end = input.indexOf('\n')) {
-        obey(QString::fromUtf8(input.left(end)));
+        execute(QString::fromUtf8(input.left(end)));
         input.remove(0, end + 1);
     }
 }
 
-void VirtualCamera::State::obey(const QString& command)
+void VirtualCamera::State::execute(const QString& command)
 {
     const QString word = command.section(u' ', 0, 0);
     const QString rest = command.section(u' ', 1);
@@ -442,21 +444,21 @@ void VirtualCamera::State::obey(const QString& command)
         if (!picture.load(rest)) {
             std::fprintf(stderr, "virtual_camera: no picture: %ls\n", rest.toStdWString().c_str());
         }
-        expose();
+        renderFrame();
     } else if (word == QLatin1String("formats")) {
         answer = "done " + command.toUtf8();
-        if (!takeModes(rest)) {
+        if (!setModes(rest)) {
             return;
         }
-        offer();
+        changeFormats();
         if (!isReady) {
             return;
         }
     } else if (word == QLatin1String("renegotiate")) {
-        if (!takeModes(rest)) {
+        if (!setModes(rest)) {
             return;
         }
-        reoffer();
+        updateFormats();
     } else if (word == QLatin1String("lie")) {
         const auto lied = CameraMode::parsed(rest);
         if (!lied) {
@@ -468,10 +470,11 @@ void VirtualCamera::State::obey(const QString& command)
     } else if (word == QLatin1String("quit")) {
         pw_main_loop_quit(loop);
     } else {
-        std::fprintf(stderr, "virtual_camera: what is that: %ls\n", command.toStdWString().c_str());
+        std::fprintf(
+            stderr, "virtual_camera: unknown command: %ls\n", command.toStdWString().c_str());
         return;
     }
-    say("done " + command.toUtf8());
+    print("done " + command.toUtf8());
 }
 
 VirtualCamera::VirtualCamera(Properties properties, QImage picture)

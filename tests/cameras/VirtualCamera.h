@@ -12,11 +12,11 @@ namespace cameras {
 /// A control that the camera offers as a property of its node.
 struct CameraControl {
     quint32 id = 0; ///< V4L2_CID_...
-    QList<int> choices; ///< of a menu; a switch when empty
+    QList<int> choices; ///< of a menu; empty for a switch
 };
 
-/// A camera that PipeWire lists like one of hardware. It lives on the loop that run() runs;
-/// everything else is called before run() or on the loop.
+/// A camera that PipeWire lists like a hardware camera. It lives on the loop of run(); other calls
+/// are made before run() or on the loop.
 class VirtualCamera {
 public:
     struct Properties {
@@ -30,9 +30,9 @@ public:
     VirtualCamera(Properties properties, QImage picture);
     ~VirtualCamera();
 
-    /// Says "ready" on standard output once the camera is listed, and obeys the lines of standard
-    /// input. Each is answered by itself, with "done " in front, when it has taken effect. False
-    /// when there is no PipeWire or it threw the camera out.
+    /// Prints "ready" when the camera is listed, then executes the lines of standard input. Prints
+    /// "done " and the line when each has taken effect. False without PipeWire, or when PipeWire
+    /// removes the camera.
     bool run();
 
 private:

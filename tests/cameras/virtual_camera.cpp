@@ -23,14 +23,14 @@ std::optional<CameraControl> parsedControl(const QString& text)
 
 } // namespace
 
-/// A camera of PipeWire's, without hardware, until standard input ends or it is killed: then it
-/// has been pulled out. Lines of standard input:
-///   image FILE      shows another picture
-///   freeze, thaw    stays listed, but sends no frames; sends them again
-///   formats MODE... offers these formats instead; while somebody watches, it goes and returns
-///   renegotiate MODE...  the same without going: its node stays, and what it offers changes
-///   lie MODE        sends its picture in this format under the name of the one agreed on
-///   refuse          fails for everybody who wants to watch from now on
+/// A PipeWire camera without hardware. It is unplugged when standard input ends or the process is
+/// killed. Lines of standard input:
+///   image FILE           shows another picture
+///   freeze, thaw         stays listed but sends no frames; sends them again
+///   formats MODE...      offers these formats instead, with a new node while it is being read
+///   renegotiate MODE...  offers these formats instead, always with the same node
+///   lie MODE             sends its picture in this format instead of the negotiated one
+///   refuse               fails for every new reader
 ///   quit
 int main(int argc, char** argv)
 {
@@ -41,11 +41,10 @@ int main(int argc, char** argv)
     parser.addPositionalArgument(u"description"_s, u"node.description"_s);
     parser.addPositionalArgument(
         u"modes"_s, u"such as YUY2:1280x720@30, the preferred one first"_s, u"mode..."_s);
-    const QCommandLineOption picture(u"picture"_s, u"what it sees; white without"_s, u"file"_s);
+    const QCommandLineOption picture(u"picture"_s, u"what it sees; white without one"_s, u"file"_s);
     const QCommandLineOption property(u"property"_s, u"of the node"_s, u"key=value"_s);
     const QCommandLineOption control(u"control"_s,
-        u"that can be set by way of PipeWire: V4L2's number, and a menu's choices"_s,
-        u"id[=choice,...]"_s);
+        u"for PipeWire to set: V4L2 number, and the choices of a menu"_s, u"id[=choice,...]"_s);
     parser.addOptions({ picture, property, control });
     parser.process(application);
 

@@ -6,9 +6,9 @@
 #include "platform/store/ManagedObjectContext.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Sheet.h"
-#include "tests/support/CaptureScene.h"
 #include "tests/support/Controls.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 #include "watch/WatchWindow.h"
 
@@ -161,7 +161,7 @@ void JournalWindowTest::cleanup()
 
 support::CameraOnStage JournalWindowTest::plugIn()
 {
-    return support::plugIn(*m_rig, support::smallCamera(u"a"_s));
+    return support::plugIn(*m_rig, support::cameraNamed(u"a"_s));
 }
 
 void JournalWindowTest::showsItsTitleAndNothingAtFirst()

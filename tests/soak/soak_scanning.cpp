@@ -1,18 +1,20 @@
-// soak_scanning [MINUTES]: scans codes that come and go before a camera of 1080p30, ten minutes
-// unless told otherwise, in the real program on the offscreen platform. Ends with 1 when a code is
-// not offered, when a frame is handed out behind a later one, when memory grows by more than 5 %,
-// or when a thread or a link stays behind. An examination that takes long may offer an earlier code
-// once more; that is counted and skipped.
+// soak_scanning [MINUTES]: runs the program on the offscreen platform, by default for ten minutes,
+// and scans one code after the other with a 1080p30 camera. Exits with 1 when a code is not
+// offered, when frames arrive out of order, when memory grows by more than 5 %, or when a thread or
+// a link is left behind. A slow examination may offer an earlier code again; that is counted and
+// skipped.
 
 #include "camera/CaptureWindow.h"
 #include "platform/camera/CaptureDevice.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/camera/CaptureVideoDataOutput.h"
 #include "platform/camera/SampleBuffer.h"
+#include "platform/camera/SampleBufferDelegate.h"
 #include "platform/services/Dispatch.h"
 #include "platform/ui/Application.h"
 #include "platform/ui/ImageView.h"
 #include "tests/support/CameraRig.h"
+#include "tests/support/Controls.h"
 #include "tests/support/DrawnCode.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/Program.h"
@@ -38,9 +40,10 @@ using platform::CaptureDevice;
 
 constexpr QSize frameSize(1920, 1080);
 constexpr int savedEvery = 10; // codes
+constexpr int patience = 20000; // milliseconds
 constexpr double growthAllowed = 0.05;
 
-// The number of a picture is written along its upper edge, in squares that are black for ones.
+// The number of a picture is written along its upper edge as bits: black squares are ones.
 constexpr int markBits = 20;
 constexpr int markSide = 24;
 
@@ -62,7 +65,7 @@ QImage paperWith(int number)
 {
     QImage paper = support::plainPicture(frameSize, QColor(225, 225, 225));
     const QImage code = support::drawnCode(platform::Symbology::Qr, u"code %1"_s.arg(number), 8);
-    // Not always at the same place.
+    // At varying places.
     const int x = 100 + number * 137 % (frameSize.width() - code.width() - 200);
     const int y = 100 + number * 61 % (frameSize.height() - code.height() - 200);
     QPainter painter(&paper);
@@ -73,11 +76,11 @@ QImage paperWith(int number)
     return paper;
 }
 
-/// Judges the order of the frames that a session hands out, by their numbers and their pictures,
-/// at an output of its own beside that of the window.
-class OrderOfFrames : public platform::SampleBufferDelegate {
+/// Checks the order of the frames of a session by their sequence numbers and their pictures, at an
+/// output of its own besides that of the window.
+class FrameOrder : public platform::SampleBufferDelegate {
 public:
-    /// On the main thread, while the session is stopped: the frames that come now begin at one.
+    /// The sequence numbers start again at one. Main thread, while the session is stopped.
     void expectRun(platform::SerialQueue& queue)
     {
         std::promise<void> handled;
@@ -86,9 +89,7 @@ public:
         ++m_runs;
     }
 
-    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput& /*output*/,
-        const platform::SampleBuffer& frame,
-        const platform::CaptureConnection& /*connection*/) override
+    void didOutputSampleBuffer(const platform::SampleBuffer& frame) override
     {
         const int run = m_runs;
         const int number = markedNumber(frame.pixels());
@@ -96,7 +97,7 @@ public:
             std::printf("frame %llu of run %d with picture %d after frame %llu of run %d with "
                         "picture %d\n",
                 frame.sequence(), run, number, m_lastSequence, m_lastRun, m_lastNumber.load());
-            ++m_misplaced;
+            ++m_outOfOrder;
         }
         m_lastRun = run;
         m_lastSequence = frame.sequence();
@@ -105,15 +106,15 @@ public:
     }
 
     int frames() const { return m_frames; }
-    int misplaced() const { return m_misplaced; }
+    int outOfOrder() const { return m_outOfOrder; }
     int lastNumber() const { return m_lastNumber; }
 
 private:
     std::atomic<int> m_runs = 1;
     std::atomic<int> m_frames = 0;
-    std::atomic<int> m_misplaced = 0;
+    std::atomic<int> m_outOfOrder = 0;
     std::atomic<int> m_lastNumber = 0;
-    int m_lastRun = 1; // for the queue alone, as the following
+    int m_lastRun = 1; // this and the following: on the queue only
     quint64 m_lastSequence = 0;
 };
 
@@ -124,7 +125,7 @@ double residentMegabytes()
         return 0;
     }
     const double pages = file.readAll().split(' ').value(1).toDouble();
-    return pages * double(sysconf(_SC_PAGESIZE)) / (1 << 20);
+    return pages * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
 }
 
 qsizetype threads()
@@ -141,7 +142,7 @@ bool fail(const char* what, double figure)
 class Soak {
 public:
     explicit Soak(int minutes)
-        : m_milliseconds(qint64(minutes) * 60 * 1000)
+        : m_milliseconds(static_cast<qint64>(minutes) * 60 * 1000)
     {
     }
 
@@ -150,8 +151,8 @@ public:
 private:
     bool scan(vellumcap::CaptureWindow& window);
     bool offer(vellumcap::CaptureWindow& window);
-    void goOn(vellumcap::CaptureWindow& window, bool saving = false);
-    void judgeOrder(vellumcap::CaptureWindow& window);
+    void resume(vellumcap::CaptureWindow& window, bool saving = false);
+    void checkOrder(vellumcap::CaptureWindow& window);
     void report(const char* when) const;
 
     const qint64 m_milliseconds;
@@ -159,17 +160,17 @@ private:
     support::CameraRig m_rig;
     std::unique_ptr<support::RigCamera> m_camera;
     int m_number = 0;
-    int m_late = 0; // codes offered once more
+    int m_late = 0; // earlier codes that were offered again
     std::shared_ptr<platform::SerialQueue> m_queue
         = std::make_shared<platform::SerialQueue>("order");
-    std::shared_ptr<OrderOfFrames> m_order = std::make_shared<OrderOfFrames>();
+    std::shared_ptr<FrameOrder> m_order = std::make_shared<FrameOrder>();
 };
 
 void Soak::report(const char* when) const
 {
     std::printf("%-8s %6.1f s  %6d codes, %d late  %7d frames in order  %7.1f MB  %3d threads\n",
-        when, double(m_clock.elapsed()) / 1000, m_number, m_late, m_order->frames(),
-        residentMegabytes(), int(threads()));
+        when, static_cast<double>(m_clock.elapsed()) / 1000, m_number, m_late, m_order->frames(),
+        residentMegabytes(), static_cast<int>(threads()));
     std::fflush(stdout);
 }
 
@@ -178,26 +179,27 @@ bool Soak::run()
     support::CameraWish wish{ u"soak"_s, u"Camera"_s };
     wish.size = frameSize;
     m_camera = m_rig.addCamera(wish);
-    const bool listed
-        = QTest::qWaitFor([] { return CaptureDevice::deviceWithUniqueID(u"soak"_s).has_value(); });
+    const bool listed = QTest::qWaitFor(
+        [] { return CaptureDevice::deviceWithUniqueID(u"soak"_s).has_value(); }, patience);
     if (!listed) {
         return fail("the camera is not listed", 0);
     }
     support::Program program;
-    // Threads that live as long as the program are started by a first, short scan.
+    // A first, short scan starts the threads that live as long as the program.
     program.journal().scan();
     m_camera->show(paperWith(m_number));
     if (!offer(*program.journal().captureWindow())) {
         return false;
     }
     program.journal().captureWindow()->cancelCapture();
-    const bool released = QTest::qWaitFor([this] { return m_camera->links() == 0; }, 5000);
+    const bool released = QTest::qWaitFor([this] { return m_camera->links() == 0; }, patience);
     if (!released) {
         return fail("links after the first scan", m_camera->links());
     }
     const auto before = threads();
 
-    m_camera->show(support::plainPicture(frameSize, Qt::white)); // or it would be offered again
+    m_camera->show(
+        support::plainPicture(frameSize, Qt::white)); // else the code would be offered again
     m_clock.start();
     program.journal().scan();
     const bool scanned = scan(*program.journal().captureWindow());
@@ -205,15 +207,15 @@ bool Soak::run()
     if (!scanned) {
         return false;
     }
-    if (!QTest::qWaitFor([this] { return m_camera->links() == 0; }, 5000)) {
+    if (!QTest::qWaitFor([this] { return m_camera->links() == 0; }, patience)) {
         return fail("links after the scan", m_camera->links());
     }
-    // A thread of Qt's own pool goes when it has had nothing to do for half a minute.
-    if (!QTest::qWaitFor([before] { return threads() <= before; }, 45000)) {
+    // A thread of Qt's own pool ends after it has been idle for half a minute.
+    if (!QTest::qWaitFor([before] { return threads() <= before; }, 3 * patience)) {
         for (const QString& name : support::threadNames()) {
             std::printf("thread   %s\n", qPrintable(name));
         }
-        return fail("threads left behind", double(threads() - before));
+        return fail("threads left behind", static_cast<double>(threads() - before));
     }
     report("end");
     return true;
@@ -224,8 +226,11 @@ bool Soak::offer(vellumcap::CaptureWindow& window)
 {
     const QString shown = u"code %1"_s.arg(m_number);
     for (;;) {
-        const bool offered
-            = QTest::qWaitFor([&window] { return window.window()->findChild<QWidget*>(u"capturedImageView"_s)->isVisible(); }, 10000);
+        const bool offered = QTest::qWaitFor(
+            [&window] {
+                return support::control<QWidget>(window, "capturedImageView")->isVisible();
+            },
+            patience);
         if (!offered) {
             return fail("not read: code", m_number);
         }
@@ -233,11 +238,11 @@ bool Soak::offer(vellumcap::CaptureWindow& window)
             return true;
         }
         ++m_late;
-        goOn(window);
+        resume(window);
     }
 }
 
-void Soak::goOn(vellumcap::CaptureWindow& window, bool saving)
+void Soak::resume(vellumcap::CaptureWindow& window, bool saving)
 {
     m_order->expectRun(*m_queue);
     if (saving) {
@@ -247,17 +252,16 @@ void Soak::goOn(vellumcap::CaptureWindow& window, bool saving)
     }
 }
 
-void Soak::judgeOrder(vellumcap::CaptureWindow& window)
+void Soak::checkOrder(vellumcap::CaptureWindow& window)
 {
     const auto output = std::make_shared<platform::CaptureVideoDataOutput>();
-    output->setAlwaysDiscardsLateVideoFrames(true);
     output->setSampleBufferDelegate(m_order, m_queue);
     window.mCaptureSession()->addOutput(output);
 }
 
 bool Soak::scan(vellumcap::CaptureWindow& window)
 {
-    judgeOrder(window);
+    checkOrder(window);
     double firstHalf = 0; // MB at most
     double secondHalf = 0;
     qint64 nextReport = 0;
@@ -266,10 +270,10 @@ bool Soak::scan(vellumcap::CaptureWindow& window)
         if (!offer(window)) {
             return false;
         }
-        if (m_order->misplaced() > 0) {
-            return fail("frames out of order", m_order->misplaced());
+        if (m_order->outOfOrder() > 0) {
+            return fail("frames out of order", m_order->outOfOrder());
         }
-        goOn(window, m_number % savedEvery == 0);
+        resume(window, m_number % savedEvery == 0);
         double& most = m_clock.elapsed() < m_milliseconds / 2 ? firstHalf : secondHalf;
         most = std::max(most, residentMegabytes());
         if (m_clock.elapsed() >= nextReport) {
@@ -277,7 +281,7 @@ bool Soak::scan(vellumcap::CaptureWindow& window)
             nextReport += 30000;
         }
     }
-    // Else nothing was judged.
+    // Else the order was not checked.
     if (m_order->frames() < m_number || m_order->lastNumber() < m_number - 1) {
         return fail("frames seen", m_order->frames());
     }

@@ -1,5 +1,7 @@
 #include "tests/support/CameraRig.h"
 
+#include "platform/camera/CameraRegistry.h"
+#include "tests/support/TestMain.h"
 #include "tests/support/Threads.h"
 
 #include <QCoreApplication>
@@ -21,8 +23,6 @@ namespace support {
 
 namespace {
 
-constexpr auto patience = std::chrono::seconds(20); // on a machine that is busy with other tests
-
 const QByteArray busConfiguration = R"(<busconfig>
   <type>session</type>
   <listen>unix:dir=%1</listen>
@@ -35,8 +35,8 @@ const QByteArray busConfiguration = R"(<busconfig>
 </busconfig>
 )";
 
-// No sound, none of the cameras of the machine; WirePlumber's Bluetooth part ends it where
-// systemd's run folder is missing.
+// No sound and no cameras of the machine. The Bluetooth part would end WirePlumber when systemd's
+// run folder is missing.
 const QByteArray sessionManagerMain = R"(alsa_monitor.enabled = false
 v4l2_monitor.enabled = false
 libcamera_monitor.enabled = false
@@ -50,7 +50,7 @@ void waitUntil(const std::function<bool()>& condition, const char* what)
     const QDeadlineTimer deadline(patience);
     while (!condition()) {
         if (deadline.hasExpired()) {
-            qFatal("Waited in vain for %s", what);
+            qFatal("Timed out waiting for %s", what);
         }
         QThread::msleep(5);
     }
@@ -117,9 +117,8 @@ RigCamera::~RigCamera()
 
 void PullOutLast::operator()(RigCamera* camera) const
 {
-    // Each opening of a camera has a thread of this name until it is closed.
-    waitUntil(
-        [] { return threadsNamed(u"camera"_s) == 0; }, "the end of what a camera was opened for");
+    // A camera that is open has a thread of this name.
+    waitUntil([] { return threadsNamed(u"camera"_s) == 0; }, "all cameras to be closed");
     delete camera;
 }
 
@@ -175,7 +174,7 @@ void RigCamera::unplug()
 
 int RigCamera::links() const
 {
-    // What changes meanwhile comes as a further list.
+    // pw-dump prints objects that change meanwhile as a further list.
     const auto objects = QJsonDocument::fromJson(
         CameraRig::output(u"pw-dump"_s, { u"--no-colors"_s }).replace("\n]\n[\n", ",\n"))
                              .array();
@@ -185,9 +184,11 @@ int RigCamera::links() const
             id = object[u"id"_s];
         }
     }
-    return int(std::count_if(objects.begin(), objects.end(), [&id](const QJsonValue& object) {
-        return object[u"info"_s][u"output-node-id"_s] == id && !id.isUndefined() && !id.isNull();
-    }));
+    return static_cast<int>(
+        std::count_if(objects.begin(), objects.end(), [&id](const QJsonValue& object) {
+            return object[u"info"_s][u"output-node-id"_s] == id && !id.isUndefined()
+                && !id.isNull();
+        }));
 }
 
 QStringList RigCamera::controlsSet() const
@@ -215,6 +216,28 @@ void RigCamera::command(const QByteArray& line)
             return m_said.indexOf("done " + line + '\n', before) >= 0;
         },
         line.constData());
+}
+
+CameraReader::CameraReader(const QString& camera, const QStringList& elements)
+{
+    QStringList arguments{ u"-q"_s, u"pipewiresrc"_s, u"always-copy=true"_s,
+        u"target-object="_s + camera };
+    for (const QString& element : elements) {
+        arguments += u"!"_s;
+        arguments += element.split(u' ');
+    }
+    CameraRig::start(m_process, u"gst-launch-1.0"_s, arguments);
+}
+
+CameraReader::~CameraReader()
+{
+    stop();
+}
+
+void CameraReader::stop()
+{
+    m_process.kill();
+    m_process.waitForFinished();
 }
 
 CameraRig::CameraRig(Start start)
@@ -252,6 +275,20 @@ CameraRig::~CameraRig()
 std::unique_ptr<RigCamera> CameraRig::addCamera(const CameraWish& wish)
 {
     return std::unique_ptr<RigCamera>(new RigCamera(wish, m_folder.path()));
+}
+
+std::unique_ptr<RigCamera> CameraRig::plugIn(const CameraWish& wish)
+{
+    auto camera = addCamera(wish);
+    waitUntil([&wish] { return platform::CameraRegistry::shared().camera(wish.name).has_value(); },
+        "a camera in the registry");
+    return camera;
+}
+
+void CameraRig::awaitNoCameras()
+{
+    waitUntil(
+        [] { return platform::CameraRegistry::shared().cameras().isEmpty(); }, "an empty registry");
 }
 
 void CameraRig::setDefaultCamera(const QString& name)

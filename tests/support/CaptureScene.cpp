@@ -2,9 +2,9 @@
 
 #include "platform/camera/CaptureDeviceInput.h"
 #include "platform/camera/SampleBuffer.h"
+#include "tests/support/TestMain.h"
 
 #include <QPainter>
-#include <QTest>
 
 #include <algorithm>
 #include <utility>
@@ -12,9 +12,6 @@
 using Qt::StringLiterals::operator""_s;
 
 namespace support {
-
-using platform::CaptureDevice;
-using platform::CaptureVideoDataOutput;
 
 QImage quarters(QSize size)
 {
@@ -46,31 +43,9 @@ QString wrongQuarter(const QImage& seen, const QImage& expected)
     return {};
 }
 
-std::optional<CaptureDevice> awaitedDevice(const QString& camera)
+CameraWish smallCamera(const QString& encoding)
 {
-    (void)QTest::qWaitFor(
-        [&camera] { return CaptureDevice::deviceWithUniqueID(camera).has_value(); },
-        patienceWithCameras);
-    return CaptureDevice::deviceWithUniqueID(camera);
-}
-
-CameraOnStage plugIn(CameraRig& rig, const CameraWish& wish, const QImage& picture)
-{
-    CameraOnStage camera(rig.addCamera(wish).release());
-    if (!picture.isNull()) {
-        camera->show(picture);
-    }
-    if (!awaitedDevice(wish.name)) {
-        qFatal("The program does not list the camera %ls", qUtf16Printable(wish.name));
-    }
-    return camera;
-}
-
-CameraWish smallCamera(const QString& name, const QString& encoding)
-{
-    return {
-        .name = name, .description = u"Camera "_s + name, .size = { 640, 480 }, .encoding = encoding
-    };
+    return { .size = { 640, 480 }, .encoding = encoding };
 }
 
 FrameWatcher::FrameWatcher(std::function<void()> act)
@@ -78,8 +53,7 @@ FrameWatcher::FrameWatcher(std::function<void()> act)
 {
 }
 
-void FrameWatcher::didOutputSampleBuffer(const CaptureVideoDataOutput&,
-    const platform::SampleBuffer& frame, const platform::CaptureConnection&)
+void FrameWatcher::didOutputSampleBuffer(const platform::SampleBuffer& frame)
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -119,12 +93,18 @@ void FrameWatcher::forget()
 CaptureScene::CaptureScene(const QString& camera, std::function<void()> act)
     : watcher(std::make_shared<FrameWatcher>(std::move(act)))
 {
-    session->addInput(platform::CaptureDeviceInput::create(awaitedDevice(camera)));
-    output->setAlwaysDiscardsLateVideoFrames(true);
-    output->setVideoSettings(CaptureVideoDataOutput::PixelFormat::BGRA);
+    session->addInput(
+        platform::CaptureDeviceInput::create(platform::CaptureDevice::deviceWithUniqueID(camera)));
     output->setSampleBufferDelegate(watcher, queue);
     session->addOutput(output);
     session->setInterruptionObserver([this] { told.append(session->interruption()); });
+}
+
+bool CaptureScene::start() const
+{
+    const qsizetype before = watcher->count();
+    session->startRunning();
+    return QTest::qWaitFor([this, before] { return watcher->count() > before; }, patience);
 }
 
 } // namespace support

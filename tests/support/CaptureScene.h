@@ -3,6 +3,7 @@
 #include "platform/camera/CaptureDevice.h"
 #include "platform/camera/CaptureSession.h"
 #include "platform/camera/CaptureVideoDataOutput.h"
+#include "platform/camera/SampleBufferDelegate.h"
 #include "platform/services/Dispatch.h"
 #include "tests/support/CameraRig.h"
 
@@ -12,36 +13,24 @@
 #include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 namespace support {
-
-constexpr int patienceWithCameras = 20000; // ms, for a busy machine
 
 /// Four quarters: red, green, blue, grey.
 QImage quarters(QSize size = { 640, 480 });
 
-/// Describes the first quarter of `seen` whose colour differs; empty when none does.
+/// Describes the first quarter whose colour differs from the expected one; empty when none does.
 QString wrongQuarter(const QImage& seen, const QImage& expected);
 
-/// Waits until the program lists the camera; nullopt when it does not.
-std::optional<platform::CaptureDevice> awaitedDevice(const QString& camera);
-
-/// Plugs in a camera that shows `picture`, white for a null one; returns once the program lists it,
-/// and fails the process when it does not.
-[[nodiscard]] CameraOnStage plugIn(
-    CameraRig& rig, const CameraWish& wish, const QImage& picture = {});
-
 /// A camera of 640x480 at 30 frames a second.
-CameraWish smallCamera(const QString& name, const QString& encoding = QStringLiteral("YUY2"));
+CameraWish smallCamera(const QString& encoding = QStringLiteral("YUY2"));
 
-/// Records the frames that it receives. Calls `act`, if set, after each frame. Any thread.
+/// Records the frames that it receives. `act`, if set, is called with each frame.
 class FrameWatcher : public platform::SampleBufferDelegate {
 public:
     explicit FrameWatcher(std::function<void()> act = {});
 
-    void didOutputSampleBuffer(const platform::CaptureVideoDataOutput&,
-        const platform::SampleBuffer& frame, const platform::CaptureConnection&) override;
+    void didOutputSampleBuffer(const platform::SampleBuffer& frame) override;
 
     qsizetype count() const;
     QList<quint64> sequences() const;
@@ -55,9 +44,12 @@ private:
     QImage m_pixels;
 };
 
-/// A session as a window sets it up.
+/// A session with an output, as a window sets it up. The camera must be listed.
 struct CaptureScene {
     explicit CaptureScene(const QString& camera, std::function<void()> act = {});
+
+    /// Starts the session. False when no frame arrives.
+    [[nodiscard]] bool start() const;
 
     const std::shared_ptr<platform::SerialQueue> queue
         = std::make_shared<platform::SerialQueue>("aQueue");
@@ -66,7 +58,7 @@ struct CaptureScene {
     std::shared_ptr<platform::CaptureVideoDataOutput> output
         = std::make_shared<platform::CaptureVideoDataOutput>();
     std::shared_ptr<FrameWatcher> watcher;
-    QList<platform::CaptureSession::Interruption> told; ///< all reported interruptions
+    QList<platform::Interruption> told; ///< each interruption that was reported
 };
 
 } // namespace support

@@ -15,8 +15,8 @@ namespace support {
 namespace {
 
 constexpr int modulePixels = 8;
-constexpr int quietZone = 10; // modules, that drawnCode() leaves
-constexpr double sensorNoise = 3; // levels of grey, in any frame
+constexpr int quietZone = 10; // modules, as in drawnCode()
+constexpr double sensorNoise = 3; // levels of grey, in every frame
 constexpr double duskNoise = 25;
 
 uchar toByte(double value)
@@ -39,7 +39,7 @@ std::vector<double> bell(double deviation)
     return weights;
 }
 
-// Gaussian, one direction after the other.
+// A Gaussian blur, first in one direction, then in the other.
 QImage blurred(const QImage& from, double deviation)
 {
     if (deviation <= 0) {
@@ -55,19 +55,20 @@ QImage blurred(const QImage& from, double deviation)
         for (int x = 0; x < from.width(); ++x) {
             double sum = 0;
             for (int i = -radius; i <= radius; ++i) {
-                sum += weights[std::size_t(i) + std::size_t(radius)]
+                sum += weights[static_cast<std::size_t>(i) + static_cast<std::size_t>(radius)]
                     * row[std::clamp(x + i, 0, from.width() - 1)];
             }
             out[x] = toByte(sum + 0.5);
         }
     }
-    std::vector<double> sums(std::size_t(from.width()));
+    std::vector<double> sums(static_cast<std::size_t>(from.width()));
     for (int y = 0; y < from.height(); ++y) {
         std::fill(sums.begin(), sums.end(), 0.5);
         for (int i = -radius; i <= radius; ++i) {
             const uchar* row = across.constScanLine(std::clamp(y + i, 0, from.height() - 1));
             for (std::size_t x = 0; x < sums.size(); ++x) {
-                sums[x] += weights[std::size_t(i) + std::size_t(radius)] * row[x];
+                sums[x] += weights[static_cast<std::size_t>(i) + static_cast<std::size_t>(radius)]
+                    * row[x];
             }
         }
         std::transform(sums.begin(), sums.end(), result.scanLine(y), toByte);
@@ -85,15 +86,17 @@ QPolygonF cornersOf(QSizeF size)
 
 double HardFrames::between(double least, double most)
 {
-    return least + (most - least) * double(m_random()) / double(std::mt19937::max());
+    return least
+        + (most - least) * static_cast<double>(m_random())
+        / static_cast<double>(std::mt19937::max());
 }
 
 int HardFrames::below(int bound)
 {
-    return int(m_random() % std::mt19937::result_type(bound));
+    return static_cast<int>(m_random() % static_cast<std::mt19937::result_type>(bound));
 }
 
-// Irwin and Hall: the sum of twelve even chances is normal enough.
+// Irwin-Hall: the sum of twelve uniform values approximates a normal distribution.
 double HardFrames::normal()
 {
     double sum = -6;
@@ -122,23 +125,26 @@ QString HardFrames::textFor(platform::Symbology symbology)
     return symbology == platform::Symbology::Code128 ? text.mid(20) : text;
 }
 
-// Noise whose strength falls with its frequency, as in pictures of nature.
+// Noise whose amplitude falls with its frequency, as in photographs of nature.
 QImage HardFrames::clouds(QSize size)
 {
-    std::vector<double> values(std::size_t(size.width()) * std::size_t(size.height()), 128);
+    std::vector<double> values(
+        static_cast<std::size_t>(size.width()) * static_cast<std::size_t>(size.height()), 128);
     double strength = 60;
     for (int cell = size.height() / 2; cell >= 2; cell /= 2) {
         const int columns = size.width() / cell + 2;
-        std::vector<double> knots(std::size_t(columns) * std::size_t(size.height() / cell + 2));
+        std::vector<double> knots(
+            static_cast<std::size_t>(columns) * static_cast<std::size_t>(size.height() / cell + 2));
         for (double& knot : knots) {
             knot = between(-strength, strength);
         }
         std::size_t i = 0;
         for (int y = 0; y < size.height(); ++y) {
-            const double down = double(y % cell) / cell;
-            const double* above = &knots[std::size_t(y / cell) * std::size_t(columns)];
+            const double down = static_cast<double>(y % cell) / cell;
+            const double* above
+                = &knots[static_cast<std::size_t>(y / cell) * static_cast<std::size_t>(columns)];
             for (int x = 0; x < size.width(); ++x) {
-                const double right = double(x % cell) / cell;
+                const double right = static_cast<double>(x % cell) / cell;
                 const double* knot = above + x / cell;
                 values[i++] += (knot[0] * (1 - right) + knot[1] * right) * (1 - down)
                     + (knot[columns] * (1 - right) + knot[columns + 1] * right) * down;
@@ -148,13 +154,14 @@ QImage HardFrames::clouds(QSize size)
     }
     QImage picture(size, QImage::Format_Grayscale8);
     for (int y = 0; y < size.height(); ++y) {
-        const double* row = &values[std::size_t(y) * std::size_t(size.width())];
+        const double* row
+            = &values[static_cast<std::size_t>(y) * static_cast<std::size_t>(size.width())];
         std::transform(row, row + size.width(), picture.scanLine(y), toByte);
     }
     return picture;
 }
 
-// A printed page: strokes in lines, as thick and as dense as letters.
+// A printed page: lines of strokes as thick and as dense as letters.
 void HardFrames::write(QImage& page)
 {
     QPainter painter(&page);
@@ -170,7 +177,7 @@ void HardFrames::write(QImage& page)
     }
 }
 
-// Things on a desk.
+// Shapes like objects on a desk.
 void HardFrames::scatter(QImage& picture)
 {
     QPainter painter(&picture);
@@ -195,7 +202,7 @@ void HardFrames::scatter(QImage& picture)
 
 void HardFrames::addNoise(QImage& picture, double deviation)
 {
-    // Drawing from a table is fast enough for frames.
+    // A table of random values is fast enough for frames.
     std::vector<double> table(4096);
     for (double& value : table) {
         value = deviation * normal();
@@ -240,7 +247,7 @@ HardScene HardFrames::scene(QSize size, const HardCode& code, int frames)
     }
     const QImage back = ground(size, Ground(below(4)));
     const double height = code.height * size.height() * label.height()
-        / double(label.height() - 2 * quietZone * modulePixels);
+        / static_cast<double>(label.height() - 2 * quietZone * modulePixels);
     const double width = height * label.width() / label.height();
     QPolygonF corners = cornersOf({ width, height });
     if (code.isSlanted) {

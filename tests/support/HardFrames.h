@@ -10,28 +10,28 @@
 
 namespace support {
 
-/// What a camera sees where there is no code. Dusk: shapes and much noise.
+/// The background of a camera frame. Dusk: shapes and much noise.
 enum class Ground { Plain, Clouds, Text, Shapes, Dusk };
 
-/// A code in the hand of someone who holds it before a camera: what makes it hard to read.
+/// A code that is held in front of a camera, and what makes it hard to read.
 struct HardCode {
     platform::Symbology symbology = platform::Symbology::Qr;
-    double height = 0.25; ///< without its quiet zone, as a share of the frame's
+    double height = 0.25; ///< without quiet zone, as a fraction of the frame's height
     double blur = 0; ///< standard deviation in pixels
     double noise = 0; ///< standard deviation in levels of grey
-    bool isTurned = false; ///< by any angle
-    bool isSlanted = false; ///< seen from aside
+    bool isTurned = false; ///< by a random angle
+    bool isSlanted = false; ///< seen from the side
     bool isMirrored = false;
     bool isInverted = false;
 };
 
-/// Successive frames of one scene, in which a hand trembles.
+/// Successive frames of one scene with a trembling hand.
 struct HardScene {
     QList<QImage> frames; ///< of Format_Grayscale8
     QString text;
 };
 
-/// Makes camera frames; the same seed makes the same frames.
+/// Generates camera frames; the same seed gives the same frames.
 class HardFrames {
 public:
     explicit HardFrames(quint32 seed)
@@ -40,7 +40,7 @@ public:
     }
 
     QImage ground(QSize size, Ground kind);
-    /// The code stands anywhere in the frame, on any ground.
+    /// The code is at a random place of the frame, on a random background.
     HardScene scene(QSize size, const HardCode& code, int frames);
 
 private:

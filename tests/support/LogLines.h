@@ -4,8 +4,8 @@
 
 namespace support {
 
-/// Collects what is logged for as long as this lives, from any thread, in place of printing it.
-/// One at a time.
+/// Collects log lines of all threads during its lifetime instead of printing them. One instance at
+/// a time.
 class LogLines {
 public:
     LogLines();

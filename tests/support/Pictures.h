@@ -5,16 +5,16 @@
 
 namespace support {
 
-/// Pictures for tests: of one colour, of noise that does not compress, and special files.
+/// Pictures of one colour, and of noise that does not compress.
 QImage plainPicture(QSize size, QColor color);
 QImage noisePicture(QSize size);
 QByteArray encoded(const QImage& image, const char* format);
-/// A JPEG file whose metadata ask for a quarter turn to the right.
+/// A JPEG file whose metadata specify a quarter turn to the right.
 QByteArray turnedJpeg(const QImage& image);
 /// Two frames of 2 x 2 pixels: red, then blue.
 QByteArray animatedGif();
 
-/// Makes the folder too; ends the process when it cannot.
+/// Creates the folder if needed. Ends the process on failure.
 void writeFile(const QString& path, const QByteArray& content);
 
 } // namespace support

@@ -32,7 +32,7 @@ Program::Program(Start start, Data data)
 
 Program::~Program()
 {
-    // The windows reach the store through the application's delegate while they go.
+    // Windows use the store through the application's delegate while they are destroyed.
     QCoreApplication::sendPostedEvents();
 }
 

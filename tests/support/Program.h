@@ -12,8 +12,8 @@ namespace support {
 enum class Start { Launched, NotLaunched };
 enum class Data { Fresh, Kept };
 
-/// The program in this process, on the sandbox's data folder: the real delegate, store and
-/// windows. Ends with its destructor, so that a test can start it again.
+/// The program in this process, with the sandbox's data folder: the real delegate, store and
+/// windows. The destructor ends it, so that a test can start it again.
 class Program {
 public:
     explicit Program(Start start = Start::Launched, Data data = Data::Fresh);
@@ -28,7 +28,7 @@ public:
     static QString storePath();
     static QStringList pictures(); ///< names of the JPEG files in the data folder
 
-    /// Keeps a capture of that moment, and lists it in the journal where one is open.
+    /// Stores a capture of that moment, and lists it in the journal if one is open.
     std::shared_ptr<vellumcap::Capture> keep(
         const QString& text, const QDateTime& moment = QDateTime::currentDateTimeUtc());
 
@@ -36,10 +36,10 @@ private:
     vellumcap::VellumcapAppDelegate m_delegate;
 };
 
-/// A picture that can be told from others by its colour.
+/// A picture of one colour.
 QImage plainPicture(Qt::GlobalColor color = Qt::darkCyan, QSize size = { 64, 48 });
 
-/// Sets the process's time zone, and puts UTC back.
+/// Sets the process's time zone; the destructor sets UTC.
 class TimeZone {
 public:
     explicit TimeZone(const char* name);
@@ -48,15 +48,15 @@ public:
     TimeZone& operator=(const TimeZone&) = delete;
 };
 
-/// What a modal alert says, and how it is answered.
+/// The content of a modal alert.
 struct AlertSeen {
     QString text;
     QString informativeText;
     QStringList buttons;
 };
 
-/// Presses the button at `button` of the next modal alert, as soon as there is one, and appends
-/// what it said to `seen`, which must outlive the alert.
+/// Clicks the button at index `button` (from the left) of the next modal alert when it appears, and
+/// appends its content to `seen`, which must outlive the alert.
 void answerNextAlert(int button, QList<AlertSeen>& seen);
 
 } // namespace support

@@ -1,14 +1,35 @@
 #include "tests/support/ScanningScene.h"
 
 #include "camera/ScanningWindow.h"
+#include "tests/support/CaptureScene.h"
 #include "tests/support/Controls.h"
 #include "tests/support/DrawnCode.h"
 #include "tests/support/Examinations.h"
 #include "tests/support/Pictures.h"
+#include "tests/support/TestMain.h"
 
 #include <QPainter>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace support {
+
+CameraWish cameraNamed(const QString& name)
+{
+    CameraWish wish = smallCamera();
+    wish.name = name;
+    wish.description = u"Camera "_s + name;
+    return wish;
+}
+
+CameraOnStage plugIn(CameraRig& rig, const CameraWish& wish, const QImage& picture)
+{
+    CameraOnStage camera(rig.plugIn(wish).release());
+    if (!picture.isNull()) {
+        camera->show(picture);
+    }
+    return camera;
+}
 
 QImage paper(const QString& text)
 {
@@ -37,8 +58,7 @@ bool picturesPass(vellumcap::ScanningWindow& window)
     int pictures = 0;
     const auto counting = QObject::connect(
         &cameraView(window), &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
-    const bool passed
-        = QTest::qWaitFor([&pictures] { return pictures >= 10; }, patienceWithCameras);
+    const bool passed = QTest::qWaitFor([&pictures] { return pictures >= 10; }, patience);
     QObject::disconnect(counting);
     return passed;
 }

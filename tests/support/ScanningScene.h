@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/camera/CameraView.h"
-#include "tests/support/CaptureScene.h"
+#include "tests/support/CameraRig.h"
 
 #include <QImage>
 
@@ -11,8 +11,15 @@ class ScanningWindow;
 
 namespace support {
 
-/// The size of paper() and of a smallCamera().
+/// The size of paper(), and of the pictures of a cameraNamed().
 constexpr QSize frameSize(640, 480);
+
+/// A smallCamera() of that name.
+CameraWish cameraNamed(const QString& name);
+
+/// Plugs in a camera that shows `picture`, white for a null one. Returns once the program lists it.
+[[nodiscard]] CameraOnStage plugIn(
+    CameraRig& rig, const CameraWish& wish, const QImage& picture = {});
 
 /// A light sheet, dark along its left edge, with a QR code of `text` left of the middle; without a
 /// code for an empty text.

@@ -13,7 +13,7 @@ QStringList threadNames()
     QDirIterator tasks(u"/proc/self/task"_s, QDir::Dirs | QDir::NoDotAndDotDot);
     while (tasks.hasNext()) {
         QFile name(tasks.next() + u"/comm"_s);
-        if (name.open(QFile::ReadOnly)) { // else it has just ended
+        if (name.open(QFile::ReadOnly)) { // else the thread has just ended
             names.append(QString::fromUtf8(name.readAll()).trimmed());
         }
     }
@@ -22,7 +22,7 @@ QStringList threadNames()
 
 int threadsNamed(const QString& name)
 {
-    return int(threadNames().count(name));
+    return static_cast<int>(threadNames().count(name));
 }
 
 } // namespace support

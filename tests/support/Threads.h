@@ -4,10 +4,10 @@
 
 namespace support {
 
-/// The names of this process's threads, as they are now.
+/// The names of the current threads of this process.
 QStringList threadNames();
 
-/// How many of them have the name.
+/// The number of threads with that name.
 int threadsNamed(const QString& name);
 
 } // namespace support

@@ -1,8 +1,8 @@
 #include "journal/JournalWindow.h"
 #include "platform/services/UserDefaults.h"
 #include "platform/ui/Sheet.h"
-#include "tests/support/CaptureScene.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 #include "watch/ScriptWatchCommand.h"
 #include "watch/WatchWindow.h"
@@ -170,7 +170,7 @@ void ScriptWatchCommandTest::writesInOrder()
 
 void ScriptWatchCommandTest::opensAWatchWindowLater()
 {
-    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
+    const auto camera = support::plugIn(*m_rig, support::cameraNamed(u"a"_s));
     Program program;
     ScriptWatchCommand({}).performDefaultImplementation();
     QVERIFY(sheetOf(program) == nullptr);
@@ -204,7 +204,7 @@ void ScriptWatchCommandTest::preselectsTheScript()
     QFETCH(QVariantMap, arguments);
     QFETCH(std::optional<QString>, name);
 
-    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
+    const auto camera = support::plugIn(*m_rig, support::cameraNamed(u"a"_s));
     Program program;
     ScriptWatchCommand(arguments).performDefaultImplementation();
     QTRY_VERIFY(sheetOf(program) != nullptr);
@@ -214,7 +214,7 @@ void ScriptWatchCommandTest::preselectsTheScript()
 
 void ScriptWatchCommandTest::opensNothingOverASheet()
 {
-    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
+    const auto camera = support::plugIn(*m_rig, support::cameraNamed(u"a"_s));
     Program program;
     setAll(false);
     program.journal().importImage();
@@ -240,7 +240,7 @@ void ScriptWatchCommandTest::opensNothingWithoutACamera()
 
 void ScriptWatchCommandTest::waitsForTheLaunch()
 {
-    const auto camera = support::plugIn(*m_rig, support::smallCamera(u"a"_s));
+    const auto camera = support::plugIn(*m_rig, support::cameraNamed(u"a"_s));
     // As when the bus has started the program for the command.
     Program program(support::Start::NotLaunched);
     ScriptWatchCommand({}).performDefaultImplementation();

@@ -71,7 +71,7 @@ void WatchBurst::losesNothing()
     UserDefaults::standard().setBool(u"watch-saveCapture"_s, true);
     UserDefaults::standard().setBool(u"watch-runAppleScript"_s, true);
     CameraRig rig;
-    auto wish = support::smallCamera(u"a"_s);
+    auto wish = support::cameraNamed(u"a"_s);
     wish.rate = 60;
     const auto camera = support::plugIn(rig, wish);
     Program program;

@@ -209,7 +209,7 @@ void WatchWindowTest::cleanup()
 
 CameraOnStage WatchWindowTest::plugIn(const QImage& picture)
 {
-    return support::plugIn(*m_rig, support::smallCamera(u"a"_s), picture);
+    return support::plugIn(*m_rig, support::cameraNamed(u"a"_s), picture);
 }
 
 void WatchWindowTest::watchesAtFirst()

@@ -1,14 +1,9 @@
-#include "platform/camera/CameraRegistry.h"
 #include "platform/camera/CaptureDevice.h"
 #include "platform/camera/V4L2Device.h"
 #include "tests/cameras/FakeV4L2.h"
 #include "tests/support/CameraRig.h"
 #include "tests/support/TestMain.h"
 
-#include <QElapsedTimer>
-
-#include <cerrno>
-#include <cstring>
 #include <linux/videodev2.h>
 #include <mutex>
 
@@ -17,18 +12,14 @@ using Qt::StringLiterals::operator""_s;
 using cameras::FakeProfile;
 using platform::CameraFormat;
 using platform::CameraNode;
-using platform::CameraRegistry;
 using platform::CaptureDevice;
 using platform::CaptureDeviceFormat;
-using platform::Error;
 using platform::ExposureMode;
 using platform::FocusMode;
 using platform::MediaType;
-using platform::posixErrorDomain;
 using platform::V4L2Device;
 using platform::WhiteBalanceMode;
 using support::CameraRig;
-using support::CameraWish;
 using support::RigCamera;
 
 Q_DECLARE_METATYPE(FakeProfile)
@@ -60,14 +51,15 @@ private Q_SLOTS:
     void observesFocus();
     void observesNothingElse();
     void listsV4L2Devices();
-    void waitsForNoDriver_data();
-    void waitsForNoDriver();
-    void takesOneThatAnswersAgain();
+    void survivesADriverThatHangs_data();
+    void survivesADriverThatHangs();
+    void usesADriverThatAnswersAgain();
     void endsAnObservationThatHangs();
     void listsNoDeviceThatHangs();
 
 private:
-    std::unique_ptr<RigCamera> plugIn(const char* profilePath = nullptr);
+    std::unique_ptr<RigCamera> plugIn();
+    std::unique_ptr<RigCamera> plugIn(FakeProfile profile);
     static CaptureDevice device();
 
     std::unique_ptr<CameraRig> m_rig;
@@ -86,8 +78,8 @@ QStringList names(MediaType type)
     return result;
 }
 
-/// What an observer was told, on whatever thread.
-class Told {
+/// Collects the calls of an observer. Thread-safe.
+class Calls {
 public:
     void operator()(bool adjusting)
     {
@@ -115,18 +107,20 @@ void CaptureDeviceTest::initTestCase()
 void CaptureDeviceTest::cleanup()
 {
     cameras::removeFakeDevices();
-    QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 0);
+    CameraRig::awaitNoCameras();
 }
 
-std::unique_ptr<RigCamera> CaptureDeviceTest::plugIn(const char* profilePath)
+/// A camera without a device.
+std::unique_ptr<RigCamera> CaptureDeviceTest::plugIn()
 {
-    CameraWish wish{ .name = u"cam.a"_s, .description = u"Camera A"_s };
-    if (profilePath != nullptr) {
-        wish.properties.insert(u"api.v4l2.path"_s, QString::fromLatin1(profilePath));
-    }
-    auto camera = m_rig->addCamera(wish);
-    [] { QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 1); }();
-    return camera;
+    return m_rig->plugIn({});
+}
+
+/// A camera with a device of that profile.
+std::unique_ptr<RigCamera> CaptureDeviceTest::plugIn(FakeProfile profile)
+{
+    cameras::addFakeDevice(path, profile);
+    return m_rig->plugIn({ .properties = { { u"api.v4l2.path"_s, path } } });
 }
 
 CaptureDevice CaptureDeviceTest::device()
@@ -146,9 +140,9 @@ void CaptureDeviceTest::listsNothingWithoutCameras()
 
 void CaptureDeviceTest::listsCameras()
 {
-    const auto first = m_rig->addCamera({ .name = u"cam.b"_s, .description = u"Camera"_s });
-    const auto second = m_rig->addCamera({ .name = u"cam.a"_s, .description = u"Camera"_s });
-    QTRY_COMPARE(names(MediaType::Video), (QStringList{ u"Camera"_s, u"Camera"_s }));
+    const auto first = m_rig->plugIn({ .name = u"cam.b"_s, .description = u"Camera"_s });
+    const auto second = m_rig->plugIn({ .description = u"Camera"_s });
+    QCOMPARE(names(MediaType::Video), (QStringList{ u"Camera"_s, u"Camera"_s }));
     const auto devices = CaptureDevice::devicesWithMediaType(MediaType::Video);
     QCOMPARE(devices.at(0).uniqueID(), u"cam.b"_s);
     QCOMPARE(devices.at(1).uniqueID(), u"cam.a"_s);
@@ -160,7 +154,7 @@ void CaptureDeviceTest::listsCameras()
 void CaptureDeviceTest::findsTheDefault()
 {
     const auto first = plugIn();
-    const auto second = m_rig->addCamera({ .name = u"cam.b"_s, .description = u"Camera B"_s });
+    const auto second = m_rig->plugIn({ .name = u"cam.b"_s });
     m_rig->setDefaultCamera(u"cam.b"_s);
     const auto standard = [] {
         const auto found = CaptureDevice::defaultDeviceWithMediaType(MediaType::Video);
@@ -173,23 +167,20 @@ void CaptureDeviceTest::findsTheDefault()
 
 void CaptureDeviceTest::losesACamera()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    auto camera = plugIn("/dev/fake-camera");
+    auto camera = plugIn(FakeProfile::Full);
     CaptureDevice gone = device();
     QVERIFY(gone.isFocusModeSupported(FocusMode::ContinuousAutoFocus));
     camera.reset();
-    QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 0);
+    CameraRig::awaitNoCameras();
     QCOMPARE(gone.uniqueID(), u"cam.a"_s);
     QVERIFY(!gone.isFocusModeSupported(FocusMode::ContinuousAutoFocus));
     QVERIFY(!gone.isSuspended());
     QVERIFY(!gone.isInUseByAnotherApplication());
-    QCOMPARE(gone.activeFormat().dimensions, QSize());
-    Error error;
-    QVERIFY(!gone.lockForConfiguration(&error));
-    QCOMPARE(error.code, ENODEV);
+    QVERIFY(gone.activeFormat().videoSupportedFrameRateRanges.isEmpty());
+    QVERIFY(!gone.lockForConfiguration());
     gone.setFocusMode(FocusMode::ContinuousAutoFocus);
     gone.unlockForConfiguration();
-    QVERIFY(gone.observe(CaptureDevice::Adjustment::Focus, [](bool) {}) != nullptr);
+    QVERIFY(gone.observe(CaptureDevice::Adjustment::Focus, [](bool) {}) == nullptr);
 }
 
 void CaptureDeviceTest::supportsModes_data()
@@ -212,8 +203,7 @@ void CaptureDeviceTest::supportsModes_data()
 void CaptureDeviceTest::supportsModes()
 {
     QFETCH(FakeProfile, profile);
-    cameras::addFakeDevice(path, profile);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(profile);
     const CaptureDevice tested = device();
     QList<bool> focus;
     QList<bool> exposure;
@@ -230,41 +220,40 @@ void CaptureDeviceTest::supportsModes()
 
 void CaptureDeviceTest::setsModes()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::Full);
     CaptureDevice tested = device();
     QVERIFY(tested.lockForConfiguration());
     tested.setFocusMode(FocusMode::ContinuousAutoFocus);
     tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
     tested.setWhiteBalanceMode(WhiteBalanceMode::ContinuousAutoWhiteBalance);
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 1);
-    QCOMPARE(cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_AUTO));
+    QCOMPARE(
+        cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), static_cast<int>(V4L2_EXPOSURE_AUTO));
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_AUTO_WHITE_BALANCE), 1);
     tested.setFocusMode(FocusMode::Locked);
     tested.setExposureMode(ExposureMode::Locked);
     tested.setWhiteBalanceMode(WhiteBalanceMode::Locked);
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 0);
-    QCOMPARE(cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_MANUAL));
+    QCOMPARE(
+        cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), static_cast<int>(V4L2_EXPOSURE_MANUAL));
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_AUTO_WHITE_BALANCE), 0);
     tested.unlockForConfiguration();
 }
 
 void CaptureDeviceTest::setsTheOnlyAutomaticExposure()
 {
-    cameras::addFakeDevice(path, FakeProfile::Webcam);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::Webcam);
     CaptureDevice tested = device();
     QVERIFY(tested.lockForConfiguration());
     tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
     tested.unlockForConfiguration();
-    QCOMPARE(
-        cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO), int(V4L2_EXPOSURE_APERTURE_PRIORITY));
+    QCOMPARE(cameras::fakeControl(path, V4L2_CID_EXPOSURE_AUTO),
+        static_cast<int>(V4L2_EXPOSURE_APERTURE_PRIORITY));
 }
 
 void CaptureDeviceTest::startsOnce()
 {
-    cameras::addFakeDevice(path, FakeProfile::OneShot);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::OneShot);
     CaptureDevice tested = device();
     QVERIFY(tested.lockForConfiguration());
     tested.setFocusMode(FocusMode::AutoFocus);
@@ -277,8 +266,7 @@ void CaptureDeviceTest::startsOnce()
 
 void CaptureDeviceTest::setsNothingUnlocked()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::Full);
     CaptureDevice tested = device();
     tested.setFocusMode(FocusMode::ContinuousAutoFocus);
     QVERIFY(tested.lockForConfiguration());
@@ -289,8 +277,7 @@ void CaptureDeviceTest::setsNothingUnlocked()
 
 void CaptureDeviceTest::sharesTheLockAmongCopies()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::Full);
     CaptureDevice tested = device();
     CaptureDevice copy = tested;
     QVERIFY(tested.lockForConfiguration());
@@ -304,17 +291,10 @@ void CaptureDeviceTest::sharesTheLockAmongCopies()
 
 void CaptureDeviceTest::failsToLock()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::Full);
     const V4L2Device other(path);
     QVERIFY(other.claimPriority());
     CaptureDevice tested = device();
-    Error error;
-    QVERIFY(!tested.lockForConfiguration(&error));
-    QCOMPARE(error.domain, QString::fromLatin1(posixErrorDomain));
-    QCOMPARE(error.code, EBUSY);
-    QCOMPARE(error.localizedDescription, u"The camera “Camera A” cannot be set up."_s);
-    QCOMPARE(error.failureReason, u"Another program is setting it up."_s);
     QVERIFY(!tested.lockForConfiguration());
     tested.setFocusMode(FocusMode::ContinuousAutoFocus);
     QCOMPARE(cameras::fakeControl(path, V4L2_CID_FOCUS_AUTO), 0);
@@ -322,8 +302,7 @@ void CaptureDeviceTest::failsToLock()
 
 void CaptureDeviceTest::isSuspendedByTheShutter()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::Full);
     QVERIFY(!device().isSuspended());
     cameras::setFakeControl(path, V4L2_CID_PRIVACY, 1);
     QVERIFY(device().isSuspended());
@@ -340,8 +319,7 @@ void CaptureDeviceTest::isInUse_data()
 void CaptureDeviceTest::isInUse()
 {
     QFETCH(FakeProfile, profile);
-    cameras::addFakeDevice(path, profile);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(profile);
     QTEST(device().isInUseByAnotherApplication(), "inUse");
 }
 
@@ -349,25 +327,18 @@ void CaptureDeviceTest::isInUseByAReader()
 {
     const auto camera = plugIn();
     QVERIFY(!device().isInUseByAnotherApplication());
-    QProcess reader;
-    CameraRig::start(reader, u"gst-launch-1.0"_s,
-        { u"-q"_s, u"pipewiresrc"_s, u"always-copy=true"_s, u"target-object=cam.a"_s, u"!"_s,
-            u"video/x-raw"_s, u"!"_s, u"fakesink"_s });
-    QTRY_VERIFY_WITH_TIMEOUT(device().isInUseByAnotherApplication(), 20000);
-    reader.kill();
-    reader.waitForFinished();
+    support::CameraReader reader(u"cam.a"_s);
+    QTRY_VERIFY(device().isInUseByAnotherApplication());
+    reader.stop();
     QTRY_VERIFY(!device().isInUseByAnotherApplication());
 }
 
 void CaptureDeviceTest::setsModesThroughPipeWire()
 {
-    // The device is named, but cannot be opened.
-    const auto camera = m_rig->addCamera({ .name = u"cam.a"_s,
-        .description = u"Camera A"_s,
-        .properties = { { u"api.v4l2.path"_s, path } },
+    // The device has a name but cannot be opened.
+    const auto camera = m_rig->plugIn({ .properties = { { u"api.v4l2.path"_s, path } },
         .controls = { u"0x%1"_s.arg(V4L2_CID_FOCUS_AUTO, 0, 16),
             u"0x%1=1,3"_s.arg(V4L2_CID_EXPOSURE_AUTO, 0, 16) } });
-    QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 1);
     CaptureDevice tested = device();
     QVERIFY(tested.isFocusModeSupported(FocusMode::ContinuousAutoFocus));
     QVERIFY(!tested.isFocusModeSupported(FocusMode::AutoFocus));
@@ -385,62 +356,46 @@ void CaptureDeviceTest::setsModesThroughPipeWire()
 
 void CaptureDeviceTest::tellsItsActiveFormat()
 {
-    const auto camera = m_rig->addCamera({ .name = u"cam.a"_s,
-        .description = u"Camera A"_s,
-        .size = { 640, 480 },
-        .furtherModes = { u"JPEG:1920x1080@30"_s, u"YUY2:1920x1080@5"_s } });
-    QTRY_COMPARE(CameraRegistry::shared().cameras().size(), 1);
+    const auto camera = m_rig->plugIn({ .size = { 640, 480 },
+        .furtherModes = { u"JPEG:1920x1080@60"_s, u"YUY2:1920x1080@5"_s } });
     const CaptureDeviceFormat format = device().activeFormat();
-    QCOMPARE(format.mediaSubType, u"JPEG"_s);
-    QCOMPARE(format.dimensions, QSize(1920, 1080));
     QCOMPARE(format.videoSupportedFrameRateRanges.size(), 1);
-    QCOMPARE(format.videoSupportedFrameRateRanges.first().maxFrameRate, 30.0);
+    QCOMPARE(format.videoSupportedFrameRateRanges.first().minFrameRate, 60.0);
+    QCOMPARE(format.videoSupportedFrameRateRanges.first().maxFrameRate, 60.0);
 }
 
 void CaptureDeviceTest::observesFocus_data()
 {
     QTest::addColumn<bool>("events");
     QTest::newRow("told by the driver") << true;
-    QTest::newRow("asked for now and then") << false;
+    QTest::newRow("read at an interval") << false;
 }
 
 void CaptureDeviceTest::observesFocus()
 {
     QFETCH(bool, events);
-    cameras::addFakeDevice(path, FakeProfile::Full);
+    const auto camera = plugIn(FakeProfile::Full);
     cameras::setFakeEvents(path, events);
-    const auto camera = plugIn("/dev/fake-camera");
-    Told told;
+    Calls calls;
     auto observation = device().observe(
-        CaptureDevice::Adjustment::Focus, [&told](bool adjusting) { told(adjusting); });
+        CaptureDevice::Adjustment::Focus, [&calls](bool adjusting) { calls(adjusting); });
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_BUSY);
-    QTRY_COMPARE(told.all(), QList<bool>{ true });
+    QTRY_COMPARE(calls.all(), QList<bool>{ true });
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_REACHED);
-    QTRY_COMPARE(told.all(), (QList<bool>{ true, false }));
-    // Pulled out: nothing more is told, and the observation can be ended.
+    QTRY_COMPARE(calls.all(), (QList<bool>{ true, false }));
+    // Unplugged: the observer is not called again, and the observation can be ended.
     cameras::removeFakeDevices();
     observation.reset();
-    QCOMPARE(told.all(), (QList<bool>{ true, false }));
+    QCOMPARE(calls.all(), (QList<bool>{ true, false }));
 }
 
 void CaptureDeviceTest::observesNothingElse()
 {
-    cameras::addFakeDevice(path, FakeProfile::Webcam);
-    const auto camera = plugIn("/dev/fake-camera");
-    Told told;
-    QList<std::shared_ptr<CaptureDevice::Observation>> observations;
+    const auto camera = plugIn(FakeProfile::Webcam);
     for (const auto adjustment : { CaptureDevice::Adjustment::Focus,
              CaptureDevice::Adjustment::Exposure, CaptureDevice::Adjustment::WhiteBalance }) {
-        observations.append(
-            device().observe(adjustment, [&told](bool adjusting) { told(adjusting); }));
-        QVERIFY(observations.last() != nullptr);
+        QVERIFY(device().observe(adjustment, [](bool) {}) == nullptr);
     }
-    CaptureDevice tested = device();
-    QVERIFY(tested.lockForConfiguration());
-    tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
-    tested.unlockForConfiguration();
-    observations.clear();
-    QCOMPARE(told.all(), QList<bool>());
 }
 
 void CaptureDeviceTest::listsV4L2Devices()
@@ -455,7 +410,7 @@ void CaptureDeviceTest::listsV4L2Devices()
     cameras::addFakeDevice(tenth, FakeProfile::Full);
     cameras::addFakeDevice(second, FakeProfile::Plain);
     const QList<CameraNode> nodes = platform::v4l2Cameras(folder.path());
-    QCOMPARE(nodes.size(), 2); // the others are files
+    QCOMPARE(nodes.size(), 2); // the other two are plain files
     QCOMPARE(nodes.at(0).name, second);
     QCOMPARE(nodes.at(1).name, tenth);
     QCOMPARE(nodes.at(0).devicePath, second);
@@ -475,59 +430,48 @@ void CaptureDeviceTest::listsV4L2Devices()
     QCOMPARE(sizes, (QList<QSize>{ { 160, 120 }, { 1600, 1200 }, { 1280, 720 }, { 640, 480 } }));
 }
 
-void CaptureDeviceTest::waitsForNoDriver_data()
+void CaptureDeviceTest::survivesADriverThatHangs_data()
 {
     QTest::addColumn<quint64>("call");
     QTest::addColumn<bool>("isLocked");
-    QTest::addColumn<int>("code");
-    QTest::newRow("open") << quint64(cameras::fakeOpening) << false << ETIMEDOUT;
-    QTest::newRow("ask for a control") << quint64(VIDIOC_QUERYCTRL) << false << ETIMEDOUT;
-    QTest::newRow("claim the priority") << quint64(VIDIOC_S_PRIORITY) << false << ETIMEDOUT;
-    QTest::newRow("set a control") << quint64(VIDIOC_S_CTRL) << true << 0;
-    QTest::newRow("close") << quint64(cameras::fakeClosing) << false << ETIMEDOUT;
+    QTest::newRow("open") << static_cast<quint64>(cameras::fakeOpening) << false;
+    QTest::newRow("ask for a control") << static_cast<quint64>(VIDIOC_QUERYCTRL) << false;
+    QTest::newRow("claim the priority") << static_cast<quint64>(VIDIOC_S_PRIORITY) << false;
+    QTest::newRow("set a control") << static_cast<quint64>(VIDIOC_S_CTRL) << true;
+    QTest::newRow("close") << static_cast<quint64>(cameras::fakeClosing) << false;
 }
 
-void CaptureDeviceTest::waitsForNoDriver()
+void CaptureDeviceTest::survivesADriverThatHangs()
 {
     QFETCH(const quint64, call);
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    const auto camera = plugIn("/dev/fake-camera");
+    const auto camera = plugIn(FakeProfile::Full);
     cameras::holdFakeCalls(path, call);
     CaptureDevice tested = device();
-    QElapsedTimer timer;
-    timer.start();
-    const auto use = [&tested](Error* error) {
+    const auto use = [&tested] {
         (void)tested.isSuspended();
         (void)tested.isInUseByAnotherApplication();
         (void)tested.isFocusModeSupported(FocusMode::ContinuousAutoFocus);
-        const bool isLocked = tested.lockForConfiguration(error);
+        const bool isLocked = tested.lockForConfiguration();
         tested.setFocusMode(FocusMode::ContinuousAutoFocus);
         tested.setExposureMode(ExposureMode::ContinuousAutoExposure);
         tested.unlockForConfiguration();
         return isLocked;
     };
-    Error error;
-    QTEST(use(&error), "isLocked");
-    QTEST(error.code, "code");
-    // Others are not waited for either, and no further thread is lost.
+    QTEST(use(), "isLocked");
+    // Another handle gets no answer either, and no further thread is lost.
     tested = device();
-    QVERIFY(!use(nullptr));
-    QVERIFY(tested.observe(CaptureDevice::Adjustment::Focus, [](bool) {}) != nullptr);
-    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(!use());
+    QVERIFY(tested.observe(CaptureDevice::Adjustment::Focus, [](bool) {}) == nullptr);
     QCOMPARE(cameras::heldFakeCalls(), 1);
 }
 
-void CaptureDeviceTest::takesOneThatAnswersAgain()
+void CaptureDeviceTest::usesADriverThatAnswersAgain()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
-    const auto camera = plugIn("/dev/fake-camera");
-    const QString noAnswer = QString::fromLocal8Bit(strerrordesc_np(ETIMEDOUT));
+    const auto camera = plugIn(FakeProfile::Full);
     cameras::holdFakeCalls(path, VIDIOC_S_PRIORITY);
-    Error error;
-    QVERIFY(!device().lockForConfiguration(&error));
-    QCOMPARE(error.failureReason, noAnswer);
+    QVERIFY(!device().lockForConfiguration());
     cameras::releaseFakeCalls();
-    // The priority that came too late does not keep others from it.
+    // The priority that was granted too late is given up.
     CaptureDevice tested = device();
     QTRY_VERIFY(tested.lockForConfiguration());
     tested.setFocusMode(FocusMode::ContinuousAutoFocus);
@@ -538,27 +482,23 @@ void CaptureDeviceTest::takesOneThatAnswersAgain()
 
 void CaptureDeviceTest::endsAnObservationThatHangs()
 {
-    cameras::addFakeDevice(path, FakeProfile::Full);
+    const auto camera = plugIn(FakeProfile::Full);
     cameras::setFakeEvents(path, false);
-    const auto camera = plugIn("/dev/fake-camera");
-    Told told;
+    Calls calls;
     auto observation = device().observe(
-        CaptureDevice::Adjustment::Focus, [&told](bool adjusting) { told(adjusting); });
+        CaptureDevice::Adjustment::Focus, [&calls](bool adjusting) { calls(adjusting); });
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_BUSY);
-    QTRY_COMPARE(told.all(), QList<bool>{ true });
+    QTRY_COMPARE(calls.all(), QList<bool>{ true });
     cameras::holdFakeCalls(path, VIDIOC_G_CTRL);
     QTRY_COMPARE(cameras::heldFakeCalls(), 1);
-    QElapsedTimer timer;
-    timer.start();
-    observation.reset();
-    QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
-    // It knows that the driver is in use for too long, and leaves it alone.
+    observation.reset(); // returns although the driver holds the call
+    // The driver counts as one that does not respond.
     QTRY_VERIFY(!device().isFocusModeSupported(FocusMode::ContinuousAutoFocus));
     QCOMPARE(cameras::heldFakeCalls(), 1);
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_REACHED);
     cameras::releaseFakeCalls();
     QTRY_VERIFY(device().isFocusModeSupported(FocusMode::ContinuousAutoFocus));
-    QCOMPARE(told.all(), QList<bool>{ true });
+    QCOMPARE(calls.all(), QList<bool>{ true });
 }
 
 void CaptureDeviceTest::listsNoDeviceThatHangs()

@@ -40,7 +40,6 @@ private:
 namespace {
 
 constexpr QSize cameraSize(320, 240);
-constexpr int patience = 20000;
 const QColor dark(80, 60, 40);
 
 /// Dark on the left, white on the right.
@@ -61,12 +60,8 @@ int leftRed(const CaptureVideoPreviewLayer& layer)
 
 void CaptureVideoPreviewLayerTest::init()
 {
-    m_camera = m_rig.addCamera({ .name = u"cam.a"_s,
-        .description = u"Camera A"_s,
-        .size = cameraSize,
-        .encoding = u"BGRx"_s });
+    m_camera = m_rig.plugIn({ .size = cameraSize, .encoding = u"BGRx"_s });
     m_camera->show(darkAndWhite());
-    QTRY_VERIFY_WITH_TIMEOUT(platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s), patience);
     m_session = std::make_shared<platform::CaptureSession>();
     m_session->addInput(platform::CaptureDeviceInput::create(
         platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)));
@@ -76,7 +71,7 @@ void CaptureVideoPreviewLayerTest::cleanup()
 {
     m_session.reset();
     m_camera.reset();
-    QTRY_VERIFY_WITH_TIMEOUT(!platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s), patience);
+    CameraRig::awaitNoCameras();
 }
 
 /// A layer with its first picture; the session runs.
@@ -85,7 +80,8 @@ std::shared_ptr<CaptureVideoPreviewLayer> CaptureVideoPreviewLayerTest::shown(QS
     auto layer = std::make_shared<CaptureVideoPreviewLayer>(m_session);
     layer->setFrameSize(area);
     m_session->startRunning();
-    const bool isShown = QTest::qWaitFor([&layer] { return !layer->picture().isNull(); }, patience);
+    const bool isShown
+        = QTest::qWaitFor([&layer] { return !layer->picture().isNull(); }, support::patience);
     return isShown ? layer : nullptr;
 }
 
@@ -97,7 +93,6 @@ void CaptureVideoPreviewLayerTest::hasNoConnectionWithoutInput()
     session->addInput(platform::CaptureDeviceInput::create(
         platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)));
     QVERIFY(layer.connection());
-    QVERIFY(layer.connection()->isVideoMirroringSupported());
     QCOMPARE(layer.connection(), layer.connection());
 }
 
@@ -113,7 +108,7 @@ void CaptureVideoPreviewLayerTest::keepsItsPictureWhenTheSessionStops()
     const auto layer = shown(QSize(160, 120));
     QVERIFY(layer);
     m_session->stopRunning();
-    QTRY_COMPARE_WITH_TIMEOUT(m_camera->links(), 0, patience);
+    QTRY_COMPARE(m_camera->links(), 0);
     QCOMPARE(layer->picture().size(), QSize(160, 120));
     QVERIFY(qAbs(leftRed(*layer) - dark.red()) < 12);
 }
@@ -123,7 +118,7 @@ void CaptureVideoPreviewLayerTest::followsFiltersMirroringAndSizeWhileItIsStoppe
     const auto layer = shown(QSize(160, 120));
     QVERIFY(layer);
     m_session->stopRunning();
-    QTRY_COMPARE_WITH_TIMEOUT(m_camera->links(), 0, patience);
+    QTRY_COMPARE(m_camera->links(), 0);
 
     const auto exposure = std::make_shared<ImageFilter>(ImageFilter::Kind::ExposureAdjust);
     exposure->setName(u"exposure"_s);
@@ -136,15 +131,15 @@ void CaptureVideoPreviewLayerTest::followsFiltersMirroringAndSizeWhileItIsStoppe
     QCOMPARE(layer->filterNamed(u"exposure"_s), exposure);
     QVERIFY(!layer->filterNamed(u"contrast"_s));
     QVERIFY(expected(plain) > plain + 10);
-    QTRY_COMPARE_WITH_TIMEOUT(leftRed(*layer), expected(plain), patience);
+    QTRY_COMPARE(leftRed(*layer), expected(plain));
     exposure->setValue(-1);
     layer->setNeedsDisplay();
-    QTRY_COMPARE_WITH_TIMEOUT(leftRed(*layer), expected(plain), patience);
+    QTRY_COMPARE(leftRed(*layer), expected(plain));
     layer->connection()->setVideoMirrored(true);
     layer->setNeedsDisplay();
-    QTRY_COMPARE_WITH_TIMEOUT(leftRed(*layer), expected(255), patience);
+    QTRY_COMPARE(leftRed(*layer), expected(255));
     layer->setFrameSize(QSize(240, 240));
-    QTRY_COMPARE_WITH_TIMEOUT(layer->picture().size(), QSize(240, 180), patience);
+    QTRY_COMPARE(layer->picture().size(), QSize(240, 180));
 }
 
 void CaptureVideoPreviewLayerTest::callsItsObserverOnceForManyPictures()
@@ -154,17 +149,19 @@ void CaptureVideoPreviewLayerTest::callsItsObserverOnceForManyPictures()
     QCoreApplication::processEvents();
     int calls = 0;
     layer->setPictureObserver([&calls] { ++calls; });
-    // The main thread is busy while some frames come.
-    const QDeadlineTimer deadline(patience);
-    for (int count = 0; count < 5; ++count) {
+    // The main thread is busy while more frames arrive than can be under way below.
+    const QDeadlineTimer deadline(support::patience);
+    for (int count = 0; count < 8; ++count) {
         const qint64 before = layer->picture().cacheKey();
         while (layer->picture().cacheKey() == before) {
             QVERIFY(!deadline.hasExpired());
             std::this_thread::yield();
         }
     }
+    m_session->stopRunning();
     QCoreApplication::sendPostedEvents();
-    QVERIFY(calls == 1 || calls == 2); // another may have come meanwhile
+    // One call for the pictures above, and one for each picture that was still being rendered.
+    QVERIFY2(calls >= 1 && calls <= 3, qPrintable(QString::number(calls)));
 }
 
 VELLUMCAP_TEST(CaptureVideoPreviewLayerTest)

@@ -17,7 +17,6 @@ class FrameMailboxTest : public QObject {
 private Q_SLOTS:
     void handsOverInOrder();
     void keepsTheNewestForABusyReceiver();
-    void keepsAsManyAsItHolds();
     void takesFramesFromManyThreads();
     void handsNothingOverOnceItIsCleared();
     void waitsForItsReceiverWhenItGoes();
@@ -28,7 +27,7 @@ private Q_SLOTS:
 
 namespace {
 
-/// Lets a receiver begin, and holds it until it may go on.
+/// Blocks a receiver until it is opened.
 class Gate {
 public:
     void pass()
@@ -58,7 +57,7 @@ void FrameMailboxTest::handsOverInOrder()
 {
     const auto queue = std::make_shared<SerialQueue>("frames");
     std::vector<int> received;
-    Mailbox mailbox(queue, 1, [&received](int frame) { received.push_back(frame); });
+    Mailbox mailbox(queue, [&received](int frame) { received.push_back(frame); });
     for (int frame = 1; frame <= 3; ++frame) {
         mailbox.put(frame);
         drain(*queue);
@@ -71,7 +70,7 @@ void FrameMailboxTest::keepsTheNewestForABusyReceiver()
     const auto queue = std::make_shared<SerialQueue>("frames");
     Gate gate;
     std::vector<int> received;
-    Mailbox mailbox(queue, 1, [&gate, &received](int frame) {
+    Mailbox mailbox(queue, [&gate, &received](int frame) {
         received.push_back(frame);
         if (frame == 1) {
             gate.pass();
@@ -87,28 +86,6 @@ void FrameMailboxTest::keepsTheNewestForABusyReceiver()
     QCOMPARE(received, std::vector<int>({ 1, 9 }));
 }
 
-void FrameMailboxTest::keepsAsManyAsItHolds()
-{
-    const auto queue = std::make_shared<SerialQueue>("frames");
-    Gate gate;
-    std::vector<int> received;
-    Mailbox mailbox(queue, 1, [&gate, &received](int frame) {
-        received.push_back(frame);
-        if (frame == 1) {
-            gate.pass();
-        }
-    });
-    mailbox.setCapacity(3);
-    mailbox.put(1);
-    gate.awaitEntry();
-    for (int frame = 2; frame <= 9; ++frame) {
-        mailbox.put(frame);
-    }
-    gate.open();
-    drain(*queue);
-    QCOMPARE(received, std::vector<int>({ 1, 7, 8, 9 }));
-}
-
 void FrameMailboxTest::takesFramesFromManyThreads()
 {
     constexpr int producerCount = 4;
@@ -120,7 +97,7 @@ void FrameMailboxTest::takesFramesFromManyThreads()
     std::mutex numbering;
     int last = 0;
     {
-        Mailbox mailbox(queue, 1, [&](int frame) {
+        Mailbox mailbox(queue, [&](int frame) {
             most = std::max<int>(most, ++running);
             received.push_back(frame);
             --running;
@@ -150,7 +127,7 @@ void FrameMailboxTest::handsNothingOverOnceItIsCleared()
     const auto queue = std::make_shared<SerialQueue>("frames");
     Gate gate;
     std::vector<int> received;
-    Mailbox mailbox(queue, 1, [&received](int frame) { received.push_back(frame); });
+    Mailbox mailbox(queue, [&received](int frame) { received.push_back(frame); });
     queue->async([&gate] { gate.pass(); });
     gate.awaitEntry();
     mailbox.put(1);
@@ -170,7 +147,7 @@ void FrameMailboxTest::waitsForItsReceiverWhenItGoes()
     for (int round = 0; round < rounds; ++round) {
         std::atomic<bool> isReceiving = false;
         int received = 0; // no atomic: the end of the mailbox orders it
-        auto mailbox = std::make_unique<Mailbox>(queue, 1, [&isReceiving, &received](int) {
+        auto mailbox = std::make_unique<Mailbox>(queue, [&isReceiving, &received](int) {
             isReceiving = true;
             ++received;
             isReceiving = false;
@@ -191,7 +168,7 @@ void FrameMailboxTest::mayGoWithoutItsQueue()
     Gate gate;
     auto queue = std::make_shared<SerialQueue>("frames");
     const std::weak_ptr<SerialQueue> watched = queue;
-    auto mailbox = std::make_unique<Mailbox>(queue, 1, [](int) {});
+    auto mailbox = std::make_unique<Mailbox>(queue, [](int) {});
     queue->async([&gate] { gate.pass(); });
     gate.awaitEntry();
     mailbox->put(1);
@@ -207,7 +184,7 @@ void FrameMailboxTest::doesNotWaitForItself()
     const auto queue = std::make_shared<SerialQueue>("frames");
     std::unique_ptr<Mailbox> mailbox;
     std::promise<void> gone;
-    mailbox = std::make_unique<Mailbox>(queue, 1, [&mailbox, &gone](int) {
+    mailbox = std::make_unique<Mailbox>(queue, [&mailbox, &gone](int) {
         mailbox->waitUntilIdle();
         mailbox.reset();
         gone.set_value();
@@ -221,7 +198,7 @@ void FrameMailboxTest::goesOnAfterAnException()
 {
     const auto queue = std::make_shared<SerialQueue>("frames");
     std::vector<int> received;
-    Mailbox mailbox(queue, 1, [&received](int frame) {
+    Mailbox mailbox(queue, [&received](int frame) {
         received.push_back(frame);
         if (frame == 1) {
             throw std::runtime_error("thrown on purpose");

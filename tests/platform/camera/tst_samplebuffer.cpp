@@ -1,4 +1,5 @@
 #include "platform/camera/SampleBuffer.h"
+#include "tests/support/CameraFrames.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
 
@@ -6,13 +7,12 @@
 
 #include <algorithm>
 #include <functional>
-#include <gst/gst.h>
-#include <gst/video/video.h>
-#include <memory>
 #include <thread>
 #include <vector>
 
 using platform::SampleBuffer;
+using support::jpegCaps;
+using support::rawCaps;
 
 /// Frames as cameras send them, and as none should.
 class SampleBufferTest : public QObject {
@@ -42,40 +42,16 @@ private Q_SLOTS:
 
 namespace {
 
-SampleBuffer sampleOf(const QByteArray& bytes, const QByteArray& caps,
+SampleBuffer frameOf(const QByteArray& bytes, const QByteArray& caps,
     const std::function<void(GstBuffer*)>& change = {})
 {
-    GstBuffer* buffer = bytes.isEmpty()
-        ? gst_buffer_new()
-        : gst_buffer_new_memdup(bytes.constData(), gsize(bytes.size()));
-    if (change) {
-        change(buffer);
-    }
-    GstCaps* const parsed = caps.isEmpty() ? nullptr : gst_caps_from_string(caps.constData());
-    GstSample* const sample = gst_sample_new(buffer, parsed, nullptr, nullptr);
-    SampleBuffer result(sample, 1);
-    gst_sample_unref(sample);
-    gst_buffer_unref(buffer);
-    if (parsed) {
-        gst_caps_unref(parsed);
-    }
-    return result;
+    return { support::sampleOf(bytes, caps, change).get(), 1 };
 }
 
-QByteArray rawCaps(const QByteArray& encoding, QSize size)
+qsizetype byteCount(const QByteArray& encoding, QSize size)
 {
-    return "video/x-raw,format=" + encoding + ",width=" + QByteArray::number(size.width())
-        + ",height=" + QByteArray::number(size.height()) + ",framerate=30/1";
-}
-
-const QByteArray jpegCaps = "image/jpeg,width=64,height=48,framerate=30/1";
-
-gsize byteCount(const QByteArray& encoding, QSize size)
-{
-    GstVideoInfo info;
-    gst_video_info_set_format(&info, gst_video_format_from_string(encoding.constData()),
-        guint(size.width()), guint(size.height()));
-    return GST_VIDEO_INFO_SIZE(&info);
+    const GstVideoInfo info = support::rawLayout(encoding, size);
+    return static_cast<qsizetype>(GST_VIDEO_INFO_SIZE(&info));
 }
 
 /// The left half of one colour, the right half of another, so that a shifted row shows.
@@ -88,19 +64,15 @@ QImage halves(QSize size)
     return picture;
 }
 
-/// `picture` in another encoding, by GStreamer's own way of doing it.
+/// `picture` in another encoding, converted by GStreamer.
 QByteArray encodedAs(const QByteArray& encoding, const QImage& picture)
 {
-    GstVideoInfo from;
-    GstVideoInfo to;
-    gst_video_info_set_format(
-        &from, GST_VIDEO_FORMAT_BGRx, guint(picture.width()), guint(picture.height()));
-    gst_video_info_set_format(&to, gst_video_format_from_string(encoding.constData()),
-        guint(picture.width()), guint(picture.height()));
+    GstVideoInfo from = support::rawLayout("BGRx", picture.size());
+    GstVideoInfo to = support::rawLayout(encoding, picture.size());
     if (GST_VIDEO_INFO_IS_YUV(&to)) {
         to.colorimetry.matrix = GST_VIDEO_COLOR_MATRIX_BT601;
     }
-    QByteArray bytes(qsizetype(GST_VIDEO_INFO_SIZE(&to)), '\0');
+    QByteArray bytes(byteCount(encoding, picture.size()), '\0');
     GstVideoFrame source = {};
     source.info = from;
     QImage writable = picture;
@@ -165,11 +137,10 @@ void SampleBufferTest::readsEveryEncoding()
     QFETCH(QByteArray, encoding);
     QFETCH(QSize, size);
     QImage picture = halves(size);
-    const SampleBuffer frame = sampleOf(encodedAs(encoding, picture), rawCaps(encoding, size));
+    const SampleBuffer frame = frameOf(encodedAs(encoding, picture), rawCaps(encoding, size));
     if (encoding == "GRAY8") {
         picture = picture.convertToFormat(QImage::Format_Grayscale8);
     }
-    QCOMPARE(frame.size(), size);
     QCOMPARE(frame.pixels().format(), QImage::Format_RGB32);
     QCOMPARE(frame.pixels().size(), size);
     const int most = encoding == "GRAY8" ? 20 : tolerance; // other weights of red, green and blue
@@ -185,15 +156,16 @@ void SampleBufferTest::readsRowsWithPadding()
     const QImage picture = halves(size);
     const int rowBytes = 2 * size.width();
     const QByteArray packed = encodedAs("YUY2", picture);
-    QByteArray padded(lead, char(0x55));
+    QByteArray padded(lead, '\x55');
     for (int row = 0; row < size.height(); ++row) {
-        padded += packed.mid(row * rowBytes, rowBytes) + QByteArray(padding, char(0x55));
+        padded += packed.mid(row * rowBytes, rowBytes) + QByteArray(padding, '\x55');
     }
-    const SampleBuffer frame = sampleOf(padded, rawCaps("YUY2", size), [&size](GstBuffer* buffer) {
+    const SampleBuffer frame = frameOf(padded, rawCaps("YUY2", size), [&size](GstBuffer* buffer) {
         gsize offsets[GST_VIDEO_MAX_PLANES] = { lead };
         gint strides[GST_VIDEO_MAX_PLANES] = { 2 * 66 + padding };
         gst_buffer_add_video_meta_full(buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_YUY2,
-            guint(size.width()), guint(size.height()), 1, offsets, strides);
+            static_cast<guint>(size.width()), static_cast<guint>(size.height()), 1, offsets,
+            strides);
     });
     QVERIFY(cornerDistance(frame.pixels(), picture) <= tolerance);
 }
@@ -204,8 +176,8 @@ void SampleBufferTest::takesColorsByTheStandardOfCameras()
     const QSize size(1280, 720);
     const QImage picture = support::plainPicture(size, QColor(0, 200, 0));
     const QByteArray bytes = encodedAs("NV12", picture);
-    QVERIFY(cornerDistance(sampleOf(bytes, rawCaps("NV12", size)).pixels(), picture) <= tolerance);
-    const SampleBuffer other = sampleOf(bytes, rawCaps("NV12", size) + ",colorimetry=bt709");
+    QVERIFY(cornerDistance(frameOf(bytes, rawCaps("NV12", size)).pixels(), picture) <= tolerance);
+    const SampleBuffer other = frameOf(bytes, rawCaps("NV12", size) + ",colorimetry=bt709");
     QVERIFY(cornerDistance(other.pixels(), picture) > tolerance);
 }
 
@@ -217,7 +189,7 @@ void SampleBufferTest::lendsPixelsThatNeedNoConversion()
     const uchar* memory = nullptr;
     {
         const SampleBuffer frame
-            = sampleOf(encodedAs("BGRx", picture), rawCaps("BGRx", size), [&](GstBuffer* buffer) {
+            = frameOf(encodedAs("BGRx", picture), rawCaps("BGRx", size), [&](GstBuffer* buffer) {
                   GstMapInfo map;
                   gst_buffer_map(buffer, &map, GST_MAP_READ);
                   memory = map.data;
@@ -232,7 +204,7 @@ void SampleBufferTest::lendsPixelsThatNeedNoConversion()
 void SampleBufferTest::convertsOnce()
 {
     const QSize size(64, 48);
-    const SampleBuffer frame = sampleOf(encodedAs("NV12", halves(size)), rawCaps("NV12", size));
+    const SampleBuffer frame = frameOf(encodedAs("NV12", halves(size)), rawCaps("NV12", size));
     std::vector<const uchar*> memories(8);
     std::vector<std::thread> threads;
     threads.reserve(memories.size());
@@ -275,8 +247,8 @@ void SampleBufferTest::scalesToFit()
     const QSize size(640, 360);
     const QImage picture = halves(size);
     const SampleBuffer frame = encoding == "JPEG"
-        ? sampleOf(support::encoded(picture, "JPG"), "image/jpeg,width=640,height=360")
-        : sampleOf(encodedAs(encoding, picture), rawCaps(encoding, size));
+        ? frameOf(support::encoded(picture, "JPG"), jpegCaps(size))
+        : frameOf(encodedAs(encoding, picture), rawCaps(encoding, size));
     const QImage scaled = frame.pixelsWithin(area);
     QCOMPARE(scaled.size(), expected);
     QCOMPARE(scaled.format(), QImage::Format_RGB32);
@@ -297,10 +269,10 @@ void SampleBufferTest::refusesWhatIsTooShort()
 {
     QFETCH(QByteArray, encoding);
     const QSize size(64, 48);
-    const QByteArray bytes(qsizetype(byteCount(encoding, size)), '\0');
-    QVERIFY(!sampleOf(bytes, rawCaps(encoding, size)).pixels().isNull());
+    const QByteArray bytes(byteCount(encoding, size), '\0');
+    QVERIFY(!frameOf(bytes, rawCaps(encoding, size)).pixels().isNull());
     for (const QByteArray& cut : { bytes.chopped(1), bytes.left(1), QByteArray() }) {
-        const SampleBuffer frame = sampleOf(cut, rawCaps(encoding, size));
+        const SampleBuffer frame = frameOf(cut, rawCaps(encoding, size));
         QVERIFY(frame.pixels().isNull());
         QVERIFY(frame.pixelsWithin(QSize(32, 32)).isNull());
     }
@@ -311,13 +283,13 @@ void SampleBufferTest::refusesALayoutThatLies_data()
     QTest::addColumn<int>("planes");
     QTest::addColumn<qint64>("offset"); // of the second plane
     QTest::addColumn<int>("stride"); // of the second plane
-    QTest::newRow("a plane beyond the end") << 2 << qint64(1000000) << 64;
-    QTest::newRow("a plane that ends beyond the end") << 2 << qint64(64 * 48 + 1) << 64;
-    QTest::newRow("an offset that wraps") << 2 << qint64(-64) << 64;
-    QTest::newRow("rows too long") << 2 << qint64(64 * 48) << 4096;
-    QTest::newRow("rows backwards") << 2 << qint64(64 * 48) << -64;
-    QTest::newRow("rows that overlap") << 2 << qint64(64 * 48) << 8;
-    QTest::newRow("too few planes") << 1 << qint64(64 * 48) << 64;
+    QTest::newRow("a plane beyond the end") << 2 << 1000000LL << 64;
+    QTest::newRow("a plane that ends beyond the end") << 2 << 64 * 48LL + 1 << 64;
+    QTest::newRow("an offset that wraps") << 2 << -64LL << 64;
+    QTest::newRow("rows too long") << 2 << 64 * 48LL << 4096;
+    QTest::newRow("rows backwards") << 2 << 64 * 48LL << -64;
+    QTest::newRow("rows that overlap") << 2 << 64 * 48LL << 8;
+    QTest::newRow("too few planes") << 1 << 64 * 48LL << 64;
 }
 
 void SampleBufferTest::refusesALayoutThatLies()
@@ -326,12 +298,12 @@ void SampleBufferTest::refusesALayoutThatLies()
     QFETCH(qint64, offset);
     QFETCH(int, stride);
     const QSize size(64, 48);
-    const QByteArray bytes(qsizetype(byteCount("NV12", size)), '\0');
-    const SampleBuffer frame = sampleOf(bytes, rawCaps("NV12", size), [&](GstBuffer* buffer) {
+    const QByteArray bytes(byteCount("NV12", size), '\0');
+    const SampleBuffer frame = frameOf(bytes, rawCaps("NV12", size), [&](GstBuffer* buffer) {
         GstVideoMeta* meta = gst_buffer_add_video_meta(
             buffer, GST_VIDEO_FRAME_FLAG_NONE, GST_VIDEO_FORMAT_NV12, 64, 48);
-        meta->n_planes = guint(planes);
-        meta->offset[1] = gsize(offset);
+        meta->n_planes = static_cast<guint>(planes);
+        meta->offset[1] = static_cast<gsize>(offset);
         meta->stride[1] = stride;
     });
     QVERIFY(frame.pixels().isNull());
@@ -352,8 +324,7 @@ void SampleBufferTest::refusesImpossibleSizes_data()
 void SampleBufferTest::refusesImpossibleSizes()
 {
     QFETCH(QSize, size);
-    const SampleBuffer frame = sampleOf(QByteArray(100000, '\0'), rawCaps("BGRx", size));
-    QVERIFY(frame.size().isEmpty());
+    const SampleBuffer frame = frameOf(QByteArray(100000, '\0'), rawCaps("BGRx", size));
     QVERIFY(frame.pixels().isNull());
     QVERIFY(frame.pixelsWithin(QSize(32, 32)).isNull());
 }
@@ -361,13 +332,12 @@ void SampleBufferTest::refusesImpossibleSizes()
 void SampleBufferTest::refusesWhatItDoesNotKnow()
 {
     const QByteArray bytes(100000, '\0');
-    QVERIFY(sampleOf(bytes, QByteArray()).pixels().isNull());
-    QVERIFY(sampleOf(bytes, "video/x-raw").pixels().isNull());
-    QVERIFY(sampleOf(bytes, "video/x-h264,width=64,height=48").pixels().isNull());
-    QVERIFY(sampleOf(bytes, "audio/x-raw").pixels().isNull());
-    GstSample* const empty = gst_sample_new(nullptr, nullptr, nullptr, nullptr);
-    const SampleBuffer frame(empty, 7);
-    gst_sample_unref(empty);
+    QVERIFY(frameOf(bytes, QByteArray()).pixels().isNull());
+    QVERIFY(frameOf(bytes, "video/x-raw").pixels().isNull());
+    QVERIFY(frameOf(bytes, "video/x-h264,width=64,height=48").pixels().isNull());
+    QVERIFY(frameOf(bytes, "audio/x-raw").pixels().isNull());
+    const support::Sample empty(gst_sample_new(nullptr, nullptr, nullptr, nullptr));
+    const SampleBuffer frame(empty.get(), 7);
     QVERIFY(frame.pixels().isNull());
     QCOMPARE(frame.sequence(), 7U);
 }
@@ -381,7 +351,8 @@ void SampleBufferTest::readsJpegs_data()
     // Motion JPEG may leave out the tables that are everybody's.
     QByteArray bare = jpeg;
     for (qsizetype at = bare.indexOf("\xff\xc4"); at >= 0; at = bare.indexOf("\xff\xc4")) {
-        const int length = uchar(bare[at + 2]) * 256 + uchar(bare[at + 3]);
+        const int length
+            = static_cast<uchar>(bare[at + 2]) * 256 + static_cast<uchar>(bare[at + 3]);
         bare.remove(at, length + 2);
     }
     QVERIFY(bare.size() < jpeg.size());
@@ -391,8 +362,7 @@ void SampleBufferTest::readsJpegs_data()
 void SampleBufferTest::readsJpegs()
 {
     QFETCH(QByteArray, bytes);
-    const SampleBuffer frame = sampleOf(bytes, jpegCaps);
-    QCOMPARE(frame.size(), QSize(64, 48));
+    const SampleBuffer frame = frameOf(bytes, jpegCaps(QSize(64, 48)));
     QCOMPARE(frame.pixels().size(), QSize(64, 48));
     QVERIFY(cornerDistance(frame.pixels(), halves(QSize(64, 48))) <= tolerance);
 }
@@ -418,7 +388,7 @@ void SampleBufferTest::refusesBrokenJpegs_data()
 void SampleBufferTest::refusesBrokenJpegs()
 {
     QFETCH(QByteArray, bytes);
-    const SampleBuffer frame = sampleOf(bytes, jpegCaps);
+    const SampleBuffer frame = frameOf(bytes, jpegCaps(QSize(64, 48)));
     QVERIFY(frame.pixels().isNull());
     QVERIFY(frame.pixelsWithin(QSize(32, 32)).isNull());
 }

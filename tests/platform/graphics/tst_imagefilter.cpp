@@ -37,7 +37,7 @@ QImage ramp()
 
 int limited(double component)
 {
-    return int(std::lround(std::clamp(component, 0.0, 1.0) * 255));
+    return static_cast<int>(std::lround(std::clamp(component, 0.0, 1.0) * 255));
 }
 
 } // namespace
