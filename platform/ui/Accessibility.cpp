@@ -19,7 +19,7 @@ CollectionView* collectionOf(const QWidget* widget)
     return viewport != nullptr ? qobject_cast<CollectionView*>(viewport->parentWidget()) : nullptr;
 }
 
-/// The collection: a list of what can be seen of it.
+/// A collection view: a list of the headers and cells that are visible.
 class AccessibleCollection : public QAccessibleWidget {
 public:
     explicit AccessibleCollection(CollectionView* view)
@@ -28,14 +28,15 @@ public:
     {
     }
 
-    int childCount() const override { return int(m_view.visibleViews().size()); }
+    int childCount() const override { return static_cast<int>(m_view.visibleViews().size()); }
     QAccessibleInterface* child(int index) const override
     {
         return QAccessible::queryAccessibleInterface(m_view.visibleViews().value(index));
     }
     int indexOfChild(const QAccessibleInterface* child) const override
     {
-        return int(m_view.visibleViews().indexOf(qobject_cast<QWidget*>(child->object())));
+        return static_cast<int>(
+            m_view.visibleViews().indexOf(qobject_cast<QWidget*>(child->object())));
     }
     QAccessibleInterface* childAt(int x, int y) const override
     {
@@ -63,7 +64,7 @@ private:
     CollectionView& m_view;
 };
 
-/// A header or a cell: its parent is the collection, and its own insides are not shown.
+/// A header or a cell: a child of the collection view, without children of its own.
 class AccessibleElement : public QAccessibleWidget {
 public:
     using QAccessibleWidget::QAccessibleWidget;
@@ -144,7 +145,7 @@ private:
     CollectionViewItem& m_item;
 };
 
-/// A well is a button that asks for a picture.
+/// An image well: a button that opens the file dialog.
 class AccessibleWell : public QAccessibleWidget {
 public:
     explicit AccessibleWell(ImageWell* well)
@@ -204,10 +205,7 @@ QAccessibleInterface* makeInterface(const QString&, QObject* object)
 
 void installAccessibility()
 {
-    [[maybe_unused]] static const bool installed = [] {
-        QAccessible::installFactory(makeInterface);
-        return true;
-    }();
+    QAccessible::installFactory(makeInterface);
 }
 
 } // namespace platform

@@ -1,6 +1,5 @@
 #include "platform/ui/CollectionView.h"
 
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/CollectionViewItem.h"
 #include "platform/ui/CollectionViewState.h"
 #include "platform/ui/Drawing.h"
@@ -42,7 +41,6 @@ CollectionView::CollectionView(QWidget* parent)
     : QAbstractScrollArea(parent)
     , m_state(std::make_unique<State>(*this))
 {
-    installAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

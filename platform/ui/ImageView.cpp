@@ -1,7 +1,6 @@
 #include "platform/ui/ImageView.h"
 
 #include "platform/services/Dispatch.h"
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 #include "platform/ui/ScalablePicture.h"
 
@@ -131,7 +130,6 @@ ImageView::ImageView(QWidget* parent)
     : QWidget(parent)
     , m_state(std::make_unique<State>(*this))
 {
-    installAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(tr("Picture"));
     grabGesture(Qt::PinchGesture);

@@ -2,7 +2,6 @@
 
 #include "platform/services/Dispatch.h"
 #include "platform/services/StandardFolders.h"
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 #include "platform/ui/PictureMimeData.h"
 #include "platform/ui/PictureReading.h"
@@ -182,7 +181,6 @@ ImageWell::ImageWell(QWidget* parent)
     : QFrame(parent)
     , m_state(std::make_unique<State>(*this))
 {
-    installAccessibility();
     setAcceptDrops(true);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(tr("Picture"));

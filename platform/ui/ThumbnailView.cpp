@@ -1,6 +1,5 @@
 #include "platform/ui/ThumbnailView.h"
 
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 #include "platform/ui/ThumbnailLoader.h"
 
@@ -29,7 +28,6 @@ constexpr int sideStep = 64;
 ThumbnailView::ThumbnailView(QWidget* parent)
     : QWidget(parent)
 {
-    installAccessibility();
 }
 
 ThumbnailView::~ThumbnailView()
