@@ -3,6 +3,7 @@
 #include "app/Capture.h"
 #include "app/VellumcapAppDelegate.h"
 #include "journal/JournalWindow.h"
+#include "tests/support/Alerts.h"
 
 #include <QDateTime>
 #include <QImage>
@@ -47,16 +48,5 @@ public:
     TimeZone(const TimeZone&) = delete;
     TimeZone& operator=(const TimeZone&) = delete;
 };
-
-/// What a modal alert says, and how it is answered.
-struct AlertSeen {
-    QString text;
-    QString informativeText;
-    QStringList buttons;
-};
-
-/// Presses the button at `button` of the next modal alert, as soon as there is one, and appends
-/// what it said to `seen`, which must outlive the alert.
-void answerNextAlert(int button, QList<AlertSeen>& seen);
 
 } // namespace support

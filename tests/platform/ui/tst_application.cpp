@@ -1,11 +1,7 @@
 #include "platform/services/Dispatch.h"
-#include "platform/services/Log.h"
+#include "tests/support/Alerts.h"
 #include "tests/support/TestMain.h"
 
-#include <QAbstractButton>
-#include <QLabel>
-#include <QMessageBox>
-#include <QPointer>
 #include <QProcess>
 #include <QTimer>
 
@@ -183,24 +179,14 @@ void ApplicationTest::outlivesItsLastWindow()
 
 void ApplicationTest::presentsErrors()
 {
-    QString message;
-    QString reason;
-    QStringList buttons;
-    QTimer::singleShot(0, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box != nullptr);
-        message = box->text();
-        reason = box->informativeText();
-        for (const QAbstractButton* button : box->buttons()) {
-            buttons.append(button->text());
-        }
-        box->buttons().first()->click();
-    });
+    QList<support::AlertSeen> seen;
+    support::answerNextAlert(0, seen);
     QVERIFY(
         !Application::shared().presentError({ u"test"_s, 1, u"It failed."_s, u"<b>So.</b>"_s }));
-    QCOMPARE(message, u"It failed."_s);
-    QCOMPARE(reason, u"<b>So.</b>"_s);
-    QCOMPARE(buttons, QStringList{ u"OK"_s });
+    QCOMPARE(seen.size(), 1);
+    QCOMPARE(seen.first().text, u"It failed."_s);
+    QCOMPARE(seen.first().informativeText, u"<b>So.</b>"_s);
+    QCOMPARE(seen.first().buttons, QStringList{ u"OK"_s });
 }
 
 void ApplicationTest::endsOnSignals_data()
