@@ -13,6 +13,7 @@ namespace platform {
 
 namespace {
 
+/// The collection view of a header or a cell; null for other widgets.
 CollectionView* collectionOf(const QWidget* widget)
 {
     const QWidget* viewport = widget->parentWidget();
@@ -112,12 +113,10 @@ public:
         if (kind != QAccessible::Name) {
             return AccessibleElement::text(kind);
         }
-        const CollectionView* view = collectionOf(&m_item);
-        const auto path = view != nullptr ? view->indexPathForItem(&m_item) : std::nullopt;
-        const QString name = path && view->dataSource() != nullptr
-            ? view->dataSource()->accessibleNameOfItem(*path)
-            : QString();
-        return name.isEmpty() && m_item.textField != nullptr ? m_item.textField->text() : name;
+        const auto path = indexPath();
+        const QString name
+            = path ? collectionOf(&m_item)->dataSource()->accessibleNameOfItem(*path) : QString();
+        return name.isEmpty() ? m_item.textField->text() : name;
     }
 
     QAccessible::State state() const override
@@ -134,14 +133,20 @@ public:
     QStringList actionNames() const override { return { pressAction() }; }
     void doAction(const QString& name) override
     {
-        CollectionView* view = collectionOf(&m_item);
-        const auto path = view != nullptr ? view->indexPathForItem(&m_item) : std::nullopt;
+        const auto path = indexPath();
         if (name == pressAction() && path) {
-            view->selectItem(*path);
+            collectionOf(&m_item)->selectItem(*path);
         }
     }
 
 private:
+    /// Nothing for a cell that is not in use.
+    std::optional<IndexPath> indexPath() const
+    {
+        const CollectionView* view = collectionOf(&m_item);
+        return view != nullptr ? view->indexPathForItem(&m_item) : std::nullopt;
+    }
+
     CollectionViewItem& m_item;
 };
 

@@ -85,7 +85,7 @@ void Application::endSheet(QWidget* sheet)
 
 bool Application::event(QEvent* event)
 {
-    // Qt would close every window and leave; the delegate has to be asked first.
+    // Qt would close all windows and quit without asking the delegate.
     if (event->type() == QEvent::Quit) {
         terminate();
         return true;

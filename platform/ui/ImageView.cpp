@@ -216,12 +216,9 @@ const QImage& ImageView::image() const
 
 QRectF ImageView::imageRect() const
 {
-    const double ratio = devicePixelRatioF();
-    const auto snap = [ratio](double value) { return qRound(value * ratio) / ratio; };
     const QSizeF size = m_state->contentSize();
-    const QPointF middle = QRectF(rect()).center();
-    return { snap(middle.x() - m_state->center.x() * size.width()),
-        snap(middle.y() - m_state->center.y() * size.height()), size.width(), size.height() };
+    const QPointF center(m_state->center.x() * size.width(), m_state->center.y() * size.height());
+    return { drawing::snapped(QRectF(rect()).center() - center, devicePixelRatioF()), size };
 }
 
 QSize ImageView::sizeHint() const
