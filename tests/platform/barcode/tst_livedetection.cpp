@@ -19,7 +19,7 @@ namespace {
 
 constexpr QSize frameSize(1280, 720);
 
-// How many of its frames a scan needs to read a scene; 0 when it does not.
+// The number of frames until a scan reads the scene; 0 when it does not.
 int framesUntilRead(const support::HardScene& scene)
 {
     platform::LiveScan scan;
@@ -49,13 +49,13 @@ class LiveDetection : public QObject {
 private Q_SLOTS:
     void readsWithinAFewFrames_data();
     void readsWithinAFewFrames();
-    void readsAsMuchMirroredForShow();
-    void seesNothingWhereThereIsNothing_data();
-    void seesNothingWhereThereIsNothing();
-    void locatesWhatItDoesNotRead();
-    void dependsOnNothingButItsArguments();
-    void tellsWhereTheCodeIs_data();
-    void tellsWhereTheCodeIs();
+    void readsMirroredPicturesAsWell();
+    void findsNothingWithoutACode_data();
+    void findsNothingWithoutACode();
+    void locatesAnUnreadableCode();
+    void isDeterministic();
+    void givesTheCorners_data();
+    void givesTheCorners();
 };
 
 void LiveDetection::readsWithinAFewFrames_data()
@@ -99,8 +99,8 @@ void LiveDetection::readsWithinAFewFrames()
     QVERIFY2(read >= atLeast, qPrintable(QString::number(read)));
 }
 
-// A picture that is mirrored for show is read as it was before, so that the same is found.
-void LiveDetection::readsAsMuchMirroredForShow()
+// A mirrored picture is mirrored back, so that the same codes are found.
+void LiveDetection::readsMirroredPicturesAsWell()
 {
     support::HardFrames maker(12);
     for (int i = 0; i < 4; ++i) {
@@ -119,7 +119,7 @@ void LiveDetection::readsAsMuchMirroredForShow()
     }
 }
 
-void LiveDetection::seesNothingWhereThereIsNothing_data()
+void LiveDetection::findsNothingWithoutACode_data()
 {
     QTest::addColumn<support::Ground>("ground");
 
@@ -130,7 +130,7 @@ void LiveDetection::seesNothingWhereThereIsNothing_data()
     QTest::newRow("dusk") << support::Ground::Dusk;
 }
 
-void LiveDetection::seesNothingWhereThereIsNothing()
+void LiveDetection::findsNothingWithoutACode()
 {
     QFETCH(support::Ground, ground);
     support::HardFrames maker(13);
@@ -145,7 +145,7 @@ void LiveDetection::seesNothingWhereThereIsNothing()
     }
 }
 
-void LiveDetection::locatesWhatItDoesNotRead()
+void LiveDetection::locatesAnUnreadableCode()
 {
     QImage frame(frameSize, QImage::Format_Grayscale8);
     frame.fill(220);
@@ -164,7 +164,7 @@ void LiveDetection::locatesWhatItDoesNotRead()
     QVERIFY(detection->located.width() > rest.width() / 3);
 }
 
-void LiveDetection::dependsOnNothingButItsArguments()
+void LiveDetection::isDeterministic()
 {
     support::HardFrames maker(14);
     const HardCode code{ .height = 0.12, .blur = 1.5, .noise = 20, .isTurned = true };
@@ -180,7 +180,7 @@ void LiveDetection::dependsOnNothingButItsArguments()
     }
 }
 
-void LiveDetection::tellsWhereTheCodeIs_data()
+void LiveDetection::givesTheCorners_data()
 {
     QTest::addColumn<QImage>("code");
 
@@ -192,7 +192,7 @@ void LiveDetection::tellsWhereTheCodeIs_data()
     QTest::newRow("inverted") << inverted;
 }
 
-void LiveDetection::tellsWhereTheCodeIs()
+void LiveDetection::givesTheCorners()
 {
     QFETCH(QImage, code);
     QImage frame(1920, 1080, QImage::Format_Grayscale8);
