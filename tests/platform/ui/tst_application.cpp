@@ -15,7 +15,7 @@ using platform::TerminateReply;
 
 namespace {
 
-/// Notes what it is asked, and answers as it is told.
+/// Counts the questions to it; its answers can be set.
 class NotingDelegate : public platform::ApplicationDelegate {
 public:
     NotingDelegate() { Application::shared().setDelegate(this); }
@@ -44,7 +44,7 @@ void say(const char* line)
     std::fflush(stdout);
 }
 
-/// A run of its own, for what a signal or the application's end does to a process.
+/// Runs as a child process, which signals can end.
 int runAsChild(Application& application)
 {
     NotingDelegate delegate;
@@ -131,7 +131,7 @@ void ApplicationTest::asksOnceAtATime()
 {
     NotingDelegate delegate;
     delegate.reply = [] {
-        Application::shared().terminate(); // as a signal would while an alert is up
+        Application::shared().terminate(); // as a signal does during an alert
         return TerminateReply::Now;
     };
     delegate.launched = [] { Application::shared().terminate(); };

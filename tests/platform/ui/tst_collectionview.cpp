@@ -105,7 +105,7 @@ public:
         view.show();
         view.activateWindow();
         view.setFocus();
-        active = QTest::qWaitForWindowActive(&view);
+        active = QTest::qWaitForWindowActive(&view, support::patience);
     }
 
     QList<CollectionViewItem*> existing() const { return view.findChildren<CollectionViewItem*>(); }
@@ -273,7 +273,7 @@ void CollectionViewTest::headersSpanTheWidth()
 {
     Fixture fixture(equalSections(3, 2));
     const auto headers = fixture.view.findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
-    QCOMPARE(headers.size(), 0); // they live in the viewport
+    QCOMPARE(headers.size(), 0); // they are children of the viewport
     const auto inside
         = fixture.view.viewport()->findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
     QCOMPARE(inside.size(), 3);

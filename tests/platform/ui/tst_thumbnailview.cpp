@@ -129,7 +129,7 @@ void ThumbnailViewTest::readsAtTwiceTheDensity()
     process.setProcessEnvironment(environment);
     process.start(QCoreApplication::applicationFilePath(),
         { u"readsAtTheScreensPixels"_s, u"showsThePicture"_s });
-    QVERIFY(process.waitForFinished(support::patience));
+    QVERIFY(process.waitForFinished(3 * support::patience));
     const QByteArray output = process.readAllStandardOutput();
     QVERIFY2(output.contains("readsAtTheScreensPixels()"), output.constData());
     QVERIFY2(!output.contains("FAIL!  : ThumbnailViewTest::readsAtTheScreensPixels"),
