@@ -2,6 +2,7 @@
 #include "tests/support/Alerts.h"
 #include "tests/support/TestMain.h"
 
+#include <QAbstractButton>
 #include <QLabel>
 #include <QMessageBox>
 
