@@ -445,5 +445,5 @@ void BarcodeDetection::replacesThePreviousResults()
     QVERIFY(request.results().isEmpty());
 }
 
-VELLUMCAP_TEST_MAIN(BarcodeDetection)
+VELLUMCAP_TEST(BarcodeDetection)
 #include "tst_barcodedetection.moc"

@@ -84,6 +84,6 @@ void FuzzCorpus::takesOnlyMessages()
     QCOMPARE(greeting ? written(*greeting) : bytes, bytes);
 }
 
-VELLUMCAP_TEST_MAIN(FuzzCorpus)
+VELLUMCAP_TEST(FuzzCorpus)
 
 #include "tst_fuzzcorpus.moc"

@@ -220,5 +220,5 @@ void LiveDetection::givesTheCorners()
     QVERIFY(std::abs(found.bottom() - expected.bottom()) < 12);
 }
 
-VELLUMCAP_TEST_MAIN(LiveDetection)
+VELLUMCAP_TEST(LiveDetection)
 #include "tst_livedetection.moc"

@@ -258,5 +258,5 @@ void PictureFiltersTest::keepsSizeAndEvenness()
     }
 }
 
-VELLUMCAP_TEST_MAIN(PictureFiltersTest)
+VELLUMCAP_TEST(PictureFiltersTest)
 #include "tst_picturefilters.moc"

@@ -326,5 +326,5 @@ void QRCodeGeneratorTest::readsNoMoreThanACodeCanHold()
     QCOMPARE(QRCodeGenerator::excessBytes(huge), huge.size() - 5596);
 }
 
-VELLUMCAP_TEST_MAIN(QRCodeGeneratorTest)
+VELLUMCAP_TEST(QRCodeGeneratorTest)
 #include "tst_qrcodegenerator.moc"

@@ -150,5 +150,5 @@ void SamplePictures::findsNothingWithoutACode()
     QVERIFY(codesIn(picture).isEmpty());
 }
 
-VELLUMCAP_TEST_MAIN(SamplePictures)
+VELLUMCAP_TEST(SamplePictures)
 #include "tst_samplepictures.moc"

@@ -136,5 +136,5 @@ void ZBarEngineTest::readsPaddedRows()
     QCOMPARE(codesByZBar(odd).size(), 1);
 }
 
-VELLUMCAP_TEST_MAIN(ZBarEngineTest)
+VELLUMCAP_TEST(ZBarEngineTest)
 #include "tst_zbarengine.moc"

@@ -479,5 +479,5 @@ void ImageWellTest::isAButtonForScreenReaders()
     dialog->reject();
 }
 
-VELLUMCAP_TEST_MAIN(ImageWellTest)
+VELLUMCAP_TEST(ImageWellTest)
 #include "tst_imagewell.moc"

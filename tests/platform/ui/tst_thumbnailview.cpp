@@ -128,7 +128,7 @@ void ThumbnailViewTest::readsAtTwiceTheDensity()
     QProcess process;
     process.setProcessEnvironment(environment);
     process.start(QCoreApplication::applicationFilePath(),
-        { u"readsAtTheScreensPixels"_s, u"showsThePicture"_s });
+        support::argumentsForCases({ u"readsAtTheScreensPixels"_s, u"showsThePicture"_s }));
     QVERIFY(process.waitForFinished(3 * support::patience));
     const QByteArray output = process.readAllStandardOutput();
     QVERIFY2(output.contains("readsAtTheScreensPixels()"), output.constData());
@@ -318,5 +318,5 @@ void ThumbnailViewTest::isAGraphicForScreenReaders()
     QCOMPARE(QAccessible::queryAccessibleInterface(&view)->role(), QAccessible::Graphic);
 }
 
-VELLUMCAP_TEST_MAIN(ThumbnailViewTest)
+VELLUMCAP_TEST(ThumbnailViewTest)
 #include "tst_thumbnailview.moc"
