@@ -143,7 +143,7 @@ platform::ManagedObjectContext* VellumcapAppDelegate::managedObjectContext()
     return m_managedObjectContext.get();
 }
 
-QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager(QWidget* /*window*/)
+QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager()
 {
     // Asked whenever a menu opens: not the moment to open a store, and to fail at it again.
     return m_managedObjectContext ? &m_managedObjectContext->undoManager() : nullptr;

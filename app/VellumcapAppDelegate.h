@@ -34,7 +34,7 @@ public:
     void applicationShouldHandleReopen() override;
     platform::TerminateReply applicationShouldTerminate(
         platform::Application& application) override;
-    QUndoStack* windowWillReturnUndoManager(QWidget* window) override;
+    QUndoStack* windowWillReturnUndoManager() override;
 
     /// The folder that holds the store and the pictures; not created here.
     QString applicationFilesDirectory() const;

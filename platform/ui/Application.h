@@ -20,8 +20,8 @@ public:
     /// The program was started again, or its icon was used: brings the main window to the front.
     virtual void applicationShouldHandleReopen() = 0;
     virtual TerminateReply applicationShouldTerminate(Application& application) = 0;
-    /// The undo manager of actions in `window`; null when there is none.
-    virtual QUndoStack* windowWillReturnUndoManager(QWidget* window) = 0;
+    /// The undo manager of actions in any window; null when there is none.
+    virtual QUndoStack* windowWillReturnUndoManager() = 0;
 };
 
 /// The application object: launch, termination and alerts. Main thread.

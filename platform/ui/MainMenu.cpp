@@ -131,7 +131,7 @@ void MainMenu::followUndoManager(UndoManager undoManager)
         || (undoManager == UndoManager::AskUnlessItFailed && m_undoManagerFailed)) {
         return;
     }
-    QUndoStack* current = delegate->windowWillReturnUndoManager(m_application.activeWindow());
+    QUndoStack* current = delegate->windowWillReturnUndoManager();
     m_undoManagerFailed = current == nullptr;
     if (current == m_undoManager) {
         return;

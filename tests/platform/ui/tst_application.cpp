@@ -28,7 +28,7 @@ public:
         ++timesAsked;
         return reply();
     }
-    QUndoStack* windowWillReturnUndoManager(QWidget*) override { return nullptr; }
+    QUndoStack* windowWillReturnUndoManager() override { return nullptr; }
     bool respondsTo(const QAction&) const override { return false; }
     bool validateMenuItem(const QAction&) const override { return false; }
     void perform(QAction&) override { }

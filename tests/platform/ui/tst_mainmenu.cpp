@@ -76,7 +76,7 @@ public:
         ++timesAskedToTerminate;
         return platform::TerminateReply::Cancel;
     }
-    QUndoStack* windowWillReturnUndoManager(QWidget*) override
+    QUndoStack* windowWillReturnUndoManager() override
     {
         ++timesAskedForUndoManager;
         return hasUndoManager ? &undoStack : nullptr;
