@@ -25,7 +25,6 @@ public:
     /// The reason why the last picture was refused, as shown in the well; empty when it was not.
     QString refusal() const;
 
-    void paste(); ///< from the clipboard
     void chooseFile(); ///< opens a file dialog, modal to the window
 
     QSize sizeHint() const override;
@@ -46,6 +45,7 @@ protected:
 private:
     struct State;
 
+    void paste();
     void take(const QMimeData& mimeData);
 
     std::unique_ptr<State> m_state;

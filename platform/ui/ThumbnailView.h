@@ -17,7 +17,7 @@ public:
     ~ThumbnailView() override;
 
     void setImage(const ImageFile& file); ///< empty until it is read, or if it cannot be read
-    const ImageFile& image() const { return m_file; }
+
     bool isLoaded() const; ///< the picture has been read
     const QImage& picture() const { return m_picture.image(); } ///< reduced for the screen
 

@@ -67,11 +67,16 @@ bool drop(ImageWell& well, const QMimeData& data)
     return event.isAccepted() && event.dropAction() == Qt::CopyAction;
 }
 
-/// A copy of the picture or data onto the clipboard, then Paste by its key.
+void pressPaste(ImageWell& well)
+{
+    QTest::keyClick(&well, Qt::Key_V, Qt::ControlModifier);
+}
+
+/// Copies the data to the clipboard and pastes it by the key.
 void paste(ImageWell& well, MimeData data)
 {
     QGuiApplication::clipboard()->setMimeData(data.release());
-    QTest::keyClick(&well, Qt::Key_V, Qt::ControlModifier);
+    pressPaste(well);
 }
 
 /// Whether the caption is drawn: the middle of its lower edge has the colour of its background.
@@ -224,9 +229,7 @@ void ImageWellTest::takesAPathAsText()
     const QString path = QDir::home().filePath(name);
     support::writeFile(path, support::encoded(plainPicture({ 12, 3 }, Qt::red), "PNG"));
     ImageWell well;
-    QGuiApplication::clipboard()->setText(
-        pattern.contains(QLatin1String("%1")) ? pattern.arg(path) : u"~/"_s + name);
-    well.paste();
+    paste(well, text(pattern.contains(QLatin1String("%1")) ? pattern.arg(path) : u"~/"_s + name));
     QCOMPARE(well.image().size(), QSize(12, 3));
 }
 
@@ -307,7 +310,7 @@ void ImageWellTest::pasteOfTextIsRefused()
     well.setImage({});
     QVERIFY(well.refusal().isEmpty());
     QGuiApplication::clipboard()->clear();
-    well.paste();
+    pressPaste(well);
     QVERIFY(well.refusal().isEmpty());
 }
 
@@ -468,8 +471,7 @@ void ImageWellTest::isAButtonForScreenReaders()
     QVERIFY(!button->text(QAccessible::Name).isEmpty());
     QVERIFY(!button->text(QAccessible::Description).isEmpty());
     QVERIFY(button->state().focusable);
-    QGuiApplication::clipboard()->setText(u"hello"_s);
-    well.paste();
+    paste(well, text(u"hello"_s));
     QCOMPARE(button->text(QAccessible::Description), unreadable);
     const QString press = QAccessibleActionInterface::pressAction();
     QVERIFY(button->actionInterface()->actionNames().contains(press));
