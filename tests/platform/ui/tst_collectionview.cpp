@@ -424,7 +424,7 @@ void CollectionViewTest::programSelects()
     fixture.view.selectItem({ -1, 0 });
     QVERIFY(fixture.source.selections.isEmpty());
     fixture.view.selectItem({ 0, 3 });
-    QCOMPARE(fixture.source.selections, QList{ QSet{ IndexPath{ 0, 3 } } });
+    QCOMPARE(fixture.source.selections, (QList{ QSet{ IndexPath{ 0, 3 } } }));
 }
 
 void CollectionViewTest::selectingScrollsIntoView()
