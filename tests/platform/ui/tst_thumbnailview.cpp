@@ -61,6 +61,12 @@ public:
     }
 };
 
+/// Paints at once; repaint() has no effect before the window is exposed.
+void paint(ThumbnailView& view)
+{
+    view.grab();
+}
+
 /// Whether the view shows that there is no picture, as a view without a file does. It shows
 /// neither this nor a picture while a file is being read.
 bool looksEmpty(ThumbnailView& view)
@@ -163,7 +169,7 @@ void ThumbnailViewTest::missingFileIsEmpty()
     QTRY_VERIFY(looksEmpty(view));
     // A file that appears later is not read by itself.
     m_files.add(u"none.png"_s, support::encoded(plainPicture({ 10, 10 }, Qt::red), "PNG"));
-    view.repaint();
+    paint(view);
     const SmallView other(pictureNamed(u"other"_s, { 10, 10 }, Qt::red));
     QTRY_VERIFY(other.isLoaded());
     QVERIFY(!view.isLoaded());
@@ -177,7 +183,7 @@ void ThumbnailViewTest::deletedFileIsEmpty()
     QTRY_VERIFY(view.isLoaded());
     QVERIFY(QFile::remove(file.path));
     SmallView cached(file);
-    cached.repaint();
+    paint(cached);
     QVERIFY(cached.isLoaded());
     const ImageFile neverRead = pictureNamed(u"never read"_s, { 300, 300 }, Qt::red);
     QVERIFY(QFile::remove(neverRead.path));
@@ -191,7 +197,7 @@ void ThumbnailViewTest::lateFileIsIgnored()
     const ImageFile slow{ m_files.add(
         u"slow"_s, support::encoded(support::noisePicture({ 900, 900 }), "PNG")) };
     SmallView view(slow);
-    view.repaint(); // begins to read
+    paint(view); // begins to read
     view.setImage(pictureNamed(u"quick"_s, { 40, 40 }, Qt::blue));
     QTRY_VERIFY(view.isLoaded());
     const SmallView other(slow);
@@ -217,7 +223,7 @@ void ThumbnailViewTest::viewMayBeDestroyedDuringReading()
 {
     const ImageFile file = pictureNamed(u"gone"_s, { 800, 800 }, Qt::red);
     auto view = std::make_unique<SmallView>(file);
-    view->repaint();
+    paint(*view); // begins to read
     view.reset();
     const SmallView other(file);
     QTRY_VERIFY(other.isLoaded());
