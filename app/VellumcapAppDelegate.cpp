@@ -46,7 +46,7 @@ void VellumcapAppDelegate::applicationShouldHandleReopen()
     openJournalWindow();
 }
 
-QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager(QWidget* /*window*/)
+QUndoStack* VellumcapAppDelegate::windowWillReturnUndoManager()
 {
     // Every opening of a menu calls this: it must neither open the store nor show its errors.
     return builtContext() != nullptr ? &builtContext()->undoManager() : nullptr;

@@ -22,7 +22,7 @@ public:
     void applicationShouldHandleReopen() override;
     platform::TerminateReply applicationShouldTerminate(
         platform::Application& application) override;
-    QUndoStack* windowWillReturnUndoManager(QWidget* window) override;
+    QUndoStack* windowWillReturnUndoManager() override;
 
     JournalWindow* journalWindow() const { return m_journalWindow.get(); } ///< null until opened
     PrefsWindow* prefsWindow() const { return m_prefsWindow.get(); } ///< null until opened

@@ -17,7 +17,6 @@ using platform::CollectionViewDataSource;
 using platform::CollectionViewDelegate;
 using platform::CollectionViewItem;
 using platform::IndexPath;
-using platform::SupplementaryKind;
 using platform::ThumbnailView;
 
 namespace {
@@ -44,8 +43,8 @@ public:
         : m_items(items)
     {
     }
-    int numberOfSectionsInCollectionView(CollectionView&) const override { return m_items / 100; }
-    int numberOfItemsInSection(CollectionView&, int) const override { return 100; }
+    int numberOfSectionsInCollectionView() const override { return m_items / 100; }
+    int numberOfItemsInSection(int) const override { return 100; }
     CollectionViewItem* itemForRepresentedObjectAtIndexPath(
         CollectionView& view, IndexPath path) override
     {
@@ -54,18 +53,14 @@ public:
         item->textField->setText(u"https://example.org/%1"_s.arg(path.item));
         return item;
     }
-    QWidget* viewForSupplementaryElementOfKind(
-        CollectionView& view, SupplementaryKind kind, IndexPath path) override
+    QWidget* viewForSupplementaryElementOfKind(CollectionView& view, IndexPath path) override
     {
-        auto* label = static_cast<QLabel*>(view.makeSupplementaryView(kind, identifier, path));
+        auto* label = static_cast<QLabel*>(view.makeSupplementaryView(identifier));
         label->setText(u"Day %1"_s.arg(path.section));
         return label;
     }
-    void didSelectItemsAtIndexPaths(CollectionView&, const QSet<IndexPath>&) override { }
-    QSizeF referenceSizeForHeaderInSection(const CollectionView&, int) const override
-    {
-        return { 180, 28 };
-    }
+    void didSelectItemsAtIndexPaths(const QSet<IndexPath>&) override { }
+    QSizeF referenceSizeForHeaderInSection(int) const override { return { 180, 28 }; }
 
 private:
     int m_items;
@@ -77,8 +72,7 @@ public:
         : m_source(items)
     {
         view.registerItem(identifier, [] { return new Cell; });
-        view.registerSupplementaryView(
-            SupplementaryKind::SectionHeader, identifier, [] { return new QLabel; });
+        view.registerSupplementaryView(identifier, [] { return new QLabel; });
         view.setDataSource(&m_source);
         view.setDelegate(&m_source);
         view.resize(1000, 800);

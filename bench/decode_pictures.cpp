@@ -1,24 +1,20 @@
-// Reads the codes of every picture in the given folders and prints `path<TAB>text`, control
-// characters escaped as in JSON. NAME.txt next to a picture holds the expected text; a picture in a
-// folder whose name begins with "falsepositives" must have no code. A table on standard error
-// compares with each library alone, called once with all options on, in milliseconds of processor
-// time.
+// Reads the codes of every picture in the given folders and prints `path<TAB>text`, with control
+// characters escaped as in JSON. The file NAME.txt beside a picture holds its expected text;
+// nothing may be found in folders whose names begin with "falsepositives". A table on standard
+// error compares the detector with one call of each library with all its options, in milliseconds
+// of processor time.
 //   decode_pictures [--noise N] [FOLDER...]
-// --noise adds N generated pictures of natural noise, which must have no code either.
+// --noise adds N generated pictures of natural noise, in which nothing may be found.
 
 #include "bench/ProcessorTime.h"
 #include "platform/barcode/Detector.h"
 #include "platform/barcode/GreyPicture.h"
-#include "platform/barcode/ZBarEngine.h"
-#include "platform/barcode/ZXingEngine.h"
+#include "tests/support/EngineReadings.h"
 #include "tests/support/HardFrames.h"
+#include "tests/support/SamplePictures.h"
 
 #include <QCommandLineParser>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QGuiApplication>
-#include <QImageReader>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -38,35 +34,16 @@ struct Engine {
     Codes (*read)(const QImage& grey);
 };
 
-Codes codesOf(const platform::Readings& readings)
-{
-    Codes codes;
-    for (const auto& reading : readings.value_or(QList<platform::Reading>())) {
-        codes.append(reading.code);
-    }
-    return codes;
-}
-
 Codes byDetector(const QImage& grey)
 {
     const auto detection = platform::detectCodes(grey, std::nullopt);
     return detection ? detection->codes : Codes();
 }
 
-Codes byZXing(const QImage& grey)
-{
-    return codesOf(platform::readByZXing(platform::viewOf(grey)));
-}
-
-Codes byZBar(const QImage& grey)
-{
-    return codesOf(platform::ZBarEngine().read(platform::viewOf(grey)));
-}
-
 constexpr std::array engines{
     Engine{ "this detector", byDetector },
-    Engine{ "ZXing alone", byZXing },
-    Engine{ "ZBar alone", byZBar },
+    Engine{ "ZXing alone", support::codesByZXing },
+    Engine{ "ZBar alone", support::codesByZBar },
 };
 
 struct Tally {
@@ -100,15 +77,6 @@ QByteArray escaped(const QString& text)
 {
     const QByteArray list = QJsonDocument(QJsonArray{ text }).toJson(QJsonDocument::Compact);
     return list.mid(2, list.size() - 4);
-}
-
-std::optional<QString> expectedText(const QFileInfo& picture)
-{
-    QFile file(picture.dir().filePath(picture.completeBaseName() + u".txt"_s));
-    if (!file.open(QFile::ReadOnly)) {
-        return std::nullopt;
-    }
-    return QString::fromUtf8(file.readAll());
 }
 
 QByteArray described(const Codes& codes)
@@ -167,14 +135,10 @@ void print(const QString& name, const Summary& summary)
 
 Summary examinedFolder(const QDir& folder)
 {
-    QStringList patterns;
-    for (const QByteArray& format : QImageReader::supportedImageFormats()) {
-        patterns.append(u"*."_s + QString::fromLatin1(format));
-    }
     Summary summary;
-    for (const QFileInfo& picture : folder.entryInfoList(patterns, QDir::Files, QDir::Name)) {
+    for (const QFileInfo& picture : support::picturesIn(folder)) {
         summary += examined(platform::greyPicture(QImage(picture.filePath())), picture.filePath(),
-            expectedText(picture));
+            support::expectedText(picture));
     }
     print(folder.dirName(), summary);
     return summary;

@@ -1,13 +1,13 @@
-// Scans generated camera frames as the scan window does, one after the other, and prints for each
-// kind of frame the cost and how soon its code is read, compared with each library alone with all
-// its options on. Milliseconds are this thread's processor time.
-//   scan_frames [--scenes N] [--frames N] [--seed N] [--height 720|1080|2160]
+// Scans generated camera frames as the scan window does, one after the other. Prints for each kind
+// of frame its cost and after how many frames its code is read, compared with one call of each
+// library with all its options. Milliseconds are processor time of this thread.
+//   scan_frames [--scenes N] [--frames N] [--seed N] [--height 720|1080|2160] [--own]
+// --own leaves out the libraries.
 
 #include "bench/ProcessorTime.h"
 #include "platform/barcode/Detector.h"
 #include "platform/barcode/LiveScan.h"
-#include "platform/barcode/ZBarEngine.h"
-#include "platform/barcode/ZXingEngine.h"
+#include "tests/support/EngineReadings.h"
 #include "tests/support/HardFrames.h"
 
 #include <QCommandLineParser>
@@ -65,10 +65,10 @@ constexpr std::array grounds{
 struct Tally {
     int scenes = 0;
     int frames = 0;
-    int atOnce = 0; ///< scenes read in their first frame
-    int read = 0; ///< scenes read in any frame
+    int atOnce = 0; ///< scenes whose code was read in the first frame
+    int read = 0; ///< in any frame
     int wrong = 0;
-    int framesUntilRead = 0; ///< in total, of the scenes that were read
+    int framesUntilRead = 0; ///< sum over the scenes that were read
     double total = 0;
     double slowest = 0;
 };
@@ -101,11 +101,11 @@ void examine(Tally& tally, const support::HardScene& scene, const Reader& reader
     }
 }
 
-Texts textsOf(const platform::Readings& readings)
+Texts textsOf(const QList<platform::BarcodeObservation>& codes)
 {
     Texts texts;
-    for (const auto& reading : readings.value_or(QList<platform::Reading>())) {
-        texts.append(reading.code.payloadStringValue.value_or(QString()));
+    for (const auto& code : codes) {
+        texts.append(code.payloadStringValue.value_or(QString()));
     }
     return texts;
 }
@@ -115,25 +115,22 @@ Reader scanning()
     auto scan = std::make_shared<platform::LiveScan>();
     return [scan](const QImage& frame) {
         const auto detection = platform::detectCodes(frame, scan->nextFrame());
-        Texts texts;
-        if (detection) {
-            scan->setLocated(detection->located);
-            for (const auto& code : detection->codes) {
-                texts.append(code.payloadStringValue.value_or(QString()));
-            }
+        if (!detection) {
+            return Texts();
         }
-        return texts;
+        scan->setLocated(detection->located);
+        return textsOf(detection->codes);
     };
 }
 
 Texts byZXing(const QImage& frame)
 {
-    return textsOf(platform::readByZXing(platform::viewOf(frame)));
+    return textsOf(support::codesByZXing(frame));
 }
 
 Texts byZBar(const QImage& frame)
 {
-    return textsOf(platform::ZBarEngine().read(platform::viewOf(frame)));
+    return textsOf(support::codesByZBar(frame));
 }
 
 void print(const char* name, const std::array<Tally, 3>& tallies)
@@ -141,7 +138,7 @@ void print(const char* name, const std::array<Tally, 3>& tallies)
     std::printf("%-18s", name);
     for (const Tally& tally : tallies) {
         const double frames
-            = tally.read == 0 ? 0 : static_cast<double>(tally.framesUntilRead) / tally.read;
+            = tally.read == 0 ? 0.0 : static_cast<double>(tally.framesUntilRead) / tally.read;
         std::printf(" | %6.1f %6.1f  %3d %3d %3d %4.1f", tally.total / std::max(1, tally.frames),
             tally.slowest, tally.atOnce, tally.read, tally.wrong, frames);
     }
@@ -169,7 +166,7 @@ struct Plan {
     int scenes = 10;
     int frames = 12;
     quint32 seed = 1;
-    bool ownOnly = false; ///< skips the comparison with the libraries
+    bool ownOnly = false; ///< leaves out the libraries
 };
 
 void scanSize(QSize size, const Plan& plan)

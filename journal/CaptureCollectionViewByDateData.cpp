@@ -51,14 +51,12 @@ const std::shared_ptr<Capture>& CaptureCollectionViewByDateData::captureAt(
     return m_captureArray.at(bucket[static_cast<std::size_t>(indexPath.item)]);
 }
 
-int CaptureCollectionViewByDateData::numberOfSectionsInCollectionView(
-    platform::CollectionView& /*collectionView*/) const
+int CaptureCollectionViewByDateData::numberOfSectionsInCollectionView() const
 {
     return static_cast<int>(m_dateDict.size());
 }
 
-int CaptureCollectionViewByDateData::numberOfItemsInSection(
-    platform::CollectionView& /*collectionView*/, int section) const
+int CaptureCollectionViewByDateData::numberOfItemsInSection(int section) const
 {
     return static_cast<int>(m_dateDict.find(m_sortedKeys.at(section))->second.size());
 }
@@ -70,12 +68,10 @@ platform::CollectionViewItem* CaptureCollectionViewByDateData::itemForRepresente
 }
 
 QWidget* CaptureCollectionViewByDateData::viewForSupplementaryElementOfKind(
-    platform::CollectionView& collectionView, platform::SupplementaryKind /*kind*/,
-    platform::IndexPath indexPath)
+    platform::CollectionView& collectionView, platform::IndexPath indexPath)
 {
     auto* header = qobject_cast<ImageCollectionViewHeaderCell*>(
-        collectionView.makeSupplementaryView(platform::SupplementaryKind::SectionHeader,
-            ImageCollectionViewHeaderCell::reuseIdentifier(), indexPath));
+        collectionView.makeSupplementaryView(ImageCollectionViewHeaderCell::reuseIdentifier()));
     header->setFillColor(standardGray);
     header->setBorderColor(Qt::transparent);
     const QDate day = m_sortedKeys.at(indexPath.section).toLocalTime().date();
@@ -84,15 +80,14 @@ QWidget* CaptureCollectionViewByDateData::viewForSupplementaryElementOfKind(
 }
 
 void CaptureCollectionViewByDateData::didSelectItemsAtIndexPaths(
-    platform::CollectionView& /*collectionView*/, const QSet<platform::IndexPath>& indexPaths)
+    const QSet<platform::IndexPath>& indexPaths)
 {
     if (!indexPaths.isEmpty() && captureSelected) {
         captureSelected(captureAt(indexPaths.values().constFirst()));
     }
 }
 
-QSizeF CaptureCollectionViewByDateData::referenceSizeForHeaderInSection(
-    const platform::CollectionView& /*collectionView*/, int /*section*/) const
+QSizeF CaptureCollectionViewByDateData::referenceSizeForHeaderInSection(int /*section*/) const
 {
     return headerReferenceSize;
 }

@@ -30,17 +30,14 @@ public:
     /// local zone's present offset from GMT.
     const QList<QDateTime>& sortedKeys() const { return m_sortedKeys; }
 
-    int numberOfSectionsInCollectionView(platform::CollectionView& collectionView) const override;
-    int numberOfItemsInSection(
-        platform::CollectionView& collectionView, int section) const override;
+    int numberOfSectionsInCollectionView() const override;
+    int numberOfItemsInSection(int section) const override;
     platform::CollectionViewItem* itemForRepresentedObjectAtIndexPath(
         platform::CollectionView& collectionView, platform::IndexPath indexPath) override;
-    QWidget* viewForSupplementaryElementOfKind(platform::CollectionView& collectionView,
-        platform::SupplementaryKind kind, platform::IndexPath indexPath) override;
-    void didSelectItemsAtIndexPaths(platform::CollectionView& collectionView,
-        const QSet<platform::IndexPath>& indexPaths) override;
-    QSizeF referenceSizeForHeaderInSection(
-        const platform::CollectionView& collectionView, int section) const override;
+    QWidget* viewForSupplementaryElementOfKind(
+        platform::CollectionView& collectionView, platform::IndexPath indexPath) override;
+    void didSelectItemsAtIndexPaths(const QSet<platform::IndexPath>& indexPaths) override;
+    QSizeF referenceSizeForHeaderInSection(int section) const override;
     QString accessibleNameOfItem(platform::IndexPath indexPath) const override;
 
 private:

@@ -120,8 +120,7 @@ void JournalWindow::windowDidLoad()
         [this] { controlTextDidEndEditing(*m_ui->selectedNotes); });
     m_ui->collectionView->registerItem(
         ImageCollectionViewCell::reuseIdentifier(), [] { return new ImageCollectionViewCell; });
-    m_ui->collectionView->registerSupplementaryView(platform::SupplementaryKind::SectionHeader,
-        ImageCollectionViewHeaderCell::reuseIdentifier(),
+    m_ui->collectionView->registerSupplementaryView(ImageCollectionViewHeaderCell::reuseIdentifier(),
         [] { return new ImageCollectionViewHeaderCell; });
     m_ui->collectionView->setDataSource(m_captureCollectionViewByDateData.get());
     m_ui->collectionView->setDelegate(m_captureCollectionViewByDateData.get());
@@ -359,12 +358,12 @@ double JournalWindow::constrainMinCoordinate() const
     return leastListWidth;
 }
 
-int JournalWindow::numberOfSectionsInCollectionView(platform::CollectionView& /*view*/) const
+int JournalWindow::numberOfSectionsInCollectionView() const
 {
     return 1;
 }
 
-int JournalWindow::numberOfItemsInSection(platform::CollectionView& /*view*/, int /*section*/) const
+int JournalWindow::numberOfItemsInSection(int /*section*/) const
 {
     return static_cast<int>(m_captures.size());
 }
@@ -375,22 +374,20 @@ platform::CollectionViewItem* JournalWindow::itemForRepresentedObjectAtIndexPath
     return cellShowing(view, indexPath, *m_captures.at(indexPath.item));
 }
 
-QWidget* JournalWindow::viewForSupplementaryElementOfKind(platform::CollectionView& /*view*/,
-    platform::SupplementaryKind /*kind*/, platform::IndexPath /*indexPath*/)
+QWidget* JournalWindow::viewForSupplementaryElementOfKind(
+    platform::CollectionView& /*view*/, platform::IndexPath /*indexPath*/)
 {
     return nullptr;
 }
 
-void JournalWindow::didSelectItemsAtIndexPaths(
-    platform::CollectionView& /*view*/, const QSet<platform::IndexPath>& indexPaths)
+void JournalWindow::didSelectItemsAtIndexPaths(const QSet<platform::IndexPath>& indexPaths)
 {
     if (!indexPaths.isEmpty()) {
         captureSelected(m_captures.at(indexPaths.values().constFirst().item));
     }
 }
 
-QSizeF JournalWindow::referenceSizeForHeaderInSection(
-    const platform::CollectionView& /*view*/, int /*section*/) const
+QSizeF JournalWindow::referenceSizeForHeaderInSection(int /*section*/) const
 {
     return {};
 }

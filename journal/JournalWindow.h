@@ -81,16 +81,14 @@ public:
     double constrainMinCoordinate() const;
 
     // All captures in one section. The window itself shows them by day.
-    int numberOfSectionsInCollectionView(platform::CollectionView& view) const override;
-    int numberOfItemsInSection(platform::CollectionView& view, int section) const override;
+    int numberOfSectionsInCollectionView() const override;
+    int numberOfItemsInSection(int section) const override;
     platform::CollectionViewItem* itemForRepresentedObjectAtIndexPath(
         platform::CollectionView& view, platform::IndexPath indexPath) override;
-    QWidget* viewForSupplementaryElementOfKind(platform::CollectionView& view,
-        platform::SupplementaryKind kind, platform::IndexPath indexPath) override;
-    void didSelectItemsAtIndexPaths(
-        platform::CollectionView& view, const QSet<platform::IndexPath>& indexPaths) override;
-    QSizeF referenceSizeForHeaderInSection(
-        const platform::CollectionView& view, int section) const override;
+    QWidget* viewForSupplementaryElementOfKind(
+        platform::CollectionView& view, platform::IndexPath indexPath) override;
+    void didSelectItemsAtIndexPaths(const QSet<platform::IndexPath>& indexPaths) override;
+    QSizeF referenceSizeForHeaderInSection(int section) const override;
 
 protected:
     std::unique_ptr<QWidget> loadWindow() override;

@@ -17,19 +17,19 @@ enum class Symbology {
     DataBarExpanded,
     DataMatrix,
     Ean8,
-    Ean13, ///< also UPC-A, whose text is given with its leading zero
+    Ean13, ///< also UPC-A, whose text then has a leading zero
     Itf,
     MaxiCode,
     Pdf417,
     Qr,
-    UpcE, ///< text as the EAN-13 that the code abbreviates
+    UpcE, ///< the text is the EAN-13 that the code stands for
 };
 
-/// One code that was found in a picture.
+/// One code found in a picture.
 struct BarcodeObservation {
-    std::optional<QString> payloadStringValue; ///< absent when the payload is no text
+    std::optional<QString> payloadStringValue; ///< nothing when the payload is not text
     Symbology symbology = Symbology::Qr;
-    QPolygonF corners; ///< in pixels of the picture; top left, top right, bottom right, bottom left
+    QPolygonF corners; ///< top left, top right, bottom right, bottom left; in pixels
 };
 
 } // namespace platform

@@ -11,7 +11,7 @@
 namespace platform {
 namespace {
 
-// Turns what was found in a picture into what is found in its mirror image, or back.
+// Converts corners in a picture to corners in its mirror image, and back.
 QPolygonF mirrored(const QPolygonF& corners, int width)
 {
     return QTransform(-1, 0, 0, 1, width, 0).map(corners);

@@ -12,8 +12,8 @@ namespace platform {
 
 class LiveScan;
 
-/// Asks which codes of any known symbology a bitmap holds. The search ends with the first way of
-/// reading that yields a code, so of several codes not all need to be among the results.
+/// A request to find the codes of all known symbologies in a bitmap. The search stops at the first
+/// attempt that finds a code, so that not every code of a bitmap needs to be in the results.
 class DetectBarcodesRequest {
 public:
     using CompletionHandler = std::function<void(const DetectBarcodesRequest&)>;
@@ -31,21 +31,21 @@ private:
 enum class ImageOrientation { Upright, Mirrored };
 
 struct ImageRequestOptions {
-    /// Mirrored: the bitmap shows left and right exchanged. Codes are looked for in the picture as
-    /// it was before, since few readers know mirrored codes.
+    /// Mirrored: left and right of the bitmap are exchanged. The search exchanges them again,
+    /// since few readers can read mirrored codes.
     ImageOrientation orientation = ImageOrientation::Upright;
-    /// The scan of a camera that the bitmap is a frame of; null for a still picture.
+    /// The camera scan to which the bitmap belongs as a frame; null for a still picture.
     std::shared_ptr<LiveScan> liveScan;
 };
 
-/// Performs requests over one bitmap. Any thread; handlers share nothing.
+/// Performs requests on one bitmap. Any thread; handlers share no state.
 class ImageRequestHandler {
 public:
     explicit ImageRequestHandler(QImage bitmap, ImageRequestOptions options = {});
 
-    /// Fills the request's results and calls its completion handler, on this thread, before it
-    /// returns. False when the bitmap could not be examined (null, or a fault inside a library);
-    /// the handler is then called with no results. A request without a handler is filled only.
+    /// Blocks. Fills the request's results and then calls its completion handler, if any, on this
+    /// thread. Returns false, with no results, when the bitmap could not be examined: it is null,
+    /// or a library failed.
     bool perform(DetectBarcodesRequest& request) const;
 
 private:

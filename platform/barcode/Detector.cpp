@@ -6,15 +6,14 @@
 
 #include <algorithm>
 #include <new>
-#include <utility>
 
 namespace platform {
 namespace {
 
-// The shortest side of the smallest symbol there is (a Data Matrix of 8 x 18 modules).
+// The shorter side of the smallest symbol, a Data Matrix of 8 x 18 modules.
 constexpr int smallestCode = 8;
 
-Detection detect(const QImage& grey, const std::optional<LiveFrame>& frame, bool& hasFailed)
+std::optional<Detection> detect(const QImage& grey, const std::optional<LiveFrame>& frame)
 {
     Search search(viewOf(grey));
     QRect located;
@@ -23,8 +22,10 @@ Detection detect(const QImage& grey, const std::optional<LiveFrame>& frame, bool
     } else {
         searchStill(search);
     }
-    hasFailed = search.hasFailed();
-    return { search.takeCodes(), located };
+    if (search.hasFailed() && !search.hasFound()) {
+        return std::nullopt;
+    }
+    return Detection{ search.takeCodes(), located };
 }
 
 } // namespace
@@ -35,10 +36,7 @@ std::optional<Detection> detectCodes(const QImage& grey, std::optional<LiveFrame
         return Detection();
     }
     try {
-        bool hasFailed = false;
-        Detection detection = detect(grey, frame, hasFailed);
-        const bool nothingBut = detection.codes.isEmpty() && hasFailed;
-        return nothingBut ? std::nullopt : std::optional(std::move(detection));
+        return detect(grey, frame);
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }

@@ -10,20 +10,20 @@
 
 namespace platform {
 
-/// A frame among the frames of one camera, which rotate through different ways of reading.
+/// One of the frames of a camera. The frame's number selects the attempts for it.
 struct LiveFrame {
-    quint64 number = 0; ///< counts up from 0 over the frames that are examined
-    QRect located; ///< where the frame before showed what looks like an unread code; may be empty
+    quint64 number = 0; ///< counts the examined frames from 0
+    QRect located; ///< Detection::located of an earlier frame; may be empty
 };
 
 struct Detection {
     QList<BarcodeObservation> codes;
-    QRect located; ///< of a live frame: where an unread code seems to be; empty when nowhere
+    QRect located; ///< in a live frame, the likely place of an unread code; empty for none
 };
 
-/// Tries engine after engine and size after size over a picture of Format_Grayscale8 until a code
-/// turns up. A still picture is searched long, a live frame (`frame` given) within half of a
-/// frame's time. No value when the libraries failed over this picture and nothing was read. Any
+/// Makes one attempt after another to read a picture of Format_Grayscale8 until one finds a code.
+/// A still picture gets many attempts; a live frame (`frame` given) gets few, about half of a
+/// frame's time. Returns nothing when a library failed on this picture and no code was found. Any
 /// thread.
 std::optional<Detection> detectCodes(const QImage& grey, std::optional<LiveFrame> frame);
 

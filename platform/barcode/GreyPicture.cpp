@@ -5,8 +5,8 @@
 namespace platform {
 namespace {
 
-// BT.601 weights in 1/1024. A colour that is premultiplied by its opacity becomes the colour on
-// white once the light that shines through is added.
+// Weights of ITU-R BT.601 in 1/1024. Adding the transparency to a premultiplied colour blends it
+// with white.
 uchar brightnessOnWhite(QRgb premultiplied)
 {
     const int colour = (306 * qRed(premultiplied) + 601 * qGreen(premultiplied)

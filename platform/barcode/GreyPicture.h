@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// The brightness of every pixel as Format_Grayscale8, from a bitmap of any format; what is
-/// transparent is taken as lying on white paper. Null when there is no memory for it.
+/// Converts a bitmap of any format to Format_Grayscale8. Transparent pixels are blended with
+/// white. Null when there is not enough memory.
 QImage greyPicture(const QImage& bitmap);
 
 } // namespace platform

@@ -12,12 +12,12 @@ namespace {
 namespace filters = PictureFilters;
 using Symbologies = ZXingOptions::Symbologies;
 
-constexpr int overviewSide = 600; // pixels of its smaller side, or so
+constexpr int overviewSide = 600; // pixels of the smaller side, approximately
 constexpr int cellsAcross = 120;
-constexpr int noisy = 16; // median edge
-constexpr qsizetype mostPlaces = 3;
-constexpr double largestPlace = 380; // pixels a side, of what is made of a place
-constexpr double largestForZBar = 60'000; // pixels, since it takes long over each
+constexpr int noisyMedianEdge = 16; // a picture above it is noisy
+constexpr qsizetype maximumPlaces = 3;
+constexpr double largestPlace = 380; // pixels a side of a rectified place
+constexpr double largestForZBar = 60'000; // pixels, since ZBar is slow
 
 ZXingOptions only(Symbologies symbologies)
 {
@@ -32,33 +32,33 @@ int overviewFactor(const PictureView& frame)
     return std::max(1, (side + overviewSide / 2) / overviewSide);
 }
 
-// Noise costs the engines time and hides codes from them.
-Derived calmed(Search& search, const Derived& from)
+// Blurs noisy pixels: noise makes the engines slower and hides codes from them.
+Derived denoised(Search& search, const Derived& from)
 {
-    return medianEdge(from.view) > noisy ? search.filtered(from, filters::blur) : from;
+    return medianEdge(from.view) > noisyMedianEdge ? search.filtered(from, filters::blur) : from;
 }
 
-Derived straightened(Search& search, const Place& place)
+Derived rectified(Search& search, const Place& place)
 {
     const QRectF box = place.outline.boundingRect();
     const double scale = std::min(2.0, largestPlace / std::max(box.width(), box.height()));
-    return calmed(search, search.rectified(search.whole(), place, scale));
+    return denoised(search, search.rectified(search.whole(), place, scale));
 }
 
 void readPlain(Search& search, const Place& place)
 {
-    search.readByZXing(straightened(search, place));
+    search.readByZXing(rectified(search, place));
 }
 
 void readSharpened(Search& search, const Place& place)
 {
-    search.readByZXing(search.filtered(straightened(search, place),
+    search.readByZXing(search.filtered(rectified(search, place),
         [](const PictureView& from, PictureBuffer& to) { filters::sharpen(from, 8, to); }));
 }
 
 void readInverted(Search& search, const Place& place)
 {
-    search.readByZXing(search.filtered(straightened(search, place), filters::invert));
+    search.readByZXing(search.filtered(rectified(search, place), filters::invert));
 }
 
 Derived mirrored(Search& search, const Derived& from)
@@ -69,12 +69,12 @@ Derived mirrored(Search& search, const Derived& from)
 
 void readMirrored(Search& search, const Place& place)
 {
-    search.readByZXing(mirrored(search, straightened(search, place)));
+    search.readByZXing(mirrored(search, rectified(search, place)));
 }
 
 void readBlurred(Search& search, const Place& place)
 {
-    search.readByZXing(search.filtered(straightened(search, place), filters::blur));
+    search.readByZXing(search.filtered(rectified(search, place), filters::blur));
 }
 
 void readByZBar(Search& search, const Place& place)
@@ -82,32 +82,32 @@ void readByZBar(Search& search, const Place& place)
     const QRectF box = place.outline.boundingRect();
     const double scale = std::sqrt(largestForZBar / (box.width() * box.height()));
     search.readByZBar(
-        calmed(search, search.rectified(search.whole(), place, std::min(2.0, scale))));
+        denoised(search, search.rectified(search.whole(), place, std::min(2.0, scale))));
 }
 
 using PlaceAttempt = void (*)(Search&, const Place&);
 constexpr std::array<PlaceAttempt, 6> placeAttempts{ readPlain, readInverted, readSharpened,
     readMirrored, readByZBar, readBlurred };
 
-// One of nine parts of a frame, which overlap by a fourth.
-QRect part(const PictureView& frame, quint64 which)
+// Nine parts cover a frame; neighbours overlap by a quarter.
+QRect partRect(const PictureView& frame, quint64 part)
 {
-    const int column = static_cast<int>(which % 3);
-    const int row = static_cast<int>(which / 3 % 3);
+    const int column = static_cast<int>(part % 3);
+    const int row = static_cast<int>(part / 3 % 3);
     return { column * frame.width * 3 / 10, row * frame.height * 3 / 10, frame.width * 2 / 5,
         frame.height * 2 / 5 };
 }
 
-void readPart(Search& search, quint64 which)
+void readPart(Search& search, quint64 part)
 {
-    const Derived whole = Search::cropped(search.whole(), part(search.whole().view, which));
+    const Derived whole = Search::cropped(search.whole(), partRect(search.whole().view, part));
     const int factor = (overviewFactor(search.whole().view) + 1) / 2;
     const Derived reduced = factor > 1 ? search.shrunk(whole, factor) : whole;
-    search.readByZXing(calmed(search, reduced), only(Symbologies::Matrix));
+    search.readByZXing(denoised(search, reduced), only(Symbologies::Matrix));
 }
 
-// Every other time linear codes, since those are the commonest; then what is rarer.
-void readAll(Search& search, const Derived& overview, quint64 turn)
+// Every second turn is for linear codes, the most frequent; the rarer kinds share the others.
+void readWholeFrame(Search& search, const Derived& overview, quint64 turn)
 {
     if (turn % 2 == 0) {
         search.readByZXing(overview, only(Symbologies::Linear));
@@ -125,10 +125,10 @@ void readAll(Search& search, const Derived& overview, quint64 turn)
     }
 }
 
-// In pixels of the frame; where the frame shows none, that which the frame before has shown.
+// The likely places in pixels of the frame; when there is none, the place located before.
 QList<Place> placesIn(const Derived& overview, const QRect& located)
 {
-    QList<Place> places = likelyPlaces(overview.view, cellsAcross, mostPlaces);
+    QList<Place> places = likelyPlaces(overview.view, cellsAcross, maximumPlaces);
     for (Place& place : places) {
         place.outline = overview.toPicture.map(place.outline);
     }
@@ -151,15 +151,15 @@ QRect searchLive(Search& search, const LiveFrame& frame)
         filters::shrink(search.whole().view, factor, pixels);
         overview = { pixels.view(), QTransform::fromScale(factor, factor) };
     }
-    PictureBuffer calm;
-    if (medianEdge(overview.view) > noisy) {
-        filters::blur(overview.view, calm);
-        overview.view = calm.view();
+    PictureBuffer blurred;
+    if (medianEdge(overview.view) > noisyMedianEdge) {
+        filters::blur(overview.view, blurred);
+        overview.view = blurred.view();
     }
     if (search.readByZXing(overview, only(Symbologies::Matrix))) {
         return {};
     }
-    // The places, the most likely first, each in every way before all of them in the next one.
+    // The turn selects the place first, then the attempt.
     const QList<Place> places = placesIn(overview, frame.located);
     const quint64 turn = frame.number / 2;
     const Place* unread = nullptr;
@@ -171,7 +171,7 @@ QRect searchLive(Search& search, const LiveFrame& frame)
         }
     }
     if (frame.number % 2 == 0 || unread == nullptr) {
-        readAll(search, overview, turn);
+        readWholeFrame(search, overview, turn);
     }
     return unread == nullptr || search.hasFound() ? QRect()
                                                   : unread->outline.boundingRect().toAlignedRect();

@@ -4,8 +4,9 @@
 
 namespace platform {
 
-/// Reads a frame in the way in which most codes are read at once and then in one or two of the
-/// ways that its number selects. Returns where an unread code seems to be, in pixels of the frame.
+/// Searches a frame by the attempt that reads most codes, then by one or two others that the
+/// frame's number selects. Returns the likely place of an unread code in pixels of the frame; empty
+/// for none.
 QRect searchLive(Search& search, const LiveFrame& frame);
 
 } // namespace platform

@@ -8,15 +8,15 @@
 
 namespace platform {
 
-/// What the frames of one camera's scan pass on to each other. Any thread.
+/// The state that the frames of one camera scan share. Any thread.
 class LiveScan {
 public:
-    /// The next frame to examine, with what the last one that was finished has located.
+    /// The number of the next frame, and the place located by the frame that was finished last.
     LiveFrame nextFrame();
     void setLocated(const QRect& located);
 
 private:
-    std::mutex m_mutex; // guards what follows
+    std::mutex m_mutex; ///< guards the members below
     quint64 m_next = 0;
     QRect m_located;
 };

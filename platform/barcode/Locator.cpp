@@ -12,20 +12,21 @@ namespace platform {
 namespace {
 
 constexpr int smallestCell = 4; // pixels
-constexpr int weakestEdge = 24; // difference in brightness over two pixels, across and down
-constexpr int timesMedian = 3; // noise makes edges everywhere: those of a code are stronger
-// A cell counts where so many of its pixels in a hundred are edges: few, for codes with large
-// modules; many, for codes among print.
+constexpr int weakestEdge = 24; // edge strength
+constexpr int timesMedian = 3; // the edges of a code are stronger than those of noise
+// Percentages of edge pixels above which a cell is dense: a low one for codes with large modules,
+// a high one for codes surrounded by print.
 constexpr std::array densities{ 12, 35 };
-constexpr int fewestCells = 12;
+constexpr std::size_t minimumCells = 12; // of a place
 
+// Edge strength at a pixel that is not at the border.
 int edgeAt(const PictureView& picture, int x, int y)
 {
     const uchar* here = picture.row(y) + x;
     return std::abs(here[1] - here[-1]) + std::abs(here[picture.stride] - here[-picture.stride]);
 }
 
-/// The picture in cells, and in how many of their pixels brightness changes.
+/// A picture in square cells, with the number of edge pixels of each.
 class Cells {
 public:
     Cells(const PictureView& picture, int across);
@@ -94,20 +95,21 @@ void Cells::count()
     }
 }
 
-// A line or the rim of a thing is dense too, but has few dense neighbours.
+// A cell counts only when most cells around it are dense as well, unlike those of lines and of
+// outlines.
 void Cells::markDense(int density)
 {
-    const int enough = m_cell * m_cell * density / 100;
-    constexpr int mostOfNine = 5;
+    const int threshold = m_cell * m_cell * density / 100;
+    constexpr int majorityOfNine = 5;
     for (int y = 0; y < m_height; ++y) {
         for (int x = 0; x < m_width; ++x) {
             int dense = 0;
             for (int dy = -1; dy <= 1; ++dy) {
                 for (int dx = -1; dx <= 1; ++dx) {
-                    dense += isIn(x + dx, y + dy) && m_edges[index(x + dx, y + dy)] > enough;
+                    dense += isIn(x + dx, y + dy) && m_edges[index(x + dx, y + dy)] > threshold;
                 }
             }
-            m_dense[index(x, y)] = dense >= mostOfNine ? 1 : 0;
+            m_dense[index(x, y)] = dense >= majorityOfNine ? 1 : 0;
         }
     }
 }
@@ -135,7 +137,7 @@ double cross(QPointF a, QPointF b)
     return a.x() * b.y() - a.y() * b.x();
 }
 
-// Andrew's monotone chain.
+// Convex hull by Andrew's monotone chain algorithm.
 std::vector<QPointF> hullOf(std::vector<QPointF> points)
 {
     std::sort(points.begin(), points.end(),
@@ -159,8 +161,8 @@ std::vector<QPointF> hullOf(std::vector<QPointF> points)
     return hull;
 }
 
-// Where the sides before and after the side from corner i meet once that side is left out, and
-// the area that this adds; a negative one when they do not meet outside.
+// Removes the side that begins at corner i: returns the intersection of its neighbours and the area
+// that this adds, or a negative area when the neighbours do not intersect outside the polygon.
 std::pair<QPointF, double> withoutSide(const std::vector<QPointF>& corners, std::size_t i)
 {
     const std::size_t n = corners.size();
@@ -177,8 +179,8 @@ std::pair<QPointF, double> withoutSide(const std::vector<QPointF>& corners, std:
     return { meeting, std::abs(cross(to - from, meeting - from)) / 2 };
 }
 
-// The quadrilateral around a hull that comes of leaving out side after side, each time the one
-// that adds least.
+// Reduces a hull to a quadrilateral around it by removing, one after another, the side that adds
+// the least area.
 QPolygonF quadrilateralAround(std::vector<QPointF> corners)
 {
     while (corners.size() > 4) {
@@ -202,8 +204,8 @@ QPolygonF quadrilateralAround(std::vector<QPointF> corners)
                                : QPolygonF();
 }
 
-// A hull whose longest sides are far from those of a quadrilateral gets one with far corners, which
-// is none of a picture's code: then the upright rectangle has to do.
+// Uses the upright rectangle when the quadrilateral has corners far outside the hull, which happens
+// when the hull is not shaped like a code.
 QPolygonF outlineOf(const std::vector<QPointF>& hull)
 {
     const QRectF box = QPolygonF(QList<QPointF>(hull.begin(), hull.end())).boundingRect();
@@ -219,13 +221,13 @@ Place Cells::placeOf(const std::vector<QPoint>& group) const
 {
     Place place;
     double edges = 0;
-    std::vector<QPointF> rims;
+    std::vector<QPointF> ends;
     for (const QPoint cell : group) {
         edges += m_edges[index(cell.x(), cell.y())];
     }
     place.likelihood = edges * edges / static_cast<double>(group.size());
-    // Of each row of pixels in a group's cells only its ends can belong to the hull; the cells
-    // around are looked at too, since the group has lost those at its rim.
+    // Only the first and the last edge of each pixel row can be on the hull. The rows include the
+    // neighbours of the group's cells, since markDense() drops the outermost dense cells.
     std::vector<QPoint> spans(static_cast<std::size_t>(m_height), QPoint(m_width, -1));
     for (const QPoint cell : group) {
         for (int dy = -1; dy <= 1; ++dy) {
@@ -249,18 +251,18 @@ Place Cells::placeOf(const std::vector<QPoint>& group) const
                 --right;
             }
             if (left < right) {
-                rims.emplace_back(left, row);
-                rims.emplace_back(right + 1, row + 1);
+                ends.emplace_back(left, row);
+                ends.emplace_back(right + 1, row + 1);
             }
         }
     }
-    if (rims.size() > 2) {
-        place.outline = outlineOf(hullOf(std::move(rims)));
+    if (ends.size() > 2) {
+        place.outline = outlineOf(hullOf(std::move(ends)));
     }
     return place;
 }
 
-// Whether one is found again at another density.
+// Whether the same place was found at another density.
 bool isSame(const Place& a, const Place& b)
 {
     const QRectF first = a.outline.boundingRect();
@@ -282,7 +284,7 @@ QList<Place> Cells::places()
                     continue;
                 }
                 const auto cells = group({ x, y });
-                if (cells.size() < fewestCells) {
+                if (cells.size() < minimumCells) {
                     continue;
                 }
                 const Place place = placeOf(cells);
@@ -299,12 +301,12 @@ QList<Place> Cells::places()
 
 } // namespace
 
-QList<Place> likelyPlaces(const PictureView& picture, int cellsAcross, qsizetype atMost)
+QList<Place> likelyPlaces(const PictureView& picture, int cellsAcross, qsizetype maximum)
 {
     QList<Place> places = Cells(picture, cellsAcross).places();
     std::sort(places.begin(), places.end(),
         [](const Place& a, const Place& b) { return a.likelihood > b.likelihood; });
-    places.resize(std::min(atMost, places.size()));
+    places.resize(std::min(maximum, places.size()));
     return places;
 }
 

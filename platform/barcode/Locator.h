@@ -7,20 +7,19 @@
 
 namespace platform {
 
-/// Where something like a code stands: a quadrilateral around a place where edges are dense,
-/// clockwise on the screen from any corner.
+/// The likely place of a code: an area with dense edges.
 struct Place {
-    QPolygonF outline;
-    double likelihood = 0; ///< grows with how many edges there are, and how dense
+    QPolygonF outline; ///< a quadrilateral, clockwise on the screen, from any corner
+    double likelihood = 0; ///< grows with the number and the density of edges
 };
 
-/// The places that look most like codes, the likeliest first. The picture is judged in
-/// square cells, of which `cellsAcross` lie along its larger side: a code that is found is at least
-/// four of them wide, and its modules are not much larger than one.
-QList<Place> likelyPlaces(const PictureView& picture, int cellsAcross, qsizetype atMost);
+/// Returns at most `maximum` places, the most likely first. Divides the picture into square cells,
+/// `cellsAcross` along its larger side. Finds codes that are at least four cells wide and whose
+/// modules are not much larger than a cell.
+QList<Place> likelyPlaces(const PictureView& picture, int cellsAcross, qsizetype maximum);
 
-/// By how much brightness changes over two pixels, across and down, at one pixel of a picture and
-/// its likes: of most pictures little, of noisy ones much.
+/// Median edge strength over all pixels: low for clean pictures, high for noisy ones. The strength
+/// is the sum of the horizontal and the vertical difference in brightness over two pixels.
 int medianEdge(const PictureView& picture);
 
 } // namespace platform

@@ -11,11 +11,11 @@
 namespace platform {
 namespace {
 
-constexpr int side = 480; // of the straightened picture
-constexpr int fewestModules = 10;
-constexpr int mostModules = 80;
-constexpr std::size_t mostGuesses = 3;
-constexpr double weakest = 1.2; // strength of a guess that is worth a try
+constexpr int side = 480; // pixels of the rectified square
+constexpr int minimumModules = 10;
+constexpr int maximumModules = 80;
+constexpr std::size_t maximumGuesses = 3;
+constexpr double minimumStrength = 1.2; // of a guess
 constexpr int modulePixels = 4;
 constexpr int quietZone = 3; // modules
 
@@ -24,7 +24,7 @@ QPolygonF square(double size)
     return { QPointF(0, 0), QPointF(size, 0), QPointF(size, size), QPointF(0, size) };
 }
 
-QTransform between(const QPolygonF& from, const QPolygonF& to)
+QTransform quadTransform(const QPolygonF& from, const QPolygonF& to)
 {
     QTransform transform;
     return QTransform::quadToQuad(from, to, transform) ? transform : QTransform();
@@ -57,7 +57,8 @@ struct Profiles {
     std::vector<double> rows = std::vector<double>(side);
 };
 
-// Over the columns' part, and over the rows' part, of a square picture that lies in between.
+// Column profile over the rows from begin to end, and row profile over the columns from begin to
+// end.
 Profiles profilesOf(const PictureView& picture, int begin, int end)
 {
     Profiles profiles;
@@ -79,7 +80,7 @@ Profiles profilesOf(const PictureView& picture, int begin, int end)
     return profiles;
 }
 
-// Where the middle of module i lies, given the lines in bands across the picture.
+// The middle of module i at the position `across`, interpolated between the lines of two bands.
 double middle(const std::vector<std::vector<double>>& bands, int i, double across)
 {
     const auto last = static_cast<double>(bands.size() - 1);
@@ -97,21 +98,21 @@ double middle(const std::vector<std::vector<double>>& bands, int i, double acros
 } // namespace
 
 ModuleGrid::ModuleGrid(const PictureView& picture, const Place& place)
-    : m_straightToPicture(between(square(side), place.outline))
+    : m_squareToPicture(quadTransform(square(side), place.outline))
 {
-    PictureFilters::warp(picture, m_straightToPicture, QSize(side, side), m_straight);
+    PictureFilters::warp(picture, m_squareToPicture, QSize(side, side), m_square);
     guess();
     if (!m_guesses.empty()) {
-        PictureFilters::findEdges(m_straight.view(), m_edges);
+        PictureFilters::findEdges(m_square.view(), m_edges);
     }
 }
 
-// The comb of equal teeth that meets most edges between modules and fewest within.
-ModuleGrid::Teeth ModuleGrid::fittedTeeth(const Profile& profile, int modules)
+// The comb whose lines have the strongest edges, compared with the middles between them.
+ModuleGrid::Comb ModuleGrid::fittedComb(const Profile& profile, int modules)
 {
     const double mean = meanOf(profile);
-    const double step = side / double(modules) / 8;
-    Teeth best;
+    const double step = static_cast<double>(side) / modules / 8;
+    Comb best;
     for (int i = -4; i <= 4; ++i) {
         for (int j = -4; j <= 4; ++j) {
             const double begin = i * step;
@@ -134,51 +135,52 @@ ModuleGrid::Teeth ModuleGrid::fittedTeeth(const Profile& profile, int modules)
 
 void ModuleGrid::guess()
 {
-    const Profiles profiles = profilesOf(m_straight.view(), 0, side);
-    for (int modules = fewestModules; modules <= mostModules; ++modules) {
-        Guess guess{ modules, 0, fittedTeeth(profiles.columns, modules),
-            fittedTeeth(profiles.rows, modules), false, {} };
-        // Many teeth meet edges by chance less easily than few.
-        guess.strength
-            = std::min(guess.columns.strength, guess.rows.strength) * std::sqrt(double(modules));
-        if (guess.strength > weakest) {
+    const Profiles profiles = profilesOf(m_square.view(), 0, side);
+    for (int modules = minimumModules; modules <= maximumModules; ++modules) {
+        Guess guess{ modules, 0, fittedComb(profiles.columns, modules),
+            fittedComb(profiles.rows, modules), false, {} };
+        // A comb with many lines matches by chance less often than one with few.
+        guess.strength = std::min(guess.columns.strength, guess.rows.strength)
+            * std::sqrt(static_cast<double>(modules));
+        if (guess.strength > minimumStrength) {
             m_guesses.push_back(guess);
         }
     }
     std::sort(m_guesses.begin(), m_guesses.end(),
         [](const Guess& a, const Guess& b) { return a.strength > b.strength; });
-    m_guesses.resize(std::min(mostGuesses, m_guesses.size()));
+    m_guesses.resize(std::min(maximumGuesses, m_guesses.size()));
 }
 
-double ModuleGrid::unrest(const QPolygonF& corners, int modules) const
+double ModuleGrid::roughness(const QPolygonF& corners, int modules) const
 {
-    const QTransform toStraight = between(square(modules), corners);
+    const QTransform toSquare = quadTransform(square(modules), corners);
     qint64 sum = 0;
     for (int y = 0; y < modules; ++y) {
         for (int x = 0; x < modules; ++x) {
-            sum += sampled(m_unrest.view(), toStraight.map(QPointF(x + 0.5, y + 0.5)));
+            sum += sampled(m_roughness.view(), toSquare.map(QPointF(x + 0.5, y + 0.5)));
         }
     }
     return static_cast<double>(sum);
 }
 
-// Moves the corners until the middles of the modules lie where brightness changes least.
+// Moves the corners by smaller and smaller steps to where the edges at the middles of the modules
+// are weakest.
 void ModuleGrid::fit(Guess& guess)
 {
-    PictureFilters::average(m_edges.view(), side / guess.modules / 4, m_unrest);
-    const Teeth& columns = guess.columns;
-    const Teeth& rows = guess.rows;
+    PictureFilters::average(m_edges.view(), side / guess.modules / 4, m_roughness);
+    const Comb& columns = guess.columns;
+    const Comb& rows = guess.rows;
     guess.corners = { QPointF(columns.begin, rows.begin), QPointF(columns.end, rows.begin),
         QPointF(columns.end, rows.end), QPointF(columns.begin, rows.end) };
-    double least = unrest(guess.corners, guess.modules);
+    double least = roughness(guess.corners, guess.modules);
     constexpr double finest = 0.7; // pixels
-    double step = side / double(guess.modules) / 2;
+    double step = static_cast<double>(side) / guess.modules / 2;
     while (step > finest) {
         for (int move = 0; move < 2 * 16; ++move) {
             QPolygonF moved = guess.corners;
             const double distance = move % 2 == 0 ? step : -step;
             moved[move / 4 % 4] += move % 4 < 2 ? QPointF(distance, 0) : QPointF(0, distance);
-            const double found = unrest(moved, guess.modules);
+            const double found = roughness(moved, guess.modules);
             if (found < least) {
                 least = found;
                 guess.corners = moved;
@@ -189,26 +191,26 @@ void ModuleGrid::fit(Guess& guess)
     guess.isFitted = true;
 }
 
-// The lines between modules, the outer ones included, that meet the strongest edges while their
-// distances stay near the mean: dynamic programming over line and position.
+// The lines between modules, with the outer ones, that have the strongest edges while their
+// distances stay close to the mean: dynamic programming over line and position.
 std::vector<double> ModuleGrid::linesOf(const Profile& profile, int modules)
 {
     constexpr double impossible = -std::numeric_limits<double>::infinity();
-    const double pitch = side / double(modules);
+    const double pitch = static_cast<double>(side) / modules;
     const double stiffness = 2 * meanOf(profile);
     const int nearest = std::max(1, static_cast<int>(pitch * 0.75));
     const int farthest = static_cast<int>(std::ceil(pitch * 1.25));
-    const auto strays = static_cast<int>(pitch * 1.5);
-    const auto outerStrays = static_cast<int>(pitch * 0.6);
+    const auto tolerance = static_cast<int>(pitch * 1.5);
+    const auto outerTolerance = static_cast<int>(pitch * 0.6);
     const auto lineCount = static_cast<std::size_t>(modules) + 1;
     std::vector<std::vector<double>> best(lineCount, std::vector<double>(side + 1, impossible));
     std::vector<std::vector<int>> before(lineCount, std::vector<int>(side + 1, 0));
-    std::fill_n(best.front().begin(), outerStrays + 1, 0.0);
+    std::fill_n(best.front().begin(), outerTolerance + 1, 0.0);
     for (std::size_t line = 1; line < lineCount; ++line) {
         const auto expected = static_cast<int>(static_cast<double>(line) * pitch);
         const bool isOuter = line + 1 == lineCount;
-        const int first = isOuter ? side - outerStrays : std::max(nearest, expected - strays);
-        for (int at = first; at <= std::min(side, expected + strays); ++at) {
+        const int first = isOuter ? side - outerTolerance : std::max(nearest, expected - tolerance);
+        for (int at = first; at <= std::min(side, expected + tolerance); ++at) {
             const auto here = static_cast<std::size_t>(at);
             const double edge = isOuter ? 0 : valueAt(profile, at);
             for (int distance = nearest; distance <= std::min(farthest, at); ++distance) {
@@ -237,9 +239,9 @@ void ModuleGrid::draw(std::size_t index, Lines lines, PictureBuffer& to)
     if (!guess.isFitted) {
         fit(guess);
     }
-    const QTransform toStraight = between(square(side), guess.corners);
+    const QTransform toSquare = quadTransform(square(side), guess.corners);
     PictureBuffer fitted;
-    PictureFilters::warp(m_straight.view(), toStraight, QSize(side, side), fitted);
+    PictureFilters::warp(m_square.view(), toSquare, QSize(side, side), fitted);
     const int bands = lines == Lines::Straight ? 1 : 4;
     std::vector<std::vector<double>> columns;
     std::vector<std::vector<double>> rows;
@@ -265,9 +267,9 @@ void ModuleGrid::draw(std::size_t index, Lines lines, PictureBuffer& to)
     PictureFilters::repeatPixels(modules.view(), modulePixels, enlarged);
     constexpr int margin = quietZone * modulePixels;
     PictureFilters::frame(enlarged.view(), margin, to);
-    const double pixel = side / double(guess.modules * modulePixels);
+    const double pixel = static_cast<double>(side) / (guess.modules * modulePixels);
     m_toPicture = QTransform::fromTranslate(-margin, -margin) * QTransform::fromScale(pixel, pixel)
-        * toStraight * m_straightToPicture;
+        * toSquare * m_squareToPicture;
 }
 
 } // namespace platform

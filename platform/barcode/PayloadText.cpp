@@ -34,8 +34,8 @@ std::optional<QString> fromShiftJis(QByteArrayView bytes)
     return isComplete ? std::optional(text) : std::nullopt;
 }
 
-// JIS X 0201 has no bytes of its own: its katakana are the letters of ISO 8859-1, of which a word
-// of the latter hardly ever holds four in succession that are also all below E0.
+// The half-width katakana of JIS X 0201 have the same bytes as characters of ISO 8859-1. Text in
+// ISO 8859-1 rarely has four of these characters in succession.
 bool holdsHalfWidthWord(const QString& text)
 {
     constexpr int shortestWord = 4;

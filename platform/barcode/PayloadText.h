@@ -7,10 +7,10 @@
 
 namespace platform {
 
-/// The text of a payload whose code declares no character set, the same whichever engine has read
-/// it: UTF-8 where the bytes are valid in it; else ISO 8859-1, which gives its bytes 80 to 9F no
-/// characters; where there are such bytes, or words of half-width katakana, Shift JIS. None when
-/// the bytes fit none of these.
+/// Decodes the payload of a code that declares no character set, so that every engine gives the
+/// same text. UTF-8 if the bytes are valid; Shift JIS if they hold a word of half-width katakana,
+/// or a byte from 0x80 to 0x9F, which ISO 8859-1 leaves unassigned; else ISO 8859-1. Returns
+/// nothing when no character set fits.
 std::optional<QString> payloadText(QByteArrayView bytes);
 
 } // namespace platform

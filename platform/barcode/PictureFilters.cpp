@@ -7,7 +7,7 @@
 namespace platform::PictureFilters {
 namespace {
 
-// Positions and weights of linear interpolation, in 1/256 of a pixel.
+// Positions and weights of linear interpolation are in 1/256 of a pixel.
 constexpr int one = 256;
 
 struct Step {
@@ -20,10 +20,10 @@ std::vector<Step> steps(int from, int to)
 {
     std::vector<Step> result(static_cast<std::size_t>(to));
     for (int i = 0; i < to; ++i) {
-        // Pixel centres are mapped upon pixel centres.
-        const qint64 position = ((2 * i + 1) * qint64(from) * one / to - one) / 2;
-        const int clamped
-            = static_cast<int>(std::clamp<qint64>(position, 0, qint64(from - 1) * one));
+        // Maps pixel centres to pixel centres.
+        const qint64 position = ((2 * i + 1) * static_cast<qint64>(from) * one / to - one) / 2;
+        const qint64 last = static_cast<qint64>(from - 1) * one;
+        const int clamped = static_cast<int>(std::clamp<qint64>(position, 0, last));
         const int first = clamped / one;
         result[static_cast<std::size_t>(i)]
             = { first, std::min(first + 1, from - 1), clamped % one };
@@ -41,8 +41,9 @@ uchar clampedToByte(int value)
     return static_cast<uchar>(std::clamp(value, 0, 255));
 }
 
-// Fills `sums` with the rows above, at and below y weighed 1-2-1; the border's rows count again.
-void weighRows(const PictureView& from, int y, std::vector<int>& sums)
+// Fills `sums` with the sums of the rows above, at and below y, with the weights 1-2-1. Border rows
+// are repeated.
+void sumRows(const PictureView& from, int y, std::vector<int>& sums)
 {
     const uchar* above = from.row(std::max(0, y - 1));
     const uchar* here = from.row(y);
@@ -54,7 +55,8 @@ void weighRows(const PictureView& from, int y, std::vector<int>& sums)
     sums.back() = sums[static_cast<std::size_t>(from.width)];
 }
 
-template <typename Make> // uchar(uchar pixel, int sixteenfold mean of its neighbourhood)
+// make: uchar(uchar pixel, int sum), where sum is 16 times the mean of the neighbourhood.
+template <typename Make>
 void fromNeighbourhoods(const PictureView& from, PictureBuffer& to, Make make)
 {
     to.resize(from.width, from.height);
@@ -63,7 +65,7 @@ void fromNeighbourhoods(const PictureView& from, PictureBuffer& to, Make make)
     }
     std::vector<int> sums(static_cast<std::size_t>(from.width) + 2);
     for (int y = 0; y < from.height; ++y) {
-        weighRows(from, y, sums);
+        sumRows(from, y, sums);
         const uchar* here = from.row(y);
         const int* sum = sums.data();
         uchar* out = to.row(y);
@@ -73,71 +75,7 @@ void fromNeighbourhoods(const PictureView& from, PictureBuffer& to, Make make)
     }
 }
 
-template <typename Choose> // uchar(uchar, uchar), one of the two
-void ofNeighbourhoods(const PictureView& from, PictureBuffer& to, Choose choose)
-{
-    to.resize(from.width, from.height);
-    std::vector<uchar> columns(static_cast<std::size_t>(from.width) + 2);
-    for (int y = 0; y < from.height; ++y) {
-        const uchar* above = from.row(std::max(0, y - 1));
-        const uchar* here = from.row(y);
-        const uchar* below = from.row(std::min(from.height - 1, y + 1));
-        for (int x = 0; x < from.width; ++x) {
-            columns[static_cast<std::size_t>(x) + 1] = choose(here[x], choose(above[x], below[x]));
-        }
-        columns.front() = columns[1];
-        columns.back() = columns[static_cast<std::size_t>(from.width)];
-        const uchar* column = columns.data();
-        uchar* out = to.row(y);
-        for (int x = 0; x < from.width; ++x) {
-            out[x] = choose(column[x + 1], choose(column[x], column[x + 2]));
-        }
-    }
-}
-
-template <typename Make> // uchar(uchar pixel, qint64 sum of the square around it, its area)
-void fromSquares(const PictureView& from, int radius, PictureBuffer& to, Make make)
-{
-    to.resize(from.width, from.height);
-    if (from.isEmpty()) {
-        return;
-    }
-    // The sum over each column of the rows around y, moved down row by row.
-    std::vector<int> columns(static_cast<std::size_t>(from.width), 0);
-    const auto addRow = [&](int y, int sign) {
-        const uchar* row = from.row(y);
-        for (int x = 0; x < from.width; ++x) {
-            columns[static_cast<std::size_t>(x)] += sign * row[x];
-        }
-    };
-    for (int y = 0; y < std::min(radius, from.height); ++y) {
-        addRow(y, 1);
-    }
-    for (int y = 0; y < from.height; ++y) {
-        if (y + radius < from.height) {
-            addRow(y + radius, 1);
-        }
-        if (y - radius > 0) {
-            addRow(y - radius - 1, -1);
-        }
-        const int height = std::min(from.height - 1, y + radius) - std::max(0, y - radius) + 1;
-        const int* column = columns.data();
-        qint64 sum = 0;
-        for (int x = 0; x < std::min(radius, from.width); ++x) {
-            sum += column[x];
-        }
-        const uchar* row = from.row(y);
-        uchar* out = to.row(y);
-        for (int x = 0; x < from.width; ++x) {
-            sum += x + radius < from.width ? column[x + radius] : 0;
-            sum -= x > radius ? column[x - radius - 1] : 0;
-            const int width = std::min(from.width - 1, x + radius) - std::max(0, x - radius) + 1;
-            out[x] = make(row[x], sum, width * height);
-        }
-    }
-}
-
-// What shrink() does, in a form that compilers make fast: every frame of a camera passes here.
+// shrink() by 2, in a form that compilers vectorise: it is applied to every frame of a camera.
 void halve(const PictureView& from, PictureBuffer& to)
 {
     to.resize(from.width / 2, from.height / 2);
@@ -154,7 +92,7 @@ void halve(const PictureView& from, PictureBuffer& to)
 
 constexpr int tiles = 8; // in each direction
 constexpr int levels = 256;
-constexpr int clipLimit = 3; // times the mean height of a histogram's columns
+constexpr int clipLimit = 3; // in means of the histogram
 using Histogram = std::array<int, levels>;
 using Curve = std::array<uchar, levels>;
 
@@ -184,17 +122,17 @@ Curve curveOf(const PictureView& tile)
     qint64 sum = 0;
     for (int level = 0; level < levels; ++level) {
         sum += histogram[static_cast<std::size_t>(level)];
-        const qint64 spread = qint64(excess) * (level + 1) / levels;
+        const qint64 spread = static_cast<qint64>(excess) * (level + 1) / levels;
         curve[static_cast<std::size_t>(level)]
             = clampedToByte(static_cast<int>((sum + spread) * 255 / area));
     }
     return curve;
 }
 
-// Tile i of n along a side begins here.
+// The first pixel of tile i along a side.
 int tileBegin(int i, int side)
 {
-    return static_cast<int>(qint64(i) * side / tiles);
+    return static_cast<int>(static_cast<qint64>(i) * side / tiles);
 }
 
 } // namespace
@@ -280,15 +218,42 @@ void sharpen(const PictureView& from, int quarters, PictureBuffer& to)
 
 void average(const PictureView& from, int radius, PictureBuffer& to)
 {
-    fromSquares(from, radius, to,
-        [](uchar /*pixel*/, qint64 sum, int area) { return static_cast<uchar>(sum / area); });
-}
-
-void thresholdLocally(const PictureView& from, int radius, PictureBuffer& to)
-{
-    fromSquares(from, radius, to, [](uchar pixel, qint64 sum, int area) {
-        return static_cast<uchar>(qint64(pixel) * area * 16 < sum * 15 ? 0 : 255);
-    });
+    to.resize(from.width, from.height);
+    if (from.isEmpty()) {
+        return;
+    }
+    // For each column the sum of the rows around y, updated row by row.
+    std::vector<int> columns(static_cast<std::size_t>(from.width), 0);
+    const auto addRow = [&](int y, int sign) {
+        const uchar* row = from.row(y);
+        for (int x = 0; x < from.width; ++x) {
+            columns[static_cast<std::size_t>(x)] += sign * row[x];
+        }
+    };
+    for (int y = 0; y < std::min(radius, from.height); ++y) {
+        addRow(y, 1);
+    }
+    for (int y = 0; y < from.height; ++y) {
+        if (y + radius < from.height) {
+            addRow(y + radius, 1);
+        }
+        if (y - radius > 0) {
+            addRow(y - radius - 1, -1);
+        }
+        const int height = std::min(from.height - 1, y + radius) - std::max(0, y - radius) + 1;
+        const int* column = columns.data();
+        qint64 sum = 0;
+        for (int x = 0; x < std::min(radius, from.width); ++x) {
+            sum += column[x];
+        }
+        uchar* out = to.row(y);
+        for (int x = 0; x < from.width; ++x) {
+            sum += x + radius < from.width ? column[x + radius] : 0;
+            sum -= x > radius ? column[x - radius - 1] : 0;
+            const int width = std::min(from.width - 1, x + radius) - std::max(0, x - radius) + 1;
+            out[x] = static_cast<uchar>(sum / (width * height));
+        }
+    }
 }
 
 void equalise(const PictureView& from, PictureBuffer& to)
@@ -309,7 +274,7 @@ void equalise(const PictureView& from, PictureBuffer& to)
                 = curveOf(from.cropped(QRect(begin, end - QPoint(1, 1))));
         }
     }
-    // A pixel lies between the centres of four tiles: steps() from tiles to pixels finds them.
+    // A pixel lies between the centres of four tiles, which steps() finds.
     const std::vector<Step> columns = steps(tiles, from.width);
     const std::vector<Step> rows = steps(tiles, from.height);
     for (int y = 0; y < from.height; ++y) {
@@ -379,16 +344,6 @@ void mirror(const PictureView& from, PictureBuffer& to)
     }
 }
 
-void darken(const PictureView& from, PictureBuffer& to)
-{
-    ofNeighbourhoods(from, to, [](uchar a, uchar b) { return std::min(a, b); });
-}
-
-void lighten(const PictureView& from, PictureBuffer& to)
-{
-    ofNeighbourhoods(from, to, [](uchar a, uchar b) { return std::max(a, b); });
-}
-
 void warp(const PictureView& from, const QTransform& toSource, QSize size, PictureBuffer& to)
 {
     to.resize(size.width(), size.height());
@@ -399,8 +354,8 @@ void warp(const PictureView& from, const QTransform& toSource, QSize size, Pictu
         uchar* out = to.row(y);
         for (int x = 0; x < size.width(); ++x) {
             const QPointF source = toSource.map(QPointF(x + 0.5, y + 0.5)) - QPointF(0.5, 0.5);
-            const double left = std::clamp(source.x(), 0.0, double(from.width - 1));
-            const double top = std::clamp(source.y(), 0.0, double(from.height - 1));
+            const double left = std::clamp(source.x(), 0.0, static_cast<double>(from.width - 1));
+            const double top = std::clamp(source.y(), 0.0, static_cast<double>(from.height - 1));
             const int x0 = static_cast<int>(left);
             const int y0 = static_cast<int>(top);
             const int x1 = std::min(x0 + 1, from.width - 1);

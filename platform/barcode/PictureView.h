@@ -9,20 +9,19 @@
 
 namespace platform {
 
-/// Grey pixels, a byte each, that belong to someone else and outlive the view. A view of an empty
-/// picture has no pixels and no size.
+/// A non-owning view of grey pixels, one byte each. The pixels must outlive the view.
 struct PictureView {
     const uchar* pixels = nullptr;
     int width = 0;
     int height = 0;
-    qsizetype stride = 0; ///< bytes from one row to the next
+    qsizetype stride = 0; ///< bytes per row, with padding
 
     const uchar* row(int y) const { return pixels + y * stride; }
     QRect rect() const { return { 0, 0, width, height }; }
     bool isEmpty() const { return width <= 0 || height <= 0; }
     bool isPacked() const { return stride == width; }
 
-    /// The part of it that lies within `part`.
+    /// The intersection with `part`.
     PictureView cropped(const QRect& part) const
     {
         const QRect inside = part & rect();
@@ -32,14 +31,13 @@ struct PictureView {
     }
 };
 
-/// Of a picture of Format_Grayscale8.
+/// For pictures of Format_Grayscale8.
 inline PictureView viewOf(const QImage& grey)
 {
     return { grey.constBits(), grey.width(), grey.height(), grey.bytesPerLine() };
 }
 
-/// Grey pixels in rows without padding. A buffer that is resized keeps its memory, so that one
-/// filled again and again asks for memory once.
+/// Owns grey pixels in rows without padding. Keeps its memory when resized, for reuse.
 class PictureBuffer {
 public:
     void resize(int width, int height)
@@ -48,7 +46,7 @@ public:
         m_height = height;
         m_pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
     }
-    uchar* row(int y) { return m_pixels.data() + qsizetype(y) * m_width; }
+    uchar* row(int y) { return m_pixels.data() + static_cast<qsizetype>(y) * m_width; }
     PictureView view() const { return { m_pixels.data(), m_width, m_height, m_width }; }
 
 private:

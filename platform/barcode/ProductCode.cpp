@@ -3,7 +3,7 @@
 namespace platform {
 namespace {
 
-// GS1 General Specifications, UPC-E: the last of the six digits tells which zeros were left out.
+// GS1 General Specifications, UPC-E: the last of the six digits selects where zeros are inserted.
 QString upcA(const QString& upcE)
 {
     const auto part = [&upcE](int from, int length) { return upcE.mid(from, length); };

@@ -4,9 +4,8 @@
 
 namespace platform {
 
-/// A product code in its 13-digit form, under which it is known wherever it is looked up: a UPC-A
-/// code of 12 digits gains a zero, a UPC-E code of 8 digits is expanded and gains a zero. Any
-/// other text comes back unchanged.
+/// Converts a product code to its 13-digit form: a UPC-A code of 12 digits gets a leading zero, a
+/// UPC-E code of 8 digits is expanded first. Returns any other text unchanged.
 QString thirteenDigits(const QString& upc);
 
 } // namespace platform

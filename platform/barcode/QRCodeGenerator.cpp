@@ -13,6 +13,8 @@ namespace platform::QRCodeGenerator {
 namespace {
 
 constexpr int quietZone = 1; // modules
+constexpr uchar black = 0x00;
+constexpr uchar white = 0xff;
 constexpr int largestVersion = 40;
 
 /// Data codewords of each version at level M (ISO/IEC 18004, table 7).
@@ -20,12 +22,13 @@ constexpr std::array<int, largestVersion> codewords{ 16, 28, 44, 64, 86, 108, 12
     254, 290, 334, 365, 415, 453, 507, 563, 627, 669, 714, 782, 860, 914, 1000, 1062, 1128, 1193,
     1267, 1373, 1455, 1541, 1631, 1725, 1812, 1914, 1992, 2102, 2216, 2334 };
 
-/// The last of the versions that share a form of header.
-constexpr std::array<int, 3> lastOfHeader{ 9, 26, largestVersion };
+/// The last version of each group of versions with segment headers of the same size.
+constexpr std::array<int, 3> lastOfGroup{ 9, 26, largestVersion };
 
+/// In bits.
 constexpr qint64 capacity(int version)
 {
-    return 8 * qint64(codewords.at(size_t(version - 1)));
+    return 8LL * codewords.at(static_cast<std::size_t>(version - 1));
 }
 
 struct Plan {
@@ -33,12 +36,12 @@ struct Plan {
     std::vector<QRSegment> segments;
 };
 
-/// Appends the message up to the byte that a code of that version cannot hold any more; how many
-/// it can hold.
+/// Appends the message until a code of that version cannot hold more. Returns the number of bytes
+/// that it can hold.
 qsizetype fill(QRSplitter& split, QByteArrayView message, int version)
 {
     for (qsizetype held = 0; held < message.size(); ++held) {
-        split.append(uchar(message[held]));
+        split.append(static_cast<uchar>(message[held]));
         if (split.bits() > capacity(version)) {
             return held;
         }
@@ -48,7 +51,7 @@ qsizetype fill(QRSplitter& split, QByteArrayView message, int version)
 
 std::optional<Plan> plan(QByteArrayView message)
 {
-    for (const int last : lastOfHeader) {
+    for (const int last : lastOfGroup) {
         QRSplitter split(last);
         if (fill(split, message, last) < message.size()) {
             continue;
@@ -77,22 +80,22 @@ QRencodeMode encodeMode(QRMode mode)
 
 std::unique_ptr<QRcode, decltype(&QRcode_free)> encode(QByteArrayView message, const Plan& plan)
 {
-    std::unique_ptr<QRcode, decltype(&QRcode_free)> none(nullptr, QRcode_free);
+    std::unique_ptr<QRcode, decltype(&QRcode_free)> code(nullptr, QRcode_free);
     const std::unique_ptr<QRinput, decltype(&QRinput_free)> input(
         QRinput_new2(plan.version, QR_ECLEVEL_M), QRinput_free);
     if (input == nullptr) {
-        return none;
+        return code;
     }
     const auto* bytes = reinterpret_cast<const uchar*>(message.data());
     for (const QRSegment& segment : plan.segments) {
-        if (QRinput_append(
-                input.get(), encodeMode(segment.mode), int(segment.length), bytes + segment.begin)
+        if (QRinput_append(input.get(), encodeMode(segment.mode), static_cast<int>(segment.length),
+                bytes + segment.begin)
             != 0) {
-            return none;
+            return code;
         }
     }
-    none.reset(QRcode_encodeInput(input.get()));
-    return none;
+    code.reset(QRcode_encodeInput(input.get()));
+    return code;
 }
 
 } // namespace
@@ -109,12 +112,12 @@ QImage outputImage(QByteArrayView message)
     }
     const int extent = code->width + 2 * quietZone;
     QImage image(extent, extent, QImage::Format_Grayscale8);
-    image.fill(0xff);
+    image.fill(white);
     for (int y = 0; y < code->width; ++y) {
-        const uchar* modules = code->data + qsizetype(y) * code->width;
+        const uchar* modules = code->data + static_cast<qsizetype>(y) * code->width;
         uchar* line = image.scanLine(y + quietZone) + quietZone;
         std::transform(modules, modules + code->width, line,
-            [](uchar module) { return (module & 1) != 0 ? uchar(0x00) : uchar(0xff); });
+            [](uchar module) { return (module & 1) != 0 ? black : white; });
     }
     return image;
 }

@@ -20,7 +20,7 @@ constexpr auto costsOf = [] {
     std::array<Costs, 256> costs{};
     costs.fill({ impossible, impossible, 48 });
     for (const char character : alphanumerics) {
-        costs[uchar(character)] = { impossible, 33, 48 };
+        costs[static_cast<uchar>(character)] = { impossible, 33, 48 };
     }
     for (uchar digit = '0'; digit <= '9'; ++digit) {
         costs[digit] = { 20, 33, 48 };
@@ -40,7 +40,7 @@ Costs countBits(int version)
     return { 14, 13, 16 };
 }
 
-/// A segment ends on a whole bit.
+/// From sixths of a bit, rounded up.
 qint64 wholeBits(qint64 cost)
 {
     return (cost + sixths - 1) / sixths;
@@ -52,19 +52,20 @@ QRSplitter::QRSplitter(int version)
     : m_costs{ impossible, impossible, impossible }
 {
     const auto counts = countBits(version);
-    for (size_t mode = 0; mode < modes; ++mode) {
+    for (std::size_t mode = 0; mode < modes; ++mode) {
         m_headers[mode] = (modeBits + counts[mode]) * sixths;
     }
 }
 
 void QRSplitter::append(uchar byte)
 {
-    const qint64 afresh = m_bits * sixths;
+    const qint64 best = m_bits * sixths;
     Step step{};
-    for (size_t mode = 0; mode < modes; ++mode) {
-        const bool goesOn = m_costs[mode] <= afresh + m_headers[mode];
-        step[mode] = goesOn ? QRMode(mode) : m_cheapest;
-        const qint64 start = goesOn ? m_costs[mode] : afresh + m_headers[mode];
+    for (std::size_t mode = 0; mode < modes; ++mode) {
+        const qint64 newSegment = best + m_headers[mode];
+        const bool continues = m_costs[mode] <= newSegment;
+        step[mode] = continues ? static_cast<QRMode>(mode) : m_cheapest;
+        const qint64 start = continues ? m_costs[mode] : newSegment;
         const qint64 cost = costsOf[byte][mode];
         m_costs[mode] = cost == impossible ? impossible : start + cost;
     }
@@ -75,11 +76,11 @@ void QRSplitter::append(uchar byte)
 void QRSplitter::findCheapest()
 {
     m_bits = impossible;
-    for (size_t mode = 0; mode < modes; ++mode) {
+    for (std::size_t mode = 0; mode < modes; ++mode) {
         const qint64 bits = wholeBits(m_costs[mode]);
         if (bits < m_bits) {
             m_bits = bits;
-            m_cheapest = QRMode(mode);
+            m_cheapest = static_cast<QRMode>(mode);
         }
     }
 }
@@ -88,13 +89,13 @@ std::vector<QRSegment> QRSplitter::segments() const
 {
     std::vector<QRSegment> found;
     QRMode mode = m_cheapest;
-    for (qsizetype i = qsizetype(m_steps.size()) - 1; i >= 0; --i) {
+    for (qsizetype i = std::ssize(m_steps) - 1; i >= 0; --i) {
         if (found.empty() || found.back().mode != mode) {
             found.push_back({ mode, i, 0 });
         }
         found.back().begin = i;
         ++found.back().length;
-        mode = m_steps[size_t(i)][size_t(mode)];
+        mode = m_steps[static_cast<std::size_t>(i)][static_cast<std::size_t>(mode)];
     }
     std::reverse(found.begin(), found.end());
     return found;

@@ -9,40 +9,38 @@ namespace platform {
 
 enum class QRMode : quint8 { Numeric, Alphanumeric, Byte };
 
-/// A run of bytes of a message that is written in one mode.
+/// A run of bytes of a message that is encoded in one mode.
 struct QRSegment {
     QRMode mode = QRMode::Byte;
     qsizetype begin = 0;
     qsizetype length = 0;
 };
 
-/// Splits a message that grows byte by byte into the segments that take the fewest bits
-/// (ISO/IEC 18004, 7.4: modes, their headers and their packing). Kanji mode is not among them: a
-/// reader gives back other bytes than went in.
+/// Splits a message, appended byte by byte, into the segments that take the fewest bits
+/// (ISO/IEC 18004, 7.4). Kanji mode is not used, since readers do not return the same bytes.
 class QRSplitter {
 public:
-    /// The headers are those of codes of that version, 1 to 40.
+    /// The version, 1 to 40, decides the size of the segment headers.
     explicit QRSplitter(int version);
 
     void append(uchar byte);
-    qint64 bits() const
-    {
-        return m_bits;
-    } ///< of the best split of what was appended, headers included
+    /// The size of the best split so far, with headers.
+    qint64 bits() const { return m_bits; }
     std::vector<QRSegment> segments() const;
 
 private:
-    static constexpr size_t modes = 3;
-    /// The mode in which the byte before is written, on the best way to each mode.
+    static constexpr std::size_t modes = 3;
+    /// For each mode of a byte, the mode of the byte before it in the best split.
     using Step = std::array<QRMode, modes>;
 
     void findCheapest();
 
     std::array<qint64, modes> m_headers{};
-    /// Of the best split that ends in each mode. Sixths of a bit: a digit takes 20, a letter 33.
+    /// The size of the best split that ends in each mode, in sixths of a bit: a digit takes 20, a
+    /// letter 33.
     std::array<qint64, modes> m_costs;
     std::vector<Step> m_steps;
-    QRMode m_cheapest = QRMode::Byte; ///< that the best split ends in
+    QRMode m_cheapest = QRMode::Byte; ///< the last mode of the best split
     qint64 m_bits = 0;
 };
 

@@ -8,17 +8,17 @@
 
 namespace platform {
 
-/// Doubtful: what was read has little or nothing in it that tells a code from chance, so that it
-/// counts only once another attempt has read the same.
+/// Doubtful: the symbology has little or no error detection. The reading counts only when a second
+/// one gives the same result.
 enum class Trust { Certain, Doubtful };
 
-/// What one engine makes of one picture.
+/// One code read by one engine.
 struct Reading {
     BarcodeObservation code;
     Trust trust = Trust::Certain;
 };
 
-/// None when the library failed over the picture.
+/// Nothing when the library failed on the picture.
 using Readings = std::optional<QList<Reading>>;
 
 } // namespace platform

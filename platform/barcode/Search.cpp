@@ -11,11 +11,11 @@ namespace platform {
 namespace {
 
 constexpr int largestBase = 2016; // pixels a side
-constexpr double largestConfirmed = 300'000; // pixels, of what a doubtful code is read in again
+constexpr double largestConfirmed = 300'000; // pixels in which a doubtful code is read again
 constexpr int cellsAcross = 120;
-constexpr qsizetype mostPlaces = 3;
-constexpr double largestRectified = 900; // pixels
-constexpr double quietZone = 0.12; // of a place's smaller side
+constexpr qsizetype maximumPlaces = 3;
+constexpr double largestRectified = 900; // pixels a side
+constexpr double quietZone = 0.12; // fraction of a place's smaller side
 
 bool isSame(const BarcodeObservation& a, const BarcodeObservation& b)
 {
@@ -44,7 +44,7 @@ Search::Search(const PictureView& picture)
 const QList<Place>& Search::places()
 {
     if (!m_places) {
-        m_places = likelyPlaces(m_base.view, cellsAcross, mostPlaces);
+        m_places = likelyPlaces(m_base.view, cellsAcross, maximumPlaces);
     }
     return *m_places;
 }
@@ -149,14 +149,15 @@ bool Search::isConfirmed(const BarcodeObservation& code, const PictureView& pixe
 {
     const auto isSameCode
         = [&code](const BarcodeObservation& other) { return isSame(code, other); };
-    // The bars of other codes pass for the shortest code of all again and again.
-    const bool isShortest = code.symbology == Symbology::UpcE;
-    if (!isShortest && std::any_of(m_doubtful.begin(), m_doubtful.end(), isSameCode)) {
+    // Bars of other codes are often misread as UPC-E, the shortest code, and with the same result:
+    // an earlier attempt does not confirm it.
+    const bool isUpcE = code.symbology == Symbology::UpcE;
+    if (!isUpcE && std::any_of(m_doubtful.begin(), m_doubtful.end(), isSameCode)) {
         return true;
     }
     m_doubtful.append(code);
-    // Other pixels of the same code: what chance has read is gone. What ZBar tells about the place
-    // of a stacked code does not cover all of it.
+    // A misreading does not repeat in changed pixels. Of a stacked DataBar code ZBar does not give
+    // the whole place.
     const bool isDataBar
         = code.symbology == Symbology::DataBar || code.symbology == Symbology::DataBarExpanded;
     const QRect box = code.corners.boundingRect().toAlignedRect();
@@ -174,7 +175,7 @@ bool Search::isConfirmed(const BarcodeObservation& code, const PictureView& pixe
     if (isReadIn(larger.view(), code)) {
         return true;
     }
-    if (isShortest) {
+    if (isUpcE) {
         return false;
     }
     if (isReadIn(sharp.view(), code)) {

@@ -14,38 +14,38 @@
 
 namespace platform {
 
-/// Pixels made from a picture, and where in it they come from.
+/// Pixels derived from a picture, and the transform from their coordinates to the picture's.
 struct Derived {
     PictureView view;
     QTransform toPicture;
 };
 
-/// The search for a code in one picture: lets engines read pixels that were made from it, asks
-/// twice where a reading is doubtful, and keeps what is found in the picture's own coordinates.
-/// Derived pixels live in the search until the next ones are derived.
+/// The search for a code in one picture. Derives pixels from the picture, passes them to the
+/// engines, confirms doubtful readings, and converts corners to coordinates of the picture. The
+/// search owns the derived pixels and reuses their memory: they are valid until four more are
+/// derived.
 class Search {
 public:
     explicit Search(const PictureView& picture);
 
     Derived whole() const { return { m_picture, {} }; }
-    /// The picture at a size at which it can be read in many ways: smaller than the whole where
-    /// that has more than 2000 pixels or so a side, else the same.
+    /// The picture at a size that allows many attempts: reduced when a side has more than about
+    /// 2000 pixels, else the whole picture.
     const Derived& base() const { return m_base; }
     bool isBaseSmaller() const { return m_base.view.width < m_picture.width; }
-    /// In pixels of the base.
-    const QList<Place>& places();
+    const QList<Place>& places(); ///< in pixels of the base
 
     Derived shrunk(const Derived& from, int factor);
     Derived enlarged(const Derived& from, double factor);
     static Derived cropped(const Derived& from, const QRect& part);
-    /// With white paper around, for codes that reach to the picture's border.
+    /// Adds a white border, for codes that touch the edge of the picture.
     Derived framed(const Derived& from, int margin);
-    /// The upright part around a place, with some of what surrounds it.
+    /// Crops to the bounding rectangle of a place with a margin.
     static Derived around(const Derived& from, const Place& place);
-    /// A place made a rectangle, seen from straight above, with what is around it; its larger side
-    /// is `scale` times as long as in the picture, within bounds.
+    /// Removes the perspective from a place: its outline becomes an upright rectangle, with a
+    /// margin. `scale` applies to its size in `from`, and is reduced for large places.
     Derived rectified(const Derived& from, const Place& place, double scale);
-    /// The same pixels changed by one of PictureFilters.
+    /// Applies one of PictureFilters that keeps positions.
     template <typename Filter> Derived filtered(const Derived& from, Filter filter)
     {
         PictureBuffer& to = freeBuffer();
@@ -53,13 +53,13 @@ public:
         return { to.view(), from.toPicture };
     }
 
-    /// True when a code was found.
+    /// Returns hasFound(), or false when the library failed.
     bool readByZXing(const Derived& pixels, const ZXingOptions& options = {});
     bool readByZBar(const Derived& pixels);
 
     bool hasFound() const { return !m_codes.isEmpty(); }
     QList<BarcodeObservation> takeCodes() { return std::move(m_codes); }
-    /// Whether a library failed over something that it was given.
+    /// Whether a library failed on any of the pixels.
     bool hasFailed() const { return m_hasFailed; }
 
 private:
@@ -77,7 +77,7 @@ private:
     QList<BarcodeObservation> m_doubtful;
     std::array<PictureBuffer, 4> m_buffers; ///< used in turn
     std::size_t m_nextBuffer = 0;
-    std::unique_ptr<ZBarEngine> m_zbar; ///< made when it is first asked
+    std::unique_ptr<ZBarEngine> m_zbar; ///< created on first use
     bool m_hasFailed = false;
 };
 

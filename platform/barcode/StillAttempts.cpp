@@ -13,8 +13,8 @@ namespace {
 
 namespace filters = PictureFilters;
 
-constexpr int fewestToHalve = 160; // pixels a side
-constexpr int mostToEnlarge = 600;
+constexpr int smallestToHalve = 160; // pixels of the smaller side
+constexpr int largestToEnlarge = 600; // pixels of the larger side
 
 int smallerSide(const Derived& pixels)
 {
@@ -26,7 +26,7 @@ int largerSide(const Derived& pixels)
     return std::max(pixels.view.width, pixels.view.height);
 }
 
-void sharpenWell(const PictureView& from, PictureBuffer& to)
+void sharpenStrongly(const PictureView& from, PictureBuffer& to)
 {
     filters::sharpen(from, 8, to);
 }
@@ -54,19 +54,19 @@ void readEqualised(Search& search)
 void readEqualisedSharpened(Search& search)
 {
     search.readByZXing(
-        search.filtered(search.filtered(search.base(), filters::equalise), sharpenWell));
+        search.filtered(search.filtered(search.base(), filters::equalise), sharpenStrongly));
 }
 
 void readHalved(Search& search)
 {
-    if (smallerSide(search.base()) >= fewestToHalve) {
+    if (smallerSide(search.base()) >= smallestToHalve) {
         search.readByZXing(search.shrunk(search.base(), 2));
     }
 }
 
 void readHalvedBlurred(Search& search)
 {
-    if (smallerSide(search.base()) >= fewestToHalve) {
+    if (smallerSide(search.base()) >= smallestToHalve) {
         search.readByZXing(search.filtered(search.shrunk(search.base(), 2), filters::blur));
     }
 }
@@ -103,23 +103,23 @@ void readInverted(Search& search)
 
 void readHalvedInverted(Search& search)
 {
-    if (smallerSide(search.base()) >= fewestToHalve) {
+    if (smallerSide(search.base()) >= smallestToHalve) {
         search.readByZXing(search.filtered(search.shrunk(search.base(), 2), filters::invert));
     }
 }
 
 void readFramed(Search& search)
 {
-    if (largerSide(search.base()) <= mostToEnlarge) {
+    if (largerSide(search.base()) <= largestToEnlarge) {
         search.readByZXing(search.framed(search.filtered(search.base(), filters::equalise), 20));
     }
 }
 
 void readEnlarged(Search& search)
 {
-    if (largerSide(search.base()) <= mostToEnlarge) {
+    if (largerSide(search.base()) <= largestToEnlarge) {
         const Derived large = search.enlarged(search.framed(search.base(), 10), 3);
-        search.readByZXing(search.filtered(large, sharpenWell));
+        search.readByZXing(search.filtered(large, sharpenStrongly));
     }
 }
 
@@ -161,7 +161,7 @@ void readByZBar(Search& search)
 
 void readHalvedByZBar(Search& search)
 {
-    if (smallerSide(search.base()) >= fewestToHalve) {
+    if (smallerSide(search.base()) >= smallestToHalve) {
         search.readByZBar(search.shrunk(search.base(), 2));
     }
 }
@@ -193,50 +193,47 @@ void readTurned(Search& search)
     }
 }
 
-constexpr std::array attempts{
-    StillAttempt{ "as it is", readPlain },
-    StillAttempt{ "places, equalised", readEqualisedPlaces },
-    StillAttempt{ "equalised", readEqualised },
-    StillAttempt{ "half size", readHalved },
-    StillAttempt{ "half size, blurred", readHalvedBlurred },
-    StillAttempt{ "blurred", readBlurred },
-    StillAttempt{ "rectified places, small", readRectifiedSmall },
-    StillAttempt{ "rectified places", readRectified },
-    StillAttempt{ "equalised and sharpened", readEqualisedSharpened },
-    StillAttempt{ "half size, inverted", readHalvedInverted },
-    StillAttempt{ "inverted", readInverted },
-    StillAttempt{ "on paper, equalised", readFramed },
-    StillAttempt{ "ZBar, half size", readHalvedByZBar },
-    StillAttempt{ "ZBar", readByZBar },
-    StillAttempt{ "ZBar, equalised", readEqualisedByZBar },
-    StillAttempt{ "module grids", readGrids },
-    StillAttempt{ "whole picture", readWhole },
-    StillAttempt{ "enlarged, sharpened", readEnlarged },
-    StillAttempt{ "turned", readTurned },
+using Attempt = void (*)(Search&);
+
+// Ordered by codes read per processor time, see docs/detector.md.
+constexpr std::array<Attempt, 19> attempts{
+    readPlain,
+    readEqualisedPlaces,
+    readEqualised,
+    readHalved,
+    readHalvedBlurred,
+    readBlurred,
+    readRectifiedSmall,
+    readRectified,
+    readEqualisedSharpened,
+    readHalvedInverted,
+    readInverted,
+    readFramed,
+    readHalvedByZBar,
+    readByZBar,
+    readEqualisedByZBar,
+    readGrids,
+    readWhole,
+    readEnlarged,
+    readTurned,
 };
 
-// What a picture may take: a second for twelve megapixels, and long enough for a small one to be
-// tried in every way.
+// Processor time: a second for twelve megapixels, and enough for all attempts on a small picture.
 std::chrono::milliseconds budget(const PictureView& picture)
 {
-    constexpr qint64 least = 300;
-    constexpr qint64 eachMegapixel = 60;
+    constexpr qint64 minimum = 300;
+    constexpr qint64 perMegapixel = 60;
     return std::chrono::milliseconds(
-        least + eachMegapixel * picture.width * picture.height / 1'000'000);
+        minimum + perMegapixel * picture.width * picture.height / 1'000'000);
 }
 
 } // namespace
 
-std::span<const StillAttempt> stillAttempts()
-{
-    return attempts;
-}
-
 void searchStill(Search& search)
 {
     const auto end = ThreadCpuClock::now() + budget(search.whole().view);
-    for (const StillAttempt& attempt : attempts) {
-        attempt.run(search);
+    for (const Attempt attempt : attempts) {
+        attempt(search);
         if (search.hasFound() || ThreadCpuClock::now() > end) {
             return;
         }

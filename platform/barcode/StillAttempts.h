@@ -2,23 +2,10 @@
 
 #include "platform/barcode/Search.h"
 
-#include <QByteArrayView>
-
-#include <span>
-
 namespace platform {
 
-/// One way of reading a still picture.
-struct StillAttempt {
-    const char* name;
-    void (*run)(Search& search);
-};
-
-/// In the order in which they are tried: what reads most for its time comes first.
-std::span<const StillAttempt> stillAttempts();
-
-/// Tries one after another until a code is found or the time is over that a picture of this size
-/// may take: a second for twelve megapixels.
+/// Makes one attempt after another until one finds a code, or until the processor time for a
+/// picture of this size is spent: a second for twelve megapixels.
 void searchStill(Search& search);
 
 } // namespace platform

@@ -42,7 +42,7 @@ std::optional<QString> textOf(const zbar::zbar_symbol_t* symbol, Symbology symbo
 {
     const QByteArray bytes(zbar::zbar_symbol_get_data(symbol),
         static_cast<qsizetype>(zbar::zbar_symbol_get_data_length(symbol)));
-    // The library's own guess at a character set is often wrong.
+    // ZBar returns bytes: its own guess of a character set is often wrong.
     const auto text = payloadText(bytes);
     return text && symbology == Symbology::UpcE ? thirteenDigits(*text) : text;
 }
@@ -57,12 +57,12 @@ QPolygonF cornersOf(const zbar::zbar_symbol_t* symbol, Symbology symbology)
     if (symbology == Symbology::Qr && points.size() == 4) {
         return { points.at(0), points.at(3), points.at(2), points.at(1) };
     }
-    // Of a linear code the library tells where its scan lines crossed the bars.
+    // For a linear code the points are those where scan lines crossed the bars.
     const QRectF box = points.boundingRect();
     return { box.topLeft(), box.topRight(), box.bottomRight(), box.bottomLeft() };
 }
 
-// A line that crosses a linear code by chance reads something now and then, seldom twice the same.
+// Single scan lines misread a linear code now and then, but rarely with the same result.
 constexpr int certainLines = 3;
 
 Trust trustOf(const zbar::zbar_symbol_t* symbol, Symbology symbology)
@@ -121,7 +121,7 @@ ZBarEngine::~ZBarEngine() = default;
 
 Readings ZBarEngine::read(const PictureView& picture)
 {
-    // The library knows no padding at the end of a row.
+    // ZBar does not support padding at the end of a row.
     if (!picture.isPacked()) {
         m_packed.resize(picture.width, picture.height);
         for (int y = 0; y < picture.height; ++y) {

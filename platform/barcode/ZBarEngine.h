@@ -7,9 +7,9 @@
 
 namespace platform {
 
-/// The second opinion: reads the DataBar family, mirrored QR codes, and worn linear codes.
-/// An engine belongs to one thread at a time. Interleaved 2 of 5 and Code 39 are left out, in which
-/// it sees codes where there are none.
+/// Reads codes by ZBar: the DataBar family, mirrored QR codes and worn linear codes, which ZXing
+/// does not read. Does not read Interleaved 2 of 5 and Code 39, for which ZBar has too many false
+/// readings. One thread at a time.
 class ZBarEngine {
 public:
     ZBarEngine();

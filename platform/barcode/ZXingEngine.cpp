@@ -11,7 +11,7 @@
 namespace platform {
 namespace {
 
-constexpr std::size_t certainItf = 14; // digits, with a check digit among them
+constexpr std::size_t certainItf = 14; // digits; codes of this length have a check digit
 
 struct Format {
     ZXing::BarcodeFormat library;
@@ -22,7 +22,7 @@ struct Format {
 constexpr auto matrix = ZXingOptions::Symbologies::Matrix;
 constexpr auto linear = ZXingOptions::Symbologies::Linear;
 
-// Without UPC-A among the formats its codes are read as what they are part of, EAN-13.
+// UPC-A is not listed, so that its codes are read as EAN-13.
 constexpr std::array formats{
     Format{ ZXing::BarcodeFormat::QRCode, Symbology::Qr, matrix },
     Format{ ZXing::BarcodeFormat::DataMatrix, Symbology::DataMatrix, matrix },
@@ -72,9 +72,9 @@ bool isDeclaredBinary(const ZXing::Result& result)
         || content == ZXing::ContentType::UnknownECI;
 }
 
-// Where no character set is declared the library guesses one, and calls every text with a control
-// character binary. Bytes that are no text come out of the guess with replacement characters or
-// with those of U+0080 to U+009F, which no text that is not UTF-8 holds.
+// Without a declared character set ZXing guesses one, and reports text with control characters as
+// binary. Binary data decoded by a wrong guess has replacement characters or characters from U+0080
+// to U+009F, which do not occur in text of other encodings than UTF-8.
 bool isBytes(const QString& text)
 {
     return std::any_of(text.begin(), text.end(), [](QChar character) {
@@ -94,7 +94,7 @@ std::optional<QString> textOf(const ZXing::Result& result, Symbology symbology)
     return symbology == Symbology::UpcE ? thirteenDigits(text) : text;
 }
 
-// Noise passes for a PDF417 code of one or two characters too easily.
+// PDF417 codes of one or two characters are usually misread noise.
 bool isCredible(const ZXing::Result& result, Symbology symbology)
 {
     const std::size_t shortest = symbology == Symbology::Pdf417 ? 3 : 1;
@@ -129,14 +129,11 @@ QPolygonF cornersOf(const ZXing::Position& position)
 QList<Reading> readFormats(
     const PictureView& picture, ZXing::BarcodeFormats wanted, const ZXingOptions& options)
 {
-    const bool thorough = options.search == ZXingOptions::Search::Thorough;
     const auto hints = ZXingLibrary::hints()
                            .setFormats(wanted)
-                           .setTryHarder(thorough)
-                           .setTryRotate(thorough)
-                           .setBinarizer(options.threshold == ZXingOptions::Threshold::Local
-                                   ? ZXing::Binarizer::LocalAverage
-                                   : ZXing::Binarizer::GlobalHistogram)
+                           .setTryHarder(true)
+                           .setTryRotate(true)
+                           .setBinarizer(ZXing::Binarizer::LocalAverage)
                            .setIsPure(options.subject == ZXingOptions::Subject::Drawing)
                            .setMaxNumberOfSymbols(1);
     const ZXing::ImageView view(picture.pixels, picture.width, picture.height,
@@ -167,7 +164,7 @@ Readings tryFormats(
 
 Readings readByZXing(const PictureView& picture, const ZXingOptions& options)
 {
-    // Of drawings, only Data Matrix gains by it, and the reader of PDF417 spoils the heap.
+    // Only Data Matrix is read better as a drawing, and the PDF417 reader corrupts the heap then.
     const auto wanted = options.subject == ZXingOptions::Subject::Drawing
         ? ZXing::BarcodeFormats(ZXing::BarcodeFormat::DataMatrix)
         : formatsOf(options.symbologies);
@@ -175,7 +172,7 @@ Readings readByZXing(const PictureView& picture, const ZXingOptions& options)
     if (readings) {
         return readings;
     }
-    // One reader's exception ends all of them: let each of the others have its turn.
+    // An exception of one format's reader ended the others too: try the formats one by one.
     for (const Format& format : formats) {
         if (isWanted(format, options.symbologies)) {
             auto found = tryFormats(picture, format.library, options);

@@ -7,19 +7,16 @@ namespace platform {
 
 struct ZXingOptions {
     enum class Symbologies { All, Matrix, Linear };
-    enum class Search { Quick, Thorough }; ///< thorough: more lines, and turned by quarters
-    enum class Threshold { Local, Global };
-    /// Drawing: nothing but an upright code of square modules, sharp and complete, on its paper.
+    /// Drawing: an upright, sharp and complete code of square modules, with its quiet zone and
+    /// nothing else.
     enum class Subject { Photograph, Drawing };
 
     Symbologies symbologies = Symbologies::All;
-    Search search = Search::Thorough;
-    Threshold threshold = Threshold::Local;
     Subject subject = Subject::Photograph;
 };
 
-/// Reads every symbology but the DataBar family, whose readers in ZXing 1.4 abort the process on
-/// some pictures. Gives the first code it finds.
+/// Reads codes by ZXing. Returns the first code found. Does not read the DataBar family, whose
+/// readers in ZXing 1.4 abort the process on some pictures.
 Readings readByZXing(const PictureView& picture, const ZXingOptions& options = {});
 
 } // namespace platform

@@ -13,13 +13,14 @@ namespace platform {
 
 namespace {
 
+/// The collection view of a header or a cell; null for other widgets.
 CollectionView* collectionOf(const QWidget* widget)
 {
     const QWidget* viewport = widget->parentWidget();
     return viewport != nullptr ? qobject_cast<CollectionView*>(viewport->parentWidget()) : nullptr;
 }
 
-/// The collection: a list of what can be seen of it.
+/// A collection view: a list of the headers and cells that are visible.
 class AccessibleCollection : public QAccessibleWidget {
 public:
     explicit AccessibleCollection(CollectionView* view)
@@ -28,14 +29,15 @@ public:
     {
     }
 
-    int childCount() const override { return int(m_view.visibleViews().size()); }
+    int childCount() const override { return static_cast<int>(m_view.visibleViews().size()); }
     QAccessibleInterface* child(int index) const override
     {
         return QAccessible::queryAccessibleInterface(m_view.visibleViews().value(index));
     }
     int indexOfChild(const QAccessibleInterface* child) const override
     {
-        return int(m_view.visibleViews().indexOf(qobject_cast<QWidget*>(child->object())));
+        return static_cast<int>(
+            m_view.visibleViews().indexOf(qobject_cast<QWidget*>(child->object())));
     }
     QAccessibleInterface* childAt(int x, int y) const override
     {
@@ -63,7 +65,7 @@ private:
     CollectionView& m_view;
 };
 
-/// A header or a cell: its parent is the collection, and its own insides are not shown.
+/// A header or a cell: a child of the collection view, without children of its own.
 class AccessibleElement : public QAccessibleWidget {
 public:
     using QAccessibleWidget::QAccessibleWidget;
@@ -111,12 +113,10 @@ public:
         if (kind != QAccessible::Name) {
             return AccessibleElement::text(kind);
         }
-        const CollectionView* view = collectionOf(&m_item);
-        const auto path = view != nullptr ? view->indexPathForItem(&m_item) : std::nullopt;
-        const QString name = path && view->dataSource() != nullptr
-            ? view->dataSource()->accessibleNameOfItem(*path)
-            : QString();
-        return name.isEmpty() && m_item.textField != nullptr ? m_item.textField->text() : name;
+        const auto path = indexPath();
+        const QString name
+            = path ? collectionOf(&m_item)->dataSource()->accessibleNameOfItem(*path) : QString();
+        return name.isEmpty() ? m_item.textField->text() : name;
     }
 
     QAccessible::State state() const override
@@ -133,18 +133,24 @@ public:
     QStringList actionNames() const override { return { pressAction() }; }
     void doAction(const QString& name) override
     {
-        CollectionView* view = collectionOf(&m_item);
-        const auto path = view != nullptr ? view->indexPathForItem(&m_item) : std::nullopt;
+        const auto path = indexPath();
         if (name == pressAction() && path) {
-            view->selectItem(*path);
+            collectionOf(&m_item)->selectItem(*path);
         }
     }
 
 private:
+    /// Nothing for a cell that is not in use.
+    std::optional<IndexPath> indexPath() const
+    {
+        const CollectionView* view = collectionOf(&m_item);
+        return view != nullptr ? view->indexPathForItem(&m_item) : std::nullopt;
+    }
+
     CollectionViewItem& m_item;
 };
 
-/// A well is a button that asks for a picture.
+/// An image well: a button that opens the file dialog.
 class AccessibleWell : public QAccessibleWidget {
 public:
     explicit AccessibleWell(ImageWell* well)
@@ -204,10 +210,7 @@ QAccessibleInterface* makeInterface(const QString&, QObject* object)
 
 void installAccessibility()
 {
-    [[maybe_unused]] static const bool installed = [] {
-        QAccessible::installFactory(makeInterface);
-        return true;
-    }();
+    QAccessible::installFactory(makeInterface);
 }
 
 } // namespace platform

@@ -2,8 +2,8 @@
 
 namespace platform {
 
-/// Makes the platform's widgets known to screen readers. Every widget calls it when it is made;
-/// only the first call has an effect.
+/// Registers what screen readers are told about the widgets of this folder. Called once, by the
+/// application's constructor. Main thread.
 void installAccessibility();
 
 } // namespace platform

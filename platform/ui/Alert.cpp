@@ -1,19 +1,16 @@
 #include "platform/ui/Alert.h"
 
-#include <QCoreApplication>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-
-#include <algorithm>
 
 using Qt::StringLiterals::operator""_s;
 
 namespace platform {
 namespace {
 
-/// Lets a label break a long run without spaces, such as a path, which would otherwise set the
-/// width of the alert.
+/// Adds break opportunities to long runs without spaces, such as paths, which would otherwise make
+/// the alert too wide.
 QString breakable(const QString& text)
 {
     constexpr int longestRun = 80;
@@ -30,7 +27,7 @@ QString breakable(const QString& text)
     return result;
 }
 
-/// Of the labels inside, the box treats one as plain text and lets the other guess.
+/// QMessageBox::setTextFormat() does not apply to the informative text.
 void showPlainText(QMessageBox& box)
 {
     const auto labels = box.findChildren<QLabel*>();
@@ -53,19 +50,17 @@ int Alert::runModal(QWidget* parent) const
     box.setInformativeText(breakable(informativeText));
     showPlainText(box);
 
-    const QString ok = QCoreApplication::translate("platform::Alert", "OK");
-    const QStringList titles = buttons.isEmpty() ? QStringList{ ok } : buttons;
-    QList<QAbstractButton*> pressable;
-    for (const QString& title : titles) {
-        // One role for all: the box orders by role, and keeps the order within one.
-        pressable.append(box.addButton(title, QMessageBox::ActionRole));
+    QList<QPushButton*> pushButtons;
+    for (const QString& title : buttons) {
+        // The box sorts buttons by role, and keeps the order within a role.
+        pushButtons.append(box.addButton(title, QMessageBox::ActionRole));
     }
-    box.setDefaultButton(static_cast<QPushButton*>(pressable.first()));
-    const qsizetype cancel = titles.indexOf(u"Cancel"_s);
-    const qsizetype escape = cancel >= 0 ? cancel : titles.size() - 1;
-    box.setEscapeButton(pressable.at(escape));
+    box.setDefaultButton(pushButtons.first());
+    const qsizetype cancel = buttons.indexOf(u"Cancel"_s);
+    const qsizetype escape = cancel >= 0 ? cancel : buttons.size() - 1;
+    box.setEscapeButton(pushButtons.at(escape));
     box.exec();
-    const qsizetype pressed = pressable.indexOf(box.clickedButton());
+    const qsizetype pressed = pushButtons.indexOf(static_cast<QPushButton*>(box.clickedButton()));
     return static_cast<int>(pressed >= 0 ? pressed : escape);
 }
 

@@ -11,10 +11,10 @@ namespace platform {
 struct Alert {
     QString messageText;
     QString informativeText;
-    QStringList buttons; ///< in the order of adding; the first is the default
+    QStringList buttons; ///< in display order, at least one; the first is the default
 
-    /// Shows the alert, application-modal, and returns the place of the pressed button in
-    /// `buttons`. Escape presses "Cancel" where there is one, else the last.
+    /// Shows the alert, application-modal, and returns the index of the pressed button. Escape
+    /// presses "Cancel" where there is one, else the last button.
     int runModal(QWidget* parent = nullptr) const;
 };
 

@@ -1,7 +1,5 @@
 #include "platform/ui/Appearance.h"
 
-#include "platform/ui/ColorScheme.h"
-
 #include <QApplication>
 #include <QFont>
 #include <QStyle>
@@ -131,11 +129,8 @@ QScrollBar::add-line, QScrollBar::sub-line, QScrollBar::add-page, QScrollBar::su
         css(colors.window), isDark ? u"dark"_s : u"light"_s, points(1.15), points(1.5));
 }
 
-} // namespace
-
-QPalette Appearance::palette(bool isDark)
+QPalette paletteOf(const Colors& colors)
 {
-    const Colors& colors = isDark ? dark : light;
     QPalette palette;
     const auto set = [&palette](QPalette::ColorRole role, QRgb color) {
         palette.setColor(role, QColor::fromRgb(color));
@@ -165,22 +160,21 @@ QPalette Appearance::palette(bool isDark)
     return palette;
 }
 
-void Appearance::apply(bool isDark)
+void apply(bool isDark)
 {
-    QApplication::setPalette(palette(isDark));
-    qApp->setStyleSheet(styleSheet(isDark ? dark : light, isDark));
+    const Colors& colors = isDark ? dark : light;
+    QApplication::setPalette(paletteOf(colors));
+    qApp->setStyleSheet(styleSheet(colors, isDark));
 }
 
-Appearance::Appearance(QObject* parent)
-    : QObject(parent)
-    , m_colorScheme(std::make_unique<ColorScheme>())
+} // namespace
+
+Appearance::Appearance()
 {
     QApplication::setStyle(QStyleFactory::create(u"Fusion"_s));
-    apply(m_colorScheme->prefersDark());
-    connect(m_colorScheme.get(), &ColorScheme::changed, this,
-        [this] { apply(m_colorScheme->prefersDark()); });
+    apply(m_colorScheme.prefersDark());
+    QObject::connect(&m_colorScheme, &ColorScheme::changed, &m_colorScheme,
+        [this] { apply(m_colorScheme.prefersDark()); });
 }
-
-Appearance::~Appearance() = default;
 
 } // namespace platform

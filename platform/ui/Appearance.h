@@ -1,29 +1,18 @@
 #pragma once
 
-#include <QObject>
-#include <QPalette>
-
-#include <memory>
+#include "platform/ui/ColorScheme.h"
 
 namespace platform {
 
-class ColorScheme;
-
-/// The look that all windows share: one style, a light and a dark palette, and the rules for
-/// widgets that say what they are by a dynamic property ("heading", "secondary", "prominent",
-/// "onGray"). Follows the desktop's preference while it lives. Main thread.
-class Appearance : public QObject {
-    Q_OBJECT
+/// The look of all windows: one style, a light and a dark palette, and style rules for widgets
+/// with the dynamic properties "heading", "secondary", "prominent" and "onGray". Follows the
+/// desktop's light or dark preference during its lifetime. Main thread.
+class Appearance {
 public:
-    explicit Appearance(QObject* parent = nullptr);
-    ~Appearance() override;
-
-    static QPalette palette(bool dark);
-    /// Dresses the application; what the constructor does with the desktop's preference.
-    static void apply(bool dark);
+    Appearance();
 
 private:
-    std::unique_ptr<ColorScheme> m_colorScheme;
+    ColorScheme m_colorScheme;
 };
 
 } // namespace platform

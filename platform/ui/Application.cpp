@@ -1,6 +1,7 @@
 #include "platform/ui/Application.h"
 
 #include "platform/services/Dispatch.h"
+#include "platform/ui/Accessibility.h"
 #include "platform/ui/Alert.h"
 #include "platform/ui/Sheet.h"
 #include "platform/ui/TerminationSignals.h"
@@ -21,6 +22,7 @@ Application::Application(int& argc, char** argv)
     setApplicationVersion(QStringLiteral(VELLUMCAP_VERSION));
     setDesktopFileName(u"org.vellumcap.Vellumcap"_s);
     setQuitOnLastWindowClosed(false);
+    installAccessibility();
     connect(
         this, &QGuiApplication::commitDataRequest, this,
         [this](QSessionManager& session) {
@@ -83,7 +85,7 @@ void Application::endSheet(QWidget* sheet)
 
 bool Application::event(QEvent* event)
 {
-    // Qt would close every window and leave; the delegate has to be asked first.
+    // Qt would close all windows and quit without asking the delegate.
     if (event->type() == QEvent::Quit) {
         terminate();
         return true;

@@ -13,18 +13,18 @@ class Application;
 
 enum class TerminateReply { Cancel = 0, Now = 1 };
 
-/// What the program answers for. Not owned by the application; outlives its run.
+/// The program's part of the application. The application does not own it; it outlives run().
 class ApplicationDelegate : public MenuResponder {
 public:
     virtual void applicationDidFinishLaunching() = 0;
-    /// The program was started again, or its icon was used: bring the main window to the front.
+    /// The program was started again, or its icon was used: brings the main window to the front.
     virtual void applicationShouldHandleReopen() = 0;
     virtual TerminateReply applicationShouldTerminate(Application& application) = 0;
-    /// The undo manager of actions in `window`; null when there is none.
-    virtual QUndoStack* windowWillReturnUndoManager(QWidget* window) = 0;
+    /// The undo manager of actions in any window; null when there is none.
+    virtual QUndoStack* windowWillReturnUndoManager() = 0;
 };
 
-/// The one application object: launch, quit, and what is modal to all windows. Main thread.
+/// The application object: launch, termination and alerts. Main thread.
 class Application : public QApplication {
     Q_OBJECT
 public:
@@ -39,12 +39,12 @@ public:
     /// Launches the delegate, runs the event loop, and returns the exit status.
     int run();
 
-    /// Shows `error` in a modal alert. True when the failure was repaired, which no error of
-    /// today offers.
+    /// Shows `error` in a modal alert. Returns whether the failure was repaired: always false,
+    /// since no error offers a repair yet.
     bool presentError(const Error& error);
 
-    /// Asks the delegate, and quits when it agrees. Also what SIGTERM, SIGINT and the end of the
-    /// desktop session do.
+    /// Asks the delegate, and quits unless it cancels. SIGTERM, SIGINT and the end of the desktop
+    /// session do the same.
     void terminate();
 
     /// Ends the sheet on its parent; see Sheet.h.
@@ -54,7 +54,7 @@ protected:
     bool event(QEvent* event) override;
 
 private:
-    /// Cancel, too, while the delegate is still being asked.
+    /// Returns Cancel during a call of the delegate.
     TerminateReply askDelegate();
 
     ApplicationDelegate* m_delegate = nullptr;

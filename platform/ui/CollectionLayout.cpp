@@ -9,7 +9,7 @@ void CollectionLayout::setSections(const std::vector<Section>& sections)
     m_sections.clear();
     m_sections.reserve(sections.size());
     for (const Section& section : sections) {
-        m_sections.push_back({ { std::max(section.items, 0), std::max(section.headerHeight, 0) } });
+        m_sections.push_back({ section });
     }
     setWidth(m_width);
 }
@@ -45,7 +45,7 @@ bool CollectionLayout::contains(IndexPath path) const
 
 QRect CollectionLayout::headerRect(int section) const
 {
-    const Placed& placed = m_sections[size_t(section)];
+    const Placed& placed = at(section);
     return { 0, placed.top, m_width, placed.headerHeight };
 }
 
@@ -55,22 +55,21 @@ QRect CollectionLayout::itemRect(IndexPath path) const
     const int row = path.item / m_columns;
     const int left = m_left + column * (m_itemWidth + spacing);
     return { rightToLeft ? m_width - left - m_itemWidth : left,
-        m_sections[size_t(path.section)].rowsTop + row * rowHeight(), m_itemWidth,
-        leastItemSize.height() };
+        at(path.section).rowsTop + row * rowHeight(), m_itemWidth, leastItemSize.height() };
 }
 
 int CollectionLayout::sectionAt(int y) const
 {
     const auto above = std::upper_bound(m_sections.begin(), m_sections.end(), y,
         [](int position, const Placed& section) { return position < section.top; });
-    return std::max(int(above - m_sections.begin()) - 1, 0);
+    return std::max(static_cast<int>(above - m_sections.begin()) - 1, 0);
 }
 
 int CollectionLayout::sectionOfRow(int row) const
 {
     const auto after = std::upper_bound(m_sections.begin(), m_sections.end(), row,
         [](int wanted, const Placed& section) { return wanted < section.firstRow; });
-    return int(after - m_sections.begin()) - 1;
+    return static_cast<int>(after - m_sections.begin()) - 1;
 }
 
 std::optional<IndexPath> CollectionLayout::itemAt(QPoint point) const
@@ -99,7 +98,7 @@ CollectionLayout::Range CollectionLayout::sectionsBetween(int top, int bottom) c
 
 CollectionLayout::Range CollectionLayout::itemsBetween(int section, int top, int bottom) const
 {
-    const Placed& placed = m_sections[size_t(section)];
+    const Placed& placed = at(section);
     const int firstRow = std::max(top - placed.rowsTop, 0) / rowHeight();
     const int below = bottom - placed.rowsTop;
     const int endRow = below <= 0 ? 0 : (below - 1) / rowHeight() + 1;
@@ -155,13 +154,13 @@ std::optional<IndexPath> CollectionLayout::previous(IndexPath path) const
 
 IndexPath CollectionLayout::movedByRows(IndexPath path, int rows, int column) const
 {
-    const int current = m_sections[size_t(path.section)].firstRow + path.item / m_columns;
+    const int current = at(path.section).firstRow + path.item / m_columns;
     const int row = std::clamp(current + rows, 0, m_rowCount - 1);
     if (row == current) {
         return path;
     }
     const int section = sectionOfRow(row);
-    const int item = (row - m_sections[size_t(section)].firstRow) * m_columns + column;
+    const int item = (row - at(section).firstRow) * m_columns + column;
     return { section, std::min(item, itemsIn(section) - 1) };
 }
 

@@ -10,10 +10,9 @@
 
 namespace platform {
 
-/// Where everything of a collection lies: sections one below the other, each a header of the full
-/// width and rows of equal cells. Computed in the number of sections, not of items. Coordinates
-/// are device-independent pixels from the content's top; left and right are swapped where
-/// reading goes from right to left. Knows no widget.
+/// The layout of a collection view: sections one below the other, each with a header of the full
+/// width and rows of equal cells. Takes time proportional to the number of sections, not of items.
+/// Coordinates are device-independent pixels from the top left of the content. Knows no widget.
 class CollectionLayout {
 public:
     struct Section {
@@ -27,7 +26,7 @@ public:
 
     QSize leastItemSize{ 160, 180 };
     int spacing = 12;
-    bool rightToLeft = false;
+    bool rightToLeft = false; ///< mirrors the cells horizontally
 
     void setSections(const std::vector<Section>& sections);
     void setWidth(int width); ///< also to be called after a change of the fields above
@@ -35,8 +34,8 @@ public:
     int columns() const { return m_columns; }
     int rowHeight() const { return leastItemSize.height() + spacing; }
     int contentHeight() const { return m_contentHeight; }
-    int sectionCount() const { return int(m_sections.size()); }
-    int itemsIn(int section) const { return m_sections[size_t(section)].items; }
+    int sectionCount() const { return static_cast<int>(m_sections.size()); }
+    int itemsIn(int section) const { return at(section).items; }
     bool isEmpty() const { return !firstItem().has_value(); }
     bool contains(IndexPath path) const;
 
@@ -44,15 +43,15 @@ public:
     QRect itemRect(IndexPath path) const;
     std::optional<IndexPath> itemAt(QPoint point) const;
 
-    Range sectionsBetween(int top, int bottom) const; ///< those that reach into [top, bottom)
+    Range sectionsBetween(int top, int bottom) const; ///< those that intersect [top, bottom)
     Range itemsBetween(int section, int top, int bottom) const; ///< whole rows
 
     std::optional<IndexPath> firstItem() const;
     std::optional<IndexPath> lastItem() const;
     std::optional<IndexPath> next(IndexPath path) const;
     std::optional<IndexPath> previous(IndexPath path) const;
-    /// The item of the row that many rows further down (up when negative) in that column or in
-    /// the last one that the row has; as far as there are rows.
+    /// The item `rows` rows further down (up when negative), in `column` or in the last column of
+    /// that row. Stops at the first and the last row.
     IndexPath movedByRows(IndexPath path, int rows, int column) const;
 
 private:
@@ -60,10 +59,11 @@ private:
         int top = 0; ///< of the header
         int rowsTop = 0;
         int rows = 0;
-        int firstRow = 0; ///< counted over all sections
+        int firstRow = 0; ///< number of rows in the sections before
     };
 
-    int sectionAt(int y) const; ///< the last that begins at or above it
+    const Placed& at(int section) const { return m_sections[static_cast<std::size_t>(section)]; }
+    int sectionAt(int y) const; ///< the last that begins at or above y
     int sectionOfRow(int row) const;
 
     std::vector<Placed> m_sections;

@@ -1,6 +1,5 @@
 #include "platform/ui/CollectionView.h"
 
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/CollectionViewItem.h"
 #include "platform/ui/CollectionViewState.h"
 #include "platform/ui/Drawing.h"
@@ -26,23 +25,17 @@ QString itemKind(const QString& identifier)
     return u"item "_s + identifier;
 }
 
-QString supplementaryKind(SupplementaryKind kind, const QString& identifier)
+QString headerKind(const QString& identifier)
 {
-    return (kind == SupplementaryKind::SectionHeader ? u"header "_s : u"footer "_s) + identifier;
+    return u"header "_s + identifier;
 }
 
 } // namespace
-
-QString CollectionViewDataSource::accessibleNameOfItem(IndexPath) const
-{
-    return {};
-}
 
 CollectionView::CollectionView(QWidget* parent)
     : QAbstractScrollArea(parent)
     , m_state(std::make_unique<State>(*this))
 {
-    installAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     setFrameShape(QFrame::NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -55,7 +48,7 @@ void CollectionView::setDataSource(CollectionViewDataSource* dataSource)
     if (m_state->dataSource == dataSource) {
         return;
     }
-    m_state->dataSource = nullptr; // lets go of the cells without asking anybody
+    m_state->dataSource = nullptr; // gives the cells back without calling a data source
     reloadData();
     m_state->dataSource = dataSource;
     m_state->setNeedsReload();
@@ -72,11 +65,6 @@ CollectionViewDataSource* CollectionView::dataSource() const
     return m_state->dataSource;
 }
 
-CollectionViewDelegate* CollectionView::delegate() const
-{
-    return m_state->delegate;
-}
-
 void CollectionView::registerItem(
     const QString& identifier, std::function<CollectionViewItem*()> make)
 {
@@ -84,18 +72,15 @@ void CollectionView::registerItem(
 }
 
 void CollectionView::registerSupplementaryView(
-    SupplementaryKind kind, const QString& identifier, std::function<QWidget*()> make)
+    const QString& identifier, std::function<QWidget*()> make)
 {
-    m_state->pool.setMaker(supplementaryKind(kind, identifier), std::move(make));
+    m_state->pool.setMaker(headerKind(identifier), std::move(make));
 }
 
 CollectionViewItem* CollectionView::makeItem(const QString& identifier, IndexPath indexPath)
 {
     const ReusePool::Taken taken = m_state->pool.take(itemKind(identifier));
     auto* item = static_cast<CollectionViewItem*>(taken.view);
-    if (item == nullptr) {
-        return nullptr;
-    }
     if (m_state->layout.contains(indexPath)) {
         item->resize(m_state->layout.itemRect(indexPath).size());
     }
@@ -107,10 +92,9 @@ CollectionViewItem* CollectionView::makeItem(const QString& identifier, IndexPat
     return item;
 }
 
-QWidget* CollectionView::makeSupplementaryView(
-    SupplementaryKind kind, const QString& identifier, IndexPath)
+QWidget* CollectionView::makeSupplementaryView(const QString& identifier)
 {
-    return m_state->pool.take(supplementaryKind(kind, identifier)).view;
+    return m_state->pool.take(headerKind(identifier)).view;
 }
 
 void CollectionView::setItemSize(QSize least)
@@ -141,33 +125,10 @@ void CollectionView::selectItem(IndexPath indexPath)
     m_state->select(indexPath);
 }
 
-void CollectionView::deselectAll()
-{
-    m_state->setSelection(std::nullopt);
-}
-
-void CollectionView::scrollToItem(IndexPath indexPath)
-{
-    m_state->reloadIfNeeded();
-    if (m_state->layout.contains(indexPath)) {
-        m_state->scrollTo(indexPath);
-    }
-}
-
 CollectionViewItem* CollectionView::itemAtIndexPath(IndexPath indexPath) const
 {
     m_state->reloadIfNeeded();
     return m_state->cellAt(indexPath);
-}
-
-QList<IndexPath> CollectionView::indexPathsForVisibleItems() const
-{
-    m_state->reloadIfNeeded();
-    QList<IndexPath> paths;
-    for (const auto& [path, cell] : m_state->cells) {
-        paths.append(path);
-    }
-    return paths;
 }
 
 std::optional<IndexPath> CollectionView::indexPathForItem(const CollectionViewItem* item) const
@@ -293,7 +254,7 @@ void CollectionView::keyPressEvent(QKeyEvent* event)
     }
     const IndexPath here = *m_state->selected;
     const auto target = m_state->targetOf(event->key());
-    if (!target) { // not a place to go to: once more the one that is selected
+    if (!target) { // Space and Return select the same item again
         m_state->select(here);
     } else if (*target != here) {
         m_state->select(*target);

@@ -16,40 +16,38 @@ namespace platform {
 class CollectionView;
 class CollectionViewItem;
 
-enum class SupplementaryKind { SectionHeader, SectionFooter };
-
-/// What a collection view shows. Borrowed by the view; outlives it or is unset.
+/// What a collection view shows. The view does not own it; it outlives the view or is unset.
 class CollectionViewDataSource {
 public:
     virtual ~CollectionViewDataSource() = default;
-    virtual int numberOfSectionsInCollectionView(CollectionView& collectionView) const = 0;
-    virtual int numberOfItemsInSection(CollectionView& collectionView, int section) const = 0;
-    /// A cell made by CollectionView::makeItem, filled for that place.
+    virtual int numberOfSectionsInCollectionView() const = 0;
+    virtual int numberOfItemsInSection(int section) const = 0;
+    /// Returns a cell made by CollectionView::makeItem(), filled for that place.
     virtual CollectionViewItem* itemForRepresentedObjectAtIndexPath(
         CollectionView& collectionView, IndexPath indexPath)
         = 0;
-    /// A view made by CollectionView::makeSupplementaryView.
+    /// Returns the header of the section, made by CollectionView::makeSupplementaryView(). Only
+    /// called for sections whose header has a height.
     virtual QWidget* viewForSupplementaryElementOfKind(
-        CollectionView& collectionView, SupplementaryKind kind, IndexPath indexPath)
+        CollectionView& collectionView, IndexPath indexPath)
         = 0;
-    /// What a screen reader calls the item; asked for visible cells only.
-    virtual QString accessibleNameOfItem(IndexPath indexPath) const;
+    /// The item's name for screen readers; empty for the text of the cell. Only called for
+    /// visible cells.
+    virtual QString accessibleNameOfItem(IndexPath) const { return {}; }
 };
 
+/// The view does not own its delegate, which outlives the view or is unset.
 class CollectionViewDelegate {
 public:
     virtual ~CollectionViewDelegate() = default;
-    virtual void didSelectItemsAtIndexPaths(
-        CollectionView& collectionView, const QSet<IndexPath>& indexPaths)
-        = 0;
-    /// In the vertical flow the height counts; the header is as wide as the view.
-    virtual QSizeF referenceSizeForHeaderInSection(
-        const CollectionView& collectionView, int section) const = 0;
+    virtual void didSelectItemsAtIndexPaths(const QSet<IndexPath>& indexPaths) = 0;
+    /// Only the height is used: the header is as wide as the view.
+    virtual QSizeF referenceSizeForHeaderInSection(int section) const = 0;
 };
 
-/// Sections of equal cells under headers, in a vertical flow. Only cells that can be seen exist;
-/// those that leave are reused. One item can be selected, by click, arrow keys, Home, End, Page
-/// Up and Page Down. Main thread.
+/// Sections of equal cells under headers, in a vertical flow. Only visible cells exist; cells that
+/// leave the visible area are reused. One item can be selected, by click, arrow keys, Home, End,
+/// Page Up and Page Down. Main thread.
 class CollectionView : public QAbstractScrollArea {
     Q_OBJECT
 public:
@@ -59,35 +57,29 @@ public:
     void setDataSource(CollectionViewDataSource* dataSource);
     void setDelegate(CollectionViewDelegate* delegate);
     CollectionViewDataSource* dataSource() const;
-    CollectionViewDelegate* delegate() const;
 
     void registerItem(const QString& identifier, std::function<CollectionViewItem*()> make);
-    void registerSupplementaryView(
-        SupplementaryKind kind, const QString& identifier, std::function<QWidget*()> make);
-    /// For the data source: a new or reused view, owned by the collection view.
-    /// Null when nothing is registered under the identifier.
+    void registerSupplementaryView(const QString& identifier, std::function<QWidget*()> make);
+    /// For the data source: a new or reused view, owned by the collection view. The identifier
+    /// must be registered.
     CollectionViewItem* makeItem(const QString& identifier, IndexPath indexPath);
-    QWidget* makeSupplementaryView(
-        SupplementaryKind kind, const QString& identifier, IndexPath indexPath);
+    QWidget* makeSupplementaryView(const QString& identifier);
 
-    /// The least size of a cell; as many columns as fit, stretched to the width.
+    /// The minimum size of a cell. There are as many columns as fit, and they share the width.
     void setItemSize(QSize least);
     void setSpacing(int pixels);
 
-    /// Asks the data source anew. The selection is dropped, the place of scrolling kept as far as
-    /// the new content reaches. A new data source or delegate is asked by itself, as soon as
-    /// events are handled again or anything here is wanted of it.
+    /// Reads everything from the data source again. Clears the selection and keeps the scroll
+    /// position as far as the new content reaches. A new data source or delegate is read without
+    /// this call, in the next run of the event loop or when a member function needs its data.
     void reloadData();
 
     QSet<IndexPath> selectionIndexPaths() const;
-    /// Tells the delegate, like the user's own selection. No effect where there is no item.
+    /// Notifies the delegate, as a selection by the user does. No effect where there is no item.
     void selectItem(IndexPath indexPath);
-    void deselectAll(); ///< tells nobody
-    void scrollToItem(IndexPath indexPath);
 
     CollectionViewItem* itemAtIndexPath(IndexPath indexPath) const; ///< null unless visible
-    QList<IndexPath> indexPathsForVisibleItems() const; ///< in reading order
-    /// Where the cell stands now; nothing for one that waits to be reused.
+    /// Nothing for a cell that is not in use.
     std::optional<IndexPath> indexPathForItem(const CollectionViewItem* item) const;
     QList<QWidget*> visibleViews() const; ///< headers and cells, in reading order
 

@@ -1,6 +1,5 @@
 #include "platform/ui/CollectionViewItem.h"
 
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 
 #include <QLabel>
@@ -18,7 +17,6 @@ constexpr double ringGap = 2;
 CollectionViewItem::CollectionViewItem(QWidget* parent)
     : QWidget(parent)
 {
-    installAccessibility();
     setAttribute(Qt::WA_Hover);
 }
 

@@ -11,8 +11,8 @@ namespace platform {
 
 class ThumbnailView;
 
-/// A cell of a collection view; subclasses load their description and set the two outlets. The
-/// cell is a view of its own: the collection places it, shows its selection and reuses it.
+/// A cell of a collection view, which places, selects and reuses it. A subclass loads the cell's
+/// description and sets the two outlets.
 class CollectionViewItem : public QWidget {
     Q_OBJECT
 public:
@@ -22,7 +22,7 @@ public:
     ThumbnailView* imageView = nullptr; ///< outlet
     QLabel* textField = nullptr; ///< outlet
 
-    /// Fills the cell's backing, where it has one, behind everything else.
+    /// An optional background behind everything else.
     struct Layer {
         QColor backgroundColor;
     };
@@ -33,13 +33,13 @@ public:
     /// All labels of the cell take the colour of selected text.
     void setSelected(bool selected);
 
-    /// The collection has the keyboard focus and this is its current item.
-    bool showsFocus() const { return m_showsFocus; }
+    /// Draws a focus ring: the collection view has the keyboard focus and this is its selected
+    /// item.
     void setShowsFocus(bool shows);
 
     virtual void viewDidLoad() { }
     virtual void prepareForReuse() { }
-    virtual void selectionDidChange() { } ///< `textField` has its colour already
+    virtual void selectionDidChange() { } ///< called after the labels have their colour
 
 protected:
     void paintEvent(QPaintEvent* event) override;

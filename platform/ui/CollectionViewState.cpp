@@ -14,7 +14,7 @@ namespace platform {
 
 namespace {
 
-/// Nothing is made for screen readers while there is none.
+/// No accessible interface is created while no screen reader is active.
 void announce(QObject* object, QAccessible::Event what)
 {
     if (QAccessible::isActive()) {
@@ -66,13 +66,12 @@ std::vector<CollectionLayout::Section> CollectionView::State::askForSections()
         return sections;
     }
     const QScopedValueRollback guard(asking, true);
-    const int count = dataSource->numberOfSectionsInCollectionView(view);
-    sections.reserve(size_t(qMax(count, 0)));
+    const int count = dataSource->numberOfSectionsInCollectionView();
+    sections.reserve(static_cast<std::size_t>(count));
     for (int section = 0; section < count; ++section) {
-        const double height = delegate == nullptr
-            ? 0
-            : delegate->referenceSizeForHeaderInSection(view, section).height();
-        sections.push_back({ dataSource->numberOfItemsInSection(view, section), qCeil(height) });
+        const double height
+            = delegate == nullptr ? 0 : delegate->referenceSizeForHeaderInSection(section).height();
+        sections.push_back({ dataSource->numberOfItemsInSection(section), qCeil(height) });
     }
     return sections;
 }
@@ -170,12 +169,7 @@ void CollectionView::State::bindHeader(int section)
 {
     QWidget*& header = headers[section];
     if (header == nullptr) {
-        header = dataSource->viewForSupplementaryElementOfKind(
-            view, SupplementaryKind::SectionHeader, { section, 0 });
-    }
-    if (header == nullptr) {
-        headers.erase(section);
-        return;
+        header = dataSource->viewForSupplementaryElementOfKind(view, { section, 0 });
     }
     header->setGeometry(layout.headerRect(section).translated(0, -offset()));
     header->show();
@@ -187,9 +181,6 @@ void CollectionView::State::bindItem(IndexPath path)
     CollectionViewItem* cell = cellAt(path);
     if (cell == nullptr && place.intersects(view.viewport()->rect())) {
         cell = dataSource->itemForRepresentedObjectAtIndexPath(view, path);
-        if (cell == nullptr) {
-            return;
-        }
         cells.emplace(path, cell);
         cell->setSelected(path == selected);
         announce(cell, QAccessible::NameChanged);
@@ -249,7 +240,7 @@ void CollectionView::State::select(IndexPath path)
     scrollTo(path);
     announceSelection();
     if (delegate != nullptr) {
-        delegate->didSelectItemsAtIndexPaths(view, { path });
+        delegate->didSelectItemsAtIndexPaths({ path });
     }
 }
 
@@ -260,7 +251,7 @@ void CollectionView::State::clickOnNothing()
     }
     setSelection(std::nullopt);
     if (delegate != nullptr) {
-        delegate->didSelectItemsAtIndexPaths(view, {});
+        delegate->didSelectItemsAtIndexPaths({});
     }
 }
 

@@ -10,26 +10,25 @@
 
 namespace platform {
 
-/// What a collection view knows: the layout, the views that exist for what can be seen of it, and
-/// the selection.
+/// The state of a collection view: the layout, the views of the visible part, and the selection.
 struct CollectionView::State {
     explicit State(CollectionView& owner);
 
-    void setNeedsReload(); ///< when events are handled again
+    void setNeedsReload(); ///< reloads in the next run of the event loop
     void reload();
     void reloadIfNeeded();
-    /// After a change of width, direction or measures; what was on top stays there.
+    /// After a change of width, direction or item size; the topmost visible item stays in place.
     void relayout();
-    void showVisible(); ///< makes and reuses views until what can be seen is there
+    void showVisible(); ///< makes or reuses the views of the visible area
 
     int offset() const;
     QRect visibleArea() const; ///< in content coordinates
     void scrollTo(IndexPath path);
 
-    void select(IndexPath path); ///< the delegate comes last and may do anything
+    void select(IndexPath path); ///< calls the delegate last, which may change everything
     void setSelection(std::optional<IndexPath> path);
     void clickOnNothing();
-    /// Where a navigation key leads from the selected item; nothing for other keys.
+    /// The item to which a navigation key moves the selection; nothing for other keys.
     std::optional<IndexPath> targetOf(int key);
     CollectionViewItem* cellAt(IndexPath path) const;
     CollectionViewItem* selectedCell() const;
@@ -44,12 +43,12 @@ struct CollectionView::State {
     std::map<IndexPath, CollectionViewItem*> cells;
     std::map<int, QWidget*> headers;
     std::optional<IndexPath> selected;
-    int goalColumn = 0; ///< where Up and Down lead as far as rows reach
-    double wheelRest = 0; ///< fractions of a pixel that the wheel has turned
-    bool usesKeyboard = false; ///< the focus is shown to those who move it by keys
-    bool ringAround = false; ///< the view itself shows the focus, as no visible cell does
+    int goalColumn = 0; ///< the column that Up and Down aim at; a short row ends before it
+    double wheelRest = 0; ///< the fraction of a pixel that is not scrolled yet
+    bool usesKeyboard = false; ///< the focus is drawn only while the keyboard is used
+    bool ringAround = false; ///< the focus ring is around the view, as no visible cell has it
     bool needsReload = false;
-    bool asking = false; ///< the data source is being asked, and must not change what is asked for
+    bool asking = false; ///< the data source is being called: no reload before it returns
 
 private:
     std::vector<CollectionLayout::Section> askForSections();

@@ -30,7 +30,7 @@ bool isDark(const QPalette& palette)
     return palette.color(QPalette::Window).lightness() < 128;
 }
 
-/// The value itself; the portal's first method of reading wraps it twice.
+/// The portal's Read method wraps the value twice.
 QVariant unwrapped(QVariant value)
 {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>()) {
@@ -39,7 +39,7 @@ QVariant unwrapped(QVariant value)
     return value;
 }
 
-/// Receives the portal's signal, which can be connected to a slot only.
+/// Receives the portal's signal, which can only be connected to a slot.
 class SettingListener : public QObject {
     Q_OBJECT
 public:
@@ -50,8 +50,8 @@ public:
     }
 
 public Q_SLOTS:
-    // A slot that takes the arguments is refused: QtDBus does not know its own QDBusVariant
-    // before the first message.
+    // Not a slot with the signal's arguments: QtDBus refuses to connect it as long as it has not
+    // registered QDBusVariant, which happens with the first message.
     void settingChanged(const QDBusMessage& signal)
     {
         const QVariantList arguments = signal.arguments();
@@ -67,10 +67,9 @@ private:
 
 } // namespace
 
-// The palette is asked once: later it may be the one that was chosen by this very preference.
-ColorScheme::ColorScheme(QObject* parent)
-    : QObject(parent)
-    , m_paletteIsDark(isDark(QGuiApplication::palette()))
+// The palette is read only once: Appearance replaces it later.
+ColorScheme::ColorScheme()
+    : m_paletteIsDark(isDark(QGuiApplication::palette()))
     , m_dark(m_paletteIsDark)
 {
     askPortal();

@@ -6,12 +6,12 @@ class QVariant;
 
 namespace platform {
 
-/// Whether the desktop prefers dark windows: the appearance setting of the desktop portal
-/// (org.freedesktop.appearance color-scheme), else what the desktop's palette says.
+/// Whether the desktop prefers dark windows: the color-scheme setting of the desktop portal
+/// (org.freedesktop.appearance), else the lightness of the desktop's palette. Main thread.
 class ColorScheme : public QObject {
     Q_OBJECT
 public:
-    explicit ColorScheme(QObject* parent = nullptr);
+    ColorScheme();
     bool prefersDark() const { return m_dark; }
 
 Q_SIGNALS:

@@ -14,7 +14,8 @@ double lineWidth = 1;
 
 QColor blend(const QColor& under, const QColor& over, double opacity)
 {
-    const auto mix = [opacity](float a, float b) { return a + (b - a) * float(opacity); };
+    const auto mix
+        = [share = static_cast<float>(opacity)](float a, float b) { return a + (b - a) * share; };
     return QColor::fromRgbF(mix(under.redF(), over.redF()), mix(under.greenF(), over.greenF()),
         mix(under.blueF(), over.blueF()));
 }
@@ -32,6 +33,11 @@ QColor hairlineColor(const QPalette& palette)
 QColor faintColor(const QPalette& palette)
 {
     return blend(palette.color(QPalette::Base), palette.color(QPalette::Text), 0.26);
+}
+
+QPointF snapped(QPointF point, double devicePixelRatio)
+{
+    return QPointF((point * devicePixelRatio).toPoint()) / devicePixelRatio;
 }
 
 void fillCard(QPainter& painter, const QRectF& area, const QColor& fill, double radius)

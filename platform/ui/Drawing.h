@@ -6,20 +6,23 @@
 class QPainter;
 class QPalette;
 
-/// What the platform's own widgets have in common on the screen. All colours come from the
-/// palette, so that light and dark desktops look alike. Lengths are device-independent pixels.
+/// Drawing functions that the platform's widgets share. Lengths are device-independent pixels.
+/// Colours are derived from the palette, for light and dark windows.
 namespace platform::drawing {
 
 inline constexpr double cardRadius = 8;
 inline constexpr double ringWidth = 2;
 
-/// `over` laid on `under` with that opacity (0 to 1).
+/// `over` blended onto `under` with an opacity from 0 to 1.
 QColor blend(const QColor& under, const QColor& over, double opacity);
 
-/// A step away from the background that is neither text nor highlight.
+/// The background of tiles: slightly different from the window's.
 QColor tileColor(const QPalette& palette);
 QColor hairlineColor(const QPalette& palette);
 QColor faintColor(const QPalette& palette);
+
+/// Rounded to whole pixels of the screen.
+QPointF snapped(QPointF point, double devicePixelRatio);
 
 void fillCard(
     QPainter& painter, const QRectF& area, const QColor& fill, double radius = cardRadius);
@@ -30,13 +33,13 @@ void strokeHairline(
 void drawFocusRing(
     QPainter& painter, const QRectF& area, const QPalette& palette, double radius = cardRadius);
 
-/// The width of strokes that set none, in the whole process; 1 at first. Main thread.
+/// The line width of strokeRect() in the whole process, initially 1. Main thread.
 double defaultLineWidth();
 void setDefaultLineWidth(double width);
 /// Centred on the edge of `area`, in the default line width.
 void strokeRect(QPainter& painter, const QRectF& area, const QColor& color);
 
-/// A framed landscape in outlines, in the middle of `area`: the sign for "no picture".
+/// The symbol for "no picture", a framed landscape in outlines, in the middle of `area`.
 void drawPictureGlyph(QPainter& painter, const QRectF& area, const QColor& color);
 
 } // namespace platform::drawing

@@ -7,10 +7,10 @@ namespace platform {
 
 namespace {
 
-/// More than any label has room for; laying out a longer text would only cost time.
+/// More than fits into any label. Laying out a longer text would only take time.
 constexpr qsizetype longestLaidOutText = 1000;
 
-/// What can be drawn in a line: no line ends, tabs or other controls.
+/// Replaces line ends, tabs and other control characters by spaces.
 QString drawableText(const QString& text)
 {
     QString drawable = text.left(longestLaidOutText);

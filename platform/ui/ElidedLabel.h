@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// A label for foreign text of any length: plain, wrapped over at most `lines` lines, and elided
-/// where it does not fit. text() is the whole text.
+/// A label for untrusted text of any length: plain text, wrapped to at most `lines` lines and then
+/// elided. text() is the whole text.
 class ElidedLabel : public QLabel {
     Q_OBJECT
     Q_PROPERTY(int lines READ lines WRITE setLines)

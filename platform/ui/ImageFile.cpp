@@ -6,7 +6,7 @@ namespace platform {
 
 QImage ImageFile::load() const
 {
-    return isNull() ? QImage() : readPicture(path).image;
+    return readPicture(path).image;
 }
 
 } // namespace platform

@@ -5,8 +5,8 @@
 
 namespace platform {
 
-/// A picture that is known by its location and read only when someone shows it. Neither the
-/// file's existence nor its content is checked before.
+/// The location of a picture that is read only when it is shown. Neither the file's existence nor
+/// its content is checked before.
 struct ImageFile {
     QString path;
 

@@ -1,7 +1,6 @@
 #include "platform/ui/ImageView.h"
 
 #include "platform/services/Dispatch.h"
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 #include "platform/ui/ScalablePicture.h"
 
@@ -31,22 +30,27 @@ struct ImageView::State {
     QSizeF contentSize() const { return QSizeF(picture.image().size()) * factor; }
     double fittingFactor() const;
     void show(ScalablePicture shown);
-    /// Keeps the picture's point under `anchor` (view coordinates) where it is.
+    /// Clamps `wanted` to the possible zoom. The picture's point under `anchor` (in view
+    /// coordinates) stays in place.
     void zoomTo(double wanted, QPointF anchor);
+    void zoomFromMiddle(double wanted) { zoomTo(wanted, QRectF(view.rect()).center()); }
     void fit();
-    /// Moves by `delta`; false when the picture cannot move that way.
+    /// Moves by `delta`; false when the picture cannot move in that direction.
     bool pan(QPointF delta);
+    bool zoomByKey(int key); ///< false for other keys
+    bool panByKey(int key); ///< false for other keys
+    bool zoomByNativeGesture(const QNativeGestureEvent& event); ///< false for other gestures
     void keepInside();
     void updateCursor();
 
     ImageView& view;
     ScalablePicture picture;
-    double factor = 1;
-    bool fits = true;
+    double factor = 1; ///< device-independent pixels per pixel of the picture
+    bool fits = true; ///< the zoom follows the size of the view
     QPointF center{ 0.5, 0.5 }; ///< the picture's point in the middle of the view, as fractions
-    QPointF dragged; ///< where the pointer was last while it drags
+    QPointF dragged; ///< the last position of the pointer while dragging
     bool dragging = false;
-    quint64 reading = 0; ///< the latest picture asked for; those read for an earlier one are late
+    quint64 reading = 0; ///< number of the latest request; results of earlier ones are dropped
     std::shared_ptr<const void> life = std::make_shared<char>();
 };
 
@@ -60,7 +64,6 @@ void ImageView::State::show(ScalablePicture shown)
 {
     picture = std::move(shown);
     fit();
-    Q_EMIT view.imageChanged();
 }
 
 void ImageView::State::fit()
@@ -127,11 +130,56 @@ void ImageView::State::updateCursor()
     }
 }
 
+bool ImageView::State::zoomByKey(int key)
+{
+    switch (key) {
+    case Qt::Key_Plus:
+    case Qt::Key_Equal:
+        zoomFromMiddle(factor * zoomStep);
+        return true;
+    case Qt::Key_Minus:
+        zoomFromMiddle(factor / zoomStep);
+        return true;
+    case Qt::Key_0:
+        fit();
+        return true;
+    case Qt::Key_1:
+        zoomFromMiddle(1);
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool ImageView::State::panByKey(int key)
+{
+    switch (key) {
+    case Qt::Key_Left:
+        return pan({ panStep, 0 });
+    case Qt::Key_Right:
+        return pan({ -panStep, 0 });
+    case Qt::Key_Up:
+        return pan({ 0, panStep });
+    case Qt::Key_Down:
+        return pan({ 0, -panStep });
+    default:
+        return false;
+    }
+}
+
+bool ImageView::State::zoomByNativeGesture(const QNativeGestureEvent& event)
+{
+    if (event.gestureType() != Qt::ZoomNativeGesture) {
+        return false;
+    }
+    zoomTo(factor * (1 + event.value()), event.position());
+    return true;
+}
+
 ImageView::ImageView(QWidget* parent)
     : QWidget(parent)
     , m_state(std::make_unique<State>(*this))
 {
-    installAccessibility();
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(tr("Picture"));
     grabGesture(Qt::PinchGesture);
@@ -166,44 +214,11 @@ const QImage& ImageView::image() const
     return m_state->picture.image();
 }
 
-double ImageView::zoomFactor() const
-{
-    return m_state->factor;
-}
-
-bool ImageView::fitsWindow() const
-{
-    return m_state->fits;
-}
-
-void ImageView::setZoomFactor(double factor)
-{
-    m_state->zoomTo(factor, QRectF(rect()).center());
-}
-
-void ImageView::zoomIn()
-{
-    setZoomFactor(zoomFactor() * zoomStep);
-}
-
-void ImageView::zoomOut()
-{
-    setZoomFactor(zoomFactor() / zoomStep);
-}
-
-void ImageView::zoomToFit()
-{
-    m_state->fit();
-}
-
 QRectF ImageView::imageRect() const
 {
-    const double ratio = devicePixelRatioF();
-    const auto snap = [ratio](double value) { return qRound(value * ratio) / ratio; };
     const QSizeF size = m_state->contentSize();
-    const QPointF middle = QRectF(rect()).center();
-    return { snap(middle.x() - m_state->center.x() * size.width()),
-        snap(middle.y() - m_state->center.y() * size.height()), size.width(), size.height() };
+    const QPointF center(m_state->center.x() * size.width(), m_state->center.y() * size.height());
+    return { drawing::snapped(QRectF(rect()).center() - center, devicePixelRatioF()), size };
 }
 
 QSize ImageView::sizeHint() const
@@ -244,7 +259,7 @@ void ImageView::wheelEvent(QWheelEvent* event)
 {
     if (event->modifiers().testFlag(Qt::ControlModifier)) {
         const double notches = event->angleDelta().y() / wheelNotch;
-        m_state->zoomTo(zoomFactor() * std::pow(zoomStep, notches), event->position());
+        m_state->zoomTo(m_state->factor * std::pow(zoomStep, notches), event->position());
         return;
     }
     const QPointF delta = event->pixelDelta().isNull()
@@ -253,47 +268,11 @@ void ImageView::wheelEvent(QWheelEvent* event)
     event->setAccepted(m_state->pan(delta));
 }
 
-bool ImageView::zoomByKey(int key)
-{
-    switch (key) {
-    case Qt::Key_Plus:
-    case Qt::Key_Equal:
-        zoomIn();
-        return true;
-    case Qt::Key_Minus:
-        zoomOut();
-        return true;
-    case Qt::Key_0:
-        zoomToFit();
-        return true;
-    case Qt::Key_1:
-        setZoomFactor(1);
-        return true;
-    default:
-        return false;
-    }
-}
-
-bool ImageView::panByKey(int key)
-{
-    switch (key) {
-    case Qt::Key_Left:
-        return m_state->pan({ panStep, 0 });
-    case Qt::Key_Right:
-        return m_state->pan({ -panStep, 0 });
-    case Qt::Key_Up:
-        return m_state->pan({ 0, panStep });
-    case Qt::Key_Down:
-        return m_state->pan({ 0, -panStep });
-    default:
-        return false;
-    }
-}
-
 void ImageView::keyPressEvent(QKeyEvent* event)
 {
     const auto others = event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier);
-    if (others != Qt::NoModifier || (!zoomByKey(event->key()) && !panByKey(event->key()))) {
+    if (others != Qt::NoModifier
+        || (!m_state->zoomByKey(event->key()) && !m_state->panByKey(event->key()))) {
         QWidget::keyPressEvent(event);
     }
 }
@@ -328,38 +307,24 @@ void ImageView::mouseDoubleClickEvent(QMouseEvent* event)
     if (event->button() != Qt::LeftButton) {
         return;
     }
-    if (fitsWindow()) {
+    if (m_state->fits) {
         m_state->zoomTo(1, event->position());
     } else {
-        zoomToFit();
+        m_state->fit();
     }
-}
-
-bool ImageView::nativeGesture(const QNativeGestureEvent& event)
-{
-    if (event.gestureType() != Qt::ZoomNativeGesture) {
-        return false;
-    }
-    m_state->zoomTo(zoomFactor() * (1 + event.value()), event.position());
-    return true;
-}
-
-void ImageView::pinch(const QPinchGesture& gesture)
-{
-    const QPoint middle = mapFromGlobal(gesture.centerPoint().toPoint());
-    m_state->zoomTo(zoomFactor() * gesture.scaleFactor(), middle);
 }
 
 bool ImageView::event(QEvent* event)
 {
     if (event->type() == QEvent::NativeGesture) {
-        if (nativeGesture(*static_cast<QNativeGestureEvent*>(event))) {
+        if (m_state->zoomByNativeGesture(*static_cast<QNativeGestureEvent*>(event))) {
             return true;
         }
     } else if (event->type() == QEvent::Gesture) {
         auto* gestures = static_cast<QGestureEvent*>(event);
         if (auto* gesture = static_cast<QPinchGesture*>(gestures->gesture(Qt::PinchGesture))) {
-            pinch(*gesture);
+            const QPoint middle = mapFromGlobal(gesture->centerPoint().toPoint());
+            m_state->zoomTo(m_state->factor * gesture->scaleFactor(), middle);
             return true;
         }
     }

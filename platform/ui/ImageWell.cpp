@@ -2,7 +2,6 @@
 
 #include "platform/services/Dispatch.h"
 #include "platform/services/StandardFolders.h"
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 #include "platform/ui/PictureMimeData.h"
 #include "platform/ui/PictureReading.h"
@@ -29,8 +28,8 @@ namespace {
 
 constexpr double padding = 16;
 constexpr double wellRadius = 12;
-/// Files up to this size are read at once: nobody notices.
-constexpr qint64 quickFileBytes = qint64(4) * 1024 * 1024;
+/// Files up to this size are read on the main thread: it takes no noticeable time.
+constexpr qint64 quickFileBytes = 4LL * 1024 * 1024;
 
 QString pictureFilter()
 {
@@ -68,7 +67,7 @@ struct ImageWell::State {
 
     void readFile(const QString& path);
     void place(const PictureReading& result);
-    /// Shows a picture or a message; whatever is still being read is late.
+    /// Shows a picture and the reason of a refusal; drops the result of a file still being read.
     void show(const QImage& image, const QString& why);
     void setHovered(bool hovers);
     QString caption() const;
@@ -78,9 +77,9 @@ struct ImageWell::State {
     ImageWell& well;
     ScalablePicture picture;
     QString refusal;
-    bool reading = false;
-    bool hovered = false; ///< by a drag that may be dropped
-    quint64 latest = 0; ///< counts what was put into the well
+    bool reading = false; ///< a large file is being read
+    bool hovered = false; ///< by a drag that is accepted
+    quint64 latest = 0; ///< number of the latest picture; results for earlier ones are dropped
     QPointer<QFileDialog> dialog;
     std::shared_ptr<const void> life = std::make_shared<char>();
 };
@@ -182,7 +181,6 @@ ImageWell::ImageWell(QWidget* parent)
     : QFrame(parent)
     , m_state(std::make_unique<State>(*this))
 {
-    installAccessibility();
     setAcceptDrops(true);
     setFocusPolicy(Qt::StrongFocus);
     setAccessibleName(tr("Picture"));
@@ -204,11 +202,6 @@ void ImageWell::setImage(const QImage& image)
 QString ImageWell::refusal() const
 {
     return m_state->refusal;
-}
-
-bool ImageWell::isReading() const
-{
-    return m_state->reading;
 }
 
 QSize ImageWell::sizeHint() const
@@ -250,7 +243,7 @@ void ImageWell::chooseFile()
 
 bool ImageWell::event(QEvent* event)
 {
-    // A menu's Paste must not take the key while the well has the focus.
+    // While the well has the focus, the menu's Paste must not receive the key.
     if (event->type() == QEvent::ShortcutOverride
         && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste)) {
         event->accept();
@@ -270,7 +263,7 @@ void ImageWell::paintEvent(QPaintEvent*)
 
 void ImageWell::dragEnterEvent(QDragEnterEvent* event)
 {
-    // Who offers only a move would take its file away afterwards.
+    // A source that offers only a move would delete its file afterwards.
     if (event->possibleActions().testFlag(Qt::CopyAction) && canReadPicture(*event->mimeData())) {
         event->setDropAction(Qt::CopyAction);
         event->accept();

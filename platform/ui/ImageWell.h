@@ -9,10 +9,10 @@ class QMimeData;
 
 namespace platform {
 
-/// A well that shows one picture and lets the user put one there: by dropping a file or picture
-/// data, by pasting (picture data, a copied file, a file's path), or by choosing a file (Enter or
-/// double click). Reading a file is bounded; one that is too large or no picture is refused with
-/// a caption in the well, and the picture before it stays. Main thread.
+/// Shows one picture, which the user can replace: by dropping a file or picture data, by pasting
+/// (picture data, a copied file, a file's path), or by choosing a file (Enter or double click).
+/// A picture that is too large or cannot be read is refused with a caption in the well, and the
+/// picture before it stays. Main thread.
 class ImageWell : public QFrame {
     Q_OBJECT
 public:
@@ -20,20 +20,17 @@ public:
     ~ImageWell() override;
 
     const QImage& image() const; ///< null when the well is empty
-    void setImage(const QImage& image); ///< does not send the action
+    void setImage(const QImage& image); ///< does not emit imagePlaced()
 
-    /// Why the last picture was refused; empty when it was not. Shown in the well.
+    /// The reason why the last picture was refused, as shown in the well; empty when it was not.
     QString refusal() const;
-    /// A large file is being read.
-    bool isReading() const;
 
-    void paste(); ///< what the clipboard holds
     void chooseFile(); ///< opens a file dialog, modal to the window
 
     QSize sizeHint() const override;
 
 Q_SIGNALS:
-    /// The user has put a picture into the well, which already holds it.
+    /// The user has put a picture into the well: image() is that picture.
     void imagePlaced();
 
 protected:
@@ -48,6 +45,7 @@ protected:
 private:
     struct State;
 
+    void paste();
     void take(const QMimeData& mimeData);
 
     std::unique_ptr<State> m_state;

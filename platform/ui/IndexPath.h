@@ -2,7 +2,7 @@
 
 #include <QHashFunctions>
 
-#include <tuple>
+#include <compare>
 
 namespace platform {
 
@@ -10,11 +10,7 @@ namespace platform {
 struct IndexPath {
     int section = 0;
     int item = 0;
-    bool operator==(const IndexPath&) const = default;
-    bool operator<(const IndexPath& other) const
-    {
-        return std::tie(section, item) < std::tie(other.section, other.item);
-    }
+    auto operator<=>(const IndexPath&) const = default; ///< in reading order
 };
 
 inline size_t qHash(const IndexPath& path, size_t seed = 0) noexcept

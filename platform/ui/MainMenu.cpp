@@ -27,7 +27,7 @@ bool isForEveryWindow(const QAction& item)
         || isNamed(item, "openPrefsWindow");
 }
 
-/// Null for any other item.
+/// Null for other keys.
 const char* undoCommand(const QKeyEvent& event)
 {
     if (event.matches(QKeySequence::Undo)) {
@@ -70,7 +70,7 @@ void MainMenu::validate()
 
 void MainMenu::validate(UndoManager undoManager)
 {
-    // Who is asked may show an alert, which moves the focus.
+    // The responder may show an alert, which moves the focus and validates again.
     if (m_validating) {
         return;
     }
@@ -85,8 +85,8 @@ void MainMenu::validate(UndoManager undoManager)
 
 bool MainMenu::eventFilter(QObject* watched, QEvent* event)
 {
-    // A text widget claims the undo keys even when it has nothing to undo; then they are for the
-    // menu's items, as a click on these would be.
+    // A text widget takes the undo keys even when it has nothing to undo. Then the menu's items
+    // have to receive them.
     if (event->type() == QEvent::ShortcutOverride) {
         const char* command = undoCommand(*static_cast<QKeyEvent*>(event));
         QWidget* text = editedText();
@@ -109,8 +109,8 @@ void MainMenu::focusChanged(QWidget* old, QWidget* now)
     validate(UndoManager::AskUnlessItFailed);
 }
 
-/// The menu bar is the main window's, and so are its keys; a sheet has them too, so that the
-/// preferences can be changed while it follows them.
+/// The menu bar, with its keys, belongs to the main window. Some of its items work in every window,
+/// also in a sheet: the preferences take effect while a sheet is open.
 void MainMenu::shareWithKeyWindow()
 {
     QWidget* key = m_application.activeWindow();
@@ -131,7 +131,7 @@ void MainMenu::followUndoManager(UndoManager undoManager)
         || (undoManager == UndoManager::AskUnlessItFailed && m_undoManagerFailed)) {
         return;
     }
-    QUndoStack* current = delegate->windowWillReturnUndoManager(m_application.activeWindow());
+    QUndoStack* current = delegate->windowWillReturnUndoManager();
     m_undoManagerFailed = current == nullptr;
     if (current == m_undoManager) {
         return;

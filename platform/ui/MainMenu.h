@@ -13,12 +13,12 @@ namespace platform {
 class Application;
 class MenuResponder;
 
-/// Sends the items of the menu to whoever answers for them: the controller of the key window, the
-/// main window's controller, then the application's delegate. The first that responds to an item
-/// also says whether it is enabled.
+/// Sends menu items to the first responder that has their action: the controller of the key window,
+/// the main window's controller, or the application's delegate. This responder also decides whether
+/// the item is enabled.
 ///
-/// Some items it answers for itself, by their names: "undo" and "redo" (of the text being edited,
-/// else of the delegate's undo manager), "cut", "copy", "paste" and "selectAll" (of text),
+/// The menu performs some items itself, by their names: "undo" and "redo" (in the text being
+/// edited, else by the delegate's undo manager), "cut", "copy", "paste" and "selectAll" (in text),
 /// "closeWindow" and "quit". Main thread.
 class MainMenu : public QObject {
     Q_OBJECT
@@ -26,7 +26,8 @@ public:
     /// The controller must outlive the menu.
     MainMenu(Application& application, MenuResponder& mainWindowController);
 
-    /// Takes no ownership. The item is in its menus by now: they validate it when they open.
+    /// Does not take ownership. The item must be in its menus already, which validate it when they
+    /// open.
     void addItem(QAction* item);
     void validate();
 

@@ -45,7 +45,7 @@ QStringList localFilesIn(const QMimeData& data)
     return paths;
 }
 
-/// The format of encoded picture data that can be read; empty when there is none.
+/// The first readable format of encoded picture data; empty when there is none.
 QString encodedFormatIn(const QMimeData& data)
 {
     const QStringList formats = data.formats();

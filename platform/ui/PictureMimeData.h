@@ -3,23 +3,22 @@
 #include "platform/ui/PictureReading.h"
 
 #include <QString>
-#include <QStringList>
 
 class QMimeData;
 
 namespace platform {
 
-/// Pictures in what is dropped or pasted: a local file, by its address or as the text of its
-/// path, or the picture's own data.
+// Pictures in dropped or pasted data: a local file, given by its URL or its path as text, or the
+// data of a picture.
 
-/// The first local file that is a picture; empty when there is none. A text counts when it is a
-/// path from the root, from the home folder ("~") or a file address.
+/// The path of the first local file that is a picture; empty when there is none. Text counts when
+/// it is an absolute path, a path that begins with "~/", or a file URL.
 QString pictureFileIn(const QMimeData& data);
 
 bool hasPictureData(const QMimeData& data);
 PictureReading readPictureData(const QMimeData& data);
 
-/// Decides by the first bytes of files and the names of formats only.
+/// Checks only the beginning of files and the names of formats.
 bool canReadPicture(const QMimeData& data);
 
 } // namespace platform

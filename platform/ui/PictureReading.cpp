@@ -11,7 +11,7 @@ namespace {
 void prepare(QImageReader& reader)
 {
     [[maybe_unused]] static const bool limited = [] {
-        QImageReader::setAllocationLimit(int(largestPictureBytes / (1024 * 1024)));
+        QImageReader::setAllocationLimit(static_cast<int>(largestPictureBytes / (1024 * 1024)));
         return true;
     }();
     reader.setDecideFormatFromContent(true);
@@ -20,8 +20,8 @@ void prepare(QImageReader& reader)
 
 bool isTooLarge(QSize size)
 {
-    // One bit a pixel on disk still becomes 32 as soon as the picture is shown.
-    return qint64(size.width()) * size.height() * 4 > largestPictureBytes;
+    // Even a picture of one bit a pixel is converted to 32 bits when it is shown.
+    return static_cast<qint64>(size.width()) * size.height() * 4 > largestPictureBytes;
 }
 
 PictureReading read(QImageReader& reader)
@@ -40,7 +40,7 @@ PictureReading read(QImageReader& reader)
     return reading;
 }
 
-/// Opening a pipe or a device would wait for its other end.
+/// Opening a pipe or a device could block.
 bool isOrdinaryFile(const QString& path)
 {
     return QFileInfo(path).isFile();
@@ -77,12 +77,12 @@ QImage readThumbnail(const QString& path, int side)
     prepare(reader);
     const QSize size = reader.size();
     if (size.isValid() && (size.width() > side || size.height() > side)) {
-        // The box is square, so that a quarter turn by the metadata does not matter.
+        // The scaled size precedes the rotation by the metadata; for a square it is the same.
         const QSize reduced = size.scaled(side, side, Qt::KeepAspectRatio);
         reader.setScaledSize(reduced.expandedTo(QSize(1, 1)));
     }
     QImage image = read(reader).image;
-    if (image.width() > side || image.height() > side) { // the file did not tell its size
+    if (image.width() > side || image.height() > side) { // the reader did not know the size
         image = image.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
     }
     return image.convertToFormat(

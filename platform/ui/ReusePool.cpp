@@ -17,11 +17,8 @@ ReusePool::Taken ReusePool::take(const QString& kind)
     if (!idle.isEmpty()) {
         return { idle.takeLast(), false };
     }
-    const auto make = m_makers.value(kind);
-    if (!make) {
-        return {};
-    }
-    QWidget* view = make();
+    Q_ASSERT(m_makers.contains(kind));
+    QWidget* view = m_makers[kind]();
     view->setParent(m_parent);
     m_kinds.insert(view, kind);
     return { view, true };
@@ -29,13 +26,8 @@ ReusePool::Taken ReusePool::take(const QString& kind)
 
 void ReusePool::giveBack(QWidget* view)
 {
-    const auto kind = m_kinds.constFind(view);
-    if (kind == m_kinds.cend()) {
-        view->hide();
-        view->deleteLater();
-        return;
-    }
-    m_idle[*kind].append(view);
+    Q_ASSERT(m_kinds.contains(view));
+    m_idle[m_kinds.value(view)].append(view);
 }
 
 void ReusePool::hideIdle()

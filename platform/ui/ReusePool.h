@@ -10,12 +10,12 @@ class QWidget;
 
 namespace platform {
 
-/// The views of a collection by kind: makes them, takes them back and hands them out again.
-/// Views belong to their parent, the pool only knows them. Main thread.
+/// Makes the views of a collection view and reuses them by kind. The parent widget owns the views.
+/// Main thread.
 class ReusePool {
 public:
     struct Taken {
-        QWidget* view = nullptr; ///< null when nothing makes views of that kind
+        QWidget* view = nullptr;
         bool isNew = false;
     };
 
@@ -25,9 +25,9 @@ public:
     }
 
     void setMaker(const QString& kind, std::function<QWidget*()> make);
-    Taken take(const QString& kind);
-    /// Takes back; a view that the pool did not make is deleted. It stays on the screen until
-    /// hideIdle(), as most are needed again at once.
+    Taken take(const QString& kind); ///< the kind must have a maker
+    /// Takes back a view of this pool. It stays visible until hideIdle(), since most views are
+    /// taken again at once.
     void giveBack(QWidget* view);
     void hideIdle();
 

@@ -30,7 +30,8 @@ QString nameFilter(const QStringList& types)
     return patterns.join(QLatin1Char(' '));
 }
 
-/// Asks again where the name that the user agreed to is not the one that will be written.
+/// Asks before an existing file is replaced. The dialog asked only for the name without the
+/// appended extension.
 bool mayReplace(const QString& path, QWidget* window)
 {
     if (!QFileInfo::exists(path)) {
@@ -50,11 +51,9 @@ bool mayReplace(const QString& path, QWidget* window)
 QString SavePanel::completed(const QString& path) const
 {
     const QString type = QFileInfo(path).suffix();
-    if (allowedFileTypes.isEmpty() || allowedFileTypes.contains(type, Qt::CaseInsensitive)
-        || (allowsOtherFileTypes && !type.isEmpty())) {
-        return path;
-    }
-    return path + QLatin1Char('.') + allowedFileTypes.first();
+    return allowedFileTypes.contains(type, Qt::CaseInsensitive)
+        ? path
+        : path + QLatin1Char('.') + allowedFileTypes.first();
 }
 
 void SavePanel::beginSheet(QWidget* window, std::function<void(const QString& path)> chosen) const
@@ -65,14 +64,8 @@ void SavePanel::beginSheet(QWidget* window, std::function<void(const QString& pa
     auto* dialog = new QFileDialog(window, translated("Save"), StandardFolders::pictures());
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setAcceptMode(QFileDialog::AcceptSave);
-    if (!allowedFileTypes.isEmpty()) {
-        QStringList filters{ nameFilter(allowedFileTypes) };
-        if (allowsOtherFileTypes) {
-            filters.append(u"*"_s);
-        }
-        dialog->setNameFilters(filters);
-        dialog->setDefaultSuffix(allowedFileTypes.first());
-    }
+    dialog->setNameFilter(nameFilter(allowedFileTypes));
+    dialog->setDefaultSuffix(allowedFileTypes.first());
     dialog->selectFile(completed(suggestedName));
     QObject::connect(dialog, &QDialog::finished, window,
         [panel = *this, dialog, window, chosen = std::move(chosen)](int result) {

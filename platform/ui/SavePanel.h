@@ -12,14 +12,16 @@ namespace platform {
 /// Asks where to save a file, as a sheet on a window.
 struct SavePanel {
     QString suggestedName; ///< without extension
-    QStringList allowedFileTypes; ///< extensions without dot; the first is appended when missing
-    bool allowsOtherFileTypes = false;
+    /// Extensions without dot, at least one; the first is appended to a name that has none of
+    /// them.
+    QStringList allowedFileTypes;
 
-    /// Returns at once; `chosen` gets the path when the user confirms, and is not called otherwise.
+    /// Does not block. `chosen` receives the path when the user confirms, and is not called
+    /// otherwise. No effect while the window has a sheet.
     void beginSheet(QWidget* window, std::function<void(const QString& path)> chosen) const;
 
 private:
-    /// `path` with an extension that is allowed.
+    /// `path` with an allowed extension.
     QString completed(const QString& path) const;
 };
 

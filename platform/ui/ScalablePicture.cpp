@@ -1,5 +1,7 @@
 #include "platform/ui/ScalablePicture.h"
 
+#include "platform/ui/Drawing.h"
+
 #include <QPaintDevice>
 #include <QPainter>
 
@@ -51,11 +53,8 @@ double ScalablePicture::fittingFactor(const QSizeF& area, double devicePixelRati
 QRectF ScalablePicture::fittingRect(const QRectF& area, double devicePixelRatio) const
 {
     const QSizeF size = QSizeF(m_image.size()) * fittingFactor(area.size(), devicePixelRatio);
-    const auto snap = [devicePixelRatio](double value) {
-        return qRound(value * devicePixelRatio) / devicePixelRatio;
-    };
-    return { snap(area.center().x() - size.width() / 2),
-        snap(area.center().y() - size.height() / 2), size.width(), size.height() };
+    const QPointF topLeft = area.center() - QPointF(size.width() / 2, size.height() / 2);
+    return { drawing::snapped(topLeft, devicePixelRatio), size };
 }
 
 const QImage& ScalablePicture::level(size_t index)

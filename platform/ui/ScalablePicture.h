@@ -9,12 +9,11 @@ class QPainter;
 
 namespace platform {
 
-/// A picture with its successive halvings, so that it can be drawn at any size without rough
-/// edges and without being scaled as a whole at every step of a zoom. A value; one thread at a
-/// time.
+/// A picture with copies of half, a quarter, an eighth of its size and so on, for drawing it fast
+/// and smoothly at any size. A value; one thread at a time.
 class ScalablePicture {
 public:
-    /// No pixel of a picture is drawn larger than this many pixels of the screen.
+    /// In pixels of the screen per pixel of the picture.
     static constexpr double largestMagnification = 8;
 
     ScalablePicture() = default;
@@ -23,16 +22,17 @@ public:
     const QImage& image() const { return m_image; }
     bool isNull() const { return m_image.isNull(); }
 
-    /// Makes the halvings now, where drawing need not wait for them.
+    /// Makes the reduced copies in advance, so that drawing does not have to.
     void prepare();
 
-    /// Device-independent pixels for each pixel of the picture at which it is whole within `area`.
+    /// The zoom at which the picture fits into `area`, in device-independent pixels per pixel of
+    /// the picture.
     double fittingFactor(const QSizeF& area, double devicePixelRatio) const;
-    /// The picture at its fitting factor in the middle of `area`.
+    /// The place of the fitted picture in the middle of `area`, on whole pixels of the screen.
     QRectF fittingRect(const QRectF& area, double devicePixelRatio) const;
 
-    /// Draws the whole picture into `target`: smoothed, unless its pixels become squares that
-    /// can be told apart. Corners are rounded by `radius` device-independent pixels.
+    /// Draws the whole picture into `target`, smoothed unless it is enlarged at least twice. Rounds
+    /// the corners by `radius` device-independent pixels.
     void draw(QPainter& painter, const QRectF& target, double radius = 0);
 
 private:

@@ -13,7 +13,7 @@
 namespace platform {
 namespace {
 
-/// The tie between a window and its sheet; a child of the sheet, so that it goes with it.
+/// Connects a window and its sheet. A child of the sheet, which therefore destroys it.
 class Attachment : public QObject {
 public:
     Attachment(QWidget* window, QWidget* sheet, std::function<void()> completion);
@@ -72,12 +72,13 @@ Attachment* Attachment::ofSheet(const QWidget* sheet)
 
 bool Attachment::eventFilter(QObject*, QEvent* event)
 {
-    // Spontaneous ones come from the window system, which moves a transient window itself.
+    // The window system hides and shows a transient window together with its parent itself: its
+    // events are spontaneous.
     if (event->type() == QEvent::Hide && !event->spontaneous()) {
         m_hiddenWithWindow = m_sheet->isVisible();
         m_sheet->hide();
     } else if (event->type() == QEvent::Show && !event->spontaneous() && m_hiddenWithWindow) {
-        // The event comes before the window is on the screen.
+        // The event is sent before the window is on the screen.
         QMetaObject::invokeMethod(
             this, [this] { showWithWindow(); }, Qt::QueuedConnection);
     }
@@ -99,7 +100,7 @@ void Attachment::loseWindow()
     delete this;
 }
 
-/// Centred over the window, from the top of its contents, and on the screen.
+/// Horizontally centred, at the top of the window's contents, and within the screen.
 QPoint sheetPosition(const QWidget& window, const QWidget& sheet)
 {
     const QRect base = window.geometry();
@@ -135,7 +136,8 @@ void beginSheet(QWidget* window, QWidget* sheet, std::function<void()> completio
     new Attachment(window, sheet, std::move(completion)); // the sheet's child
     sheet->hide();
     sheet->setWindowModality(Qt::WindowModal);
-    // No widget parent: who made the sheet owns it. The window system is told all the same.
+    // The sheet has no parent widget, since its maker owns it. The window system needs the relation
+    // all the same.
     sheet->winId();
     window->winId();
     sheet->windowHandle()->setTransientParent(window->windowHandle());

@@ -4,17 +4,17 @@
 
 class QWidget;
 
-/// A sheet is a dialog that is modal to one window and attached to it; a window has at most one.
+/// A sheet is a dialog that is modal to one window and attached to it. A window has at most one.
 namespace platform {
 
-QWidget* attachedSheet(const QWidget* window); ///< nullptr when there is none
-QWidget* sheetParent(const QWidget* sheet); ///< nullptr when it is no sheet now
+QWidget* attachedSheet(const QWidget* window); ///< null when there is none
+QWidget* sheetParent(const QWidget* sheet); ///< null when it is not attached
 
-/// Shows `sheet` as a sheet of `window`, which is shown too when it is hidden. Ignored while
-/// another is attached.
+/// Shows `sheet` as a sheet of `window`, and shows a hidden window first. No effect while another
+/// sheet is attached. The caller keeps the ownership of the sheet.
 void beginSheet(QWidget* window, QWidget* sheet, std::function<void()> completion = {});
 
-/// Detaches the sheet and calls its completion handler; ordering it out is the caller's.
+/// Detaches the sheet and calls its completion handler. The caller has to hide the sheet.
 void endSheet(QWidget* sheet);
 
 } // namespace platform

@@ -5,8 +5,8 @@
 
 namespace platform {
 
-/// An icon from a one-colour SVG resource, drawn sharp at any size and scale in the colour that
-/// the palette gives to text at that moment, so that it follows light and dark windows.
+/// An icon from an SVG resource of one colour, sharp at any size and scale. It is drawn in the
+/// palette's current text colour, and so follows light and dark windows.
 QIcon symbolIcon(const QString& svgPath);
 
 } // namespace platform

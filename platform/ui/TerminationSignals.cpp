@@ -9,7 +9,8 @@
 namespace platform {
 namespace {
 
-// A handler may do no more than write to a descriptor, which it must find without an object.
+// Global, since a signal handler has no object. It may only call functions that are
+// async-signal-safe, such as write().
 int readEnd = -1;
 int writeEnd = -1;
 

@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Turns SIGTERM and SIGINT into a call in the main thread's event loop while it lives. One for
-/// the process.
+/// Calls a function in the main thread's event loop on SIGTERM and SIGINT, during its lifetime. At
+/// most one in a process.
 class TerminationSignals {
 public:
     explicit TerminationSignals(std::function<void()> received);

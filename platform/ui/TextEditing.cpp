@@ -12,7 +12,7 @@
 namespace platform::TextEditing {
 namespace {
 
-/// What the three kinds of text widget have in common, but not from a common base class.
+/// The state of a text widget. The three kinds of text widget have no base class for it.
 struct TextState {
     bool isEditable = false;
     bool hasText = false;
@@ -48,11 +48,11 @@ TextState stateOf(const QWidget& widget)
 }
 
 struct Command {
-    const char* name; ///< of the menu item, and of the slot in every text widget
+    const char* name; ///< of the menu item, and of the slot that all text widgets have
     bool (*isEnabled)(const TextState& state);
 };
 
-// Whether the clipboard holds text is not asked: its owner may be slow to answer.
+// Paste does not depend on the clipboard, since reading it may block.
 constexpr Command commands[] = {
     { "undo", [](const TextState& state) { return state.canUndo; } },
     { "redo", [](const TextState& state) { return state.canRedo; } },

@@ -3,12 +3,12 @@
 class QString;
 class QWidget;
 
-/// The standard edit commands, by the names of their menu items ("undo", "redo", "cut", "copy",
-/// "paste", "selectAll"), of whatever text widget has the focus. Main thread.
+/// The standard edit commands of text widgets, by the names of their menu items: "undo", "redo",
+/// "cut", "copy", "paste", "selectAll". Main thread.
 namespace platform::TextEditing {
 
-/// The widget that holds the text of `focus`: itself, or the field inside it; null when there is
-/// no text to edit or select.
+/// The text widget of `focus`: itself or the field inside it. Null when it has no text to edit or
+/// select.
 QWidget* textWidget(QWidget* focus);
 
 bool isCommand(const QString& name);

@@ -18,7 +18,7 @@ TextField::TextField(QWidget* parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(this, &QPlainTextEdit::textChanged, this, &TextField::fitHeight);
-    // A new text is wrapped only after it was announced.
+    // textChanged() is emitted before a new text is wrapped.
     connect(document()->documentLayout(), &QAbstractTextDocumentLayout::documentSizeChanged, this,
         &TextField::fitHeight);
 }

@@ -4,9 +4,9 @@
 
 namespace platform {
 
-/// A field of plain text that wraps and grows with its text, from `minimumLines` to
-/// `maximumLines`, then scrolls. Tab leaves it. Editing ends when an edited field loses the focus
-/// or is asked to end. Main thread.
+/// A field of wrapped plain text that grows with its text from `minimumLines` to `maximumLines` and
+/// then scrolls. Tab moves the focus. Editing ends when an edited field loses the focus, or by
+/// endEditing(). Main thread.
 class TextField : public QPlainTextEdit {
     Q_OBJECT
     Q_PROPERTY(int minimumLines READ minimumLines WRITE setMinimumLines)
@@ -15,21 +15,21 @@ class TextField : public QPlainTextEdit {
 public:
     explicit TextField(QWidget* parent = nullptr);
 
-    /// The text with "\n" as its line end, otherwise as it was set or typed. Of a text that was set
-    /// and is longer than `longestShownText`, only the beginning is shown, with an ellipsis.
+    /// The text with "\n" as line end, otherwise as it was set or typed. Of a longer text than
+    /// `longestShownText` only the beginning is set, with an ellipsis.
     QString stringValue() const;
-    void setStringValue(const QString& text); ///< is no edit
+    void setStringValue(const QString& text); ///< does not count as an edit
     static constexpr qsizetype longestShownText = 32768;
 
-    bool isEditing() const; ///< changed by the user since it was set, or since editing ended
-    void endEditing(); ///< sends editingEnded() if the field is being edited
+    bool isEditing() const; ///< the user has changed the text since it was set or editing ended
+    void endEditing(); ///< emits editingEnded() if the field is being edited
 
     int minimumLines() const { return m_minimumLines; }
     void setMinimumLines(int lines);
     int maximumLines() const { return m_maximumLines; }
     void setMaximumLines(int lines);
 
-    /// Whether Return sends action() in place of beginning a line, which Shift+Return still does.
+    /// Whether Return emits action(). Shift+Return begins a new line in either case.
     bool sendsAction() const { return m_sendsAction; }
     void setSendsAction(bool sends) { m_sendsAction = sends; }
 

@@ -42,7 +42,7 @@ ThumbnailLoader::Ticket ThumbnailLoader::request(
 void ThumbnailLoader::cancel(Ticket ticket)
 {
     std::erase_if(m_waiting, [ticket](const Request& one) { return one.ticket == ticket; });
-    std::replace(m_running.begin(), m_running.end(), ticket, Ticket(0));
+    std::replace(m_running.begin(), m_running.end(), ticket, Ticket{ 0 });
 }
 
 void ThumbnailLoader::startNext()
@@ -53,7 +53,6 @@ void ThumbnailLoader::startNext()
     const Request next = std::move(m_waiting.back());
     m_waiting.pop_back();
     m_running.push_back(next.ticket);
-    ++m_loads;
     const std::weak_ptr<const void> guard = m_life;
     dispatchGlobal(QualityOfService::UserInitiated, [this, guard, next] {
         const QImage image = readThumbnail(next.key.path, next.key.side);
@@ -69,7 +68,7 @@ void ThumbnailLoader::finish(const Request& request, const QImage& image)
     auto running = std::find(m_running.begin(), m_running.end(), request.ticket);
     const bool wanted = running != m_running.end();
     if (!wanted) {
-        running = std::find(m_running.begin(), m_running.end(), Ticket(0));
+        running = std::find(m_running.begin(), m_running.end(), Ticket{ 0 });
     }
     m_running.erase(running);
     if (wanted) {

@@ -10,9 +10,9 @@
 
 namespace platform {
 
-/// Reads the pictures of all thumbnails: off the main thread, two at a time, the newest request
-/// first, since what was asked for last is what is on the screen. What was read is kept up to a
-/// bound. Main thread.
+/// Reads the pictures of all thumbnails on other threads, two at a time. The newest request comes
+/// first, since it is for what is on the screen now. Keeps pictures in a cache of limited size.
+/// Main thread.
 class ThumbnailLoader {
 public:
     /// A picture reduced to fit a square of `side` pixels of the screen.
@@ -23,7 +23,7 @@ public:
     };
     using Ticket = quint64; ///< 0 is no request
 
-    static constexpr qsizetype cacheBytes = qsizetype(32) * 1024 * 1024;
+    static constexpr qsizetype cacheBytes = 32LL * 1024 * 1024;
     static constexpr int concurrentLoads = 2;
 
     static ThumbnailLoader& shared();
@@ -32,13 +32,10 @@ public:
     ThumbnailLoader(const ThumbnailLoader&) = delete;
     ThumbnailLoader& operator=(const ThumbnailLoader&) = delete;
 
-    QImage cached(const Key& key) const; ///< null when it is not kept
-    /// `done` gets the picture, null when it cannot be read, unless the request is cancelled.
+    QImage cached(const Key& key) const; ///< null when it is not in the cache
+    /// Calls `done` with the picture, null when it cannot be read, unless the request is cancelled.
     Ticket request(const Key& key, std::function<void(const QImage&)> done);
     void cancel(Ticket ticket);
-
-    qsizetype cachedBytes() const { return m_cache.totalCost(); }
-    quint64 loadCount() const { return m_loads; } ///< how many files were read so far
 
 private:
     struct Request {
@@ -52,9 +49,8 @@ private:
 
     QCache<Key, QImage> m_cache;
     std::vector<Request> m_waiting;
-    std::vector<Ticket> m_running; ///< cancelled ones stay in it as 0
+    std::vector<Ticket> m_running; ///< 0 for a cancelled request
     Ticket m_lastTicket = 0;
-    quint64 m_loads = 0;
     std::shared_ptr<const void> m_life = std::make_shared<char>();
 };
 

@@ -1,6 +1,5 @@
 #include "platform/ui/ThumbnailView.h"
 
-#include "platform/ui/Accessibility.h"
 #include "platform/ui/Drawing.h"
 #include "platform/ui/ThumbnailLoader.h"
 
@@ -10,7 +9,7 @@ namespace platform {
 
 namespace {
 
-/// Small tiles, as in the rows of a list, have little room to give away.
+/// Small tiles, as in the rows of a list, have a smaller padding.
 double paddingOf(QSize size)
 {
     return qBound(3.0, qMin(size.width(), size.height()) / 14.0, 8.0);
@@ -21,7 +20,7 @@ double radiusOf(QSize size)
     return qMin(drawing::cardRadius, qMin(size.width(), size.height()) / 8.0);
 }
 
-/// Views that are resized a little share the picture that is cached.
+/// Requested sides are multiples of this, so that views of similar size share a cached picture.
 constexpr int sideStep = 64;
 
 } // namespace
@@ -29,7 +28,6 @@ constexpr int sideStep = 64;
 ThumbnailView::ThumbnailView(QWidget* parent)
     : QWidget(parent)
 {
-    installAccessibility();
 }
 
 ThumbnailView::~ThumbnailView()

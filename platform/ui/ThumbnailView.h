@@ -7,19 +7,19 @@
 
 namespace platform {
 
-/// The small picture of a list's cell. Pictures are read and scaled off the main thread and kept
-/// in a bounded cache that all thumbnails share; a picture is asked for when its view is first
-/// painted, and no longer wanted when the view hides or gets another one. Main thread.
+/// The small picture in a cell of a list. The picture is requested from ThumbnailLoader when the
+/// view is first painted; the request is cancelled when the view is hidden or gets another
+/// picture. Main thread.
 class ThumbnailView : public QWidget {
     Q_OBJECT
 public:
     explicit ThumbnailView(QWidget* parent = nullptr);
     ~ThumbnailView() override;
 
-    void setImage(const ImageFile& file); ///< empty until it is read; empty when it cannot be
-    const ImageFile& image() const { return m_file; }
-    bool isLoaded() const; ///< the picture is on the screen
-    const QImage& picture() const { return m_picture.image(); } ///< as reduced for the screen
+    void setImage(const ImageFile& file); ///< empty until it is read, or if it cannot be read
+
+    bool isLoaded() const; ///< the picture has been read
+    const QImage& picture() const { return m_picture.image(); } ///< reduced for the screen
 
     QSize sizeHint() const override;
 
@@ -34,7 +34,7 @@ private:
 
     ImageFile m_file;
     ScalablePicture m_picture;
-    int m_side = 0; ///< the square that was asked for, in pixels of the screen; 0 is none yet
+    int m_side = 0; ///< side of the requested square in pixels of the screen; 0 before a request
     quint64 m_ticket = 0;
 };
 

@@ -201,11 +201,11 @@ void VellumcapAppDelegateTest::openingTheJournalShowsAFailureOnce()
     answerNextAlert(0, seen);
     QTimer::singleShot(0, this, [&seen] { answerNextAlert(0, seen); });
     program.delegate().openJournalWindow();
-    QVERIFY(program.delegate().windowWillReturnUndoManager(nullptr) == nullptr);
+    QVERIFY(program.delegate().windowWillReturnUndoManager() == nullptr);
     QCOMPARE(seen.size(), 2);
     QVERIFY(file.remove());
     program.delegate().journalWindow()->refreshLists();
-    QVERIFY(program.delegate().windowWillReturnUndoManager(nullptr) != nullptr);
+    QVERIFY(program.delegate().windowWillReturnUndoManager() != nullptr);
 }
 
 void VellumcapAppDelegateTest::terminatesAtOnceWithoutAContext()

@@ -24,11 +24,10 @@ QDateTime localTime(int year, int month, int day, int hour, int minute)
     return QDateTime(QDate(year, month, day), QTime(hour, minute), Qt::LocalTime).toUTC();
 }
 
-QStringList textsOfSection(
-    CaptureCollectionViewByDateData& data, platform::CollectionView& view, int section)
+QStringList textsOfSection(const CaptureCollectionViewByDateData& data, int section)
 {
     QStringList texts;
-    for (int item = 0; item < data.numberOfItemsInSection(view, section); ++item) {
+    for (int item = 0; item < data.numberOfItemsInSection(section); ++item) {
         texts.append(data.accessibleNameOfItem({ section, item }).section(u',', 0, 0));
     }
     return texts;
@@ -58,9 +57,8 @@ private Q_SLOTS:
 
 void CaptureCollectionViewByDateDataTest::anEmptyListHasNoSections()
 {
-    platform::CollectionView view;
     CaptureCollectionViewByDateData data({});
-    QCOMPARE(data.numberOfSectionsInCollectionView(view), 0);
+    QCOMPARE(data.numberOfSectionsInCollectionView(), 0);
     QVERIFY(data.sortedKeys().isEmpty());
 }
 
@@ -91,12 +89,11 @@ void CaptureCollectionViewByDateDataTest::midnightDividesDays()
     program.keep(u"early"_s, at(day, QTime(1, 1)));
     program.keep(u"late"_s, at(day, QTime(23, 59)));
     program.keep(u"after"_s, at(day.addDays(1), QTime(0, 1)));
-    platform::CollectionView view;
     CaptureCollectionViewByDateData data(*Capture::getCaptures());
-    QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
-    QCOMPARE(textsOfSection(data, view, 0), QStringList{ u"after"_s });
-    QCOMPARE(textsOfSection(data, view, 1), (QStringList{ u"late"_s, u"early"_s }));
-    QCOMPARE(textsOfSection(data, view, 2), QStringList{ u"before"_s });
+    QCOMPARE(data.numberOfSectionsInCollectionView(), 3);
+    QCOMPARE(textsOfSection(data, 0), QStringList{ u"after"_s });
+    QCOMPARE(textsOfSection(data, 1), (QStringList{ u"late"_s, u"early"_s }));
+    QCOMPARE(textsOfSection(data, 2), QStringList{ u"before"_s });
 }
 
 void CaptureCollectionViewByDateDataTest::newestDayAndCaptureComeFirst()
@@ -106,13 +103,12 @@ void CaptureCollectionViewByDateDataTest::newestDayAndCaptureComeFirst()
     program.keep(u"a1"_s, localTime(2025, 5, 3, 8, 0));
     program.keep(u"c1"_s, localTime(2026, 5, 3, 7, 0));
     program.keep(u"b1"_s, localTime(2026, 5, 2, 10, 0));
-    platform::CollectionView view;
     CaptureCollectionViewByDateData data(*Capture::getCaptures());
-    QCOMPARE(data.numberOfSectionsInCollectionView(view), 3);
+    QCOMPARE(data.numberOfSectionsInCollectionView(), 3);
     QVERIFY(std::is_sorted(data.sortedKeys().begin(), data.sortedKeys().end(), std::greater<>{}));
-    QCOMPARE(textsOfSection(data, view, 0), QStringList{ u"c1"_s });
-    QCOMPARE(textsOfSection(data, view, 1), (QStringList{ u"b1"_s, u"b2"_s }));
-    QCOMPARE(textsOfSection(data, view, 2), QStringList{ u"a1"_s });
+    QCOMPARE(textsOfSection(data, 0), QStringList{ u"c1"_s });
+    QCOMPARE(textsOfSection(data, 1), (QStringList{ u"b1"_s, u"b2"_s }));
+    QCOMPARE(textsOfSection(data, 2), QStringList{ u"a1"_s });
 }
 
 void CaptureCollectionViewByDateDataTest::headsSections_data()
@@ -163,16 +159,15 @@ void CaptureCollectionViewByDateDataTest::doesNothingForAnEmptySelection()
     const auto capture = program.keep(u"x"_s);
     auto& view = list(program);
     view.selectItem({ 0, 0 });
-    program.journal().captureCollectionViewByDateData().didSelectItemsAtIndexPaths(view, {});
+    program.journal().captureCollectionViewByDateData().didSelectItemsAtIndexPaths({});
     QCOMPARE(program.journal().selectedCapture(), capture);
 }
 
 void CaptureCollectionViewByDateDataTest::headersHaveOneSize()
 {
-    platform::CollectionView view;
     const CaptureCollectionViewByDateData data({});
-    QCOMPARE(data.referenceSizeForHeaderInSection(view, 0), QSizeF(180.0, 20.0));
-    QCOMPARE(data.referenceSizeForHeaderInSection(view, 7), QSizeF(180.0, 20.0));
+    QCOMPARE(data.referenceSizeForHeaderInSection(0), QSizeF(180.0, 20.0));
+    QCOMPARE(data.referenceSizeForHeaderInSection(7), QSizeF(180.0, 20.0));
 }
 
 void CaptureCollectionViewByDateDataTest::cellsAreRedOnlyOnALayer()

@@ -576,8 +576,8 @@ void JournalWindowTest::showsTheFlatListToo()
     auto& view = *list(journal);
     view.setDataSource(&journal);
     view.setDelegate(&journal);
-    QCOMPARE(journal.numberOfSectionsInCollectionView(view), 1);
-    QCOMPARE(journal.numberOfItemsInSection(view, 0), 2);
+    QCOMPARE(journal.numberOfSectionsInCollectionView(), 1);
+    QCOMPARE(journal.numberOfItemsInSection(0), 2);
     QCOMPARE(view.itemAtIndexPath({ 0, 0 })->textField->text(), u"new"_s);
     QCOMPARE(view.itemAtIndexPath({ 0, 1 })->textField->text(), u"old"_s);
     view.selectItem({ 0, 0 });

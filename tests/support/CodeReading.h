@@ -5,11 +5,11 @@
 
 #include <optional>
 
-/// The bytes of the one QR code in a picture of Format_Grayscale8, with no guess at a character
-/// set; nullopt when that library reads none.
+/// The bytes of the only QR code in a picture of Format_Grayscale8, as a library reads them without
+/// guessing a character set; nothing when it reads no code.
 namespace support {
 
-/// The picture is upright and holds nothing else.
+/// For an upright picture of a code and nothing else.
 std::optional<QByteArray> readByZXing(const QImage& picture);
 std::optional<QByteArray> readByZBar(const QImage& picture);
 

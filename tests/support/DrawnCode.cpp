@@ -15,7 +15,7 @@
 namespace support {
 namespace {
 
-constexpr int quietZone = 10; // modules; what the most demanding symbology asks for
+constexpr int quietZone = 10; // modules; enough for every symbology
 constexpr int barHeight = 40; // modules
 
 ZXing::BarcodeFormat format(platform::Symbology symbology)
@@ -91,7 +91,7 @@ QImage drawn(const ZXing::BitMatrix& modules, int modulePixels, bool linear)
     return picture;
 }
 
-// ZXing's writer, as of version 2, takes no bytes that are not characters of ISO 8859-1.
+// For bytes that are no characters of ISO 8859-1, which ZXing's writer refuses since version 2.
 QImage drawnQRBytes(const QByteArray& bytes, int modulePixels)
 {
     constexpr int border = 1;
@@ -116,8 +116,8 @@ QImage drawnCode(platform::Symbology symbology, const QString& text, int moduleP
 
 QImage drawnCode(platform::Symbology symbology, const QByteArray& bytes, int modulePixels)
 {
-    // The writer puts one byte for each of these characters and, told no character set, declares
-    // none.
+    // The writer encodes each of these characters as one byte. Without a given character set it
+    // declares none.
     const std::wstring characters = QString::fromLatin1(bytes).toStdWString();
     try {
         const ZXing::BitMatrix modules

@@ -10,10 +10,10 @@
 
 namespace support {
 
-/// The background of a camera frame. Dusk: shapes and much noise.
+/// A camera picture without a code. Dusk: shapes and much noise.
 enum class Ground { Plain, Clouds, Text, Shapes, Dusk };
 
-/// A code that is held in front of a camera, and what makes it hard to read.
+/// A code held in front of a camera, with what makes it hard to read.
 struct HardCode {
     platform::Symbology symbology = platform::Symbology::Qr;
     double height = 0.25; ///< without quiet zone, as a fraction of the frame's height
@@ -25,7 +25,7 @@ struct HardCode {
     bool isInverted = false;
 };
 
-/// Successive frames of one scene with a trembling hand.
+/// Successive frames of one scene; the code moves a little between them.
 struct HardScene {
     QList<QImage> frames; ///< of Format_Grayscale8
     QString text;
@@ -40,7 +40,7 @@ public:
     }
 
     QImage ground(QSize size, Ground kind);
-    /// The code is at a random place of the frame, on a random background.
+    /// The code is anywhere in the frame, on any ground but Dusk.
     HardScene scene(QSize size, const HardCode& code, int frames);
 
 private:

@@ -37,6 +37,13 @@ QByteArray encoded(const QImage& image, const char* format)
     return bytes;
 }
 
+QByteArray tooLargePng()
+{
+    QImage image(20'000, 20'000, QImage::Format_Mono);
+    image.fill(1);
+    return encoded(image, "PNG");
+}
+
 QByteArray turnedJpeg(const QImage& image)
 {
     // One Exif directory (little endian) with one entry: orientation, short, 6.

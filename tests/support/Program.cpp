@@ -6,9 +6,6 @@
 
 #include <QApplication>
 #include <QDir>
-#include <QMessageBox>
-#include <QPushButton>
-#include <QTimer>
 #include <QUuid>
 
 #include <ctime>
@@ -85,32 +82,6 @@ TimeZone::~TimeZone()
 {
     qputenv("TZ", "UTC");
     tzset();
-}
-
-void answerNextAlert(int button, QList<AlertSeen>& seen)
-{
-    QTimer::singleShot(0, qApp, [button, &seen] {
-        auto* alert = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        if (alert == nullptr) {
-            answerNextAlert(button, seen);
-            return;
-        }
-        AlertSeen said{ alert->text(), alert->informativeText(), {} };
-        QPushButton* pressed = nullptr;
-        QList<QAbstractButton*> buttons = alert->buttons();
-        std::sort(buttons.begin(), buttons.end(), [](const auto* left, const auto* right) {
-            return left->mapToGlobal(QPoint()).x() < right->mapToGlobal(QPoint()).x();
-        });
-        for (QAbstractButton* each : buttons) {
-            said.buttons.append(each->text().remove(u'&'));
-            if (said.buttons.size() == button + 1) {
-                pressed = qobject_cast<QPushButton*>(each);
-            }
-        }
-        seen.append(said);
-        Q_ASSERT(pressed != nullptr);
-        pressed->click();
-    });
 }
 
 } // namespace support

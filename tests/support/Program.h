@@ -3,6 +3,7 @@
 #include "app/Capture.h"
 #include "app/VellumcapAppDelegate.h"
 #include "journal/JournalWindow.h"
+#include "tests/support/Alerts.h"
 
 #include <QDateTime>
 #include <QImage>
@@ -47,16 +48,5 @@ public:
     TimeZone(const TimeZone&) = delete;
     TimeZone& operator=(const TimeZone&) = delete;
 };
-
-/// The content of a modal alert.
-struct AlertSeen {
-    QString text;
-    QString informativeText;
-    QStringList buttons;
-};
-
-/// Clicks the button at index `button` (from the left) of the next modal alert when it appears, and
-/// appends its content to `seen`, which must outlive the alert.
-void answerNextAlert(int button, QList<AlertSeen>& seen);
 
 } // namespace support

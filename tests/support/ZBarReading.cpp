@@ -26,13 +26,14 @@ Scanner newScanner()
 
 std::optional<QByteArray> readByZBar(const QImage& picture)
 {
-    QByteArray pixels; // without the padding of QImage's lines
+    QByteArray pixels; // ZBar does not support the padding of QImage's lines
     for (int y = 0; y < picture.height(); ++y) {
         pixels.append(reinterpret_cast<const char*>(picture.constScanLine(y)), picture.width());
     }
     const Image image(zbar::zbar_image_create(), zbar::zbar_image_destroy);
     zbar::zbar_image_set_format(image.get(), zbar_fourcc('Y', '8', '0', '0'));
-    zbar::zbar_image_set_size(image.get(), unsigned(picture.width()), unsigned(picture.height()));
+    zbar::zbar_image_set_size(image.get(), static_cast<unsigned>(picture.width()),
+        static_cast<unsigned>(picture.height()));
     zbar::zbar_image_set_data(
         image.get(), pixels.constData(), static_cast<unsigned long>(pixels.size()), nullptr);
     const Scanner scanner = newScanner();
@@ -41,8 +42,8 @@ std::optional<QByteArray> readByZBar(const QImage& picture)
     if (symbol == nullptr) {
         return std::nullopt;
     }
-    return QByteArray(
-        zbar::zbar_symbol_get_data(symbol), qsizetype(zbar::zbar_symbol_get_data_length(symbol)));
+    return QByteArray(zbar::zbar_symbol_get_data(symbol),
+        static_cast<qsizetype>(zbar::zbar_symbol_get_data_length(symbol)));
 }
 
 } // namespace support

@@ -1,6 +1,6 @@
 #pragma once
 
-// The library as of version 1.4, which gives its text as UTF-8 when asked for it by this name.
+// For ZXing 1.4, which returns UTF-8 text when this macro is defined.
 #ifndef ZX_USE_UTF8
 #define ZX_USE_UTF8
 #endif
@@ -18,7 +18,7 @@ inline QString text(const ZXing::Result& result)
 
 using Hints = ZXing::DecodeHints;
 
-/// What version 2.2 does unasked.
+/// The defaults of version 2.2.
 inline Hints hints()
 {
     return Hints().setTryCode39ExtendedMode(true).setReturnCodabarStartEnd(true);

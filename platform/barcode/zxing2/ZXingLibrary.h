@@ -11,7 +11,7 @@ inline QString text(const ZXing::Result& result)
     return QString::fromStdString(result.text());
 }
 
-// Version 2.2 renamed the hints and made two of them its defaults.
+// Version 2.2 renamed the hints and changed two defaults.
 #if __has_include(<ZXing/ReaderOptions.h>)
 using Hints = ZXing::ReaderOptions;
 
@@ -28,7 +28,7 @@ inline Hints defaultHints()
 }
 #endif
 
-/// Inversion is tried by attempts of our own.
+/// Without inversion, for which there are separate attempts.
 inline Hints hints()
 {
     return defaultHints().setTryInvert(false).setTextMode(ZXing::TextMode::Plain);

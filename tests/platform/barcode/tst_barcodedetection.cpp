@@ -1,10 +1,10 @@
 #include "platform/barcode/DetectBarcodesRequest.h"
 #include "tests/support/DrawnCode.h"
 #include "tests/support/HardFrames.h"
+#include "tests/support/Pictures.h"
 #include "tests/support/TestMain.h"
 
 #include <QPainter>
-#include <QRandomGenerator>
 #include <QThread>
 #include <QTransform>
 
@@ -17,6 +17,8 @@ using platform::DetectBarcodesRequest;
 using platform::ImageRequestHandler;
 using platform::Symbology;
 using support::drawnCode;
+using support::noisePicture;
+using support::plainPicture;
 
 namespace {
 
@@ -36,17 +38,7 @@ std::optional<QString> textIn(const QImage& picture)
     return codes.isEmpty() ? std::nullopt : codes.first().payloadStringValue;
 }
 
-QImage noise(QSize size)
-{
-    QImage picture(size, QImage::Format_RGB32);
-    QRandomGenerator random(7);
-    for (int y = 0; y < picture.height(); ++y) {
-        random.fillRange(reinterpret_cast<quint32*>(picture.scanLine(y)), picture.width());
-    }
-    return picture;
-}
-
-// "ABC", ISO/IEC 16022, the smallest of all symbols: its writer draws square ones only.
+// "ABC" (ISO/IEC 16022) as the smallest of all symbols. ZXing's writer draws only square ones.
 QImage oblongDataMatrix()
 {
     constexpr std::array rows{
@@ -60,13 +52,12 @@ QImage oblongDataMatrix()
         "##################",
     };
     constexpr int modulePixels = 4;
-    QImage picture(20 * modulePixels, 10 * modulePixels, QImage::Format_RGB32);
-    picture.fill(Qt::white);
+    QImage picture = plainPicture({ 20 * modulePixels, 10 * modulePixels }, Qt::white);
     QPainter painter(&picture);
     painter.scale(modulePixels, modulePixels);
     for (int y = 0; y < 8; ++y) {
         for (int x = 0; x < 18; ++x) {
-            if (rows[std::size_t(y)][x] == '#') {
+            if (rows[static_cast<std::size_t>(y)][x] == '#') {
                 painter.fillRect(x + 1, y + 1, 1, 1, Qt::black);
             }
         }
@@ -74,7 +65,14 @@ QImage oblongDataMatrix()
     return picture;
 }
 
-// The code's own outline, without the quiet zone that drawnCode() puts around it.
+QImage onPaper(const QImage& code, QPoint at, QSize paper)
+{
+    QImage picture = plainPicture(paper, Qt::white);
+    QPainter(&picture).drawImage(at, code);
+    return picture;
+}
+
+// The outline of a code drawn by drawnCode(), without its quiet zone.
 QRectF codeRect(const QImage& code, QPoint at, int modulePixels)
 {
     const int margin = 10 * modulePixels;
@@ -96,15 +94,15 @@ private Q_SLOTS:
     void givesNoTextForBytes();
     void readsEveryImageFormat_data();
     void readsEveryImageFormat();
-    void takesTransparentForWhite();
-    void readsTurnedCodes_data();
-    void readsTurnedCodes();
+    void treatsTransparentAsWhite();
+    void readsRotatedCodes_data();
+    void readsRotatedCodes();
     void readsInvertedCodes();
-    void readsWhatWasMirroredForShow();
-    void tellsWhereTheCodeIs_data();
-    void tellsWhereTheCodeIs();
-    void readsCodesAside_data();
-    void readsCodesAside();
+    void readsMirroredPictures();
+    void givesTheCorners_data();
+    void givesTheCorners();
+    void readsCodesOffCentre_data();
+    void readsCodesOffCentre();
     void readsWithoutQuietZone();
     void readsSlantedAztec();
     void findsNothingInNaturalNoise();
@@ -113,7 +111,7 @@ private Q_SLOTS:
     void refusesANullBitmap();
     void callsItsHandlerOnceOnThisThread_data();
     void callsItsHandlerOnceOnThisThread();
-    void forgetsThePreviousResults();
+    void replacesThePreviousResults();
 };
 
 void BarcodeDetection::readsEverySymbology_data()
@@ -209,9 +207,9 @@ void BarcodeDetection::readsEveryImageFormat_data()
 {
     QTest::addColumn<QImage::Format>("format");
     for (int format = QImage::Format_Mono; format < QImage::NImageFormats; ++format) {
-        // A mask has no colours: the code's modules and its paper would be equally opaque.
+        // A mask has no colours: modules and paper would be the same.
         if (format != QImage::Format_Alpha8) {
-            QTest::addRow("%d", format) << QImage::Format(format);
+            QTest::addRow("%d", format) << static_cast<QImage::Format>(format);
         }
     }
 }
@@ -224,7 +222,7 @@ void BarcodeDetection::readsEveryImageFormat()
     QCOMPARE(textIn(picture), u"format"_s);
 }
 
-void BarcodeDetection::takesTransparentForWhite()
+void BarcodeDetection::treatsTransparentAsWhite()
 {
     QImage picture = drawnCode(Symbology::Qr, u"glass"_s).convertToFormat(QImage::Format_ARGB32);
     for (int y = 0; y < picture.height(); ++y) {
@@ -237,7 +235,7 @@ void BarcodeDetection::takesTransparentForWhite()
     QCOMPARE(textIn(picture), u"glass"_s);
 }
 
-void BarcodeDetection::readsTurnedCodes_data()
+void BarcodeDetection::readsRotatedCodes_data()
 {
     QTest::addColumn<Symbology>("symbology");
     QTest::addColumn<QTransform>("turn");
@@ -252,7 +250,7 @@ void BarcodeDetection::readsTurnedCodes_data()
     QTest::newRow("QR mirrored") << Symbology::Qr << QTransform::fromScale(-1, 1);
 }
 
-void BarcodeDetection::readsTurnedCodes()
+void BarcodeDetection::readsRotatedCodes()
 {
     QFETCH(Symbology, symbology);
     QFETCH(QTransform, turn);
@@ -269,12 +267,10 @@ void BarcodeDetection::readsInvertedCodes()
     QCOMPARE(textIn(picture), u"white on black"_s);
 }
 
-void BarcodeDetection::readsWhatWasMirroredForShow()
+void BarcodeDetection::readsMirroredPictures()
 {
-    QImage shown(400, 300, QImage::Format_RGB32);
-    shown.fill(Qt::white);
     const QImage code = drawnCode(Symbology::Aztec, u"from the left"_s, 4);
-    QPainter(&shown).drawImage(100, 60, code);
+    QImage shown = onPaper(code, QPoint(100, 60), QSize(400, 300));
     const QRectF upright = codeRect(code, QPoint(100, 60), 4);
     shown.mirror(true, false);
 
@@ -289,7 +285,7 @@ void BarcodeDetection::readsWhatWasMirroredForShow()
     QVERIFY(std::abs(found.top() - upright.top()) < 8);
 }
 
-void BarcodeDetection::tellsWhereTheCodeIs_data()
+void BarcodeDetection::givesTheCorners_data()
 {
     QTest::addColumn<QSize>("size");
     QTest::addColumn<QPoint>("at");
@@ -300,17 +296,14 @@ void BarcodeDetection::tellsWhereTheCodeIs_data()
     QTest::newRow("too small once made smaller") << QSize(6000, 1000) << QPoint(5000, 400) << 2;
 }
 
-void BarcodeDetection::tellsWhereTheCodeIs()
+void BarcodeDetection::givesTheCorners()
 {
     QFETCH(QSize, size);
     QFETCH(QPoint, at);
     QFETCH(int, modulePixels);
-    QImage picture(size, QImage::Format_RGB32);
-    picture.fill(Qt::white);
     const QImage code = drawnCode(Symbology::Qr, u"here"_s, modulePixels);
-    QPainter(&picture).drawImage(at, code);
 
-    const auto codes = codesIn(picture);
+    const auto codes = codesIn(onPaper(code, at, size));
 
     QCOMPARE(codes.size(), 1);
     const QRectF expected = codeRect(code, at, modulePixels);
@@ -325,7 +318,7 @@ void BarcodeDetection::tellsWhereTheCodeIs()
     QVERIFY(isNear(corners.at(3), expected.bottomLeft()));
 }
 
-void BarcodeDetection::readsCodesAside_data()
+void BarcodeDetection::readsCodesOffCentre_data()
 {
     QTest::addColumn<QImage>("code");
     QTest::addColumn<QString>("text");
@@ -336,15 +329,12 @@ void BarcodeDetection::readsCodesAside_data()
     QTest::newRow("QR") << drawnCode(Symbology::Qr, u"aside"_s) << u"aside"_s;
 }
 
-void BarcodeDetection::readsCodesAside()
+void BarcodeDetection::readsCodesOffCentre()
 {
     QFETCH(QImage, code);
     QFETCH(QString, text);
-    QImage picture(900, 700, QImage::Format_RGB32);
-    picture.fill(Qt::white);
-    QPainter(&picture).drawImage(20, 20, code);
 
-    QCOMPARE(textIn(picture), text);
+    QCOMPARE(textIn(onPaper(code, QPoint(20, 20), QSize(900, 700))), text);
 }
 
 void BarcodeDetection::readsWithoutQuietZone()
@@ -354,7 +344,7 @@ void BarcodeDetection::readsWithoutQuietZone()
     QCOMPARE(textIn(code.copy(code.rect().adjusted(40, 40, -40, -40))), u"to the border"_s);
 }
 
-// An engine that follows such a code from its middle loses its way.
+// ZXing follows the modules from the middle of a code, which fails for such a code.
 void BarcodeDetection::readsSlantedAztec()
 {
     const QString text = u"slanted "_s.repeated(12);
@@ -365,8 +355,7 @@ void BarcodeDetection::readsSlantedAztec()
         QPolygonF{ QPointF(60, 20), QPointF(side * 0.9, 0), QPointF(side, side * 0.75),
             QPointF(0, side * 0.95) },
         slant));
-    QImage picture(code.width() + 60, code.height() + 60, QImage::Format_RGB32);
-    picture.fill(Qt::white);
+    QImage picture = plainPicture(code.size() + QSize(60, 60), Qt::white);
     QPainter painter(&picture);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.setTransform(slant);
@@ -389,19 +378,14 @@ void BarcodeDetection::findsNothing_data()
 {
     QTest::addColumn<QImage>("picture");
 
-    const auto blank = [](int width, int height) {
-        QImage picture(width, height, QImage::Format_RGB32);
-        picture.fill(Qt::white);
-        return picture;
-    };
-    QTest::newRow("white") << blank(800, 600);
-    QTest::newRow("noise") << noise(QSize(800, 600));
+    QTest::newRow("white") << plainPicture(QSize(800, 600), Qt::white);
+    QTest::newRow("noise") << noisePicture(QSize(800, 600));
     for (const int side : { 1, 2, 7, 8, 9, 20 }) {
-        QTest::addRow("%d x %d", side, side) << noise(QSize(side, side));
-        QTest::addRow("%d x 500", side) << noise(QSize(side, 500));
-        QTest::addRow("500 x %d", side) << noise(QSize(500, side));
+        QTest::addRow("%d x %d", side, side) << noisePicture(QSize(side, side));
+        QTest::addRow("%d x 500", side) << noisePicture(QSize(side, 500));
+        QTest::addRow("500 x %d", side) << noisePicture(QSize(500, side));
     }
-    QTest::newRow("a long line") << blank(30000, 8);
+    QTest::newRow("a long line") << plainPicture(QSize(30000, 8), Qt::white);
     QTest::newRow("mask") << QImage(100, 100, QImage::Format_Alpha8);
 }
 
@@ -428,8 +412,8 @@ void BarcodeDetection::callsItsHandlerOnceOnThisThread_data()
     QTest::addColumn<int>("results");
 
     QTest::newRow("code") << drawnCode(Symbology::Qr, u"once"_s) << 1;
-    QTest::newRow("no code") << noise(QSize(100, 100)) << 0;
-    QTest::newRow("pixel") << noise(QSize(1, 1)) << 0;
+    QTest::newRow("no code") << noisePicture(QSize(100, 100)) << 0;
+    QTest::newRow("pixel") << noisePicture(QSize(1, 1)) << 0;
     QTest::newRow("null") << QImage() << 0;
 }
 
@@ -450,13 +434,13 @@ void BarcodeDetection::callsItsHandlerOnceOnThisThread()
     QCOMPARE(seen, results);
 }
 
-void BarcodeDetection::forgetsThePreviousResults()
+void BarcodeDetection::replacesThePreviousResults()
 {
     DetectBarcodesRequest request(nullptr);
     ImageRequestHandler(drawnCode(Symbology::Qr, u"first"_s)).perform(request);
     QCOMPARE(request.results().size(), 1);
 
-    ImageRequestHandler(noise(QSize(100, 100))).perform(request);
+    ImageRequestHandler(noisePicture(QSize(100, 100))).perform(request);
 
     QVERIFY(request.results().isEmpty());
 }

@@ -19,9 +19,9 @@ void GreyPicture::weighsColours_data()
     QTest::newRow("red") << QColor(255, 0, 0) << 76;
     QTest::newRow("green") << QColor(0, 255, 0) << 150;
     QTest::newRow("blue") << QColor(0, 0, 255) << 29;
-    QTest::newRow("nothing") << QColor(0, 0, 0, 0) << 255;
-    QTest::newRow("half of black") << QColor(0, 0, 0, 128) << 127;
-    QTest::newRow("half of white") << QColor(255, 255, 255, 128) << 255;
+    QTest::newRow("transparent") << QColor(0, 0, 0, 0) << 255;
+    QTest::newRow("half transparent black") << QColor(0, 0, 0, 128) << 127;
+    QTest::newRow("half transparent white") << QColor(255, 255, 255, 128) << 255;
 }
 
 void GreyPicture::weighsColours()
@@ -35,7 +35,7 @@ void GreyPicture::weighsColours()
 
     QCOMPARE(result.format(), QImage::Format_Grayscale8);
     QCOMPARE(result.size(), picture.size());
-    QCOMPARE(int(result.constScanLine(1)[2]), grey);
+    QCOMPARE(static_cast<int>(result.constScanLine(1)[2]), grey);
 }
 
 VELLUMCAP_TEST(GreyPicture)

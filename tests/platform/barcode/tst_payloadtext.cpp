@@ -1,8 +1,6 @@
-#include "platform/barcode/GreyPicture.h"
 #include "platform/barcode/PayloadText.h"
-#include "platform/barcode/ZBarEngine.h"
-#include "platform/barcode/ZXingEngine.h"
 #include "tests/support/DrawnCode.h"
+#include "tests/support/EngineReadings.h"
 #include "tests/support/TestMain.h"
 
 #include <QStringEncoder>
@@ -22,41 +20,37 @@ QByteArray inShiftJis(const QString& text)
     return encoder(text);
 }
 
-// "No reading" and "no text" apart.
-QString textOf(const platform::Readings& readings)
+QString textOf(const QList<platform::BarcodeObservation>& codes)
 {
-    return readings && !readings->isEmpty()
-        ? readings->first().code.payloadStringValue.value_or(u"(no text)"_s)
-        : u"(unread)"_s;
+    return codes.isEmpty() ? u"(unread)"_s
+                           : codes.first().payloadStringValue.value_or(u"(no text)"_s);
 }
 
 QString byZXing(const QImage& picture)
 {
-    const QImage grey = platform::greyPicture(picture);
-    return textOf(platform::readByZXing(platform::viewOf(grey)));
+    return textOf(support::codesByZXing(picture));
 }
 
 QString byZBar(const QImage& picture)
 {
-    const QImage grey = platform::greyPicture(picture);
-    return textOf(platform::ZBarEngine().read(platform::viewOf(grey)));
+    return textOf(support::codesByZBar(picture));
 }
 
 } // namespace
 
-/// A code has one text, whichever engine reads it.
+/// Both engines give the same text for a code.
 class PayloadText : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void findsTheCharacterSet_data();
     void findsTheCharacterSet();
-    void takesNoBytesForText_data();
-    void takesNoBytesForText();
+    void givesNoTextForBytes_data();
+    void givesNoTextForBytes();
     void isTheSameInBothEngines_data();
     void isTheSameInBothEngines();
-    void heedsADeclaredCharacterSet_data();
-    void heedsADeclaredCharacterSet();
+    void usesADeclaredCharacterSet_data();
+    void usesADeclaredCharacterSet();
     void agreesOnRandomText_data();
     void agreesOnRandomText();
 };
@@ -88,7 +82,7 @@ void PayloadText::findsTheCharacterSet()
     QCOMPARE(platform::payloadText(bytes), text);
 }
 
-void PayloadText::takesNoBytesForText_data()
+void PayloadText::givesNoTextForBytes_data()
 {
     QTest::addColumn<QByteArray>("bytes");
 
@@ -98,7 +92,7 @@ void PayloadText::takesNoBytesForText_data()
     QTest::newRow("random") << QByteArray::fromHex("80ff01fe9d0290");
 }
 
-void PayloadText::takesNoBytesForText()
+void PayloadText::givesNoTextForBytes()
 {
     QFETCH(QByteArray, bytes);
 
@@ -124,7 +118,7 @@ void PayloadText::isTheSameInBothEngines_data()
                             << u"4006381333931"_s;
     QTest::newRow("UPC-E") << Symbology::UpcE << QByteArray("01234565") << u"0012345000065"_s;
     QTest::newRow("Codabar") << Symbology::Codabar << QByteArray("A1234567B") << u"A1234567B"_s;
-    // FNC1 before all else says that what follows is GS1's; later ones end a field.
+    // FNC1 at the beginning marks GS1 data; a later one ends a field.
     QTest::newRow("GS1-128") << Symbology::Code128
                              << QByteArray("\xF1"
                                            "0104012345123456"
@@ -145,7 +139,7 @@ void PayloadText::isTheSameInBothEngines()
     QCOMPARE(byZBar(picture), text);
 }
 
-void PayloadText::heedsADeclaredCharacterSet_data()
+void PayloadText::usesADeclaredCharacterSet_data()
 {
     QTest::addColumn<QByteArray>("characterSet");
     QTest::addColumn<QString>("text");
@@ -155,7 +149,7 @@ void PayloadText::heedsADeclaredCharacterSet_data()
     QTest::newRow("ISO 8859-15") << QByteArray("ISO-8859-15") << u"10 € für Œuvre"_s;
 }
 
-void PayloadText::heedsADeclaredCharacterSet()
+void PayloadText::usesADeclaredCharacterSet()
 {
     QFETCH(QByteArray, characterSet);
     QFETCH(QString, text);
@@ -183,7 +177,8 @@ void PayloadText::agreesOnRandomText()
     for (int i = 0; i < 60; ++i) {
         QString text;
         for (int length = 8; length < 24; ++length) {
-            text += alphabet.at(qsizetype(random() % std::size_t(alphabet.size())));
+            text += alphabet.at(
+                static_cast<qsizetype>(random() % static_cast<std::size_t>(alphabet.size())));
         }
         const QImage picture = drawnCode(Symbology::Qr, QByteArray(encoder(text)));
 

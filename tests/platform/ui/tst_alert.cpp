@@ -1,21 +1,18 @@
 #include "platform/ui/Alert.h"
+#include "tests/support/Alerts.h"
 #include "tests/support/TestMain.h"
 
 #include <QAbstractButton>
 #include <QLabel>
 #include <QMessageBox>
-#include <QPushButton>
-#include <QTimer>
-
-#include <algorithm>
 
 using Qt::StringLiterals::operator""_s;
 
 class AlertTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void returnsThePlaceOfTheButton_data();
-    void returnsThePlaceOfTheButton();
+    void returnsTheIndexOfTheButton_data();
+    void returnsTheIndexOfTheButton();
     void pressesByKey_data();
     void pressesByKey();
     void keepsTheOrderOfTheButtons();
@@ -29,71 +26,61 @@ const QStringList quitOrCancel{ u"Quit anyway"_s, u"Cancel"_s };
 
 int runAnd(const platform::Alert& alert, const std::function<void(QMessageBox&)>& answer)
 {
-    bool isThere = false;
-    QTimer::singleShot(0, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        isThere = box != nullptr && box->windowModality() == Qt::ApplicationModal;
-        if (box != nullptr) {
-            answer(*box);
-        }
+    bool isModal = false;
+    support::onNextAlert([&](QMessageBox& box) {
+        isModal = box.windowModality() == Qt::ApplicationModal;
+        answer(box);
     });
     const int pressed = alert.runModal();
-    return isThere ? pressed : -1;
+    return isModal ? pressed : -1;
 }
 
 } // namespace
 
-void AlertTest::returnsThePlaceOfTheButton_data()
+void AlertTest::returnsTheIndexOfTheButton_data()
 {
-    QTest::addColumn<int>("place");
+    QTest::addColumn<int>("index");
     QTest::newRow("first") << 0;
     QTest::newRow("second") << 1;
 }
 
-void AlertTest::returnsThePlaceOfTheButton()
+void AlertTest::returnsTheIndexOfTheButton()
 {
-    QFETCH(int, place);
+    QFETCH(int, index);
     const platform::Alert alert{ u"Quit?"_s, {}, quitOrCancel };
-    QCOMPARE(runAnd(alert, [place](QMessageBox& box) { box.buttons().at(place)->click(); }), place);
+    QCOMPARE(runAnd(alert, [index](QMessageBox& box) { box.buttons().at(index)->click(); }), index);
 }
 
 void AlertTest::pressesByKey_data()
 {
     QTest::addColumn<QStringList>("buttons");
     QTest::addColumn<int>("key");
-    QTest::addColumn<int>("place");
+    QTest::addColumn<int>("index");
     const QStringList three{ u"A"_s, u"Cancel"_s, u"B"_s };
     const QStringList without{ u"A"_s, u"B"_s };
     QTest::newRow("return presses the first") << three << int{ Qt::Key_Return } << 0;
     QTest::newRow("escape presses Cancel") << three << int{ Qt::Key_Escape } << 1;
-    QTest::newRow("escape presses the last without one") << without << int{ Qt::Key_Escape } << 1;
+    QTest::newRow("escape presses the last button") << without << int{ Qt::Key_Escape } << 1;
 }
 
 void AlertTest::pressesByKey()
 {
     QFETCH(QStringList, buttons);
     QFETCH(int, key);
-    QFETCH(int, place);
+    QFETCH(int, index);
     const platform::Alert alert{ u"Quit?"_s, {}, buttons };
     QCOMPARE(runAnd(alert,
                  [key](QMessageBox& box) { QTest::keyClick(&box, static_cast<Qt::Key>(key)); }),
-        place);
+        index);
 }
 
 void AlertTest::keepsTheOrderOfTheButtons()
 {
-    QStringList seen;
+    QList<support::AlertSeen> seen;
+    support::answerNextAlert(0, seen);
     const platform::Alert alert{ u"Quit?"_s, {}, quitOrCancel };
-    runAnd(alert, [&seen](QMessageBox& box) {
-        auto buttons = box.findChildren<QPushButton*>();
-        std::sort(buttons.begin(), buttons.end(),
-            [](const auto* left, const auto* right) { return left->x() < right->x(); });
-        for (const QPushButton* button : buttons) {
-            seen.append(button->text());
-        }
-        box.close();
-    });
-    QCOMPARE(seen, quitOrCancel);
+    QCOMPARE(alert.runModal(), 0);
+    QCOMPARE(seen.first().buttons, quitOrCancel);
 }
 
 void AlertTest::showsPlainTextOnly()

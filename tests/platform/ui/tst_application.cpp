@@ -1,11 +1,7 @@
 #include "platform/services/Dispatch.h"
-#include "platform/services/Log.h"
+#include "tests/support/Alerts.h"
 #include "tests/support/TestMain.h"
 
-#include <QAbstractButton>
-#include <QLabel>
-#include <QMessageBox>
-#include <QPointer>
 #include <QProcess>
 #include <QTimer>
 
@@ -19,7 +15,7 @@ using platform::TerminateReply;
 
 namespace {
 
-/// Notes what it is asked, and answers as it is told.
+/// Counts the questions to it; its answers can be set.
 class NotingDelegate : public platform::ApplicationDelegate {
 public:
     NotingDelegate() { Application::shared().setDelegate(this); }
@@ -32,7 +28,7 @@ public:
         ++timesAsked;
         return reply();
     }
-    QUndoStack* windowWillReturnUndoManager(QWidget*) override { return nullptr; }
+    QUndoStack* windowWillReturnUndoManager() override { return nullptr; }
     bool respondsTo(const QAction&) const override { return false; }
     bool validateMenuItem(const QAction&) const override { return false; }
     void perform(QAction&) override { }
@@ -48,7 +44,7 @@ void say(const char* line)
     std::fflush(stdout);
 }
 
-/// A run of its own, for what a signal or the application's end does to a process.
+/// Runs as a child process, which signals can end.
 int runAsChild(Application& application)
 {
     NotingDelegate delegate;
@@ -135,7 +131,7 @@ void ApplicationTest::asksOnceAtATime()
 {
     NotingDelegate delegate;
     delegate.reply = [] {
-        Application::shared().terminate(); // as a signal would while an alert is up
+        Application::shared().terminate(); // as a signal does during an alert
         return TerminateReply::Now;
     };
     delegate.launched = [] { Application::shared().terminate(); };
@@ -183,24 +179,14 @@ void ApplicationTest::outlivesItsLastWindow()
 
 void ApplicationTest::presentsErrors()
 {
-    QString message;
-    QString reason;
-    QStringList buttons;
-    QTimer::singleShot(0, [&] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box != nullptr);
-        message = box->text();
-        reason = box->informativeText();
-        for (const QAbstractButton* button : box->buttons()) {
-            buttons.append(button->text());
-        }
-        box->buttons().first()->click();
-    });
+    QList<support::AlertSeen> seen;
+    support::answerNextAlert(0, seen);
     QVERIFY(
         !Application::shared().presentError({ u"test"_s, 1, u"It failed."_s, u"<b>So.</b>"_s }));
-    QCOMPARE(message, u"It failed."_s);
-    QCOMPARE(reason, u"<b>So.</b>"_s);
-    QCOMPARE(buttons, QStringList{ u"OK"_s });
+    QCOMPARE(seen.size(), 1);
+    QCOMPARE(seen.first().text, u"It failed."_s);
+    QCOMPARE(seen.first().informativeText, u"<b>So.</b>"_s);
+    QCOMPARE(seen.first().buttons, QStringList{ u"OK"_s });
 }
 
 void ApplicationTest::endsOnSignals_data()

@@ -19,7 +19,6 @@ using platform::CollectionViewDataSource;
 using platform::CollectionViewDelegate;
 using platform::CollectionViewItem;
 using platform::IndexPath;
-using platform::SupplementaryKind;
 
 namespace {
 
@@ -46,45 +45,33 @@ public:
 
 class Source : public CollectionViewDataSource, public CollectionViewDelegate {
 public:
-    int numberOfSectionsInCollectionView(CollectionView&) const override
+    int numberOfSectionsInCollectionView() const override
     {
-        return int(counts.size());
+        return static_cast<int>(counts.size());
     }
-    int numberOfItemsInSection(CollectionView&, int section) const override
-    {
-        return counts[section];
-    }
+    int numberOfItemsInSection(int section) const override { return counts[section]; }
     CollectionViewItem* itemForRepresentedObjectAtIndexPath(
         CollectionView& view, IndexPath path) override
     {
         ++binds;
         CollectionViewItem* item = view.makeItem(cellIdentifier, path);
-        if (item != nullptr) {
-            item->textField->setText(nameOf(path));
-        }
+        item->textField->setText(nameOf(path));
         return item;
     }
-    QWidget* viewForSupplementaryElementOfKind(
-        CollectionView& view, SupplementaryKind kind, IndexPath path) override
+    QWidget* viewForSupplementaryElementOfKind(CollectionView& view, IndexPath path) override
     {
-        auto* label
-            = static_cast<QLabel*>(view.makeSupplementaryView(kind, headerIdentifier, path));
-        if (label != nullptr) {
-            label->setText(u"day %1"_s.arg(path.section));
-        }
+        auto* label = static_cast<QLabel*>(view.makeSupplementaryView(headerIdentifier));
+        label->setText(u"day %1"_s.arg(path.section));
         return label;
     }
-    void didSelectItemsAtIndexPaths(CollectionView&, const QSet<IndexPath>& paths) override
+    void didSelectItemsAtIndexPaths(const QSet<IndexPath>& paths) override
     {
         selections.append(paths);
         if (onSelect) {
             onSelect();
         }
     }
-    QSizeF referenceSizeForHeaderInSection(const CollectionView&, int) const override
-    {
-        return { 180, 24 };
-    }
+    QSizeF referenceSizeForHeaderInSection(int) const override { return { 180, 24 }; }
     QString accessibleNameOfItem(IndexPath path) const override
     {
         return path == IndexPath{ 0, 1 } ? u"spoken"_s : QString();
@@ -108,8 +95,7 @@ public:
             ++made;
             return new Cell;
         });
-        view.registerSupplementaryView(
-            SupplementaryKind::SectionHeader, headerIdentifier, [] { return new QLabel; });
+        view.registerSupplementaryView(headerIdentifier, [] { return new QLabel; });
         view.setItemSize({ 100, 100 });
         view.setSpacing(10);
         view.setDataSource(&source);
@@ -119,7 +105,7 @@ public:
         view.show();
         view.activateWindow();
         view.setFocus();
-        active = QTest::qWaitForWindowActive(&view);
+        active = QTest::qWaitForWindowActive(&view, support::patience);
     }
 
     QList<CollectionViewItem*> existing() const { return view.findChildren<CollectionViewItem*>(); }
@@ -127,6 +113,17 @@ public:
     {
         const QList<IndexPath> paths = view.selectionIndexPaths().values();
         return paths.size() == 1 ? paths.first() : IndexPath{ -1, -1 };
+    }
+    /// The places of the visible cells, in reading order.
+    QList<IndexPath> visiblePaths() const
+    {
+        QList<IndexPath> paths;
+        for (const QWidget* shown : view.visibleViews()) {
+            if (const auto* cell = qobject_cast<const CollectionViewItem*>(shown)) {
+                paths.append(view.indexPathForItem(cell).value());
+            }
+        }
+        return paths;
     }
     void click(IndexPath path) { QTest::mouseClick(view.itemAtIndexPath(path), Qt::LeftButton); }
 
@@ -175,7 +172,6 @@ private Q_SLOTS:
     void dataSourceMayAskForReload();
     void showsNothingWithoutData();
     void newDataSourceIsAskedByItself();
-    void unknownKindsAreNull();
     void resizeKeepsTheTopItem();
     void selectedTextIsReadable();
     void layerIsBehindEverything();
@@ -189,10 +185,10 @@ void CollectionViewTest::onlyWhatIsSeenExists()
     Fixture fixture(equalSections(1000, 100));
     // 500 pixels show at most 6 rows of 110, 3 cells each.
     QVERIFY(fixture.existing().size() <= 18);
-    QVERIFY(fixture.view.indexPathsForVisibleItems().size() >= 12);
+    QVERIFY(fixture.visiblePaths().size() >= 12);
     fixture.view.verticalScrollBar()->setValue(1'234'567);
     QVERIFY(fixture.existing().size() <= 18);
-    const auto paths = fixture.view.indexPathsForVisibleItems();
+    const auto paths = fixture.visiblePaths();
     QVERIFY(paths.size() >= 12);
     QVERIFY(std::is_sorted(paths.begin(), paths.end()));
     for (const IndexPath& path : paths) {
@@ -277,7 +273,7 @@ void CollectionViewTest::headersSpanTheWidth()
 {
     Fixture fixture(equalSections(3, 2));
     const auto headers = fixture.view.findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
-    QCOMPARE(headers.size(), 0); // they live in the viewport
+    QCOMPARE(headers.size(), 0); // they are children of the viewport
     const auto inside
         = fixture.view.viewport()->findChildren<QLabel*>(QString(), Qt::FindDirectChildrenOnly);
     QCOMPARE(inside.size(), 3);
@@ -428,10 +424,7 @@ void CollectionViewTest::programSelects()
     fixture.view.selectItem({ -1, 0 });
     QVERIFY(fixture.source.selections.isEmpty());
     fixture.view.selectItem({ 0, 3 });
-    QCOMPARE(fixture.source.selections.size(), 1);
-    fixture.view.deselectAll();
-    QVERIFY(fixture.view.selectionIndexPaths().isEmpty());
-    QCOMPARE(fixture.source.selections.size(), 1);
+    QCOMPARE(fixture.source.selections, (QList{ QSet{ IndexPath{ 0, 3 } } }));
 }
 
 void CollectionViewTest::selectingScrollsIntoView()
@@ -446,9 +439,6 @@ void CollectionViewTest::selectingScrollsIntoView()
         QVERIFY(cell->isSelected());
     }
     QCOMPARE(fixture.view.verticalScrollBar()->value(), 0); // the header of the first row too
-    fixture.view.scrollToItem({ 50, 0 });
-    QVERIFY(fixture.view.itemAtIndexPath({ 50, 0 }) != nullptr);
-    QCOMPARE(fixture.selected(), (IndexPath{ 0, 0 }));
 }
 
 void CollectionViewTest::scrollsByPixelsAndRows()
@@ -500,7 +490,7 @@ void CollectionViewTest::reloadKeepsThePlaceAsFarAsThereIsOne()
     fixture.source.counts = { 2 };
     fixture.view.reloadData();
     QCOMPARE(bar.value(), 0);
-    QCOMPARE(fixture.view.indexPathsForVisibleItems(), (QList<IndexPath>{ { 0, 0 }, { 0, 1 } }));
+    QCOMPARE(fixture.visiblePaths(), (QList<IndexPath>{ { 0, 0 }, { 0, 1 } }));
     int shown = 0;
     for (const CollectionViewItem* cell : fixture.existing()) {
         shown += cell->isVisible() ? 1 : 0;
@@ -516,11 +506,11 @@ void CollectionViewTest::delegateMayReload()
         fixture.view.reloadData();
     };
     fixture.click({ 1, 2 });
-    QCOMPARE(fixture.view.indexPathsForVisibleItems(), QList<IndexPath>{ IndexPath() });
+    QCOMPARE(fixture.visiblePaths(), QList<IndexPath>{ IndexPath() });
     QVERIFY(fixture.view.selectionIndexPaths().isEmpty());
     fixture.source.onSelect = [&fixture] { fixture.view.setDataSource(nullptr); };
     QTest::keyClick(&fixture.view, Qt::Key_Down);
-    QVERIFY(fixture.view.indexPathsForVisibleItems().isEmpty());
+    QVERIFY(fixture.visiblePaths().isEmpty());
     QVERIFY(fixture.view.selectionIndexPaths().isEmpty());
 }
 
@@ -544,7 +534,7 @@ void CollectionViewTest::dataSourceMayAskForReload()
     fixture.view.setDelegate(nullptr);
     fixture.view.setDataSource(&restless);
     QCoreApplication::processEvents();
-    QTRY_COMPARE(fixture.view.indexPathsForVisibleItems().size(), 2);
+    QTRY_COMPARE(fixture.visiblePaths().size(), 2);
     fixture.view.setDataSource(nullptr);
 }
 
@@ -576,36 +566,19 @@ void CollectionViewTest::newDataSourceIsAskedByItself()
     fixture.view.setDataSource(&other);
     QVERIFY(fixture.view.selectionIndexPaths().isEmpty());
     QTRY_COMPARE(other.binds, 4);
-    QCOMPARE(fixture.view.indexPathsForVisibleItems().size(), 4);
+    QCOMPARE(fixture.visiblePaths().size(), 4);
     fixture.view.setDataSource(nullptr);
-}
-
-void CollectionViewTest::unknownKindsAreNull()
-{
-    Source source;
-    source.counts = { 3 };
-    CollectionView view;
-    view.setDataSource(&source);
-    view.setDelegate(&source);
-    view.resize(300, 300);
-    view.show();
-    QCOMPARE(view.makeItem(u"unknown"_s, {}), nullptr);
-    QVERIFY(view.visibleViews().isEmpty());
-    view.registerItem(cellIdentifier, [] { return new Cell; });
-    view.reloadData();
-    QCOMPARE(view.visibleViews().size(), 2); // one column, two rows
-    view.setDataSource(nullptr);
 }
 
 void CollectionViewTest::resizeKeepsTheTopItem()
 {
     Fixture fixture({ 300 });
     fixture.view.verticalScrollBar()->setValue(24 + 5 + 110 * 20);
-    const auto top = fixture.view.indexPathsForVisibleItems().first();
+    const auto top = fixture.visiblePaths().first();
     QCOMPARE(top, (IndexPath{ 0, 60 }));
     fixture.view.resize(800, 500);
     QVERIFY(fixture.view.itemAtIndexPath(top) != nullptr);
-    QCOMPARE(fixture.view.indexPathsForVisibleItems().first().item, 56); // the row of 7 with 60
+    QCOMPARE(fixture.visiblePaths().first().item, 56); // the row of 7 with 60
     QCOMPARE(fixture.view.itemAtIndexPath(top)->y(), 0);
 }
 

@@ -1,7 +1,7 @@
 #include "platform/ui/ColorScheme.h"
 #include "tests/support/TestMain.h"
 
-/// Against no bus at all, which is what the sandbox gives.
+/// The sandbox has no session bus, and so no portal.
 class ColorSchemeTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:

@@ -16,7 +16,7 @@ using Qt::StringLiterals::operator""_s;
 
 namespace {
 
-/// A link of the chain: the names it responds to, and whether each is enabled.
+/// The items of a menu responder by name, and whether each is enabled.
 struct Responder {
     std::map<QString, bool> items;
     QStringList performed;
@@ -71,7 +71,7 @@ public:
         ++timesAskedToTerminate;
         return platform::TerminateReply::Cancel;
     }
-    QUndoStack* windowWillReturnUndoManager(QWidget*) override
+    QUndoStack* windowWillReturnUndoManager() override
     {
         ++timesAskedForUndoManager;
         return hasUndoManager ? &undoStack : nullptr;
@@ -95,13 +95,13 @@ private Q_SLOTS:
     void asksTheKeyWindowFirst();
     void thenTheMainWindow();
     void thenTheDelegate();
-    void disablesWhatNobodyRespondsTo();
+    void disablesItemsWithoutAResponder();
     void validatesAgainBeforePerforming();
     void validatesWhenAMenuOpens();
     void undoesTheTextFirst();
-    void undoesTheStoreByKeyWhereTheTextHasNothing();
+    void undoKeyReachesTheStoreWhenTheTextHasNothing();
     void followsTheUndoManager();
-    void doesNotAskAFailedUndoManagerAgainByItself();
+    void doesNotRetryAFailedUndoManagerByItself();
     void editsTheFocusedText();
     void leavesTheKeysOfOtherWidgetsAlone();
     void closesTheKeyWindow();
@@ -131,7 +131,7 @@ void MainMenuTest::init()
     m_other = std::make_unique<Controller>();
     m_other->window();
     m_main->showWindow();
-    QVERIFY(QTest::qWaitForWindowActive(m_main->window()));
+    QVERIFY(QTest::qWaitForWindowActive(m_main->window(), support::patience));
     m_menu = std::make_unique<platform::MainMenu>(platform::Application::shared(), *m_main);
 }
 
@@ -152,7 +152,7 @@ void MainMenuTest::asksTheKeyWindowFirst()
     QVERIFY(item->isEnabled());
 
     m_other->showWindow();
-    QTRY_VERIFY(!item->isEnabled()); // by the change of the key window
+    QTRY_VERIFY(!item->isEnabled()); // validated when the key window changes
 
     m_other->responder.items[scan] = true;
     m_menu->validate();
@@ -182,7 +182,7 @@ void MainMenuTest::thenTheDelegate()
     QCOMPARE(m_delegate->responder.performed, QStringList{ scan });
 }
 
-void MainMenuTest::disablesWhatNobodyRespondsTo()
+void MainMenuTest::disablesItemsWithoutAResponder()
 {
     QAction* item = add(scan);
     m_menu->validate();
@@ -235,7 +235,7 @@ void MainMenuTest::undoesTheTextFirst()
     QVERIFY(m_delegate->undoStack.canUndo());
 }
 
-void MainMenuTest::undoesTheStoreByKeyWhereTheTextHasNothing()
+void MainMenuTest::undoKeyReachesTheStoreWhenTheTextHasNothing()
 {
     add(u"undo"_s, QKeySequence::Undo);
     m_delegate->undoStack.push(new QUndoCommand);
@@ -263,7 +263,7 @@ void MainMenuTest::followsTheUndoManager()
     QVERIFY(!undo->isEnabled());
 }
 
-void MainMenuTest::doesNotAskAFailedUndoManagerAgainByItself()
+void MainMenuTest::doesNotRetryAFailedUndoManagerByItself()
 {
     add(u"undo"_s);
     m_delegate->hasUndoManager = false;

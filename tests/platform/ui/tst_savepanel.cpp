@@ -1,12 +1,12 @@
 #include "platform/ui/SavePanel.h"
 #include "platform/ui/Sheet.h"
+#include "tests/support/Alerts.h"
 #include "tests/support/TestMain.h"
 
 #include <QFileDialog>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QTemporaryDir>
-#include <QTimer>
 
 using Qt::StringLiterals::operator""_s;
 
@@ -98,11 +98,9 @@ void SavePanelTest::asksBeforeItReplacesAFileThatTheUserDidNotName()
     bool wasChosen = false;
     bool wasAsked = false;
     m_panel.beginSheet(&m_window, [&wasChosen](const QString&) { wasChosen = true; });
-    QTimer::singleShot(0, [&wasAsked] {
-        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
-        QVERIFY(box != nullptr);
+    support::onNextAlert([&wasAsked](QMessageBox& alert) {
         wasAsked = true;
-        QTest::keyClick(box, Qt::Key_Escape);
+        QTest::keyClick(&alert, Qt::Key_Escape);
     });
     confirm(u"there.png"_s);
     QTRY_VERIFY(wasAsked);

@@ -55,7 +55,7 @@ void SheetTest::endsItOnce()
     platform::endSheet(&sheet);
     QCOMPARE(completed, 1);
     QVERIFY(platform::sheetParent(&sheet) == nullptr);
-    QVERIFY(sheet.isVisible()); // ordering it out is the caller's
+    QVERIFY(sheet.isVisible()); // the caller has to hide it
 }
 
 void SheetTest::mayBeBegunAgain()
@@ -188,7 +188,7 @@ void SheetTest::staysHiddenWhenItWasEndedMeanwhile()
     window.hide();
     platform::endSheet(&sheet);
     window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QVERIFY(QTest::qWaitForWindowExposed(&window, support::patience));
     QCoreApplication::processEvents();
     QVERIFY(!sheet.isVisible());
 }
