@@ -29,7 +29,7 @@ QImage frameWithoutCode()
     for (int y = 0; y < frame.height(); ++y) {
         uchar* line = frame.scanLine(y);
         for (int x = 0; x < frame.width(); ++x) {
-            line[x] = uchar((x + y) / 12 + random.bounded(9));
+            line[x] = static_cast<uchar>((x + y) / 12 + random.bounded(9));
         }
     }
     return frame;
@@ -50,8 +50,8 @@ QImage frameWithCode()
 
 QImage flatPicture()
 {
-    QImage picture(
-        int(frameWithCode().sizeInBytes()) / tooFlat, tooFlat, QImage::Format_Grayscale8);
+    QImage picture(static_cast<int>(frameWithCode().sizeInBytes()) / tooFlat, tooFlat,
+        QImage::Format_Grayscale8);
     picture.fill(0xff);
     return picture;
 }
@@ -66,7 +66,7 @@ template <typename Detect> double microsecondsOf(const Detect& detect)
 /// What a tenth of the values is below: the cost while nothing else disturbs.
 double undisturbed(std::vector<double> values)
 {
-    const auto tenth = values.begin() + std::ptrdiff_t(values.size() / 10);
+    const auto tenth = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 10);
     std::nth_element(values.begin(), tenth, values.end());
     return *tenth;
 }

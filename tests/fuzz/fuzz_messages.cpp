@@ -18,7 +18,7 @@ template <typename Message> void check(const std::optional<Message>& message, QB
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     using namespace platform::decoder;
-    const QByteArrayView bytes(data, qsizetype(size));
+    const QByteArrayView bytes(data, static_cast<qsizetype>(size));
     check(readReply(bytes), bytes);
     check(readRequest(bytes), bytes);
     check(readGreeting(bytes), bytes);

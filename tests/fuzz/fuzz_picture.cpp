@@ -10,7 +10,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     using namespace platform::decoder;
-    const auto picture = fuzz::pictureOf(QByteArrayView(data, qsizetype(size)));
+    const auto picture = fuzz::pictureOf(QByteArrayView(data, static_cast<qsizetype>(size)));
     if (picture.grey.isNull()) {
         return 0;
     }

@@ -57,7 +57,7 @@ Detection refusedUnless(bool done)
 
 void send(const QByteArray& bytes, bool withDescriptor = false)
 {
-    iovec part{ const_cast<char*>(bytes.data()), size_t(bytes.size()) };
+    iovec part{ const_cast<char*>(bytes.data()), static_cast<std::size_t>(bytes.size()) };
     msghdr header = {};
     header.msg_iov = &part;
     header.msg_iovlen = 1;
@@ -83,7 +83,8 @@ void* sleepingThread(void*)
 bool makeWritable(const QImage& grey)
 {
     const auto address = reinterpret_cast<quintptr>(grey.constBits());
-    return ::mprotect(reinterpret_cast<void*>(address), size_t(mebibyte), PROT_READ | PROT_WRITE)
+    return ::mprotect(reinterpret_cast<void*>(address), static_cast<std::size_t>(mebibyte),
+               PROT_READ | PROT_WRITE)
         == 0;
 }
 
@@ -91,8 +92,9 @@ Detection eatMemory()
 {
     std::vector<std::unique_ptr<char[]>> eaten;
     try {
-        while (qsizetype(eaten.size()) * mebibyte < 2 * memoryLimit) {
-            eaten.push_back(std::make_unique_for_overwrite<char[]>(size_t(mebibyte)));
+        while (static_cast<qsizetype>(eaten.size()) * mebibyte < 2 * memoryLimit) {
+            eaten.push_back(
+                std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(mebibyte)));
         }
     } catch (const std::bad_alloc&) {
         return saying("refused");
@@ -141,7 +143,7 @@ Detection overstep(Misdeed misdeed)
 
 Detection misbehave(const QImage& grey)
 {
-    const auto misdeed = Misdeed(grey.constBits()[0]);
+    const auto misdeed = static_cast<Misdeed>(grey.constBits()[0]);
     switch (misdeed) {
     case Misdeed::None:
         return saying("well behaved");

@@ -179,10 +179,10 @@ void DecoderMessagesTest::carriesTexts()
 
 void DecoderMessagesTest::carriesEverySymbology()
 {
-    for (int number = 0; number <= int(Symbology::UpcE); ++number) {
-        const auto codes = carried({ { std::nullopt, Symbology(number), {} } });
+    for (int number = 0; number <= static_cast<int>(Symbology::UpcE); ++number) {
+        const auto codes = carried({ { std::nullopt, static_cast<Symbology>(number), {} } });
         QCOMPARE(codes.size(), 1);
-        QCOMPARE(codes.first().symbology, Symbology(number));
+        QCOMPARE(codes.first().symbology, static_cast<Symbology>(number));
     }
 }
 
@@ -265,8 +265,8 @@ void DecoderMessagesTest::refusesOtherMessages()
     QVERIFY(!readRequest(reply));
     QVERIFY(!readGreeting(reply));
     QVERIFY(!readReply(written(Greeting{ 0 })));
-    QVERIFY(!readReply(changed(reply, kindAt, quint32(0))));
-    QVERIFY(!readReply(changed(reply, versionAt, quint32(2))));
+    QVERIFY(!readReply(changed(reply, kindAt, quint32{ 0 })));
+    QVERIFY(!readReply(changed(reply, versionAt, quint32{ 2 })));
 }
 
 void DecoderMessagesTest::refusesHostileReplies_data()
@@ -279,26 +279,26 @@ void DecoderMessagesTest::refusesHostileReplies_data()
         QTest::newRow(name) << changed(good, at, field);
     };
 
-    row("flag of 2", isReadAt, quint32(2));
-    row("located nowhere", locatedAt, qint32(-1));
-    row("located too far", locatedAt, qint32(std::numeric_limits<qint32>::max()));
-    row("width below zero", locatedAt + 8, qint32(-50));
-    row("two codes announced", countAt, quint32(2));
-    row("no code announced", countAt, quint32(0));
-    row("endless codes", countAt, quint32(0xffffffff));
-    row("unknown symbology", symbologyAt, quint32(int(Symbology::UpcE) + 1));
-    row("symbology below zero", symbologyAt, qint32(-1));
-    row("text where there is none", hasTextAt, quint32(0));
-    row("longer text", lengthAt, quint32(5));
-    row("shorter text", lengthAt, quint32(3));
-    row("endless text", lengthAt, quint32(0x80000004));
-    row("no corners announced", hasCornersAt, quint32(0));
+    row("flag of 2", isReadAt, quint32{ 2 });
+    row("located nowhere", locatedAt, qint32{ -1 });
+    row("located too far", locatedAt, std::numeric_limits<qint32>::max());
+    row("width below zero", locatedAt + 8, qint32{ -50 });
+    row("two codes announced", countAt, quint32{ 2 });
+    row("no code announced", countAt, quint32{ 0 });
+    row("endless codes", countAt, quint32{ 0xffffffff });
+    row("unknown symbology", symbologyAt, static_cast<quint32>(Symbology::UpcE) + 1);
+    row("symbology below zero", symbologyAt, qint32{ -1 });
+    row("text where there is none", hasTextAt, quint32{ 0 });
+    row("longer text", lengthAt, quint32{ 5 });
+    row("shorter text", lengthAt, quint32{ 3 });
+    row("endless text", lengthAt, quint32{ 0x80000004 });
+    row("no corners announced", hasCornersAt, quint32{ 0 });
     row("infinite corner", cornersAt, std::numeric_limits<double>::infinity());
     row("corner that is no number", cornersAt + 8, std::numeric_limits<double>::quiet_NaN());
     row("corner far away", cornersAt + 56, 1e300);
-    row("lone high surrogate", textAt + 2, quint16(0xd83d));
-    row("lone low surrogate", textAt, quint16(0xde00));
-    row("high surrogate at the end", textAt + 6, quint16(0xd83d));
+    row("lone high surrogate", textAt + 2, quint16{ 0xd83d });
+    row("lone low surrogate", textAt, quint16{ 0xde00 });
+    row("high surrogate at the end", textAt + 6, quint16{ 0xd83d });
     QTest::newRow("noise") << QByteArray(300, '\xff');
     QTest::newRow("nothing") << QByteArray();
 }

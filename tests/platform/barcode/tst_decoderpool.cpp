@@ -62,7 +62,7 @@ Pool::Settings payingFor(std::chrono::milliseconds failureInterval)
 QImage pictureThat(Misdeed misdeed)
 {
     QImage picture(40, 30, QImage::Format_Grayscale8);
-    picture.fill(uint(misdeed));
+    picture.fill(static_cast<uint>(misdeed));
     return picture;
 }
 
@@ -585,7 +585,7 @@ void DecoderPoolTest::givesUpOnAnotherProgram()
     const QString script = folder.filePath(u"decoder"_s);
     QByteArray octal;
     for (const char byte : greeting) {
-        octal += '\\' + QByteArray::number(uchar(byte), 8).rightJustified(3, '0');
+        octal += '\\' + QByteArray::number(static_cast<uchar>(byte), 8).rightJustified(3, '0');
     }
     support::writeFile(script,
         "#!/bin/sh\necho >>" + QFile::encodeName(started) + "\nprintf '" + octal + "' >&3\n");
@@ -626,7 +626,7 @@ void DecoderPoolTest::endsWithTheProgram()
     QProcess program;
     program.start(QCoreApplication::applicationFilePath(), { u"--hang"_s });
     QVERIFY(program.waitForStarted());
-    const auto parent = pid_t(program.processId());
+    const auto parent = static_cast<pid_t>(program.processId());
     QTRY_VERIFY(!childProcesses(parent).isEmpty());
     const pid_t decoder = childProcesses(parent).first();
     QTRY_VERIFY(program.bytesAvailable() > 0); // it has locked itself in

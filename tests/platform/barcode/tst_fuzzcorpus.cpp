@@ -77,7 +77,8 @@ void FuzzCorpus::takesOnlyMessages()
     const auto greeting = readGreeting(bytes);
 
     const bool isMessage = !QByteArray(QTest::currentDataTag()).startsWith("refused-");
-    QCOMPARE(int(reply.has_value()) + int(request.has_value()) + int(greeting.has_value()),
+    QCOMPARE(static_cast<int>(reply.has_value()) + static_cast<int>(request.has_value())
+            + static_cast<int>(greeting.has_value()),
         isMessage ? 1 : 0);
     QCOMPARE(reply ? written(*reply) : bytes, bytes);
     QCOMPARE(request ? written(*request) : bytes, bytes);
