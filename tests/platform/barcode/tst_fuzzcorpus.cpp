@@ -85,6 +85,6 @@ void FuzzCorpus::takesOnlyMessages()
     QCOMPARE(greeting ? written(*greeting) : bytes, bytes);
 }
 
-VELLUMCAP_TEST_MAIN(FuzzCorpus)
+VELLUMCAP_TEST(FuzzCorpus)
 
 #include "tst_fuzzcorpus.moc"
