@@ -1,4 +1,4 @@
-// What a decoder says may be anything, and what is taken for a message has to be one.
+// Reads arbitrary bytes as messages. A message that is accepted must give the same bytes again.
 
 #include "platform/barcode/isolation/DecoderMessages.h"
 

@@ -1,4 +1,4 @@
-// A decoder in which a picture has taken over.
+// A decoder that behaves as if a picture had exploited a bug in it.
 
 #include "platform/barcode/isolation/DecoderLimits.h"
 #include "platform/barcode/isolation/DecoderMessages.h"
@@ -88,12 +88,12 @@ bool makeWritable(const QImage& grey)
         == 0;
 }
 
-Detection eatMemory()
+Detection allocateMemory()
 {
-    std::vector<std::unique_ptr<char[]>> eaten;
+    std::vector<std::unique_ptr<char[]>> allocated;
     try {
-        while (static_cast<qsizetype>(eaten.size()) * mebibyte < 2 * memoryLimit) {
-            eaten.push_back(
+        while (static_cast<qsizetype>(allocated.size()) * mebibyte < 2 * memoryLimit) {
+            allocated.push_back(
                 std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(mebibyte)));
         }
     } catch (const std::bad_alloc&) {
@@ -112,7 +112,7 @@ Detection lookForDescriptors()
     return saying("nothing");
 }
 
-// Each ends the process where the sandbox holds.
+// The sandbox ends the process at each of these.
 Detection overstep(Misdeed misdeed)
 {
     std::array<char*, 1> none{ nullptr };
@@ -177,8 +177,8 @@ Detection misbehave(const QImage& grey)
         return refusedUnless(::open("made", O_WRONLY | O_CREAT, 0600) >= 0 || errno != EACCES);
     case Misdeed::WritePixels:
         return refusedUnless(makeWritable(grey));
-    case Misdeed::EatMemory:
-        return eatMemory();
+    case Misdeed::AllocateMemory:
+        return allocateMemory();
     case Misdeed::LookAtEnvironment:
         return saying(std::getenv("HOME") == nullptr ? "nothing" : "something");
     case Misdeed::LookForDescriptors:

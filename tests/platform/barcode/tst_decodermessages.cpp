@@ -39,21 +39,21 @@ BarcodeObservation codeOf(const QString& text)
     return { text, Symbology::Qr, square };
 }
 
-/// What comes out at the other side.
+/// The codes after writing and reading a message.
 QList<BarcodeObservation> carried(const QList<BarcodeObservation>& codes)
 {
     const auto reply = readReply(written(replyOf(codes)));
     return reply && reply->detection ? reply->detection->codes : QList<BarcodeObservation>();
 }
 
-/// The message with other bytes at a place.
+/// The message with another field at an offset.
 template <typename Field> QByteArray changed(QByteArray message, qsizetype at, Field field)
 {
     std::memcpy(message.data() + at, &field, sizeof field);
     return message;
 }
 
-// Where the fields of a reply with one code lie.
+// The offsets of the fields of a reply with one code.
 constexpr qsizetype kindAt = 0;
 constexpr qsizetype versionAt = 4;
 constexpr qsizetype isReadAt = 16;
@@ -81,12 +81,12 @@ private Q_SLOTS:
     void carriesTexts_data();
     void carriesTexts();
     void carriesEverySymbology();
-    void leavesOutWhatIsNoText();
-    void leavesOutWhatAreNoCorners_data();
-    void leavesOutWhatAreNoCorners();
-    void leavesOutWhatIsTooMuch();
-    void refusesWhatIsCutShort();
-    void refusesWhatIsTooLong();
+    void omitsInvalidTexts();
+    void omitsInvalidCorners_data();
+    void omitsInvalidCorners();
+    void omitsCodesBeyondTheLimit();
+    void refusesTruncatedMessages();
+    void refusesTrailingBytes();
     void refusesOtherMessages();
     void refusesHostileReplies_data();
     void refusesHostileReplies();
@@ -186,7 +186,7 @@ void DecoderMessagesTest::carriesEverySymbology()
     }
 }
 
-void DecoderMessagesTest::leavesOutWhatIsNoText()
+void DecoderMessagesTest::omitsInvalidTexts()
 {
     const auto codes = carried({ codeOf(QString(QChar(0xd800)) + u'a'),
         codeOf(QString(longestText + 1, u'a')), codeOf(u"good"_s) });
@@ -197,7 +197,7 @@ void DecoderMessagesTest::leavesOutWhatIsNoText()
     QCOMPARE(codes.at(2).payloadStringValue, u"good"_s);
 }
 
-void DecoderMessagesTest::leavesOutWhatAreNoCorners_data()
+void DecoderMessagesTest::omitsInvalidCorners_data()
 {
     QTest::addColumn<QPolygonF>("corners");
     const auto with = [](double coordinate) {
@@ -213,7 +213,7 @@ void DecoderMessagesTest::leavesOutWhatAreNoCorners_data()
     QTest::newRow("far away") << with(-1e12);
 }
 
-void DecoderMessagesTest::leavesOutWhatAreNoCorners()
+void DecoderMessagesTest::omitsInvalidCorners()
 {
     QFETCH(QPolygonF, corners);
     const auto codes = carried({ { u"text"_s, Symbology::Qr, corners } });
@@ -223,7 +223,7 @@ void DecoderMessagesTest::leavesOutWhatAreNoCorners()
     QCOMPARE(codes.first().payloadStringValue, u"text"_s);
 }
 
-void DecoderMessagesTest::leavesOutWhatIsTooMuch()
+void DecoderMessagesTest::omitsCodesBeyondTheLimit()
 {
     QCOMPARE(carried(QList<BarcodeObservation>(mostCodes + 5)).size(), mostCodes);
 
@@ -235,7 +235,7 @@ void DecoderMessagesTest::leavesOutWhatIsTooMuch()
     QCOMPARE(read->detection->codes.size(), 2);
 }
 
-void DecoderMessagesTest::refusesWhatIsCutShort()
+void DecoderMessagesTest::refusesTruncatedMessages()
 {
     const QByteArray reply = written(replyOf({ codeOf(u"one"_s), codeOf(u"two"_s) }));
     const QByteArray request
@@ -251,7 +251,7 @@ void DecoderMessagesTest::refusesWhatIsCutShort()
     }
 }
 
-void DecoderMessagesTest::refusesWhatIsTooLong()
+void DecoderMessagesTest::refusesTrailingBytes()
 {
     QVERIFY(!readReply(written(replyOf({})) + '\0'));
     QVERIFY(!readReply(written(Reply{ 1, std::nullopt }) + '\0'));

@@ -34,7 +34,7 @@ QString decoder()
 
 } // namespace
 
-/// What fuzzers began with and found, once more and in decoders.
+/// Replays the corpus of the fuzzers, the pictures in a decoder.
 class FuzzCorpus : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -63,7 +63,7 @@ void FuzzCorpus::survivesPictures()
     } else if (name.startsWith("failed-")) {
         QVERIFY(!detection);
     }
-    // What a failure costs is that picture alone.
+    // A failure affects only that picture.
     QImage blank(64, 64, QImage::Format_Grayscale8);
     blank.fill(0xff);
     QVERIFY(m_pool.detect(blank, std::nullopt));

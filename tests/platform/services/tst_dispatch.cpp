@@ -21,9 +21,9 @@ private Q_SLOTS:
     void runsSerialJobsOneAtATimeInOrder();
     void finishesTheSerialQueueInItsDestructor();
     void takesJobsFromManyThreads();
-    void goesOnAfterAnException();
+    void continuesAfterAnException();
     void destroysAJobWhenItIsDone();
-    void finishesTheGlobalQueues(); // the last one: nothing runs on them afterwards
+    void finishesTheGlobalQueues(); // the last one: the queues run no jobs afterwards
 };
 
 namespace {
@@ -120,7 +120,7 @@ void DispatchTest::takesJobsFromManyThreads()
     QCOMPARE(sum.load(), writerCount * jobCount);
 }
 
-void DispatchTest::goesOnAfterAnException()
+void DispatchTest::continuesAfterAnException()
 {
     QTest::ignoreMessage(QtInfoMsg, "A job failed: out of luck");
     QTest::ignoreMessage(QtInfoMsg, "A job failed");

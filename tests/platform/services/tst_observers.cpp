@@ -266,6 +266,6 @@ void ObserversTest::addsEndsAndNotifiesOnManyThreads()
     QCOMPARE(sum, 4 * rounds);
 }
 
-VELLUMCAP_TEST_MAIN(ObserversTest)
+VELLUMCAP_TEST(ObserversTest)
 
 #include "tst_observers.moc"
