@@ -183,13 +183,18 @@ void ObserversTest::notifiesDuringACall()
 
 void ObserversTest::outlivesTheList()
 {
+    auto captured = std::make_shared<int>(1);
+    const std::weak_ptr<int> observed = captured;
     Observation observation;
     {
         Observers<> observers;
-        observation = observers.add([] {});
+        observation = observers.add([captured = std::move(captured)] {});
     }
+    QVERIFY(observation);
+    QVERIFY(!observed.expired());
     observation.end();
-    observation.end(); // nothing is left to end
+    QVERIFY(!observation);
+    QVERIFY(observed.expired());
 }
 
 void ObserversTest::outlivesTheListDuringACall()
