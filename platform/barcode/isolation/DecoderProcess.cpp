@@ -118,7 +118,7 @@ FileDescriptor duplicate(const FileDescriptor& descriptor)
     return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, firstDuplicate));
 }
 
-// The two ends of a pipe. Nothing is ever written to it: the decoder waits for its closing.
+// The two ends of a pipe to which nothing is written: closing our end kills the decoder.
 Channel::Ends lifelineEnds()
 {
     int ends[2] = { -1, -1 };

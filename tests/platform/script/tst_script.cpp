@@ -378,7 +378,7 @@ void ScriptTest::survivesDeepRecursion()
 {
     QFETCH(QByteArray, text);
 
-    // On another thread, as in the program: its stack is smaller than that of the main thread.
+    // On another thread, as in the program: its stack is not that of the main thread.
     QString said;
     std::thread([&] { said = error(text); }).join();
     QVERIFY2(said.contains(u"overflow"_s), qUtf8Printable(said));
