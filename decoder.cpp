@@ -3,9 +3,10 @@
 
 #include <unistd.h>
 
-/// The process that looks for codes in pictures. Vellumcap starts it; by hand it ends at once.
+/// The process that searches pictures for codes. Started by Vellumcap; ends at once when it is
+/// started without Vellumcap.
 int main()
 {
-    // Nothing is left to be tidied up, and little of that would be allowed.
+    // The sandbox forbids most of what exit handlers do, and none is needed.
     ::_exit(platform::decoder::serve(platform::detectCodes));
 }

@@ -1,6 +1,6 @@
-// What it costs to have a 1080p frame searched in a decoder's process: the same frame here and
-// there, by turns; and a picture of as many bytes in which there is nothing to search, so that
-// only the way there and back is left.
+// The cost of searching a 1080p frame in a decoder process: searches the same frame in this process
+// and in a decoder, alternately. The case wayAlone sends a picture of the same size in bytes that
+// needs no search, so that only the cost of the transfer remains.
 
 #include "platform/barcode/Detector.h"
 #include "platform/barcode/QRCodeGenerator.h"
@@ -20,7 +20,7 @@ using Microseconds = std::chrono::duration<double, std::micro>;
 
 constexpr QSize frameSize(1920, 1080);
 constexpr int moduleSide = 12; // pixels
-constexpr int tooFlat = 7; // rows; no code has so few
+constexpr int tooFlat = 7; // rows; fewer than any code has
 
 QImage frameWithoutCode()
 {
@@ -29,7 +29,7 @@ QImage frameWithoutCode()
     for (int y = 0; y < frame.height(); ++y) {
         uchar* line = frame.scanLine(y);
         for (int x = 0; x < frame.width(); ++x) {
-            line[x] = uchar((x + y) / 12 + random.bounded(9));
+            line[x] = static_cast<uchar>((x + y) / 12 + random.bounded(9));
         }
     }
     return frame;
@@ -50,8 +50,8 @@ QImage frameWithCode()
 
 QImage flatPicture()
 {
-    QImage picture(
-        int(frameWithCode().sizeInBytes()) / tooFlat, tooFlat, QImage::Format_Grayscale8);
+    QImage picture(static_cast<int>(frameWithCode().sizeInBytes()) / tooFlat, tooFlat,
+        QImage::Format_Grayscale8);
     picture.fill(0xff);
     return picture;
 }
@@ -63,10 +63,10 @@ template <typename Detect> double microsecondsOf(const Detect& detect)
     return Microseconds(Clock::now() - begin).count();
 }
 
-/// What a tenth of the values is below: the cost while nothing else disturbs.
+/// The lowest decile: the cost without interference by other processes.
 double undisturbed(std::vector<double> values)
 {
-    const auto tenth = values.begin() + std::ptrdiff_t(values.size() / 10);
+    const auto tenth = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 10);
     std::nth_element(values.begin(), tenth, values.end());
     return *tenth;
 }

@@ -1,7 +1,7 @@
 -- Shows every code in a notification of the desktop.
 -- Needs gdbus, which is in Debian's package libglib2.0-bin.
 
--- One word for the shell, whatever is in it. No word can hold a zero byte.
+-- One word for the shell, for any text. A word cannot contain a zero byte.
 local function quoted(text)
     text = text:gsub("\0", "")
     return "'" .. text:gsub("'", "'\\''") .. "'"
@@ -18,7 +18,7 @@ local function variant(text)
     return '"' .. text .. '"'
 end
 
--- Notifications may hold markup, which a code must not bring along.
+-- Notifications may contain markup, which a code must not insert.
 local function plain(text)
     return (text:gsub("[&<>]", { ["&"] = "&amp;", ["<"] = "&lt;", [">"] = "&gt;" }))
 end

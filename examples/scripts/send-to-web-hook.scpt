@@ -3,7 +3,7 @@
 
 local hook = os.getenv("VELLUMCAP_HOOK") or "http://localhost:8080/codes"
 
--- One word for the shell, whatever is in it. No word can hold a zero byte.
+-- One word for the shell, for any text. A word cannot contain a zero byte.
 local function quoted(text)
     text = text:gsub("\0", "")
     return "'" .. text:gsub("'", "'\\''") .. "'"
@@ -18,7 +18,7 @@ local function json(text)
 end
 
 function scanned_code(text)
-    -- The text goes through a pipe: the arguments of a command can be seen by every user.
+    -- The text is sent through a pipe: every user can see the arguments of a command.
     local command = "curl --silent --show-error --fail --max-time 20 --output /dev/null"
         .. " --header 'Content-Type: application/json' --data-binary @- --url " .. quoted(hook)
     local curl = assert(io.popen(command, "w"))

@@ -9,11 +9,11 @@
 namespace platform {
 namespace {
 
-/// A Boolean, number or text, out of the variants around it; invalid for everything else.
+/// A Boolean, number or text without the variants around it. Invalid for other types.
 QVariant plainValue(QVariant value)
 {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>()) {
-        const QVariant inner = value.value<QDBusVariant>().variant(); // the bus bounds the depth
+        const QVariant inner = value.value<QDBusVariant>().variant(); // the bus limits the depth
         value = inner;
     }
     switch (value.typeId()) {

@@ -7,13 +7,12 @@
 
 namespace platform {
 
-/// The object whose methods other programs call over the session bus, as
-/// resources/org.vellumcap.Vellumcap.xml describes them; the adaptor is generated from there. Main
-/// thread.
+/// The object whose methods other programs call over the session bus. They are described in
+/// resources/org.vellumcap.Vellumcap.xml, from which the adaptor is generated. Main thread.
 class ScriptingInterface : public QObject {
     Q_OBJECT
 public:
-    /// Is given the Booleans, numbers and texts among the arguments. They are another program's.
+    /// `arguments` are the Booleans, numbers and texts of another program's call. Untrusted.
     using WatchRequest = std::function<void(const QVariantMap& arguments)>;
 
     explicit ScriptingInterface(WatchRequest watch);

@@ -29,7 +29,7 @@ const auto tokenKey = u"activation-token"_s;
 constexpr auto startupIdVariable = "DESKTOP_STARTUP_ID";
 constexpr auto tokenVariable = "XDG_ACTIVATION_TOKEN";
 
-// Read before the application object, which takes them for its own first window and unsets them.
+// Read before the application object exists: it uses them for its first window and unsets them.
 const QByteArray ownStartupId = qgetenv(startupIdVariable);
 const QByteArray ownToken = qgetenv(tokenVariable);
 
@@ -62,7 +62,7 @@ public:
 public Q_SLOTS:
     void Activate(const QVariantMap& platformData) { withToken(platformData, m_reopen); }
 
-    /// The program opens no files; to be asked to is to be started again.
+    /// The program opens no files: treated as another start.
     void Open(const QStringList& /*uris*/, const QVariantMap& platformData)
     {
         Activate(platformData);
@@ -77,7 +77,7 @@ public Q_SLOTS:
 private:
     static void withToken(const QVariantMap& platformData, const std::function<void()>& request)
     {
-        // Where the window system plug-in looks for the right to raise a window.
+        // The window system plug-in reads the token from there to raise a window.
         const QByteArray token = platformData.value(tokenKey).toString().toUtf8();
         if (!token.isEmpty() && !token.contains('\0')) {
             qputenv(tokenVariable, token);
@@ -92,7 +92,7 @@ private:
 
 enum class HandOver { Done, OwnerGone };
 
-/// Asks the owner of the name to come to the front. It keeps the name even when it hangs.
+/// Calls Activate() of the owner of the name, which keeps the name even when it does not answer.
 HandOver handOver(QDBusConnection& bus)
 {
     QDBusMessage activate = QDBusMessage::createMethodCall(
@@ -133,10 +133,10 @@ std::unique_ptr<SingleInstance> SingleInstance::claim(InstanceRequests requests)
     if (!bus.isConnected()) {
         return instance;
     }
-    // The object comes first: calls may arrive as soon as the name is owned.
+    // Registered first: calls may arrive as soon as the name is owned.
     bus.registerObject(objectPath, &instance->m_state->object, QDBusConnection::ExportAdaptors);
     instance->m_state->isOnBus = true;
-    constexpr int attempts = 3; // an owner may end between our two calls
+    constexpr int attempts = 3; // an owner may end between the two calls below
     for (int attempt = 0; attempt < attempts; ++attempt) {
         const auto reply = bus.interface()->registerService(
             serviceName, QDBusConnectionInterface::DontQueueService);

@@ -36,8 +36,8 @@ StatusItem::StatusItem(const QIcon& icon, const QString& title, const QList<QAct
 
 StatusItem::~StatusItem() = default;
 
-// Qt asks once for the whole run whether there is a tray on the bus, so it must not be asked
-// before there is.
+// Qt looks for a tray on the bus only once per process, so QSystemTrayIcon must not be used before
+// there is a tray.
 void StatusItem::waitForTray()
 {
     const QDBusConnection bus = QDBusConnection::sessionBus();
@@ -58,8 +58,8 @@ void StatusItem::waitForTray()
     });
 
     if (QGuiApplication::platformName() == u"xcb"_s) {
-        // A tray of the older, X11 kind is asked for when the session has had time to start one
-        // of the other kind.
+        // A tray of the older kind, by X11, is used only if no tray has appeared on the bus by the
+        // time when the session has started.
         constexpr std::chrono::seconds sessionStart{ 10 };
         QTimer::singleShot(sessionStart, this, [this] {
             if (QSystemTrayIcon::isSystemTrayAvailable()) {

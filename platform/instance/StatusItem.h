@@ -14,11 +14,11 @@ class QSystemTrayIcon;
 
 namespace platform {
 
-/// The program's icon in the desktop's tray, from when there is one. Main thread.
+/// The program's icon in the desktop's tray. Appears when there is a tray. Main thread.
 class StatusItem : public QObject {
     Q_OBJECT
 public:
-    /// Takes no ownership of the actions.
+    /// Borrows the actions.
     StatusItem(const QIcon& icon, const QString& title, const QList<QAction*>& actions);
     ~StatusItem() override;
 

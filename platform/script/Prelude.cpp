@@ -4,7 +4,7 @@ namespace platform {
 
 const char* const prelude = R"lua(
 local output, input, execute, may_open = ...
--- Kept, since a script may name a variable of its own so.
+-- Local copies, since a script may change the global variables.
 local assert, collectgarbage, error, package, tostring
     = assert, collectgarbage, error, package, tostring
 local concat, pack = table.concat, table.pack
@@ -22,7 +22,7 @@ function print(...)
     output:write(concat(words, "\t"), "\n")
 end
 
--- The C library's function ignores the keyboard's interrupt in the whole process meanwhile.
+-- The C library's system() ignores SIGINT in the whole process while the command runs.
 os.execute = execute
 
 function os.exit()
@@ -34,13 +34,13 @@ function os.setlocale(locale)
     return (locale == nil or locale == "C") and "C" or nil
 end
 
--- The count hook is what interrupts scripts; standard input is not theirs.
+-- The count hook interrupts scripts. debug.debug reads standard input.
 function debug.sethook()
     error("debug.sethook: the hook is taken", 2)
 end
 debug.debug = nil
 
--- The program needs descriptors, too: a script may take what half of them leave.
+-- The program needs file descriptors, too: scripts may use half of them.
 for _, name in ipairs { "input", "lines", "open", "output", "popen", "tmpfile" } do
     local original = io[name]
     io[name] = function(...)
@@ -54,7 +54,7 @@ for _, name in ipairs { "input", "lines", "open", "output", "popen", "tmpfile" }
     end
 end
 
--- Text alone: the interpreter does not check precompiled chunks, and may crash on them.
+-- Text only: the interpreter does not verify precompiled chunks and may crash on them.
 local load, loadfile, searchpath = load, loadfile, package.searchpath
 
 function _G.load(chunk, name, _, ...)

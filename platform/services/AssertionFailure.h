@@ -6,8 +6,8 @@
 
 namespace platform {
 
-/// A caller broke a contract: a fault of the program, not of its input. Never caught for control
-/// flow.
+/// Thrown when a caller violates a precondition: an error of the program, not of its input. Never
+/// caught for control flow.
 class AssertionFailure : public std::logic_error {
 public:
     AssertionFailure(const char* file, int line, const QString& what)
@@ -18,7 +18,7 @@ public:
     {
     }
 
-    const char* fileName; ///< a literal
+    const char* fileName; ///< static storage
     int lineNumber;
     QString description;
 };

@@ -32,7 +32,7 @@ void run(const Job& job)
     }
 }
 
-/// Threads, started when there is work for them, that share one queue of jobs.
+/// Threads with one queue of jobs. A thread is started when no other is free for a job.
 class WorkerPool {
 public:
     WorkerPool(std::string name, std::size_t threadLimit)
@@ -43,8 +43,6 @@ public:
     ~WorkerPool() { finish(); }
     WorkerPool(const WorkerPool&) = delete;
     WorkerPool& operator=(const WorkerPool&) = delete;
-
-    const std::string& name() const { return m_name; }
 
     void submit(Job job)
     {
@@ -83,7 +81,7 @@ private:
         }
     }
 
-    /// Waits for a job; empty when the pool is finished and nothing is left.
+    /// Blocks until there is a job. Empty when the pool is finished and no job is left.
     Job next()
     {
         std::unique_lock lock(m_mutex);
@@ -109,7 +107,7 @@ private:
 };
 
 struct {
-    std::mutex mutex; // guards what follows
+    std::mutex mutex; // guards `jobs`
     std::vector<Job> jobs;
 } lastJobs;
 
@@ -167,7 +165,7 @@ void dispatchMainAfter(std::chrono::milliseconds delay, std::weak_ptr<const void
 {
     using std::chrono::steady_clock;
     const auto due = steady_clock::now() + delay;
-    // A timer belongs to the thread that starts it, and a worker has no event loop.
+    // A timer needs the event loop of the thread that starts it; workers have none.
     dispatchMain([due, guard = std::move(guard), job = std::move(job)]() mutable {
         const auto rest = std::chrono::ceil<std::chrono::milliseconds>(due - steady_clock::now());
         QTimer::singleShot(std::max(rest, std::chrono::milliseconds::zero()), Qt::PreciseTimer,
@@ -193,11 +191,6 @@ SerialQueue::SerialQueue(std::string label)
 }
 
 SerialQueue::~SerialQueue() = default;
-
-const std::string& SerialQueue::label() const
-{
-    return m_state->worker.name();
-}
 
 void SerialQueue::async(Job job)
 {

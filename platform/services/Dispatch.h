@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 
-/// Work queues. Everything but the main queue is built on std primitives, so that
-/// ThreadSanitizer can judge what runs on it.
+/// Work queues. All except the main queue use std primitives only, so that ThreadSanitizer can
+/// check what runs on them.
 namespace platform {
 
 using Job = std::function<void()>;
@@ -17,38 +17,36 @@ enum class QualityOfService {
 };
 
 /// Submits `job` to the global concurrent queue of that quality of service. Jobs start in the
-/// order of submission. Any thread.
+/// order of submission. Exceptions of jobs are logged. Any thread.
 void dispatchGlobal(QualityOfService quality, Job job);
 
-/// Has finishGlobalQueues() run `job` first: one that cuts short what jobs of the queues wait for.
-/// Any thread.
+/// Registers a job that finishGlobalQueues() runs first, to unblock jobs of the queues. Any thread.
 void beforeGlobalQueuesFinish(Job job);
 
-/// Waits until every job of the global queues has ended, and ends their threads. Called once,
-/// when the application goes; jobs that are submitted later are dropped.
+/// Blocks until all jobs of the global queues have ended, and ends their threads. Called once, at
+/// the end of the program; jobs that are submitted later are dropped.
 void finishGlobalQueues();
 
-/// Submits `job` to the main thread's event loop; runs in the order of submission. Any thread.
+/// Submits `job` to the main thread's event loop. Jobs run in the order of submission. Any thread.
 void dispatchMain(Job job);
 
-/// As above, for a job that refers to an object of the main thread: it is dropped when the object
-/// behind `guard` is gone by the time the job's turn comes.
+/// As above, for a job that refers to an object of the main thread. The job is dropped if `guard`
+/// has expired when it would run.
 void dispatchMain(std::weak_ptr<const void> guard, Job job);
 
-/// Runs `job` on the main thread after `delay`, unless the object behind `guard` is gone by then.
+/// Runs `job` on the main thread after `delay`, unless `guard` has expired by then. Any thread.
 void dispatchMainAfter(std::chrono::milliseconds delay, std::weak_ptr<const void> guard, Job job);
 
-/// A thread of its own that runs jobs one at a time, in the order of submission.
+/// A thread that runs jobs one at a time, in the order of submission.
 class SerialQueue {
 public:
-    explicit SerialQueue(std::string label);
-    /// Runs what was submitted, then ends the thread. Not to be called from the queue itself.
+    explicit SerialQueue(std::string label); ///< the thread's name
+    /// Runs the submitted jobs, then ends the thread. Must not be called by a job of the queue.
     ~SerialQueue();
     SerialQueue(const SerialQueue&) = delete;
     SerialQueue& operator=(const SerialQueue&) = delete;
 
-    const std::string& label() const;
-    void async(Job job);
+    void async(Job job); ///< any thread
 
 private:
     struct State;

@@ -9,7 +9,7 @@ using Qt::StringLiterals::operator""_s;
 namespace platform::StandardFolders {
 namespace {
 
-// The generic locations, since Qt's own for an application follow its changeable name.
+// In the generic locations: Qt's locations for an application depend on the application's name.
 QString ownFolder(QStandardPaths::StandardLocation location)
 {
     return QStandardPaths::writableLocation(location) + u"/vellumcap"_s;

@@ -2,8 +2,7 @@
 
 #include <QString>
 
-/// The user's folders, as the XDG Base Directory Specification places them. None but the scripts
-/// folder is created by asking for it.
+/// Paths of the user's folders, by the XDG Base Directory Specification.
 namespace platform::StandardFolders {
 
 QString applicationSupport(); ///< $XDG_DATA_HOME
@@ -11,7 +10,7 @@ QString caches(); ///< $XDG_CACHE_HOME/vellumcap
 QString configuration(); ///< $XDG_CONFIG_HOME/vellumcap
 QString pictures();
 
-/// `scripts` in the configuration folder; made on request. Empty when it cannot be made.
+/// `scripts` in the configuration folder. Empty when it cannot be created.
 enum class Creation { No, Yes };
 QString applicationScripts(Creation creation);
 

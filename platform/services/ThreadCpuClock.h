@@ -5,8 +5,8 @@
 
 namespace platform {
 
-/// The time that the calling thread has spent on a core: a budget in it buys the same work on a
-/// busy machine as on an idle one. Points of different threads have nothing in common.
+/// The processor time of the calling thread: a limit in it allows the same work on a busy machine
+/// as on an idle one. Time points of different threads cannot be compared.
 struct ThreadCpuClock {
     using duration = std::chrono::nanoseconds;
     using rep = duration::rep;

@@ -25,7 +25,8 @@ Reference<GAppInfo> handlerOf(const QByteArray& url)
     return Reference<GAppInfo>(g_file_query_default_handler(file.get(), nullptr, nullptr));
 }
 
-/// What of our own start must not be handed on, and what tells the handler to stay behind.
+/// The handler must not inherit this program's activation. In the background it gets one that does
+/// not raise it.
 Reference<GAppLaunchContext> launchContext(Activation activation)
 {
     Reference<GAppLaunchContext> context(g_app_launch_context_new());
@@ -38,8 +39,8 @@ Reference<GAppLaunchContext> launchContext(Activation activation)
     return context;
 }
 
-/// Only Qt can ask a Wayland compositor for an activation token in the name of our window. It
-/// hands the URL to this program, as one argument: an encoded URL has no space and no quote.
+/// Only Qt can get an activation token for one of our windows from a Wayland compositor. It passes
+/// the URL to xdg-open as one argument: an encoded URL has no space and no quote.
 bool needsToken(Activation activation)
 {
     return activation == Activation::Foreground

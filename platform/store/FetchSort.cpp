@@ -14,7 +14,7 @@ template <typename Key> struct Keyed {
     std::size_t index;
 };
 
-/// Absent values sort below every other.
+/// Absent values sort before all others.
 qint64 numberKey(const AttributeValue& value)
 {
     if (const auto* const date = std::get_if<QDateTime>(&value)) {
@@ -47,7 +47,7 @@ bool isLess(const QString* left, const QString* right)
     return *left < *right;
 }
 
-/// Turns a sequence that falls into one that rises, with equals in the order that they had.
+/// Turns a descending sequence into an ascending one. Equal items keep their order.
 template <typename Item, typename Less> void reverseStably(std::vector<Item>& items, Less less)
 {
     std::reverse(items.begin(), items.end());
@@ -59,7 +59,8 @@ template <typename Item, typename Less> void reverseStably(std::vector<Item>& it
     }
 }
 
-/// Objects mostly come in the order of their dates already, one way or the other.
+/// Faster than std::stable_sort() for the usual case of objects that are in ascending or descending
+/// order already.
 template <typename Item, typename Less> void sortStably(std::vector<Item>& items, Less less)
 {
     const auto isGreater = [&](const Item& left, const Item& right) { return less(right, left); };

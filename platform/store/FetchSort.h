@@ -5,7 +5,7 @@
 
 namespace platform {
 
-/// Sorts objects of one entity by one of its attributes, absent values first when ascending.
+/// Sorts objects of one entity by one of its attributes; absent values come first when ascending.
 /// Objects with equal values keep their order.
 void sortByAttribute(
     ManagedObjectContext::Objects& objects, int attribute, AttributeType type, bool ascending);

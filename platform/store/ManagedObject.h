@@ -26,8 +26,8 @@ struct ManagedObjectID {
     bool operator<(ManagedObjectID other) const { return number < other.number; }
 };
 
-/// One record of the store. Owned by its context (and by the undo stack while it is deleted);
-/// others hold a std::weak_ptr or borrow. Main thread.
+/// One record of the store. Owned by its context, or by the undo stack while it is deleted. Main
+/// thread.
 class ManagedObject : public std::enable_shared_from_this<ManagedObject> {
 public:
     explicit ManagedObject(const EntityDescription& entity);
@@ -67,7 +67,7 @@ private:
     void notify(int attribute);
     std::vector<int> attributesAffecting(const QString& key) const;
 
-    // A store has very many objects: what few of them need takes one pointer in each.
+    // A store has very many objects, so what few of them need is behind one pointer.
     const EntityDescription* m_entity;
     ManagedObjectContext* m_context = nullptr;
     ManagedObjectID m_objectID;

@@ -29,7 +29,7 @@ std::optional<AttributeType> attributeType(QStringView name)
     return std::nullopt;
 }
 
-/// Reads the elements of a model; whatever it does not expect is an error of the reader.
+/// Reads the elements of a model. Unexpected content is an error of the XML reader.
 class ModelReader {
 public:
     explicit ModelReader(QIODevice& device)

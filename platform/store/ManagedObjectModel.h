@@ -24,25 +24,25 @@ struct EntityDescription {
     QString name;
     std::vector<AttributeDescription> attributes;
 
-    /// The place of the attribute of that name, or -1.
+    /// The index of the attribute of that name, or -1.
     int indexOf(QStringView attributeName) const;
 
-    /// Makes the program's own class for an object of this entity; a plain ManagedObject if unset.
+    /// Makes an object of the program's class for this entity. If unset, it is a ManagedObject.
     std::function<std::shared_ptr<ManagedObject>(const EntityDescription&)> makeObject;
 };
 
-/// What a store may hold. Read from an XML resource:
+/// The entities and attributes of a store. Read from an XML resource:
 /// <model name="..." version="N"><entity name="..."><attribute name="..." type="string|
 /// integer32|boolean|date" optional="yes|no"/>...</entity>...</model>
 class ManagedObjectModel {
 public:
-    /// Nullptr when the file is missing or is no model.
+    /// Nullptr when the file is missing or is not a model.
     static std::unique_ptr<ManagedObjectModel> fromFile(const QString& path);
 
     const QString& name() const { return m_name; }
     int version() const { return m_version; }
     const EntityDescription* entity(QStringView name) const; ///< nullptr when there is none
-    /// Tells which class the objects of an entity have. To be told before a store is opened.
+    /// Sets the class of the objects of an entity. To be called before a store is opened.
     void setObjectFactory(QStringView entityName,
         std::function<std::shared_ptr<ManagedObject>(const EntityDescription&)> factory);
 

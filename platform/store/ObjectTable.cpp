@@ -40,7 +40,8 @@ Result<void> checkRequiredValues(const ManagedObject& object)
     return {};
 }
 
-/// Collects texts in one block of memory; their rows are told when it no longer moves.
+/// Collects texts in one block of memory. The rows get their views when the block has its final
+/// address.
 class BlockWriter {
 public:
     void append(ObjectTable::Row& row)
@@ -92,7 +93,7 @@ void ObjectTable::insert(std::shared_ptr<ManagedObject> object)
     ++m_pendingCount;
 }
 
-// The row of a deleted object stays, so that neither deleting nor undoing it moves the others.
+// The row of a deleted object stays, so that deleting and undoing move no other rows.
 void ObjectTable::remove(ManagedObjectID id)
 {
     change(row(id), [](Row& row) { row.object.reset(); });

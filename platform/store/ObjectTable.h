@@ -11,27 +11,27 @@
 
 namespace platform {
 
-/// The objects of a store in the order of their identities, which is that of insertion, and for
-/// each its text in the store file. A save writes again only the texts of objects that have
-/// changed and hands out the others as they were read.
+/// The objects of a store in the order of insertion, which is that of their identities, each with
+/// its text in the store file. A save formats only the texts of objects that have changed; the
+/// others keep the bytes that were read.
 class ObjectTable {
 public:
     struct Row {
         std::shared_ptr<ManagedObject> object; ///< null while it is deleted
         qint64 id = 0;
-        QByteArray block; ///< keeps the bytes of `text`, shared by many rows
+        QByteArray block; ///< owns the bytes of `text`; shared by many rows
         QByteArrayView text;
         bool isInFile = false; ///< as of the last save
         bool isChanged = false; ///< since the last save
     };
 
-    /// For a reader: `id` is above all others, `text` lies in `block`.
+    /// For a reader. `id` is greater than all others; `text` is part of `block`.
     void appendFromFile(
         std::shared_ptr<ManagedObject> object, qint64 id, QByteArray block, QByteArrayView text);
 
-    void insert(std::shared_ptr<ManagedObject> object); ///< its identity is above all others
+    void insert(std::shared_ptr<ManagedObject> object); ///< its identity is greater than all others
     void remove(ManagedObjectID id);
-    void restore(std::shared_ptr<ManagedObject> object); ///< at the place that it had
+    void restore(std::shared_ptr<ManagedObject> object); ///< at its former position
     void markChanged(ManagedObjectID id);
 
     const std::vector<Row>& rows() const { return m_rows; }
@@ -40,9 +40,9 @@ public:
     /// Brings the texts up to date. `StoreErrorCode::ValueMissing` when an object lacks a required
     /// value; then no text has changed.
     Result<void> updateTexts();
-    /// The texts of all objects, those that adjoin in memory as one.
+    /// The texts of all objects. Texts that are adjacent in memory are one.
     std::vector<QByteArrayView> texts() const;
-    /// What texts() returned is now in the file.
+    /// To be called when the file has what texts() returned.
     void markSaved();
 
 private:

@@ -16,7 +16,7 @@ void putDigits(char* end, int count, unsigned value)
     }
 }
 
-/// The number that the digits say, or -1.
+/// The number in `count` decimal digits, or -1.
 int digits(const char* text, int count)
 {
     int value = 0;

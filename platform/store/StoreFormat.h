@@ -7,7 +7,7 @@ namespace platform {
 class ManagedObject;
 class ManagedObjectModel;
 
-/// What a store file looks like:
+/// The format of a store file:
 ///
 ///     <?xml version="1.0" encoding="UTF-8"?>
 ///     <store format="1" model="Name" modelVersion="1" nextId="3">
@@ -16,7 +16,7 @@ class ManagedObjectModel;
 ///     </object>
 ///     </store>
 ///
-/// Objects stand in the order of their identities; `nextId` is above them all. Absent values have
+/// Objects are in the order of their identities; `nextId` is greater than all. Absent values have
 /// no element. Numbers are decimal, Booleans true or false; see StoreDate.h for dates and
 /// StoreText.h for texts.
 inline constexpr int storeFormatVersion = 1;

@@ -20,7 +20,7 @@ namespace platform {
 
 namespace {
 
-constexpr qsizetype chunkSize = 1 << 20; // expat counts in int
+constexpr qsizetype chunkSize = 1 << 20; // XML_Parse() takes an int
 
 template <typename Number> std::optional<Number> parseNumber(std::string_view text)
 {
@@ -33,7 +33,7 @@ template <typename Number> std::optional<Number> parseNumber(std::string_view te
 QString fromUtf8(std::string_view text)
 {
     if (text.starts_with("\xef\xbb\xbf")) {
-        // Here it is part of the text; QString::fromUtf8 would drop it.
+        // Here U+FEFF is part of the text; QString::fromUtf8() would drop it.
         QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
         return decoder(QByteArrayView(text.data(), static_cast<qsizetype>(text.size())));
     }
@@ -99,7 +99,7 @@ private:
     int m_count = 0;
 };
 
-/// The names of an entity as the file spells them.
+/// The names of an entity in UTF-8, as in the file.
 struct EntityNames {
     const EntityDescription* entity = nullptr;
     std::string name;
@@ -160,7 +160,7 @@ StoreReader::StoreReader(
     XML_SetUserData(m_parser.get(), this);
     XML_SetElementHandler(m_parser.get(), &startElement, &endElement);
     XML_SetCharacterDataHandler(m_parser.get(), &characters);
-    // Without a document type there are no entities that could expand without end.
+    // A document type could declare entities that expand without limit.
     XML_SetStartDoctypeDeclHandler(m_parser.get(), &startDoctype);
 }
 
@@ -319,7 +319,7 @@ void StoreReader::startAttribute(const TagAttributes& attributes)
         || (escape != nullptr && std::string_view(escape) != "yes")) {
         return fail(u"an attribute without its name"_s);
     }
-    // Attributes stand in the order of declaration unless a person has moved them.
+    // Attributes are in the order of declaration unless a person has moved them.
     const std::vector<std::string>& names = m_objectNames->attributes;
     if (m_attribute >= names.size() || names[m_attribute] != name) {
         const auto found = std::find(names.begin(), names.end(), name);

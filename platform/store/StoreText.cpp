@@ -16,7 +16,7 @@ bool isPlain(char16_t unit)
     return unit < 0xfffe;
 }
 
-/// How many units from `at` on make up one character that XML can hold; zero if none.
+/// The number of code units of the character at `at`; zero if XML cannot represent it.
 qsizetype plainLength(QStringView text, qsizetype at)
 {
     const char16_t unit = text[at].unicode();
@@ -36,7 +36,7 @@ int hexDigit(char16_t character)
     return character >= u'a' && character <= u'f' ? character - u'a' + 10 : -1;
 }
 
-/// What uXXXX stands for.
+/// The code unit that uXXXX represents.
 std::optional<char16_t> escapedUnit(QStringView text)
 {
     if (text.size() < 5 || text[0] != u'u') {

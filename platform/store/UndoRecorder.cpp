@@ -9,8 +9,8 @@
 
 namespace platform {
 
-/// The changes of a step. The stack merges a later command of the same step into it. An open macro
-/// would disable undo until its end.
+/// The changes of a step. The stack merges a later command of the same step into it: an open macro
+/// instead would disable undo until its end.
 class UndoRecorder::Command : public QUndoCommand {
 public:
     Command(UndoRecorder& recorder, int step, ObjectChange change)

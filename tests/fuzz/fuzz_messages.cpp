@@ -1,4 +1,4 @@
-// What a decoder says may be anything, and what is taken for a message has to be one.
+// Reads arbitrary bytes as messages. A message that is accepted must give the same bytes again.
 
 #include "platform/barcode/isolation/DecoderMessages.h"
 
@@ -18,7 +18,7 @@ template <typename Message> void check(const std::optional<Message>& message, QB
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char* data, std::size_t size)
 {
     using namespace platform::decoder;
-    const QByteArrayView bytes(data, qsizetype(size));
+    const QByteArrayView bytes(data, static_cast<qsizetype>(size));
     check(readReply(bytes), bytes);
     check(readRequest(bytes), bytes);
     check(readGreeting(bytes), bytes);

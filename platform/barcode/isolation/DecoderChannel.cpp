@@ -12,7 +12,7 @@
 namespace platform::decoder {
 namespace {
 
-/// Room for one descriptor beside a message.
+/// The ancillary data of a message: room for one descriptor.
 class Control {
 public:
     void attachTo(msghdr& header)
@@ -50,7 +50,7 @@ private:
 std::optional<QByteArray> receiveBytes(int socket, msghdr& header)
 {
     QByteArray bytes(largestMessage, Qt::Uninitialized);
-    iovec part{ bytes.data(), size_t(bytes.size()) };
+    iovec part{ bytes.data(), static_cast<std::size_t>(bytes.size()) };
     header.msg_iov = &part;
     header.msg_iovlen = 1;
     const ssize_t size
@@ -66,7 +66,7 @@ int remainingMilliseconds(std::chrono::steady_clock::time_point deadline)
 {
     const auto rest
         = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-    return int(std::clamp<qint64>(rest.count(), 0, 1'000'000));
+    return static_cast<int>(std::clamp<qint64>(rest.count(), 0, 1'000'000));
 }
 
 } // namespace
@@ -82,7 +82,7 @@ Channel::Ends Channel::pair()
 
 bool Channel::send(QByteArrayView message, const FileDescriptor& descriptor) const
 {
-    iovec part{ const_cast<char*>(message.data()), size_t(message.size()) };
+    iovec part{ const_cast<char*>(message.data()), static_cast<std::size_t>(message.size()) };
     msghdr header = {};
     header.msg_iov = &part;
     header.msg_iovlen = 1;
@@ -95,13 +95,12 @@ bool Channel::send(QByteArrayView message, const FileDescriptor& descriptor) con
     }) == message.size();
 }
 
-Channel::Event Channel::wait(const Patience& patience) const
+Channel::Event Channel::wait(const Deadline& deadline) const
 {
     std::array<pollfd, 2> polled{ pollfd{ m_socket.get(), POLLIN, 0 },
-        pollfd{ patience.cancelled, POLLIN, 0 } };
-    const int ready = withoutInterruption([&] {
-        return ::poll(polled.data(), polled.size(), remainingMilliseconds(patience.deadline));
-    });
+        pollfd{ deadline.cancelled, POLLIN, 0 } };
+    const int ready = withoutInterruption(
+        [&] { return ::poll(polled.data(), polled.size(), remainingMilliseconds(deadline.time)); });
     if (ready <= 0) {
         return Event::TimedOut;
     }

@@ -11,18 +11,19 @@
 
 namespace platform::decoder {
 
-/// How long to wait for another process.
-struct Patience {
-    std::chrono::steady_clock::time_point deadline;
-    int cancelled = -1; ///< a descriptor that becomes readable when nobody waits any longer
+/// Until when to wait for another process.
+struct Deadline {
+    std::chrono::steady_clock::time_point time;
+    int cancelled = -1; ///< a descriptor that becomes readable to end the wait early, or -1
 };
 
-/// One end of a local socket that keeps messages apart (SOCK_SEQPACKET). One thread at a time.
+/// One end of a local socket that preserves message boundaries (SOCK_SEQPACKET). One thread at a
+/// time.
 class Channel {
 public:
     struct Message {
         QByteArray bytes;
-        FileDescriptor descriptor; ///< that came along
+        FileDescriptor descriptor; ///< sent with the message; may be none
     };
     enum class Event { Readable, TimedOut, Cancelled };
 
@@ -30,7 +31,7 @@ public:
         FileDescriptor ours;
         FileDescriptor theirs;
     };
-    /// Two ends that belong together, closed on exec; not open when the system has no more.
+    /// Two connected ends with close-on-exec. Not open when the system has no more descriptors.
     static Ends pair();
 
     explicit Channel(FileDescriptor socket)
@@ -38,17 +39,17 @@ public:
     {
     }
 
-    /// Never waits: who is answered before he asks again leaves room for a message. False when
-    /// the other end is gone.
+    /// Does not block: with one request in flight the socket always has room. False when the other
+    /// end is closed.
     [[nodiscard]] bool send(QByteArrayView message, const FileDescriptor& descriptor = {}) const;
 
-    /// Readable also when the other end is gone.
-    Event wait(const Patience& patience) const;
+    /// Waits for a message. Readable, too, when the other end is closed.
+    Event wait(const Deadline& deadline) const;
 
-    /// Waits for a message; none when the other end is gone or the message is too long.
-    /// Descriptors that come along are dropped.
+    /// Blocks until there is a message. Nullopt when the other end is closed or the message is too
+    /// long. Descriptors sent with it are discarded.
     std::optional<Message> receive() const;
-    /// As above, and takes the descriptor that comes along.
+    /// As above, with the descriptor that was sent with the message.
     std::optional<Message> receiveWithDescriptor() const;
 
 private:

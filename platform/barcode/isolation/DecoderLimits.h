@@ -4,8 +4,8 @@
 
 #include <chrono>
 
-/// What a decoder may take and give. Sanitizers slow a program down many times, reserve address
-/// space without end, and make system calls of their own: a build with them bounds less.
+/// Limits of time and size for decoders. Sanitizers slow a program down many times, reserve much
+/// address space and make system calls of their own: a build with them has wider limits.
 namespace platform::decoder {
 
 #ifdef VELLUMCAP_SANITIZED
@@ -22,7 +22,8 @@ inline constexpr std::chrono::milliseconds liveLimit = std::chrono::seconds(1) *
 inline constexpr qint64 mebibyte = 1024 * 1024;
 inline constexpr qint64 memoryLimit = 2048 * mebibyte; ///< of address space, libraries included
 inline constexpr qint64 largestPicture = 512 * mebibyte; ///< bytes of pixels
-inline constexpr qint64 largestKept = 32 * mebibyte; ///< shared memory that waits for more pictures
+inline constexpr qint64 largestKept
+    = 32 * mebibyte; ///< shared memory that is kept for the next picture
 
 inline constexpr int largestSide = 1 << 24; ///< pixels
 inline constexpr int mostCodes = 32;

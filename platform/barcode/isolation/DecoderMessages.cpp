@@ -11,14 +11,14 @@ namespace platform::decoder {
 namespace {
 
 constexpr quint32 version = 1;
-constexpr quint32 lastSymbology = quint32(Symbology::UpcE);
+constexpr quint32 lastSymbology = static_cast<quint32>(Symbology::UpcE);
 constexpr qsizetype cornerCount = 4;
 constexpr double furthestCorner = 2.0 * largestSide; // pixels from the picture's origin
-constexpr quint32 mostUnits = quint32(longestText);
+constexpr quint32 mostUnits = static_cast<quint32>(longestText);
 
 enum class Kind : quint32 { Greeting = 0x56430001, Request, Reply };
 
-// A place that is not inside any picture is none.
+// The part of a rectangle that can be inside a picture.
 QRect placeInPicture(const QRect& located)
 {
     return located & QRect(0, 0, largestSide, largestSide);
@@ -28,7 +28,7 @@ class Writer {
 public:
     explicit Writer(Kind kind)
     {
-        put(quint32(kind));
+        put(static_cast<quint32>(kind));
         put(version);
     }
 
@@ -37,15 +37,16 @@ public:
         static_assert(std::is_arithmetic_v<Field>);
         m_bytes.append(reinterpret_cast<const char*>(&field), sizeof field);
     }
+    void putFlag(bool isSet) { put(isSet ? quint32{ 1 } : quint32{ 0 }); }
     void put(const QRect& rect)
     {
         for (const int field : { rect.x(), rect.y(), rect.width(), rect.height() }) {
-            put(qint32(field));
+            put<qint32>(field);
         }
     }
     void put(const QString& text)
     {
-        m_bytes.append(reinterpret_cast<const char*>(text.utf16()), text.size() * qsizetype(2));
+        m_bytes.append(reinterpret_cast<const char*>(text.utf16()), text.size() * qsizetype{ 2 });
     }
 
     QByteArray bytes() const { return m_bytes; }
@@ -54,7 +55,7 @@ private:
     QByteArray m_bytes;
 };
 
-/// Takes field after field off a message, and remembers when one was not there or out of range.
+/// Reads a message field by field and records whether one was missing or out of range.
 class Reader {
 public:
     Reader(QByteArrayView message, Kind kind)
@@ -62,7 +63,7 @@ public:
     {
         const auto kindRead = take<quint32>();
         const auto versionRead = take<quint32>();
-        require(kindRead == quint32(kind) && versionRead == version
+        require(kindRead == static_cast<quint32>(kind) && versionRead == version
             && message.size() <= largestMessage);
     }
 
@@ -137,10 +138,10 @@ void put(Writer& writer, const BarcodeObservation& code)
         && code.payloadStringValue->isValidUtf16();
     const QString text = hasText ? *code.payloadStringValue : QString();
     const QPolygonF corners = areCorners(code.corners) ? code.corners : QPolygonF();
-    writer.put(quint32(code.symbology));
-    writer.put(quint32(hasText ? 1 : 0));
-    writer.put(quint32(text.size()));
-    writer.put(quint32(corners.isEmpty() ? 0 : 1));
+    writer.put(static_cast<quint32>(code.symbology));
+    writer.putFlag(hasText);
+    writer.put(static_cast<quint32>(text.size()));
+    writer.putFlag(!corners.isEmpty());
     for (const QPointF& corner : corners) {
         writer.put(corner.x());
         writer.put(corner.y());
@@ -151,7 +152,7 @@ void put(Writer& writer, const BarcodeObservation& code)
 BarcodeObservation takeCode(Reader& reader)
 {
     BarcodeObservation code;
-    code.symbology = Symbology(reader.take<quint32>(0, lastSymbology));
+    code.symbology = static_cast<Symbology>(reader.take<quint32>(0, lastSymbology));
     const bool hasText = reader.takeFlag();
     const auto length = reader.take<quint32>(0, hasText ? mostUnits : 0);
     if (reader.takeFlag()) {
@@ -169,22 +170,27 @@ BarcodeObservation takeCode(Reader& reader)
     return code;
 }
 
-QByteArray writtenCodes(const QList<BarcodeObservation>& codes, qsizetype room, quint32& count)
-{
+struct WrittenCodes {
     QByteArray bytes;
-    count = 0;
+    quint32 count = 0;
+};
+
+/// As many of the codes as fit into `room` bytes.
+WrittenCodes writtenCodes(const QList<BarcodeObservation>& codes, qsizetype room)
+{
+    WrittenCodes written;
     for (const BarcodeObservation& code : codes) {
         Writer writer(Kind::Reply);
         const qsizetype header = writer.bytes().size();
         put(writer, code);
         const QByteArray next = writer.bytes().mid(header);
-        if (count == mostCodes || bytes.size() + next.size() > room) {
+        if (written.count == mostCodes || written.bytes.size() + next.size() > room) {
             break;
         }
-        bytes += next;
-        ++count;
+        written.bytes += next;
+        ++written.count;
     }
-    return bytes;
+    return written;
 }
 
 } // namespace
@@ -192,7 +198,7 @@ QByteArray writtenCodes(const QList<BarcodeObservation>& codes, qsizetype room, 
 QByteArray written(const Greeting& greeting)
 {
     Writer writer(Kind::Greeting);
-    writer.put(qint32(greeting.refusal));
+    writer.put<qint32>(greeting.refusal);
     return writer.bytes();
 }
 
@@ -200,11 +206,11 @@ QByteArray written(const Request& request)
 {
     Writer writer(Kind::Request);
     writer.put(request.number);
-    writer.put(qint32(request.size.width()));
-    writer.put(qint32(request.size.height()));
-    writer.put(qint64(request.bytesPerLine));
-    writer.put(qint64(request.newMemory));
-    writer.put(quint32(request.frame ? 1 : 0));
+    writer.put<qint32>(request.size.width());
+    writer.put<qint32>(request.size.height());
+    writer.put<qint64>(request.bytesPerLine);
+    writer.put<qint64>(request.newMemory);
+    writer.putFlag(request.frame.has_value());
     if (request.frame) {
         writer.put(request.frame->number);
         writer.put(placeInPicture(request.frame->located));
@@ -216,16 +222,16 @@ QByteArray written(const Reply& reply)
 {
     Writer writer(Kind::Reply);
     writer.put(reply.number);
-    writer.put(quint32(reply.detection ? 1 : 0));
+    writer.putFlag(reply.detection.has_value());
     if (!reply.detection) {
         return writer.bytes();
     }
     writer.put(placeInPicture(reply.detection->located));
-    quint32 count = 0;
-    const qsizetype room = largestMessage - writer.bytes().size() - qsizetype(sizeof count);
-    const QByteArray codes = writtenCodes(reply.detection->codes, room, count);
-    writer.put(count);
-    return writer.bytes() + codes;
+    const qsizetype room
+        = largestMessage - writer.bytes().size() - static_cast<qsizetype>(sizeof(quint32));
+    const WrittenCodes codes = writtenCodes(reply.detection->codes, room);
+    writer.put(codes.count);
+    return writer.bytes() + codes.bytes;
 }
 
 std::optional<Greeting> readGreeting(QByteArrayView message)
@@ -262,7 +268,7 @@ std::optional<Reply> readReply(QByteArrayView message)
     if (reader.takeFlag()) {
         reply.detection.emplace();
         reply.detection->located = reader.takeRect();
-        const auto count = reader.take<quint32>(0, quint32(mostCodes));
+        const auto count = reader.take<quint32>(0, static_cast<quint32>(mostCodes));
         for (quint32 i = 0; i < count && reader.isValid(); ++i) {
             reply.detection->codes.append(takeCode(reader));
         }

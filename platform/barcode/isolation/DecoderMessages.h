@@ -8,22 +8,21 @@
 
 #include <optional>
 
-/// What the program and its decoders say to each other: fixed fields in this machine's byte order,
-/// behind the message's kind and the version of the protocol. A reader takes a message only when
-/// every field is in its range and nothing is left over; then writing it again gives the same
-/// bytes.
+/// Messages between the program and its decoders: the kind, the version of the protocol, then fixed
+/// fields in this machine's byte order. The read functions return nullopt unless every field is in
+/// its range and no bytes are left over. Writing a message that was read gives the same bytes.
 namespace platform::decoder {
 
 /// A decoder's first message.
 struct Greeting {
-    int refusal = 0; ///< errno of what kept it from locking itself in, and so from serving
+    int refusal = 0; ///< errno of the failure to enter the sandbox; 0: it serves requests
 };
 
 struct Request {
-    quint64 number = 0; ///< that the reply repeats
-    QSize size; ///< of the picture of Format_Grayscale8 that lies in the shared memory
+    quint64 number = 0; ///< repeated by the reply
+    QSize size; ///< of the Format_Grayscale8 picture in the shared memory
     qsizetype bytesPerLine = 0;
-    qsizetype newMemory = 0; ///< bytes of the shared memory that comes along; 0: as before
+    qsizetype newMemory = 0; ///< bytes of the shared memory sent along; 0: same as before
     std::optional<LiveFrame> frame;
 
     qsizetype bytes() const { return bytesPerLine * size.height(); }
@@ -31,13 +30,13 @@ struct Request {
 
 struct Reply {
     quint64 number = 0;
-    std::optional<Detection> detection;
+    std::optional<Detection> detection; ///< none when detection failed
 };
 
 QByteArray written(const Greeting& greeting);
 QByteArray written(const Request& request);
-/// Of codes there are at most as many as a message may hold; a text that is too long or not valid
-/// UTF-16 counts as none, as do corners other than four finite ones.
+/// Omits the codes that exceed the size of a message, texts that are too long or not valid UTF-16,
+/// and corners other than four finite ones.
 QByteArray written(const Reply& reply);
 
 std::optional<Greeting> readGreeting(QByteArrayView message);

@@ -22,7 +22,7 @@ constexpr auto lineInterval = std::chrono::seconds(10);
 
 int cores()
 {
-    return std::max(1, int(std::thread::hardware_concurrency()));
+    return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 
 } // namespace
@@ -31,7 +31,7 @@ Pool& Pool::shared()
 {
     static Pool pool({ .executable = installedDecoder(), .decoders = cores() });
     [[maybe_unused]] static const bool ends = [] {
-        // A job that waits for a decoder would hold the program's end up.
+        // A job that waits for a decoder would delay the end of the program.
         beforeGlobalQueuesFinish([] { pool.finish(); });
         return true;
     }();
@@ -66,12 +66,13 @@ std::optional<Detection> Pool::detect(const QImage& grey, std::optional<LiveFram
     std::optional<Detection> detection;
     if (process != nullptr) {
         const auto limit = frame ? m_settings.liveLimit : m_settings.stillLimit;
-        auto answer = process->detect(grey, frame, patience(limit));
-        if (answer.failure) {
+        auto result = process->detect(grey, frame, deadlineIn(limit));
+        if (result) {
+            detection = *std::move(result);
+        } else {
             process.reset();
-            report(*answer.failure, u"; its picture counts as having no code"_s);
+            report(result.error(), u"; its picture counts as having no code"_s);
         }
-        detection = std::move(answer.detection);
     }
     endTurn(std::move(process));
     return detection;
@@ -93,9 +94,9 @@ std::optional<std::unique_ptr<Process>> Pool::takeTurn()
         }
     }
     if (process != nullptr) {
-        if (const auto failure = process->failureWhileIdle()) {
+        if (const Result<void> checked = process->checkIdle(); !checked) {
             process.reset();
-            report(*failure, u" while it had nothing to do"_s);
+            report(checked.error(), u" while it had nothing to do"_s);
         }
     }
     return process;
@@ -118,22 +119,23 @@ std::unique_ptr<Process> Pool::started(Urgency urgency)
     if (!mayStart(urgency)) {
         return nullptr;
     }
-    auto result = Process::start(m_settings.executable, patience(startLimit));
-    if (auto* process = std::get_if<std::unique_ptr<Process>>(&result)) {
-        return std::move(*process);
+    auto process = Process::start(m_settings.executable, deadlineIn(startLimit));
+    if (!process) {
+        report(process.error(), {});
+        return nullptr;
     }
-    report(std::get<Process::Failure>(result), {});
-    return nullptr;
+    return *std::move(process);
 }
 
 bool Pool::mayStart(Urgency urgency)
 {
     std::unique_lock lock(m_mutex);
-    // The next frame comes soon; a still picture has but one chance.
+    // A live frame is soon followed by another; a still picture is searched only once.
     if (urgency == Urgency::Still) {
-        m_changed.wait_until(lock, m_failures.next(), [this] { return m_finished || m_hopeless; });
+        m_changed.wait_until(
+            lock, m_failures.next(), [this] { return m_finished || m_cannotStart; });
     }
-    return !m_finished && !m_hopeless && m_failures.next() <= Clock::now();
+    return !m_finished && !m_cannotStart && m_failures.next() <= Clock::now();
 }
 
 void Pool::finish()
@@ -149,19 +151,19 @@ void Pool::finish()
     [[maybe_unused]] const ssize_t written = ::write(m_cancelled.get(), &event, sizeof event);
 }
 
-Patience Pool::patience(std::chrono::milliseconds limit) const
+Deadline Pool::deadlineIn(std::chrono::milliseconds limit) const
 {
     return { Clock::now() + limit, m_cancelled.get() };
 }
 
-void Pool::report(const Process::Failure& failure, const QString& circumstance)
+void Pool::report(const Error& error, const QString& circumstance)
 {
     const auto now = Clock::now();
     QString line;
     {
         const std::lock_guard lock(m_mutex);
         m_failures.count(now);
-        m_hopeless = m_hopeless || failure.hope == Process::Failure::Hope::Never;
+        m_cannotStart = m_cannotStart || error.code == static_cast<int>(ErrorCode::Unusable);
         if (m_finished) {
             return;
         }
@@ -170,7 +172,7 @@ void Pool::report(const Process::Failure& failure, const QString& circumstance)
             return;
         }
         m_lines.count(now);
-        line = u"The decoder %1%2"_s.arg(failure.reason, circumstance);
+        line = u"The decoder %1%2"_s.arg(error.localizedDescription, circumstance);
         if (const int unreported = std::exchange(m_unreported, 0); unreported > 0) {
             line += u" (and %1 failures before)"_s.arg(unreported);
         }

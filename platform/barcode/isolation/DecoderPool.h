@@ -17,8 +17,8 @@
 
 namespace platform::decoder {
 
-/// The decoders of this program: started when they are needed, kept, and replaced when they die,
-/// hang or talk nonsense, which the log tells. Any thread.
+/// The decoder processes of this program. Starts them when they are needed, keeps them, and
+/// replaces and logs those that crash, hang or send invalid messages. Any thread.
 class Pool {
 public:
     struct Settings {
@@ -26,11 +26,11 @@ public:
         int decoders = 1;
         std::chrono::milliseconds stillLimit = decoder::stillLimit;
         std::chrono::milliseconds liveLimit = decoder::liveLimit;
-        /// For which each failure is paid, after the first few: until then no decoder is started.
+        /// After the first few failures, decoders are started at most once in this interval.
         std::chrono::milliseconds failureInterval{ 1000 };
     };
 
-    /// The one that the program uses, with as many decoders as cores.
+    /// The program's pool, with as many decoders as cores.
     static Pool& shared();
 
     explicit Pool(Settings settings);
@@ -38,37 +38,37 @@ public:
     Pool(const Pool&) = delete;
     Pool& operator=(const Pool&) = delete;
 
-    /// detectCodes() in a decoder, for which it waits when all are at work. No value, too, when
-    /// the decoder failed over the picture, or there is none.
+    /// Calls detectCodes() in a decoder; blocks while all decoders are busy. Nullopt when
+    /// detectCodes() returned none, the decoder failed, or none could be started.
     std::optional<Detection> detect(const QImage& grey, std::optional<LiveFrame> frame);
 
-    /// Ends the decoders and all waiting for them; pictures have no codes afterwards.
+    /// Ends the decoders and unblocks all callers. detect() returns nullopt afterwards.
     void finish();
 
 private:
     enum class Urgency { Still, Live };
 
-    /// Waits for a turn, and gives the decoder for it, null when one is to be started. None when
-    /// the pool has finished.
+    /// Blocks until fewer than the maximum of decoders are busy. Returns an idle decoder, or null
+    /// when one must be started, or nullopt when the pool has finished.
     std::optional<std::unique_ptr<Process>> takeTurn();
     void endTurn(std::unique_ptr<Process> process);
-    std::unique_ptr<Process> started(Urgency urgency); ///< null when there is none
+    std::unique_ptr<Process> started(Urgency urgency); ///< null on failure
     bool mayStart(Urgency urgency);
-    Patience patience(std::chrono::milliseconds limit) const;
-    void report(const Process::Failure& failure, const QString& circumstance);
+    Deadline deadlineIn(std::chrono::milliseconds limit) const;
+    void report(const Error& error, const QString& circumstance);
 
     const Settings m_settings;
     const FileDescriptor m_cancelled; ///< becomes readable with finish()
 
-    std::mutex m_mutex; // guards what follows
+    std::mutex m_mutex; // guards the following members
     std::condition_variable m_changed;
     std::vector<std::unique_ptr<Process>> m_idle;
     int m_atWork = 0;
     bool m_finished = false;
-    bool m_hopeless = false; ///< no decoder will ever start
-    RateLimit m_failures; ///< decoders that die at once must not be started without end
+    bool m_cannotStart = false; ///< permanently
+    RateLimit m_failures; ///< limits starts of decoders that fail
     RateLimit m_lines; ///< of the log
-    int m_unreported = 0; ///< failures since the last line
+    int m_unreported = 0; ///< failures since the last line of the log
 };
 
 } // namespace platform::decoder

@@ -25,15 +25,16 @@ using Qt::StringLiterals::operator""_s;
 namespace platform::decoder {
 namespace {
 
-// Descriptors are moved up before a child gets them, so that none lies where another must go.
-constexpr int aboveTheShared = 16;
+// Descriptors are duplicated to numbers from here on before a child gets them, so that none has
+// the number that another must get.
+constexpr int firstDuplicate = 16;
 
-QString errorText(int error)
+Error failure(const QString& reason, ErrorCode code = ErrorCode::Failed)
 {
-    return qt_error_string(error);
+    return { u"decoder"_s, static_cast<int>(code), reason, {} };
 }
 
-/// What the child is told of this process's environment: nothing that is secret.
+/// The few variables of this process's environment that the child gets.
 class Environment {
 public:
     Environment()
@@ -57,8 +58,8 @@ private:
     std::vector<char*> m_pointers;
 };
 
-/// A session of its own, without this one's terminal, signals as at boot, and only the given
-/// descriptors.
+/// Starts a process in a session of its own, without a terminal, with default signal handling and
+/// with only the given descriptors.
 class Spawn {
 public:
     Spawn()
@@ -73,7 +74,7 @@ public:
         posix_spawnattr_setflags(
             &m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
         posix_spawn_file_actions_init(&m_actions);
-        // What the libraries print may come out of a picture. A sanitizer's report must be seen.
+        // What the libraries print may come from a picture. A sanitizer's report must be seen.
         const int firstKept = isSanitized ? STDERR_FILENO : STDERR_FILENO + 1;
         for (int descriptor = STDIN_FILENO; descriptor < firstKept; ++descriptor) {
             posix_spawn_file_actions_addopen(&m_actions, descriptor, "/dev/null", O_RDWR, 0);
@@ -92,14 +93,19 @@ public:
         posix_spawn_file_actions_adddup2(&m_actions, descriptor.get(), as);
     }
 
-    /// Zero or an errno.
-    int run(const QByteArray& path, pid_t& pid)
+    Result<pid_t> run(const QString& executable)
     {
         Environment environment;
-        QByteArray name = path;
-        std::array<char*, 2> arguments{ name.data(), nullptr };
-        return posix_spawn(&pid, path.constData(), &m_actions, &m_attributes, arguments.data(),
-            environment.data());
+        QByteArray path = QFile::encodeName(executable);
+        std::array<char*, 2> arguments{ path.data(), nullptr };
+        pid_t pid = 0;
+        const int code = posix_spawn(&pid, path.constData(), &m_actions, &m_attributes,
+            arguments.data(), environment.data());
+        if (code != 0) {
+            return failure(
+                u"cannot be started from %1: %2"_s.arg(executable, qt_error_string(code)));
+        }
+        return pid;
     }
 
 private:
@@ -107,12 +113,12 @@ private:
     posix_spawn_file_actions_t m_actions;
 };
 
-FileDescriptor movedUp(const FileDescriptor& descriptor)
+FileDescriptor duplicate(const FileDescriptor& descriptor)
 {
-    return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, aboveTheShared));
+    return FileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, firstDuplicate));
 }
 
-// A decoder reads from its end of a pipe, to which nobody ever writes.
+// The two ends of a pipe to which nothing is written: closing our end kills the decoder.
 Channel::Ends lifelineEnds()
 {
     int ends[2] = { -1, -1 };
@@ -132,12 +138,7 @@ QString describedStatus(int status)
     return u"left with status %1"_s.arg(WEXITSTATUS(status));
 }
 
-Process::Failure failure(const QString& reason)
-{
-    return { reason, Process::Failure::Hope::TryAgain };
-}
-
-// A grey picture whose rows lie as the decoder is told, and whose sizes the messages can carry.
+// Whether the picture is within the limits of messages and shared memory.
 bool canBeSent(const QImage& grey)
 {
     return !grey.isNull() && std::max(grey.width(), grey.height()) <= largestSide
@@ -146,44 +147,44 @@ bool canBeSent(const QImage& grey)
 
 } // namespace
 
-Process::Started Process::start(const QString& executable, const Patience& patience)
+Result<std::unique_ptr<Process>> Process::start(const QString& executable, const Deadline& deadline)
 {
     Channel::Ends sockets = Channel::pair();
     Channel::Ends lifelines = lifelineEnds();
-    FileDescriptor socket = movedUp(sockets.theirs);
-    const FileDescriptor lifeline = movedUp(lifelines.theirs);
+    FileDescriptor socket = duplicate(sockets.theirs);
+    const FileDescriptor lifeline = duplicate(lifelines.theirs);
     if (!socket.isOpen() || !lifeline.isOpen()) {
-        return failure(u"cannot be started: %1"_s.arg(errorText(errno)));
+        return failure(u"cannot be started: %1"_s.arg(qt_error_string(errno)));
     }
     Spawn spawn;
     spawn.give(socket, socketDescriptor);
     spawn.give(lifeline, lifelineDescriptor);
-    pid_t pid = 0;
-    if (const int error = spawn.run(QFile::encodeName(executable), pid); error != 0) {
-        return failure(u"cannot be started from %1: %2"_s.arg(executable, errorText(error)));
+    const Result<pid_t> pid = spawn.run(executable);
+    if (!pid) {
+        return pid.error();
     }
-    // Once these are closed here, the decoder's end is the end of the channel.
+    // After this only the decoder has the other end: the channel closes when the decoder ends.
     sockets.theirs.close();
     socket.close();
     std::unique_ptr<Process> process(
-        new Process(pid, Channel(std::move(sockets.ours)), std::move(lifelines.ours)));
-    if (process->m_channel.wait(patience) != Channel::Event::Readable) {
+        new Process(*pid, Channel(std::move(sockets.ours)), std::move(lifelines.ours)));
+    if (process->m_channel.wait(deadline) != Channel::Event::Readable) {
         return failure(u"did not begin to work in time"_s);
     }
     const auto message = process->m_channel.receive();
     if (!message) {
-        return failure(process->endingReason());
+        return process->endError();
     }
     const auto greeting = readGreeting(message->bytes);
     if (!greeting) {
-        return Failure{ u"is not the one that came with this program; start the "
-                        "program again"_s,
-            Failure::Hope::Never };
+        return failure(u"is not the one that came with this program; start the "
+                       "program again"_s,
+            ErrorCode::Unusable);
     }
     if (greeting->refusal != 0) {
-        return Failure{ u"cannot lock itself in: %1; no picture will be read"_s.arg(
-                            errorText(greeting->refusal)),
-            Failure::Hope::Never };
+        return failure(u"cannot lock itself in: %1; no picture will be read"_s.arg(
+                           qt_error_string(greeting->refusal)),
+            ErrorCode::Unusable);
     }
     return process;
 }
@@ -200,13 +201,12 @@ Process::~Process()
     reap();
 }
 
-Process::Answer Process::detect(
-    const QImage& grey, std::optional<LiveFrame> frame, const Patience& patience)
+Result<std::optional<Detection>> Process::detect(
+    const QImage& grey, std::optional<LiveFrame> frame, const Deadline& deadline)
 {
     const auto outcome = canBeSent(grey) ? m_pixels.hold(grey) : SharedPixels::Outcome::Failed;
     if (outcome == SharedPixels::Outcome::Failed) {
-        return { std::nullopt,
-            failure(u"cannot be shown %1 × %2 pixels"_s.arg(grey.width()).arg(grey.height())) };
+        return failure(u"cannot be shown %1 × %2 pixels"_s.arg(grey.width()).arg(grey.height()));
     }
     const bool hasMoved = outcome == SharedPixels::Outcome::Moved;
     const Request request{ ++m_requests, grey.size(), grey.bytesPerLine(),
@@ -214,56 +214,55 @@ Process::Answer Process::detect(
     const bool isSent = m_channel.send(written(request), m_pixels.newMemory());
     m_pixels.forgetDescriptor();
     if (!isSent) {
-        return { std::nullopt, failure(endingReason()) };
+        return endError();
     }
-    Answer result = answer(request.number, patience);
-    if (result.detection) {
-        result.detection->located &= grey.rect();
+    Result<std::optional<Detection>> result = receiveReply(request.number, deadline);
+    if (result && result->has_value()) {
+        (*result)->located &= grey.rect();
     }
     m_pixels.shrink();
     return result;
 }
 
-Process::Answer Process::answer(quint64 number, const Patience& patience)
+Result<std::optional<Detection>> Process::receiveReply(quint64 number, const Deadline& deadline)
 {
-    switch (m_channel.wait(patience)) {
+    switch (m_channel.wait(deadline)) {
     case Channel::Event::TimedOut:
-        return { std::nullopt, failure(u"gave no answer in time"_s) };
+        return failure(u"gave no answer in time"_s);
     case Channel::Event::Cancelled:
-        return { std::nullopt, failure(u"is needed no longer"_s) };
+        return failure(u"is needed no longer"_s);
     case Channel::Event::Readable:
         break;
     }
     const auto message = m_channel.receive();
     if (!message) {
-        return { std::nullopt, failure(endingReason()) };
+        return endError();
     }
     auto reply = readReply(message->bytes);
     if (!reply || reply->number != number) {
-        return { std::nullopt, failure(u"gave an answer that makes no sense"_s) };
+        return failure(u"gave an answer that makes no sense"_s);
     }
-    return { std::move(reply->detection), std::nullopt };
+    return std::move(reply->detection);
 }
 
-std::optional<Process::Failure> Process::failureWhileIdle()
+Result<void> Process::checkIdle()
 {
-    // It speaks when it is asked: anything now is its end, or nonsense.
     if (m_channel.wait({ std::chrono::steady_clock::now() }) == Channel::Event::TimedOut) {
-        return std::nullopt;
+        return {};
     }
-    return failure(m_channel.receive() ? u"spoke without being asked"_s : endingReason());
+    return m_channel.receive() ? failure(u"spoke without being asked"_s) : endError();
 }
 
-QString Process::endingReason()
+Error Process::endError()
 {
-    return describedStatus(reap());
+    return failure(describedStatus(reap()));
 }
 
 int Process::reap()
 {
     int status = 0;
     if (const pid_t pid = std::exchange(m_pid, 0); pid > 0) {
-        ::kill(pid, SIGKILL); // changes nothing about how a process that is dying already ends
+        ::kill(pid, SIGKILL); // does not change the status of a process that is ending already
         withoutInterruption([&] { return ::waitpid(pid, &status, 0); });
     }
     return status;

@@ -3,49 +3,50 @@
 #include "platform/barcode/Detector.h"
 #include "platform/barcode/isolation/DecoderChannel.h"
 #include "platform/barcode/isolation/SharedPixels.h"
+#include "platform/services/Result.h"
 
 #include <QString>
 
 #include <memory>
 #include <optional>
 #include <sys/types.h>
-#include <variant>
 
 namespace platform::decoder {
 
-/// A decoder, as the program sees it: a child process that is believed nothing. It is killed and
-/// reaped with this object. One thread at a time; which one does not matter.
+/// Codes of the errors of decoders, whose domain is "decoder" and whose description completes the
+/// sentence "The decoder …".
+enum class ErrorCode {
+    Failed = 1, ///< another decoder may succeed
+    Unusable = 2, ///< `executable` cannot serve, and never will
+};
+
+/// A decoder process that this program has started. None of its messages is trusted. The
+/// destructor kills and reaps the process. One thread at a time, not always the same.
 class Process {
 public:
-    struct Failure {
-        QString reason; ///< what the log is to say of the decoder
-        enum class Hope { TryAgain, Never } hope = Hope::TryAgain;
-    };
-    using Started = std::variant<std::unique_ptr<Process>, Failure>;
-
-    /// Starts `executable` and waits until it has locked itself in.
-    static Started start(const QString& executable, const Patience& patience);
+    /// Starts `executable` and waits until it is in its sandbox.
+    static Result<std::unique_ptr<Process>> start(
+        const QString& executable, const Deadline& deadline);
 
     ~Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
 
-    struct Answer {
-        std::optional<Detection> detection;
-        std::optional<Failure> failure; ///< with one, this decoder is of no more use
-    };
-    /// Has a picture of Format_Grayscale8 searched.
-    Answer detect(const QImage& grey, std::optional<LiveFrame> frame, const Patience& patience);
+    /// Calls detectCodes() in the decoder for a picture of Format_Grayscale8. After an error the
+    /// process can no longer be used.
+    Result<std::optional<Detection>> detect(
+        const QImage& grey, std::optional<LiveFrame> frame, const Deadline& deadline);
 
-    /// Whether it still waits for pictures; else why not.
-    std::optional<Failure> failureWhileIdle();
+    /// Fails when the process has ended or sent a message without a request. To be called between
+    /// requests.
+    Result<void> checkIdle();
 
 private:
     Process(pid_t pid, Channel channel, FileDescriptor lifeline);
 
-    Answer answer(quint64 number, const Patience& patience);
-    QString endingReason(); ///< ends the process
-    int reap(); ///< the status of waitpid()
+    Result<std::optional<Detection>> receiveReply(quint64 number, const Deadline& deadline);
+    Error endError(); ///< kills the process; says how it ended
+    int reap(); ///< kills the process; returns the status of waitpid()
 
     pid_t m_pid;
     Channel m_channel;
@@ -54,8 +55,8 @@ private:
     quint64 m_requests = 0;
 };
 
-/// The decoder that came with this program: beside it in a build folder, in the libexec folder
-/// where it is installed.
+/// Path of the decoder of this program: in the program's own folder, as in a build folder, or else
+/// in the libexec folder.
 QString installedDecoder();
 
 } // namespace platform::decoder

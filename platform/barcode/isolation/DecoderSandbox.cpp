@@ -15,30 +15,38 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+using Qt::StringLiterals::operator""_s;
+
 namespace platform::decoder {
 namespace {
 
 constexpr int descriptorLimit = 16;
 
-int limit(__rlimit_resource resource, rlim_t value)
+Error sandboxError(int code)
+{
+    return posixError(code, u"The decoder cannot restrict itself."_s, qt_error_string(code));
+}
+
+bool limit(__rlimit_resource resource, rlim_t value)
 {
     const rlimit both{ value, value };
-    return ::setrlimit(resource, &both) == 0 ? 0 : errno;
+    return ::setrlimit(resource, &both) == 0;
 }
 
-int limitResources()
+/// False, with errno set, on failure.
+bool limitResources()
 {
-    int error = limit(RLIMIT_NOFILE, descriptorLimit);
+    if (!limit(RLIMIT_NOFILE, descriptorLimit)) {
+        return false;
+    }
     if (isSanitized) {
-        return error;
+        return true;
     }
-    for (const auto resource : { RLIMIT_CORE, RLIMIT_FSIZE, RLIMIT_NPROC, RLIMIT_MEMLOCK }) {
-        error = error != 0 ? error : limit(resource, 0);
-    }
-    return error != 0 ? error : limit(RLIMIT_AS, rlim_t(memoryLimit));
+    return limit(RLIMIT_CORE, 0) && limit(RLIMIT_FSIZE, 0) && limit(RLIMIT_NPROC, 0)
+        && limit(RLIMIT_MEMLOCK, 0) && limit(RLIMIT_AS, static_cast<rlim_t>(memoryLimit));
 }
 
-/// An allow-list of system calls; the first failure is kept, as an errno.
+/// An allow-list of system calls. Keeps the errno of the first failure.
 class Filter {
 public:
     Filter()
@@ -55,7 +63,7 @@ public:
     void refuse(int call) { add(SCMP_ACT_ERRNO(EACCES), call); }
     void load() { keep(seccomp_load(context())); }
 
-    int error() const { return m_error; }
+    int error() const { return m_error; } ///< errno, or 0
 
 private:
     template <typename... Conditions>
@@ -88,9 +96,9 @@ scmp_arg_cmp argumentLacks(unsigned index, scmp_datum_t bits)
 void allowMessages(Filter& filter, int socket)
 {
     for (const int call : { SCMP_SYS(recvmsg), SCMP_SYS(sendmsg) }) {
-        filter.allow(call, argumentIs(0, scmp_datum_t(socket)));
+        filter.allow(call, argumentIs(0, static_cast<scmp_datum_t>(socket)));
     }
-    filter.allow(SCMP_SYS(close)); // of the descriptors that came along
+    filter.allow(SCMP_SYS(close)); // of descriptors that were received
     for (const int call : { SCMP_SYS(write), SCMP_SYS(writev) }) {
         filter.allow(call, argumentIs(0, STDERR_FILENO));
     }
@@ -115,10 +123,11 @@ void allowItself(Filter& filter)
              SCMP_SYS(exit), SCMP_SYS(exit_group) }) {
         filter.allow(call);
     }
-    filter.allow(SCMP_SYS(sysinfo)); // qsort() asks for the size of the memory
-    // What abort() needs, so that the log can tell an abort from a forbidden call.
+    filter.allow(SCMP_SYS(sysinfo)); // qsort() reads the size of the memory
+    // For abort(), so that its signal differs from that of a forbidden call in the log.
     filter.allow(SCMP_SYS(rt_sigaction), argumentIs(0, SIGABRT));
-    filter.allow(SCMP_SYS(tgkill), argumentIs(0, scmp_datum_t(::getpid())), argumentIs(2, SIGABRT));
+    filter.allow(SCMP_SYS(tgkill), argumentIs(0, static_cast<scmp_datum_t>(::getpid())),
+        argumentIs(2, SIGABRT));
 }
 
 void refuseFiles(Filter& filter)
@@ -131,7 +140,7 @@ void refuseFiles(Filter& filter)
     }
 }
 
-int filterCalls(int socket)
+Result<void> filterCalls(int socket)
 {
     Filter filter;
     allowMessages(filter, socket);
@@ -139,36 +148,41 @@ int filterCalls(int socket)
     allowItself(filter);
     refuseFiles(filter);
     filter.load();
-    return filter.error();
+    if (filter.error() != 0) {
+        return sandboxError(filter.error());
+    }
+    return {};
 }
 
 } // namespace
 
-int lockIn(int socket)
+Result<void> lockIn(int socket)
 {
-    const int error = limitResources();
-    if (error != 0 || isSanitized) {
-        return error;
+    if (!limitResources()) {
+        return sandboxError(errno);
     }
-    // Nobody reads or traces its memory, and nothing that it could start would gain rights.
+    if (isSanitized) {
+        return {};
+    }
+    // No other process can read or trace its memory, and it cannot gain privileges.
     if (::prctl(PR_SET_DUMPABLE, 0, 0, 0, 0) != 0
         || ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) {
-        return errno;
+        return sandboxError(errno);
     }
     return filterCalls(socket);
 }
 
-int dieWith(int lifeline)
+bool dieWith(int lifeline)
 {
     const int flags = ::fcntl(lifeline, F_GETFL);
     if (flags < 0 || ::fcntl(lifeline, F_SETSIG, SIGKILL) != 0
         || ::fcntl(lifeline, F_SETOWN, ::getpid()) != 0
         || ::fcntl(lifeline, F_SETFL, flags | O_ASYNC | O_NONBLOCK) != 0) {
-        return errno;
+        return false;
     }
-    // The other end may have gone before.
+    // The other end may have been closed before.
     char byte = 0;
-    return ::read(lifeline, &byte, 1) < 0 && errno == EAGAIN ? 0 : EPIPE;
+    return ::read(lifeline, &byte, 1) < 0 && errno == EAGAIN;
 }
 
 } // namespace platform::decoder

@@ -14,11 +14,11 @@
 namespace platform::decoder {
 namespace {
 
-constexpr int niceness = 5; // the windows come first
+constexpr int niceness = 5; // windows have priority
 constexpr int moduleSide = 4; // pixels
 
-// The program's own descriptors close themselves; those that it was started with may not.
-void dropInheritance()
+// The program's own descriptors are closed on exec; those that it inherited may not be.
+void dropInheritedState()
 {
     ::close_range(lifelineDescriptor + 1, ~0U, 0);
     if (::chdir("/") == 0) {
@@ -39,7 +39,7 @@ QImage enlarged(const QImage& modules)
     return picture;
 }
 
-// Lets the libraries do what they do once, such as opening files, while they may.
+// Has the libraries initialise themselves, such as by opening files, while that is allowed.
 void warmUp()
 {
     QImage blank(256, 256, QImage::Format_Grayscale8);
@@ -61,7 +61,7 @@ public:
 
     bool greet(int refusal) const { return m_channel.send(written(Greeting{ refusal })); }
 
-    /// Serves until the program is gone; false when it has to end before.
+    /// Serves until the program closes the channel. False after an invalid request or a failure.
     template <typename Detect> bool answerAll(const Detect& detect)
     {
         while (auto message = m_channel.receiveWithDescriptor()) {
@@ -84,14 +84,14 @@ private:
     bool takePixels(const Request& request, FileDescriptor descriptor)
     {
         if (request.newMemory > 0) {
-            m_pixels = MappedMemory(); // room for the new ones
+            m_pixels = MappedMemory(); // unmapped first, to stay within the memory limit
             m_pixels = MappedMemory(descriptor, request.newMemory, MappedMemory::Access::Read);
         }
         descriptor.close();
         return request.bytes() <= m_pixels.size();
     }
 
-    // Constant pixels: who wants to change them gets a copy.
+    // Constant pixels: changing the image would copy them.
     QImage picture(const Request& request) const
     {
         const uchar* pixels = m_pixels.data();
@@ -108,14 +108,14 @@ private:
 int serve(
     const std::function<std::optional<Detection>(const QImage&, std::optional<LiveFrame>)>& detect)
 {
-    dropInheritance();
-    if (dieWith(lifelineDescriptor) != 0) {
+    dropInheritedState();
+    if (!dieWith(lifelineDescriptor)) {
         return EXIT_FAILURE;
     }
     warmUp();
     Service service{ Channel(FileDescriptor(socketDescriptor)) };
-    const int refusal = lockIn(socketDescriptor);
-    if (!service.greet(refusal) || refusal != 0) {
+    const Result<void> locked = lockIn(socketDescriptor);
+    if (!service.greet(locked ? 0 : locked.error().code) || !locked) {
         return EXIT_FAILURE;
     }
     return service.answerAll(detect) ? EXIT_SUCCESS : EXIT_FAILURE;

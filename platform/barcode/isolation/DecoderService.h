@@ -6,12 +6,12 @@
 
 namespace platform::decoder {
 
-/// Where a decoder finds what it shares with the program that started it.
+/// The descriptors that a decoder gets from the program.
 inline constexpr int socketDescriptor = 3;
 inline constexpr int lifelineDescriptor = 4;
 
-/// The life of a decoder: sets up the libraries, locks itself in, and answers request after
-/// request until the program is gone. Returns the status to end the process with.
+/// The main function of a decoder: sets up the libraries, enters the sandbox, and answers requests
+/// with `detect` until the program ends. Returns the exit status.
 int serve(
     const std::function<std::optional<Detection>(const QImage&, std::optional<LiveFrame>)>& detect);
 

@@ -5,7 +5,7 @@
 
 namespace platform::decoder {
 
-/// Lets a few events through at once and then one for each interval.
+/// Allows a burst of events, then one event per interval.
 class RateLimit {
 public:
     using Clock = std::chrono::steady_clock;
@@ -18,7 +18,7 @@ public:
 
     void count(Clock::time_point now) { m_paidUntil = std::max(m_paidUntil, now) + m_interval; }
 
-    /// When the next event may take place; in the past when it may now.
+    /// The earliest time of the next event; not after now when it is allowed now.
     Clock::time_point next() const { return m_paidUntil + m_interval - m_credit; }
 
 private:

@@ -12,7 +12,8 @@ namespace platform::decoder {
 MappedMemory::MappedMemory(const FileDescriptor& memory, qsizetype size, Access access)
 {
     const int protection = access == Access::Write ? PROT_READ | PROT_WRITE : PROT_READ;
-    void* data = ::mmap(nullptr, size_t(size), protection, MAP_SHARED, memory.get(), 0);
+    void* data
+        = ::mmap(nullptr, static_cast<std::size_t>(size), protection, MAP_SHARED, memory.get(), 0);
     if (data != MAP_FAILED) {
         m_data = static_cast<uchar*>(data);
         m_size = size;
@@ -22,7 +23,7 @@ MappedMemory::MappedMemory(const FileDescriptor& memory, qsizetype size, Access 
 MappedMemory::~MappedMemory()
 {
     if (m_data != nullptr) {
-        ::munmap(m_data, size_t(m_size));
+        ::munmap(m_data, static_cast<std::size_t>(m_size));
     }
 }
 
@@ -49,7 +50,7 @@ SharedPixels::Outcome SharedPixels::hold(const QImage& grey)
         }
         outcome = Outcome::Moved;
     }
-    std::memcpy(m_memory.data(), grey.constBits(), size_t(bytes));
+    std::memcpy(m_memory.data(), grey.constBits(), static_cast<std::size_t>(bytes));
     return outcome;
 }
 
@@ -57,7 +58,7 @@ bool SharedPixels::grow(qsizetype bytes)
 {
     const qsizetype size = (bytes + mebibyte - 1) / mebibyte * mebibyte;
     FileDescriptor descriptor(::memfd_create("vellumcap-pixels", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    // Memory that is not there is an error now, and a fatal signal when it is written to.
+    // Without allocation here, writing to the memory could end in a fatal signal.
     if (!descriptor.isOpen()
         || withoutInterruption([&] { return ::fallocate(descriptor.get(), 0, 0, size); }) != 0) {
         return false;

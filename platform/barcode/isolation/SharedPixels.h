@@ -6,13 +6,13 @@
 
 namespace platform::decoder {
 
-/// Memory of a descriptor that is mapped into this process, or none.
+/// The memory of a descriptor, mapped into this process, or none.
 class MappedMemory {
 public:
     enum class Access { Read, Write };
 
     MappedMemory() = default;
-    /// Maps nothing when that fails.
+    /// data() is null when mapping fails.
     MappedMemory(const FileDescriptor& memory, qsizetype size, Access access);
     ~MappedMemory();
     MappedMemory(MappedMemory&& other) noexcept;
@@ -28,13 +28,13 @@ private:
     qsizetype m_size = 0;
 };
 
-/// The memory in which one decoder is shown picture after picture. Its size is sealed and only
-/// this process can write to it. One thread at a time.
+/// Memory that is shared with one decoder for its pictures. Its size is sealed, and only this
+/// process can write to it. One thread at a time.
 class SharedPixels {
 public:
     enum class Outcome {
-        Held, ///< the decoder knows this memory already
-        Moved, ///< the picture lies in new memory: pass newMemory() on
+        Held, ///< in memory that the decoder has mapped already
+        Moved, ///< in new memory: newMemory() must be sent to the decoder
         Failed,
     };
 
@@ -42,11 +42,11 @@ public:
     Outcome hold(const QImage& grey);
 
     const FileDescriptor& newMemory() const { return m_descriptor; }
-    /// The decoder has mapped it.
+    /// To be called after newMemory() has been sent.
     void forgetDescriptor() { m_descriptor = FileDescriptor(); }
 
     qsizetype size() const { return m_memory.size(); }
-    /// Gives the memory back when it is too large to be kept for the next picture.
+    /// Frees the memory if it is too large to be kept for the next picture.
     void shrink();
 
 private:

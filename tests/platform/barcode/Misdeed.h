@@ -1,20 +1,20 @@
 #pragma once
 
-/// What the misbehaving decoder does over a picture, whose first pixel says which. After a misdeed
-/// that it survives it answers with one code, whose text tells how it went.
+/// What the misbehaving decoder does when it gets a picture; the value of the first pixel. If the
+/// process still runs afterwards, it replies with one code, whose text is the result.
 enum class Misdeed : unsigned char {
     None, ///< the text is "well behaved"
     Hang,
-    HangSilently, ///< having closed its end of the channel
+    HangSilently, ///< after closing its end of the channel
     Abort,
-    Crash, ///< in writing to the pixels
+    Crash, ///< by writing to the pixels
     Leave,
-    // Answers
+    // Invalid replies
     SendNoise,
     SendTooMuch,
     SendAnotherNumber,
-    SendTwice, ///< at first with a descriptor
-    // What it has no right to; the text is "refused" or "done"
+    SendTwice, ///< the first reply with a descriptor
+    // Forbidden actions; the text is "refused" or "done"
     OpenFile,
     MakeFile,
     WritePixels,
@@ -25,8 +25,8 @@ enum class Misdeed : unsigned char {
     SignalProgram,
     TraceProgram,
     MapCode,
-    EatMemory,
-    // What it may look for; the text is "nothing" or "something"
+    AllocateMemory,
+    // Searches; the text is "nothing" or "something"
     LookAtEnvironment,
     LookForDescriptors,
 };

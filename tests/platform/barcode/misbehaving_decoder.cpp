@@ -1,4 +1,4 @@
-// A decoder in which a picture has taken over.
+// A decoder that behaves as if a picture had exploited a bug in it.
 
 #include "platform/barcode/isolation/DecoderLimits.h"
 #include "platform/barcode/isolation/DecoderMessages.h"
@@ -57,7 +57,7 @@ Detection refusedUnless(bool done)
 
 void send(const QByteArray& bytes, bool withDescriptor = false)
 {
-    iovec part{ const_cast<char*>(bytes.data()), size_t(bytes.size()) };
+    iovec part{ const_cast<char*>(bytes.data()), static_cast<std::size_t>(bytes.size()) };
     msghdr header = {};
     header.msg_iov = &part;
     header.msg_iovlen = 1;
@@ -83,16 +83,18 @@ void* sleepingThread(void*)
 bool makeWritable(const QImage& grey)
 {
     const auto address = reinterpret_cast<quintptr>(grey.constBits());
-    return ::mprotect(reinterpret_cast<void*>(address), size_t(mebibyte), PROT_READ | PROT_WRITE)
+    return ::mprotect(reinterpret_cast<void*>(address), static_cast<std::size_t>(mebibyte),
+               PROT_READ | PROT_WRITE)
         == 0;
 }
 
-Detection eatMemory()
+Detection allocateMemory()
 {
-    std::vector<std::unique_ptr<char[]>> eaten;
+    std::vector<std::unique_ptr<char[]>> allocated;
     try {
-        while (qsizetype(eaten.size()) * mebibyte < 2 * memoryLimit) {
-            eaten.push_back(std::make_unique_for_overwrite<char[]>(size_t(mebibyte)));
+        while (static_cast<qsizetype>(allocated.size()) * mebibyte < 2 * memoryLimit) {
+            allocated.push_back(
+                std::make_unique_for_overwrite<char[]>(static_cast<std::size_t>(mebibyte)));
         }
     } catch (const std::bad_alloc&) {
         return saying("refused");
@@ -110,7 +112,7 @@ Detection lookForDescriptors()
     return saying("nothing");
 }
 
-// Each ends the process where the sandbox holds.
+// The sandbox ends the process at each of these.
 Detection overstep(Misdeed misdeed)
 {
     std::array<char*, 1> none{ nullptr };
@@ -141,7 +143,7 @@ Detection overstep(Misdeed misdeed)
 
 Detection misbehave(const QImage& grey)
 {
-    const auto misdeed = Misdeed(grey.constBits()[0]);
+    const auto misdeed = static_cast<Misdeed>(grey.constBits()[0]);
     switch (misdeed) {
     case Misdeed::None:
         return saying("well behaved");
@@ -175,8 +177,8 @@ Detection misbehave(const QImage& grey)
         return refusedUnless(::open("made", O_WRONLY | O_CREAT, 0600) >= 0 || errno != EACCES);
     case Misdeed::WritePixels:
         return refusedUnless(makeWritable(grey));
-    case Misdeed::EatMemory:
-        return eatMemory();
+    case Misdeed::AllocateMemory:
+        return allocateMemory();
     case Misdeed::LookAtEnvironment:
         return saying(std::getenv("HOME") == nullptr ? "nothing" : "something");
     case Misdeed::LookForDescriptors:

@@ -39,21 +39,21 @@ BarcodeObservation codeOf(const QString& text)
     return { text, Symbology::Qr, square };
 }
 
-/// What comes out at the other side.
+/// The codes after writing and reading a message.
 QList<BarcodeObservation> carried(const QList<BarcodeObservation>& codes)
 {
     const auto reply = readReply(written(replyOf(codes)));
     return reply && reply->detection ? reply->detection->codes : QList<BarcodeObservation>();
 }
 
-/// The message with other bytes at a place.
+/// The message with another field at an offset.
 template <typename Field> QByteArray changed(QByteArray message, qsizetype at, Field field)
 {
     std::memcpy(message.data() + at, &field, sizeof field);
     return message;
 }
 
-// Where the fields of a reply with one code lie.
+// The offsets of the fields of a reply with one code.
 constexpr qsizetype kindAt = 0;
 constexpr qsizetype versionAt = 4;
 constexpr qsizetype isReadAt = 16;
@@ -81,12 +81,12 @@ private Q_SLOTS:
     void carriesTexts_data();
     void carriesTexts();
     void carriesEverySymbology();
-    void leavesOutWhatIsNoText();
-    void leavesOutWhatAreNoCorners_data();
-    void leavesOutWhatAreNoCorners();
-    void leavesOutWhatIsTooMuch();
-    void refusesWhatIsCutShort();
-    void refusesWhatIsTooLong();
+    void omitsInvalidTexts();
+    void omitsInvalidCorners_data();
+    void omitsInvalidCorners();
+    void omitsCodesBeyondTheLimit();
+    void refusesTruncatedMessages();
+    void refusesTrailingBytes();
     void refusesOtherMessages();
     void refusesHostileReplies_data();
     void refusesHostileReplies();
@@ -179,14 +179,14 @@ void DecoderMessagesTest::carriesTexts()
 
 void DecoderMessagesTest::carriesEverySymbology()
 {
-    for (int number = 0; number <= int(Symbology::UpcE); ++number) {
-        const auto codes = carried({ { std::nullopt, Symbology(number), {} } });
+    for (int number = 0; number <= static_cast<int>(Symbology::UpcE); ++number) {
+        const auto codes = carried({ { std::nullopt, static_cast<Symbology>(number), {} } });
         QCOMPARE(codes.size(), 1);
-        QCOMPARE(codes.first().symbology, Symbology(number));
+        QCOMPARE(codes.first().symbology, static_cast<Symbology>(number));
     }
 }
 
-void DecoderMessagesTest::leavesOutWhatIsNoText()
+void DecoderMessagesTest::omitsInvalidTexts()
 {
     const auto codes = carried({ codeOf(QString(QChar(0xd800)) + u'a'),
         codeOf(QString(longestText + 1, u'a')), codeOf(u"good"_s) });
@@ -197,7 +197,7 @@ void DecoderMessagesTest::leavesOutWhatIsNoText()
     QCOMPARE(codes.at(2).payloadStringValue, u"good"_s);
 }
 
-void DecoderMessagesTest::leavesOutWhatAreNoCorners_data()
+void DecoderMessagesTest::omitsInvalidCorners_data()
 {
     QTest::addColumn<QPolygonF>("corners");
     const auto with = [](double coordinate) {
@@ -213,7 +213,7 @@ void DecoderMessagesTest::leavesOutWhatAreNoCorners_data()
     QTest::newRow("far away") << with(-1e12);
 }
 
-void DecoderMessagesTest::leavesOutWhatAreNoCorners()
+void DecoderMessagesTest::omitsInvalidCorners()
 {
     QFETCH(QPolygonF, corners);
     const auto codes = carried({ { u"text"_s, Symbology::Qr, corners } });
@@ -223,7 +223,7 @@ void DecoderMessagesTest::leavesOutWhatAreNoCorners()
     QCOMPARE(codes.first().payloadStringValue, u"text"_s);
 }
 
-void DecoderMessagesTest::leavesOutWhatIsTooMuch()
+void DecoderMessagesTest::omitsCodesBeyondTheLimit()
 {
     QCOMPARE(carried(QList<BarcodeObservation>(mostCodes + 5)).size(), mostCodes);
 
@@ -235,7 +235,7 @@ void DecoderMessagesTest::leavesOutWhatIsTooMuch()
     QCOMPARE(read->detection->codes.size(), 2);
 }
 
-void DecoderMessagesTest::refusesWhatIsCutShort()
+void DecoderMessagesTest::refusesTruncatedMessages()
 {
     const QByteArray reply = written(replyOf({ codeOf(u"one"_s), codeOf(u"two"_s) }));
     const QByteArray request
@@ -251,7 +251,7 @@ void DecoderMessagesTest::refusesWhatIsCutShort()
     }
 }
 
-void DecoderMessagesTest::refusesWhatIsTooLong()
+void DecoderMessagesTest::refusesTrailingBytes()
 {
     QVERIFY(!readReply(written(replyOf({})) + '\0'));
     QVERIFY(!readReply(written(Reply{ 1, std::nullopt }) + '\0'));
@@ -265,8 +265,8 @@ void DecoderMessagesTest::refusesOtherMessages()
     QVERIFY(!readRequest(reply));
     QVERIFY(!readGreeting(reply));
     QVERIFY(!readReply(written(Greeting{ 0 })));
-    QVERIFY(!readReply(changed(reply, kindAt, quint32(0))));
-    QVERIFY(!readReply(changed(reply, versionAt, quint32(2))));
+    QVERIFY(!readReply(changed(reply, kindAt, quint32{ 0 })));
+    QVERIFY(!readReply(changed(reply, versionAt, quint32{ 2 })));
 }
 
 void DecoderMessagesTest::refusesHostileReplies_data()
@@ -279,26 +279,26 @@ void DecoderMessagesTest::refusesHostileReplies_data()
         QTest::newRow(name) << changed(good, at, field);
     };
 
-    row("flag of 2", isReadAt, quint32(2));
-    row("located nowhere", locatedAt, qint32(-1));
-    row("located too far", locatedAt, qint32(std::numeric_limits<qint32>::max()));
-    row("width below zero", locatedAt + 8, qint32(-50));
-    row("two codes announced", countAt, quint32(2));
-    row("no code announced", countAt, quint32(0));
-    row("endless codes", countAt, quint32(0xffffffff));
-    row("unknown symbology", symbologyAt, quint32(int(Symbology::UpcE) + 1));
-    row("symbology below zero", symbologyAt, qint32(-1));
-    row("text where there is none", hasTextAt, quint32(0));
-    row("longer text", lengthAt, quint32(5));
-    row("shorter text", lengthAt, quint32(3));
-    row("endless text", lengthAt, quint32(0x80000004));
-    row("no corners announced", hasCornersAt, quint32(0));
+    row("flag of 2", isReadAt, quint32{ 2 });
+    row("located nowhere", locatedAt, qint32{ -1 });
+    row("located too far", locatedAt, std::numeric_limits<qint32>::max());
+    row("width below zero", locatedAt + 8, qint32{ -50 });
+    row("two codes announced", countAt, quint32{ 2 });
+    row("no code announced", countAt, quint32{ 0 });
+    row("endless codes", countAt, quint32{ 0xffffffff });
+    row("unknown symbology", symbologyAt, static_cast<quint32>(Symbology::UpcE) + 1);
+    row("symbology below zero", symbologyAt, qint32{ -1 });
+    row("text where there is none", hasTextAt, quint32{ 0 });
+    row("longer text", lengthAt, quint32{ 5 });
+    row("shorter text", lengthAt, quint32{ 3 });
+    row("endless text", lengthAt, quint32{ 0x80000004 });
+    row("no corners announced", hasCornersAt, quint32{ 0 });
     row("infinite corner", cornersAt, std::numeric_limits<double>::infinity());
     row("corner that is no number", cornersAt + 8, std::numeric_limits<double>::quiet_NaN());
     row("corner far away", cornersAt + 56, 1e300);
-    row("lone high surrogate", textAt + 2, quint16(0xd83d));
-    row("lone low surrogate", textAt, quint16(0xde00));
-    row("high surrogate at the end", textAt + 6, quint16(0xd83d));
+    row("lone high surrogate", textAt + 2, quint16{ 0xd83d });
+    row("lone low surrogate", textAt, quint16{ 0xde00 });
+    row("high surrogate at the end", textAt + 6, quint16{ 0xd83d });
     QTest::newRow("noise") << QByteArray(300, '\xff');
     QTest::newRow("nothing") << QByteArray();
 }

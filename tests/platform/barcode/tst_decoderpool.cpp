@@ -32,7 +32,7 @@ using support::drawnCode;
 namespace {
 
 constexpr auto hangLimit = 1500ms * platform::decoder::slowness;
-constexpr auto never = 10min;
+constexpr auto noLimit = 10min;
 
 QString sibling(const char* program)
 {
@@ -44,7 +44,7 @@ Pool::Settings honest(int decoders = 1)
     return { .executable = sibling("vellumcap-decoder"), .decoders = decoders };
 }
 
-Pool::Settings misbehaving(std::chrono::milliseconds limit = never)
+Pool::Settings misbehaving(std::chrono::milliseconds limit = noLimit)
 {
     return { .executable = sibling("misbehaving_decoder"),
         .decoders = 1,
@@ -52,7 +52,7 @@ Pool::Settings misbehaving(std::chrono::milliseconds limit = never)
         .liveLimit = limit };
 }
 
-Pool::Settings payingFor(std::chrono::milliseconds failureInterval)
+Pool::Settings limitedBy(std::chrono::milliseconds failureInterval)
 {
     auto settings = misbehaving();
     settings.failureInterval = failureInterval;
@@ -62,7 +62,7 @@ Pool::Settings payingFor(std::chrono::milliseconds failureInterval)
 QImage pictureThat(Misdeed misdeed)
 {
     QImage picture(40, 30, QImage::Format_Grayscale8);
-    picture.fill(uint(misdeed));
+    picture.fill(static_cast<uint>(misdeed));
     return picture;
 }
 
@@ -85,7 +85,7 @@ QString outcome(Pool& pool, Misdeed misdeed)
 
 const auto wellBehaved = u"well behaved"_s;
 
-/// The fields of /proc/PID/stat from the state on; none when there is no such process.
+/// The fields of /proc/PID/stat from the state on. Empty when there is no such process.
 QList<QByteArray> statusFields(pid_t pid)
 {
     QFile file(u"/proc/%1/stat"_s.arg(pid));
@@ -109,14 +109,14 @@ QList<pid_t> childProcesses(pid_t parent = ::getpid())
     return children;
 }
 
-/// The one decoder that there is, once it is there.
+/// Waits for the only decoder.
 pid_t theDecoder()
 {
     return QTest::qWaitFor([] { return childProcesses().size() == 1; }) ? childProcesses().first()
                                                                         : -1;
 }
 
-/// Waits until the process has been busy for longer than any good picture takes here.
+/// Waits until the process has used more processor time than any picture of these tests takes.
 bool waitUntilItHangs(pid_t pid)
 {
     const auto ticks = [pid] {
@@ -156,8 +156,8 @@ class DecoderPoolTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void cleanup();
-    void readsWhatIsReadInTheProcess_data();
-    void readsWhatIsReadInTheProcess();
+    void readsLikeTheDetectorInThisProcess_data();
+    void readsLikeTheDetectorInThisProcess();
     void readsPicturesOfEverySize();
     void readsLiveFrames();
     void keepsItsDecoder();
@@ -171,15 +171,15 @@ private Q_SLOTS:
     void outlivesEveryFault_data();
     void outlivesEveryFault();
     void takesOneAnswerAndNoDescriptor();
-    void givesAwayNothing_data();
-    void givesAwayNothing();
-    void endsWhoOversteps_data();
-    void endsWhoOversteps();
+    void cannotReachOutOfTheSandbox_data();
+    void cannotReachOutOfTheSandbox();
+    void endsADecoderThatMakesAForbiddenCall_data();
+    void endsADecoderThatMakesAForbiddenCall();
     void confinesTheRealDecoder();
-    void paysForRepeatedFailures();
+    void limitsRestartsAfterFailures();
     void letsAStillPictureWait();
-    void saysThatThereIsNoDecoder();
-    void saysThatTheDecoderDoesNotStart();
+    void reportsAMissingDecoder();
+    void reportsADecoderThatDoesNotStart();
     void givesUpOnAnotherProgram_data();
     void givesUpOnAnotherProgram();
     void finishesAtOnce();
@@ -191,7 +191,7 @@ void DecoderPoolTest::cleanup()
     QVERIFY2(childProcesses().isEmpty(), "a decoder has outlived its pool, or was not reaped");
 }
 
-void DecoderPoolTest::readsWhatIsReadInTheProcess_data()
+void DecoderPoolTest::readsLikeTheDetectorInThisProcess_data()
 {
     QTest::addColumn<QImage>("picture");
     QTest::addColumn<bool>("hasText");
@@ -218,7 +218,7 @@ void DecoderPoolTest::readsWhatIsReadInTheProcess_data()
     row("EAN-13", Symbology::Ean13, u"4006381333931"_s, true);
 }
 
-void DecoderPoolTest::readsWhatIsReadInTheProcess()
+void DecoderPoolTest::readsLikeTheDetectorInThisProcess()
 {
     QFETCH(QImage, picture);
     QFETCH(bool, hasText);
@@ -242,7 +242,7 @@ void DecoderPoolTest::readsPicturesOfEverySize()
 {
     Pool pool(honest());
     const QImage code = codeFor(u"any size"_s);
-    // Up and down, within the memory that is kept and beyond it.
+    // Growing and shrinking, within the memory that is kept and beyond it.
     for (const QSize size : { QSize(161, 163), QSize(1921, 1081), QSize(301, 201),
              QSize(9001, 4001), QSize(300, 200), QSize(1, 1), QSize(1023, 1025) }) {
         const bool hasRoom = size.width() > code.width() && size.height() > code.height();
@@ -379,7 +379,7 @@ void DecoderPoolTest::outlivesADecoderWithoutMemory()
     const rlimit tiny{ 4096, 4096 };
     QCOMPARE(::prlimit(first, RLIMIT_AS, &tiny, nullptr), 0);
 
-    // A thread of a sanitizer's own may meet the limit before the picture is sent.
+    // A thread of the sanitizer may reach the limit before the picture is sent.
     constexpr auto circumstance = isSanitized
         ? "(; its picture counts as having no code| while it had nothing to do)$"
         : "; its picture counts as having no code$";
@@ -413,7 +413,7 @@ void DecoderPoolTest::outlivesEveryFault_data()
     QTest::newRow("hangs without a channel")
         << Misdeed::HangSilently << QByteArray("was ended by signal 9 .*");
     QTest::newRow("leaves") << Misdeed::Leave << QByteArray("left with status 3");
-    if (!isSanitized) { // whose runtime turns these into statuses and reports
+    if (!isSanitized) { // sanitizers handle these signals
         QTest::newRow("aborts") << Misdeed::Abort << QByteArray("was ended by signal 6 .*");
         QTest::newRow("crashes") << Misdeed::Crash << QByteArray("was ended by signal 11 .*");
     }
@@ -448,33 +448,34 @@ void DecoderPoolTest::takesOneAnswerAndNoDescriptor()
     QCOMPARE(outcome(pool, Misdeed::SendTwice), u"first"_s);
     QCOMPARE(openDescriptors().size(), before);
     expectLog("^The decoder spoke without being asked while it had nothing to do$");
-    QTRY_COMPARE_WITH_TIMEOUT(statusFields(theDecoder()).value(0), "S", 5000); // it has spoken
+    QTRY_COMPARE_WITH_TIMEOUT(
+        statusFields(theDecoder()).value(0), "S", 5000); // it has sent both replies
     QCOMPARE(outcome(pool, Misdeed::None), wellBehaved);
 }
 
-void DecoderPoolTest::givesAwayNothing_data()
+void DecoderPoolTest::cannotReachOutOfTheSandbox_data()
 {
     QTest::addColumn<Misdeed>("misdeed");
     QTest::addColumn<QString>("expected");
-    QTest::addColumn<bool>("isSandboxed"); // not so where sanitizers need what the sandbox takes
+    QTest::addColumn<bool>("isSandboxed"); // not with sanitizers
 
     QTest::newRow("open a file") << Misdeed::OpenFile << u"refused"_s << true;
     QTest::newRow("make a file") << Misdeed::MakeFile << u"refused"_s << true;
-    QTest::newRow("eat memory") << Misdeed::EatMemory << u"refused"_s << true;
+    QTest::newRow("allocate memory") << Misdeed::AllocateMemory << u"refused"_s << true;
     QTest::newRow("write pixels") << Misdeed::WritePixels << u"refused"_s << false;
     QTest::newRow("environment") << Misdeed::LookAtEnvironment << u"nothing"_s << false;
     QTest::newRow("descriptors") << Misdeed::LookForDescriptors << u"nothing"_s << false;
 }
 
-void DecoderPoolTest::givesAwayNothing()
+void DecoderPoolTest::cannotReachOutOfTheSandbox()
 {
     QFETCH(Misdeed, misdeed);
     QFETCH(QString, expected);
     QFETCH(bool, isSandboxed);
     if (isSandboxed && isSanitized) {
-        QSKIP("Sanitizers need what the sandbox takes");
+        QSKIP("Sanitizers need system calls that the sandbox forbids");
     }
-    // What a program may have been started with.
+    // The program may have inherited such a descriptor.
     const int inherited = ::dup(STDERR_FILENO);
     QVERIFY(inherited >= 0);
     {
@@ -485,7 +486,7 @@ void DecoderPoolTest::givesAwayNothing()
     ::close(inherited);
 }
 
-void DecoderPoolTest::endsWhoOversteps_data()
+void DecoderPoolTest::endsADecoderThatMakesAForbiddenCall_data()
 {
     QTest::addColumn<Misdeed>("misdeed");
 
@@ -498,11 +499,11 @@ void DecoderPoolTest::endsWhoOversteps_data()
     QTest::newRow("code") << Misdeed::MapCode;
 }
 
-void DecoderPoolTest::endsWhoOversteps()
+void DecoderPoolTest::endsADecoderThatMakesAForbiddenCall()
 {
     QFETCH(Misdeed, misdeed);
     if (isSanitized) {
-        QSKIP("Sanitizers need what the sandbox takes");
+        QSKIP("Sanitizers need system calls that the sandbox forbids");
     }
     Pool pool(misbehaving());
 
@@ -514,7 +515,7 @@ void DecoderPoolTest::endsWhoOversteps()
 void DecoderPoolTest::confinesTheRealDecoder()
 {
     if (isSanitized) {
-        QSKIP("Sanitizers need what the sandbox takes");
+        QSKIP("Sanitizers need system calls that the sandbox forbids");
     }
     Pool pool(honest());
     pool.detect(codeFor(u"confined"_s), std::nullopt);
@@ -527,10 +528,10 @@ void DecoderPoolTest::confinesTheRealDecoder()
     QVERIFY(lines.contains("\nThreads:\t1\n"));
 }
 
-void DecoderPoolTest::paysForRepeatedFailures()
+void DecoderPoolTest::limitsRestartsAfterFailures()
 {
-    // Some at once, and then the frames of a camera have to do without for a while.
-    Pool pool(payingFor(1h));
+    // After a few failures, live frames get no decoder for some time.
+    Pool pool(limitedBy(1h));
     failFiveTimes(pool);
     for (int frame = 0; frame < 20; ++frame) {
         QVERIFY(!pool.detect(pictureThat(Misdeed::None), LiveFrame()));
@@ -540,7 +541,7 @@ void DecoderPoolTest::paysForRepeatedFailures()
 void DecoderPoolTest::letsAStillPictureWait()
 {
     constexpr auto interval = 2s;
-    Pool pool(payingFor(interval));
+    Pool pool(limitedBy(interval));
     const auto begin = std::chrono::steady_clock::now();
     failFiveTimes(pool);
     QCOMPARE(outcome(pool, Misdeed::None), wellBehaved);
@@ -548,7 +549,7 @@ void DecoderPoolTest::letsAStillPictureWait()
     QVERIFY(pool.detect(pictureThat(Misdeed::None), LiveFrame()));
 }
 
-void DecoderPoolTest::saysThatThereIsNoDecoder()
+void DecoderPoolTest::reportsAMissingDecoder()
 {
     Pool pool({ .executable = u"/nowhere/decoder"_s, .decoders = 2 });
 
@@ -556,7 +557,7 @@ void DecoderPoolTest::saysThatThereIsNoDecoder()
     QVERIFY(!pool.detect(codeFor(u"text"_s), std::nullopt));
 }
 
-void DecoderPoolTest::saysThatTheDecoderDoesNotStart()
+void DecoderPoolTest::reportsADecoderThatDoesNotStart()
 {
     Pool pool({ .executable = u"/bin/false"_s, .decoders = 1 });
 
@@ -585,7 +586,7 @@ void DecoderPoolTest::givesUpOnAnotherProgram()
     const QString script = folder.filePath(u"decoder"_s);
     QByteArray octal;
     for (const char byte : greeting) {
-        octal += '\\' + QByteArray::number(uchar(byte), 8).rightJustified(3, '0');
+        octal += '\\' + QByteArray::number(static_cast<uchar>(byte), 8).rightJustified(3, '0');
     }
     support::writeFile(script,
         "#!/bin/sh\necho >>" + QFile::encodeName(started) + "\nprintf '" + octal + "' >&3\n");
@@ -607,7 +608,7 @@ void DecoderPoolTest::finishesAtOnce()
     constexpr int threadCount = 3;
     std::vector<std::thread> threads;
     threads.reserve(threadCount);
-    for (int i = 0; i < threadCount; ++i) { // one at work, two that wait for their turn
+    for (int i = 0; i < threadCount; ++i) { // one is being searched, two wait
         threads.emplace_back([&] { pool.detect(pictureThat(Misdeed::Hang), std::nullopt); });
     }
     const bool isAtWork = waitUntilItHangs(decoder);
@@ -626,10 +627,10 @@ void DecoderPoolTest::endsWithTheProgram()
     QProcess program;
     program.start(QCoreApplication::applicationFilePath(), { u"--hang"_s });
     QVERIFY(program.waitForStarted());
-    const auto parent = pid_t(program.processId());
+    const auto parent = static_cast<pid_t>(program.processId());
     QTRY_VERIFY(!childProcesses(parent).isEmpty());
     const pid_t decoder = childProcesses(parent).first();
-    QTRY_VERIFY(program.bytesAvailable() > 0); // it has locked itself in
+    QTRY_VERIFY(program.bytesAvailable() > 0); // it is in the sandbox
     QVERIFY(waitUntilItHangs(decoder));
 
     ::kill(parent, SIGKILL);

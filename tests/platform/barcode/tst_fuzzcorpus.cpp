@@ -34,7 +34,7 @@ QString decoder()
 
 } // namespace
 
-/// What fuzzers began with and found, once more and in decoders.
+/// Replays the corpus of the fuzzers, the pictures in a decoder.
 class FuzzCorpus : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -63,7 +63,7 @@ void FuzzCorpus::survivesPictures()
     } else if (name.startsWith("failed-")) {
         QVERIFY(!detection);
     }
-    // What a failure costs is that picture alone.
+    // A failure affects only that picture.
     QImage blank(64, 64, QImage::Format_Grayscale8);
     blank.fill(0xff);
     QVERIFY(m_pool.detect(blank, std::nullopt));
@@ -77,7 +77,8 @@ void FuzzCorpus::takesOnlyMessages()
     const auto greeting = readGreeting(bytes);
 
     const bool isMessage = !QByteArray(QTest::currentDataTag()).startsWith("refused-");
-    QCOMPARE(int(reply.has_value()) + int(request.has_value()) + int(greeting.has_value()),
+    QCOMPARE(static_cast<int>(reply.has_value()) + static_cast<int>(request.has_value())
+            + static_cast<int>(greeting.has_value()),
         isMessage ? 1 : 0);
     QCOMPARE(reply ? written(*reply) : bytes, bytes);
     QCOMPARE(request ? written(*request) : bytes, bytes);

@@ -7,9 +7,9 @@ using platform::decoder::RateLimit;
 class RateLimitTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void letsABurstThrough();
-    void thenOneForEachInterval();
-    void forgetsWhatIsLongPast();
+    void allowsABurst();
+    void allowsOneEventPerInterval();
+    void forgetsOldEvents();
 };
 
 namespace {
@@ -27,7 +27,7 @@ RateLimit spent(int burst)
 
 } // namespace
 
-void RateLimitTest::letsABurstThrough()
+void RateLimitTest::allowsABurst()
 {
     RateLimit limit(1s, 3);
     for (int i = 0; i < 3; ++i) {
@@ -37,7 +37,7 @@ void RateLimitTest::letsABurstThrough()
     QVERIFY(limit.next() > begin);
 }
 
-void RateLimitTest::thenOneForEachInterval()
+void RateLimitTest::allowsOneEventPerInterval()
 {
     RateLimit limit = spent(3);
     QCOMPARE(limit.next(), begin + 1s);
@@ -46,7 +46,7 @@ void RateLimitTest::thenOneForEachInterval()
     QCOMPARE(spent(1).next(), begin + 1s);
 }
 
-void RateLimitTest::forgetsWhatIsLongPast()
+void RateLimitTest::forgetsOldEvents()
 {
     RateLimit limit = spent(3);
     const auto later = begin + 1h;

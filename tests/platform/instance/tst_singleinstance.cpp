@@ -29,7 +29,7 @@ QByteArray described(const QVariantMap& arguments)
     return '{' + words.join(' ') + '}';
 }
 
-/// What a start of the program does: claims, and runs until its standard input ends.
+/// A start of the program: claims the name and runs until its standard input ends.
 int runAsStart(QCoreApplication& application)
 {
     const auto instance = platform::SingleInstance::claim({
@@ -57,7 +57,7 @@ int runAsStart(QCoreApplication& application)
     return application.exec();
 }
 
-/// A process that writes down what it says.
+/// A process whose output is collected.
 class Process : public QProcess {
 public:
     explicit Process(const QString& busAddress)
@@ -89,7 +89,7 @@ private:
 
 } // namespace
 
-/// Real processes on a session bus of the test's own.
+/// Uses real processes on a private session bus.
 class SingleInstanceTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -97,14 +97,14 @@ private Q_SLOTS:
     void cleanup();
 
     void handsOverToTheFirst();
-    void letsOneOfManyWin();
+    void oneOfManyOwnsTheName();
     void ownsTheNameAfterTheFirstHasEnded();
-    void endsWhereTheOwnerHangs();
+    void endsWhenTheOwnerHangs();
     void answersOtherApplications_data();
     void answersOtherApplications();
     void describesItsInterface();
-    void goesOnWithoutABus();
-    void goesOnWhenTheBusIsLost();
+    void runsWithoutABus();
+    void runsOnWhenTheBusIsLost();
 
 private:
     std::unique_ptr<Process> startProgram(const QString& token = {}) const;
@@ -155,7 +155,7 @@ void SingleInstanceTest::handsOverToTheFirst()
     QVERIFY(!first->hasEnded());
 }
 
-void SingleInstanceTest::letsOneOfManyWin()
+void SingleInstanceTest::oneOfManyOwnsTheName()
 {
     std::vector<std::unique_ptr<Process>> starts;
     constexpr int startCount = 6;
@@ -182,7 +182,7 @@ void SingleInstanceTest::ownsTheNameAfterTheFirstHasEnded()
     }
 }
 
-void SingleInstanceTest::endsWhereTheOwnerHangs()
+void SingleInstanceTest::endsWhenTheOwnerHangs()
 {
     const auto first = startProgram();
     QTRY_VERIFY(first->said("owner"));
@@ -272,7 +272,7 @@ void SingleInstanceTest::describesItsInterface()
     QVERIFY(description.contains("interface org.freedesktop.Application {"));
 }
 
-void SingleInstanceTest::goesOnWithoutABus()
+void SingleInstanceTest::runsWithoutABus()
 {
     m_address = u"unix:path=/nonexistent/bus"_s;
     const auto first = startProgram();
@@ -281,7 +281,7 @@ void SingleInstanceTest::goesOnWithoutABus()
     QTRY_VERIFY(second->said("owner"));
 }
 
-void SingleInstanceTest::goesOnWhenTheBusIsLost()
+void SingleInstanceTest::runsOnWhenTheBusIsLost()
 {
     const auto program = startProgram();
     QTRY_VERIFY(program->said("owner"));
@@ -297,7 +297,7 @@ void SingleInstanceTest::goesOnWhenTheBusIsLost()
 
 int main(int argc, char** argv)
 {
-    // A start inherits the sandbox, but has a bus.
+    // The process inherits the sandbox of the test, with a bus.
     const bool isStart = argc > 1 && QByteArray(argv[1]) == "--start";
     if (isStart) {
         platform::Application application(argc, argv);

@@ -29,8 +29,8 @@ class ScriptThreadsTest : public QObject {
 private Q_SLOTS:
     void runsAJobBesideThoseThatDoNotEnd();
     void startsNoMoreThanItsThreads();
-    void goesOnAfterAnException();
-    void dropsWhatWaits(); // nothing runs in this process afterwards
+    void continuesAfterAnException();
+    void dropsWaitingJobs(); // the last one: no script runs in this process afterwards
     void quits_data();
     void quits();
 };
@@ -40,7 +40,7 @@ namespace {
 constexpr int threadLimit = 32;
 constexpr ScriptTimeouts shortTimeouts{ milliseconds(300), milliseconds(300) };
 
-/// What the program does from its launch, with a script, until it is told to quit.
+/// Runs a script as the program does, until standard input ends; then quits.
 int runAndQuit(const QString& path, const ScriptTimeouts& timeouts)
 {
     platform::dispatchScript([path] {
@@ -60,7 +60,7 @@ int runAndQuit(const QString& path, const ScriptTimeouts& timeouts)
 
 void ScriptThreadsTest::runsAJobBesideThoseThatDoNotEnd()
 {
-    // Many more than there are cores.
+    // Many more jobs than cores.
     constexpr int endless = threadLimit - 1;
     std::promise<void> released;
     const std::shared_future<void> release = released.get_future().share();
@@ -94,7 +94,7 @@ void ScriptThreadsTest::startsNoMoreThanItsThreads()
             int before = most;
             while (before < now && !most.compare_exchange_weak(before, now)) { }
             if (number < threadLimit) {
-                full.arrive_and_wait(); // the first ones are there together
+                full.arrive_and_wait(); // the first jobs run at the same time
             }
             --running;
             ended.count_down();
@@ -104,7 +104,7 @@ void ScriptThreadsTest::startsNoMoreThanItsThreads()
     QCOMPARE(most.load(), threadLimit);
 }
 
-void ScriptThreadsTest::goesOnAfterAnException()
+void ScriptThreadsTest::continuesAfterAnException()
 {
     const support::LogLines log;
     std::promise<void> done;
@@ -114,7 +114,7 @@ void ScriptThreadsTest::goesOnAfterAnException()
     QCOMPARE(done.get_future().wait_for(seconds(30)), std::future_status::ready);
 }
 
-void ScriptThreadsTest::dropsWhatWaits()
+void ScriptThreadsTest::dropsWaitingJobs()
 {
     std::promise<void> released;
     const std::shared_future<void> release = released.get_future().share();
@@ -131,7 +131,7 @@ void ScriptThreadsTest::dropsWhatWaits()
     held.reset();
     QTRY_COMPARE(begun.load(), threadLimit);
 
-    // Code of the program is never abandoned: this waits for its end.
+    // Waits for the jobs: threads outside of scripts are never abandoned.
     std::thread finishing([] { platform::finishScripts(shortTimeouts); });
     QTRY_VERIFY(observed.expired());
     released.set_value();
@@ -146,11 +146,11 @@ void ScriptThreadsTest::dropsWhatWaits()
 
 void ScriptThreadsTest::quits_data()
 {
-    QTest::addColumn<QByteArray>("text"); ///< empty: the file is a pipe to which nobody writes
-    QTest::addColumn<QByteArray>("outcome"); ///< empty: the script never comes back
+    QTest::addColumn<QByteArray>("text"); ///< empty: the file is a pipe without a writer
+    QTest::addColumn<QByteArray>("outcome"); ///< empty: the script never returns
     QTest::addColumn<ScriptTimeouts>("timeouts");
 
-    // What is waited for in vain is waited for briefly.
+    // Short timeouts where they expire.
     struct End {
         const char* outcome;
         ScriptTimeouts timeouts;
@@ -163,7 +163,7 @@ void ScriptThreadsTest::quits_data()
     constexpr End halfInterrupted{ interruption, { milliseconds(300), seconds(5) } };
     constexpr End abandoned{ "", shortTimeouts };
     constexpr End eitherWay{ nullptr, shortTimeouts };
-    // A command that waits as long as this process lives, and is gone after it.
+    // A command that runs until this process ends.
     const QByteArray wait = "'exec tail --pid=$PPID -f /dev/null'";
 
     row("nearly done", "local t = os.clock() repeat until os.clock() > t + 0.1 return 'done'",
@@ -173,7 +173,7 @@ void ScriptThreadsTest::quits_data()
     row("recursion", "local function f() return f() end f()", interrupted);
     row("caught", "while true do pcall(function() while true do end end) end", interrupted);
     row("caught by its own", "local function f() while true do pcall(f) end end f()", interrupted);
-    // Lua calls the handler of an error that a hook raised with no hook.
+    // Lua calls the handler of an error that a hook raised without the hook.
     row("handled",
         "while true do xpcall(function() while true do end end, function() while true do end end)"
         " end",
@@ -190,7 +190,7 @@ void ScriptThreadsTest::quits_data()
         eitherWay);
     row("without a hook", "pcall(debug.sethook) while true do end", interrupted);
     row("printing", "while true do print(('x'):rep(1000)) end", interrupted);
-    // It ends, but not its finalizer.
+    // The script ends, but not its finalizer.
     row("finalizer",
         "setmetatable({}, { __gc = function() while true do print('late') end end })\n"
         "while true do end",

@@ -1,6 +1,7 @@
 // Threads: std
 #include "platform/services/Dispatch.h"
 #include "tests/support/TestMain.h"
+#include "tests/support/Threads.h"
 
 #include <atomic>
 #include <future>
@@ -10,6 +11,7 @@
 #include <vector>
 
 using platform::QualityOfService;
+using Qt::StringLiterals::operator""_s;
 
 class DispatchTest : public QObject {
     Q_OBJECT
@@ -19,9 +21,9 @@ private Q_SLOTS:
     void runsSerialJobsOneAtATimeInOrder();
     void finishesTheSerialQueueInItsDestructor();
     void takesJobsFromManyThreads();
-    void goesOnAfterAnException();
+    void continuesAfterAnException();
     void destroysAJobWhenItIsDone();
-    void finishesTheGlobalQueues(); // the last one: nothing runs on them afterwards
+    void finishesTheGlobalQueues(); // the last one: the queues run no jobs afterwards
 };
 
 namespace {
@@ -59,7 +61,7 @@ void DispatchTest::runsUserInitiatedJobsSideBySide()
 
 void DispatchTest::runsUtilityJobsOneAtATimeInOrder()
 {
-    QList<int> seen; // unguarded: that one thread runs them all is what is tested
+    QList<int> seen; // without a lock: one thread must run all jobs
     std::promise<void> done;
     for (int number = 0; number < jobCount; ++number) {
         platform::dispatchGlobal(
@@ -75,12 +77,12 @@ void DispatchTest::runsSerialJobsOneAtATimeInOrder()
     QList<int> seen;
     std::promise<std::thread::id> thread;
     platform::SerialQueue queue("aQueue");
-    QCOMPARE(queue.label(), std::string("aQueue"));
     for (int number = 0; number < jobCount; ++number) {
         queue.async([&seen, number] { seen.append(number); });
     }
     queue.async([&thread] { thread.set_value(std::this_thread::get_id()); });
     QVERIFY(thread.get_future().get() != std::this_thread::get_id());
+    QCOMPARE(support::threadsNamed(u"aQueue"_s), 1);
     QCOMPARE(seen, ascending());
 }
 
@@ -118,7 +120,7 @@ void DispatchTest::takesJobsFromManyThreads()
     QCOMPARE(sum.load(), writerCount * jobCount);
 }
 
-void DispatchTest::goesOnAfterAnException()
+void DispatchTest::continuesAfterAnException()
 {
     QTest::ignoreMessage(QtInfoMsg, "A job failed: out of luck");
     QTest::ignoreMessage(QtInfoMsg, "A job failed");

@@ -11,17 +11,17 @@ using Qt::StringLiterals::operator""_s;
 
 using namespace std::chrono_literals;
 
-/// What Dispatch runs on the main thread.
+/// The parts of Dispatch that run jobs on the main thread.
 class MainQueueTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void runsJobsInTheEventLoopInOrder();
     void runsJobsOfOtherThreadsOnTheMainThread();
-    void dropsAJobWhoseGuardIsGone();
-    void goesOnAfterAnException();
+    void dropsAJobWhoseGuardHasExpired();
+    void continuesAfterAnException();
     void runsAfterTheDelay_data();
     void runsAfterTheDelay();
-    void dropsADelayedJobWhoseGuardIsGone();
+    void dropsADelayedJobWhoseGuardHasExpired();
 };
 
 namespace {
@@ -52,24 +52,24 @@ void MainQueueTest::runsJobsOfOtherThreadsOnTheMainThread()
     QTRY_COMPARE(seen, qApp->thread());
 }
 
-void MainQueueTest::dropsAJobWhoseGuardIsGone()
+void MainQueueTest::dropsAJobWhoseGuardHasExpired()
 {
     QStringList seen;
-    auto gone = newGuard();
+    auto expired = newGuard();
     const auto kept = newGuard();
-    platform::dispatchMain(gone, [&seen] { seen.append(u"gone"_s); });
+    platform::dispatchMain(expired, [&seen] { seen.append(u"expired"_s); });
     platform::dispatchMain(kept, [&seen] { seen.append(u"kept"_s); });
-    gone.reset();
+    expired.reset();
     QTRY_COMPARE(seen, QStringList{ u"kept"_s });
 }
 
-void MainQueueTest::goesOnAfterAnException()
+void MainQueueTest::continuesAfterAnException()
 {
     QTest::ignoreMessage(QtInfoMsg, "A job failed: out of luck");
-    bool wentOn = false;
+    bool hasContinued = false;
     platform::dispatchMain([] { throw std::runtime_error("out of luck"); });
-    platform::dispatchMain([&wentOn] { wentOn = true; });
-    QTRY_VERIFY(wentOn);
+    platform::dispatchMain([&hasContinued] { hasContinued = true; });
+    QTRY_VERIFY(hasContinued);
 }
 
 void MainQueueTest::runsAfterTheDelay_data()
@@ -103,14 +103,14 @@ void MainQueueTest::runsAfterTheDelay()
     QVERIFY2(waited >= 60, qPrintable(QString::number(waited)));
 }
 
-void MainQueueTest::dropsADelayedJobWhoseGuardIsGone()
+void MainQueueTest::dropsADelayedJobWhoseGuardHasExpired()
 {
     QStringList seen;
-    auto gone = newGuard();
+    auto expired = newGuard();
     const auto kept = newGuard();
-    platform::dispatchMainAfter(10ms, gone, [&seen] { seen.append(u"gone"_s); });
+    platform::dispatchMainAfter(10ms, expired, [&seen] { seen.append(u"expired"_s); });
     platform::dispatchMainAfter(20ms, kept, [&seen] { seen.append(u"kept"_s); });
-    gone.reset();
+    expired.reset();
     QTRY_COMPARE(seen, QStringList{ u"kept"_s });
 }
 

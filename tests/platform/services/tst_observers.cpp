@@ -183,13 +183,18 @@ void ObserversTest::notifiesDuringACall()
 
 void ObserversTest::outlivesTheList()
 {
+    auto captured = std::make_shared<int>(1);
+    const std::weak_ptr<int> observed = captured;
     Observation observation;
     {
         Observers<> observers;
-        observation = observers.add([] {});
+        observation = observers.add([captured = std::move(captured)] {});
     }
+    QVERIFY(observation);
+    QVERIFY(!observed.expired());
     observation.end();
-    observation.end(); // nothing is left to end
+    QVERIFY(!observation);
+    QVERIFY(observed.expired());
 }
 
 void ObserversTest::outlivesTheListDuringACall()
@@ -266,6 +271,6 @@ void ObserversTest::addsEndsAndNotifiesOnManyThreads()
     QCOMPARE(sum, 4 * rounds);
 }
 
-VELLUMCAP_TEST_MAIN(ObserversTest)
+VELLUMCAP_TEST(ObserversTest)
 
 #include "tst_observers.moc"

@@ -104,6 +104,6 @@ void ResultTest::failsWithoutAValue()
     QCOMPARE(result.error(), failure);
 }
 
-VELLUMCAP_TEST_MAIN(ResultTest)
+VELLUMCAP_TEST(ResultTest)
 
 #include "tst_result.moc"

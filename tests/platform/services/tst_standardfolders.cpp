@@ -13,8 +13,8 @@ class StandardFoldersTest : public QObject {
 private Q_SLOTS:
     void followsTheEnvironment();
     void doesNotFollowTheApplicationsName();
-    void makesTheScriptsFolderOnRequest();
-    void saysWhenTheScriptsFolderCannotBeMade();
+    void createsTheScriptsFolderOnRequest();
+    void reportsAScriptsFolderThatCannotBeCreated();
 };
 
 namespace {
@@ -44,7 +44,7 @@ void StandardFoldersTest::doesNotFollowTheApplicationsName()
     QCOMPARE(folders::configuration(), before);
 }
 
-void StandardFoldersTest::makesTheScriptsFolderOnRequest()
+void StandardFoldersTest::createsTheScriptsFolderOnRequest()
 {
     const QString path = folders::configuration() + u"/scripts"_s;
     QCOMPARE(folders::applicationScripts(folders::Creation::No), path);
@@ -59,7 +59,7 @@ void StandardFoldersTest::makesTheScriptsFolderOnRequest()
     QCOMPARE(folders::applicationScripts(folders::Creation::Yes), path);
 }
 
-void StandardFoldersTest::saysWhenTheScriptsFolderCannotBeMade()
+void StandardFoldersTest::reportsAScriptsFolderThatCannotBeCreated()
 {
     QVERIFY(QDir(folders::configuration()).removeRecursively());
     QFile file(folders::configuration());

@@ -26,11 +26,11 @@ private Q_SLOTS:
     void keepsStrings();
     void readsAnythingAsANumber_data();
     void readsAnythingAsANumber();
-    void tellsObserversOfTheKey();
+    void notifiesObserversOfTheKey();
     void letsAnObserverEndObservations();
     void letsAnObserverWrite();
     void survivesAFileThatCannotBeWritten();
-    void keepsTheStandardOnesInThePrivateFolder();
+    void keepsTheStandardSettingsInThePrivateFolder();
 
 private:
     QTemporaryDir m_folder;
@@ -121,7 +121,7 @@ void UserDefaultsTest::readsAnythingAsANumber()
     QFETCH(int, integer);
     QFETCH(bool, boolean);
 
-    QTemporaryDir folder; // its own, since settings of one path are shared within a process
+    QTemporaryDir folder; // another path for each row: QSettings shares the values of a path
     const QString path = folder.filePath(u"typed.ini"_s);
     QFile file(path);
     QVERIFY(file.open(QFile::WriteOnly));
@@ -135,7 +135,7 @@ void UserDefaultsTest::readsAnythingAsANumber()
     QCOMPARE(defaults.stringForKey(key)->toUtf8(), written);
 }
 
-void UserDefaultsTest::tellsObserversOfTheKey()
+void UserDefaultsTest::notifiesObserversOfTheKey()
 {
     UserDefaults defaults(m_path);
     QList<double> seen;
@@ -186,14 +186,14 @@ void UserDefaultsTest::letsAnObserverWrite()
 
 void UserDefaultsTest::survivesAFileThatCannotBeWritten()
 {
-    // A file stands where the folder should: not even root could write beneath it.
+    // The path of the folder is a device: not even root could create a file there.
     UserDefaults defaults(u"/dev/null/settings.ini"_s);
     defaults.setInteger(key, 4);
     defaults.synchronize();
     QCOMPARE(defaults.integerForKey(key), 4);
 }
 
-void UserDefaultsTest::keepsTheStandardOnesInThePrivateFolder()
+void UserDefaultsTest::keepsTheStandardSettingsInThePrivateFolder()
 {
     auto& defaults = UserDefaults::standard();
     defaults.setBool(key, true);

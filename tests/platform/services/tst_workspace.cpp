@@ -10,19 +10,19 @@ using Qt::StringLiterals::operator""_s;
 
 using platform::Workspace::Activation;
 
-/// Against a real default handler: a script that notes down how it was called.
+/// Uses a real default handler: a script that writes its arguments and environment to a file.
 class WorkspaceTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase();
     void init() { QFile::remove(notesPath()); }
 
-    void handsOverTheUrlAsOneArgument_data();
-    void handsOverTheUrlAsOneArgument();
+    void passesTheUrlAsOneArgument_data();
+    void passesTheUrlAsOneArgument();
     void showsAFolder();
-    void saysWhenThereIsNoHandler();
-    void refusesWhatIsNoUrl_data();
-    void refusesWhatIsNoUrl();
+    void reportsAMissingHandler();
+    void refusesInvalidUrls_data();
+    void refusesInvalidUrls();
 
 private:
     QString notesPath() const { return m_folder.filePath(u"handler.notes"_s); }
@@ -33,7 +33,7 @@ private:
 
 namespace {
 
-// Renamed at the end, so that the notes are whole once they are there.
+// Renamed at the end, so that the file is complete when it exists.
 constexpr auto handlerScript = R"(#!/bin/sh
 notes="${0%/*}/handler.notes"
 {
@@ -66,7 +66,7 @@ void WorkspaceTest::initTestCase()
         "x-scheme-handler/https=noting.desktop\n"
         "x-scheme-handler/mailto=noting.desktop\n"
         "inode/directory=noting.desktop\n");
-    // What this process was started with is for its own window.
+    // The handler must not get the tokens of this process.
     qputenv("XDG_ACTIVATION_TOKEN", "ours");
     qputenv("DESKTOP_STARTUP_ID", "ours");
 }
@@ -80,7 +80,7 @@ QList<QByteArray> WorkspaceTest::notes() const
     return file.readAll().trimmed().split('\n');
 }
 
-void WorkspaceTest::handsOverTheUrlAsOneArgument_data()
+void WorkspaceTest::passesTheUrlAsOneArgument_data()
 {
     QTest::addColumn<QByteArray>("url");
     QTest::addColumn<QByteArray>("argument");
@@ -105,7 +105,7 @@ void WorkspaceTest::handsOverTheUrlAsOneArgument_data()
     row("another scheme", "mailto:-someone@example.org?subject=a&body=b", same);
 }
 
-void WorkspaceTest::handsOverTheUrlAsOneArgument()
+void WorkspaceTest::passesTheUrlAsOneArgument()
 {
     QFETCH(QByteArray, url);
     QFETCH(QByteArray, argument);
@@ -132,14 +132,14 @@ void WorkspaceTest::showsAFolder()
     QVERIFY(!platform::Workspace::showFolder(path + u"/missing"_s));
 }
 
-void WorkspaceTest::saysWhenThereIsNoHandler()
+void WorkspaceTest::reportsAMissingHandler()
 {
     const QUrl url(u"nobody-handles-this:something"_s);
     QVERIFY(!platform::Workspace::open(url));
     QVERIFY(!platform::Workspace::open(url, Activation::Background));
 }
 
-void WorkspaceTest::refusesWhatIsNoUrl_data()
+void WorkspaceTest::refusesInvalidUrls_data()
 {
     QTest::addColumn<QUrl>("url");
     QTest::newRow("empty") << QUrl();
@@ -148,7 +148,7 @@ void WorkspaceTest::refusesWhatIsNoUrl_data()
     QTest::newRow("invalid") << QUrl(u"https://exa mple.org"_s, QUrl::StrictMode);
 }
 
-void WorkspaceTest::refusesWhatIsNoUrl()
+void WorkspaceTest::refusesInvalidUrls()
 {
     QFETCH(QUrl, url);
     QVERIFY(!platform::Workspace::open(url));

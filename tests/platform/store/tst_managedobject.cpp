@@ -44,12 +44,12 @@ class TestManagedObject : public QObject {
 
 private Q_SLOTS:
     void startsWithoutValues();
-    void tellsObserversOfTheKey();
-    void tellsObserversOfDependentKeys();
-    void doesNotTellOfEqualOrPrimitiveValues();
-    void toleratesADroppedTokenInACallback();
-    void toleratesANewObserverInACallback();
-    void survivesItsLastOwnerInACallback();
+    void notifiesObserversOfTheKey();
+    void notifiesObserversOfDependentKeys();
+    void doesNotNotifyOfEqualOrPrimitiveValues();
+    void endsObservationsInACallback();
+    void addsAnObserverInACallback();
+    void staysAliveDuringACallback();
     void keepsDatesInUtc();
     void takesNoChangesWhileDeleted();
 
@@ -68,11 +68,11 @@ void TestManagedObject::startsWithoutValues()
     QCOMPARE(object.objectID().number, 0);
 }
 
-void TestManagedObject::tellsObserversOfTheKey()
+void TestManagedObject::notifiesObserversOfTheKey()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
     int calls = 0;
-    auto token = object->observe(u"notes"_s, [&] {
+    auto observation = object->observe(u"notes"_s, [&] {
         ++calls;
         QCOMPARE(std::get<QString>(object->value(Notes)), u"new"_s);
     });
@@ -80,18 +80,18 @@ void TestManagedObject::tellsObserversOfTheKey()
     QCOMPARE(calls, 0);
     object->setValue(Notes, u"new"_s);
     QCOMPARE(calls, 1);
-    token.end();
+    observation.end();
     object->setValue(Notes, u"newer"_s);
     QCOMPARE(calls, 1);
 }
 
-void TestManagedObject::tellsObserversOfDependentKeys()
+void TestManagedObject::notifiesObserversOfDependentKeys()
 {
     const auto link = std::make_shared<Link>(m_entity);
     int direct = 0;
     int indirect = 0;
-    const auto directToken = link->observe(u"isURLValue"_s, [&] { ++direct; });
-    const auto indirectToken = link->observe(u"title"_s, [&] { ++indirect; });
+    const auto directObservation = link->observe(u"isURLValue"_s, [&] { ++direct; });
+    const auto indirectObservation = link->observe(u"title"_s, [&] { ++indirect; });
     link->setValue(IsUrl, true);
     QCOMPARE(direct, 1);
     QCOMPARE(indirect, 1);
@@ -102,11 +102,11 @@ void TestManagedObject::tellsObserversOfDependentKeys()
     QCOMPARE(indirect, 2);
 }
 
-void TestManagedObject::doesNotTellOfEqualOrPrimitiveValues()
+void TestManagedObject::doesNotNotifyOfEqualOrPrimitiveValues()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
     int calls = 0;
-    const auto token = object->observe(u"captureType"_s, [&] { ++calls; });
+    const auto observation = object->observe(u"captureType"_s, [&] { ++calls; });
     object->setPrimitiveValue(Type, 1);
     object->setValue(Type, 1);
     QCOMPARE(calls, 0);
@@ -114,7 +114,7 @@ void TestManagedObject::doesNotTellOfEqualOrPrimitiveValues()
     QCOMPARE(calls, 1);
 }
 
-void TestManagedObject::toleratesADroppedTokenInACallback()
+void TestManagedObject::endsObservationsInACallback()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
     int calls = 0;
@@ -131,26 +131,26 @@ void TestManagedObject::toleratesADroppedTokenInACallback()
     QCOMPARE(calls, 1);
 }
 
-void TestManagedObject::toleratesANewObserverInACallback()
+void TestManagedObject::addsAnObserverInACallback()
 {
     const auto object = std::make_shared<ManagedObject>(m_entity);
-    std::vector<Observation> tokens;
+    std::vector<Observation> observations;
     int calls = 0;
-    tokens.push_back(object->observe(
-        u"notes"_s, [&] { tokens.push_back(object->observe(u"notes"_s, [&] { ++calls; })); }));
+    observations.push_back(object->observe(u"notes"_s,
+        [&] { observations.push_back(object->observe(u"notes"_s, [&] { ++calls; })); }));
     object->setValue(Notes, u"a"_s);
     QCOMPARE(calls, 0);
     object->setValue(Notes, u"b"_s);
     QCOMPARE(calls, 1);
 }
 
-void TestManagedObject::survivesItsLastOwnerInACallback()
+void TestManagedObject::staysAliveDuringACallback()
 {
     auto object = std::make_shared<ManagedObject>(m_entity);
     const std::weak_ptr<ManagedObject> weak = object;
     ManagedObject& borrowed = *object;
     bool wasAlive = false;
-    const auto token = object->observe(u"notes"_s, [&] {
+    const auto observation = object->observe(u"notes"_s, [&] {
         object.reset();
         wasAlive = !weak.expired();
     });

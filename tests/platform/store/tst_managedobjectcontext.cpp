@@ -54,7 +54,7 @@ QString textOf(const ManagedObject& capture)
     return std::get<QString>(capture.value(Value));
 }
 
-/// Gives the attribute a value of that rank and returns the rank that it can express.
+/// Sets a value of that rank and returns the rank that the attribute can represent.
 int giveRank(ManagedObject& capture, int attribute, int rank)
 {
     switch (attribute) {
@@ -104,15 +104,15 @@ private Q_SLOTS:
 
     void undoesATurnAsOneStep();
     void beginsAStepAfterASaveAndAfterATurn();
-    void revivesTheSameObject();
+    void restoresTheSameObject();
     void undoesWhatWasSaved();
     void undoesAMacroOfTheProgramWhole();
-    void undoesValuesAndTellsObservers();
-    void recordsNothingOfAnObserverDuringUndo();
-    void tellsUndoObserversOnceAfterAMacro();
+    void undoesValuesAndNotifiesObservers();
+    void ignoresChangesOfObserversDuringUndo();
+    void notifiesUndoObserversOnceAfterAMacro();
 
     void commitsEditorsUntilOneRefuses();
-    void outlivedObjectsAreDeleted();
+    void objectsThatOutliveTheContextAreDeleted();
     void savesNothingWithoutAStore();
     void secondContextCannotOverwriteTheStore();
     void refusesToSaveAMissingValue();
@@ -349,7 +349,7 @@ void TestManagedObjectContext::beginsAStepAfterASaveAndAfterATurn()
     QVERIFY(capture->isDeleted());
 }
 
-void TestManagedObjectContext::revivesTheSameObject()
+void TestManagedObjectContext::restoresTheSameObject()
 {
     insertCapture(context(), u"first"_s);
     const auto capture = insertCapture(context(), u"middle"_s);
@@ -358,13 +358,13 @@ void TestManagedObjectContext::revivesTheSameObject()
     const QString path = m_folder->filePath(u"store"_s);
     const QByteArray saved = fileBytes(path);
     const ManagedObjectID id = capture->objectID();
-    int told = 0;
-    const auto token = capture->observe(u"notes"_s, [&] { ++told; });
+    int calls = 0;
+    const auto observation = capture->observe(u"notes"_s, [&] { ++calls; });
 
     context().deleteObject(*capture);
     QCOMPARE(m_store->texts(), (std::vector{ u"first"_s, u"last"_s }));
     undo().undo();
-    QCOMPARE(told, 1);
+    QCOMPARE(calls, 1);
     QVERIFY(!capture->isDeleted());
     QCOMPARE(capture->objectID().number, id.number);
     QCOMPARE(m_store->captures()[1], capture);
@@ -415,26 +415,26 @@ void TestManagedObjectContext::undoesAMacroOfTheProgramWhole()
     QVERIFY(isFileGone && capture->isDeleted());
 }
 
-void TestManagedObjectContext::undoesValuesAndTellsObservers()
+void TestManagedObjectContext::undoesValuesAndNotifiesObservers()
 {
     const auto capture = insertCapture(context(), u"old"_s);
     QVERIFY(context().save());
     capture->setValue(Value, u"new"_s);
-    int told = 0;
-    const auto token = capture->observe(u"captureValue"_s, [&] { ++told; });
+    int calls = 0;
+    const auto observation = capture->observe(u"captureValue"_s, [&] { ++calls; });
     undo().undo();
     QCOMPARE(textOf(*capture), u"old"_s);
     undo().redo();
     QCOMPARE(textOf(*capture), u"new"_s);
-    QCOMPARE(told, 2);
+    QCOMPARE(calls, 2);
 }
 
-void TestManagedObjectContext::recordsNothingOfAnObserverDuringUndo()
+void TestManagedObjectContext::ignoresChangesOfObserversDuringUndo()
 {
     const auto capture = insertCapture(context(), u"old"_s);
     QVERIFY(context().save());
     capture->setValue(Value, u"new"_s);
-    const auto token
+    const auto observation
         = capture->observe(u"captureValue"_s, [&] { capture->setValue(Notes, textOf(*capture)); });
     undo().undo();
     QCOMPARE(std::get<QString>(capture->value(Notes)), u"old"_s);
@@ -442,28 +442,28 @@ void TestManagedObjectContext::recordsNothingOfAnObserverDuringUndo()
     QVERIFY(undo().canRedo());
 }
 
-void TestManagedObjectContext::tellsUndoObserversOnceAfterAMacro()
+void TestManagedObjectContext::notifiesUndoObserversOnceAfterAMacro()
 {
     const auto capture = insertCapture(context());
     QVERIFY(context().save());
     bool isFileGone = false;
-    int told = 0;
-    auto token = context().observeUndo([&] {
-        ++told;
-        QCOMPARE(isFileGone, capture->isDeleted()); // nothing is half undone
+    int calls = 0;
+    auto observation = context().observeUndo([&] {
+        ++calls;
+        QCOMPARE(isFileGone, capture->isDeleted()); // the whole macro is undone
     });
     undo().beginMacro({});
     undo().push(std::make_unique<FlagCommand>(isFileGone).release());
     context().deleteObject(*capture);
     undo().endMacro();
-    QCOMPARE(told, 0);
+    QCOMPARE(calls, 0);
     undo().undo();
-    QCOMPARE(told, 1);
+    QCOMPARE(calls, 1);
     undo().redo();
-    QCOMPARE(told, 2);
-    token.end();
+    QCOMPARE(calls, 2);
+    observation.end();
     undo().undo();
-    QCOMPARE(told, 2);
+    QCOMPARE(calls, 2);
 }
 
 void TestManagedObjectContext::commitsEditorsUntilOneRefuses()
@@ -485,7 +485,7 @@ void TestManagedObjectContext::commitsEditorsUntilOneRefuses()
     QCOMPARE(thirdCalls, 1);
 }
 
-void TestManagedObjectContext::outlivedObjectsAreDeleted()
+void TestManagedObjectContext::objectsThatOutliveTheContextAreDeleted()
 {
     const auto capture = insertCapture(context());
     m_store.reset();

@@ -36,8 +36,8 @@ constexpr auto writerArgument = "--writer";
 constexpr int refusedStatus = 3;
 constexpr int failedStatus = 4;
 
-/// The writer's process: inserts and saves until it is killed, and reports each text once its
-/// save has returned.
+/// The main function of the writer process: inserts and saves until it is killed. Prints each text
+/// after its save has returned.
 int writeForEver(const char* path)
 {
     OpenStore store(QFile::decodeName(path));
@@ -67,7 +67,7 @@ std::vector<QString> sorted(std::vector<QString> texts)
 std::vector<QString> wholeLines(const QByteArray& output)
 {
     QStringList lines = QString::fromUtf8(output).split(u'\n');
-    lines.removeLast(); // what follows the last line's end
+    lines.removeLast(); // the rest after the last line feed
     return { lines.begin(), lines.end() };
 }
 
@@ -116,11 +116,11 @@ void TestStoreFaults::init()
 void TestStoreFaults::survivesKillsAtAnyMoment()
 {
     constexpr int wantedRounds = 200;
-    constexpr int leastRounds = 40; // what a slow, instrumented build must reach
+    constexpr int leastRounds = 40; // for a slow, instrumented build
     std::vector<QString> known;
     {
         OpenStore store(m_path);
-        for (int index = 0; index < 2000; ++index) { // so that a write takes a while
+        for (int index = 0; index < 2000; ++index) { // so that a write takes some time
             known.push_back(u"before/%1"_s.arg(index));
             insertCapture(store.context, known.back());
         }
@@ -136,7 +136,7 @@ void TestStoreFaults::survivesKillsAtAnyMoment()
         QProcess writer;
         start(writer);
         QVERIFY(writer.waitForStarted());
-        if (rounds % 8 != 0) { // else it is killed while it starts or opens
+        if (rounds % 8 != 0) { // otherwise it is killed while it starts or opens the store
             QVERIFY(writer.waitForReadyRead());
         }
         QThread::usleep(random() % 15'000);
@@ -156,11 +156,11 @@ void TestStoreFaults::survivesKillsAtAnyMoment()
         const std::vector<QString> knownSorted = sorted(known);
         QVERIFY(std::includes(
             foundSorted.begin(), foundSorted.end(), knownSorted.begin(), knownSorted.end()));
-        // One save may have come to its end without the report.
+        // One save may have ended without being reported.
         QVERIFY(found.size() <= known.size() + 1);
         known = found;
     }
-    qInfo("%d kills, %d of them in the midst of writing; %zu saves had returned", rounds, midWrite,
+    qInfo("%d kills, %d of them during a write; %zu saves had returned", rounds, midWrite,
         reportedSaves);
     QVERIFY(midWrite > 0);
     QVERIFY(reportedSaves > 0);
@@ -182,7 +182,7 @@ void TestStoreFaults::refusesASecondProcess()
     QVERIFY(second.waitForFinished());
     QCOMPARE(second.exitStatus(), QProcess::NormalExit);
     QCOMPARE(second.exitCode(), refusedStatus);
-    QVERIFY(first.waitForReadyRead()); // it goes on saving
+    QVERIFY(first.waitForReadyRead()); // it still saves
     first.kill();
     QVERIFY(first.waitForFinished());
 

@@ -45,7 +45,7 @@ QByteArray attribute(const QByteArray& name, const QByteArray& value)
     return "  <attribute name=\"" + name + "\">" + value + "</attribute>\n";
 }
 
-/// An object in full, but for `extra`, which takes the place of its value.
+/// An object with all attributes; `value` replaces its captureValue.
 QByteArray object(const QByteArray& id, const QByteArray& value = attribute("captureValue", "a"))
 {
     return "<object entity=\"Capture\" id=\"" + id + "\">\n" + attribute("captureImageKey", "K")
@@ -395,7 +395,7 @@ void TestXmlStore::leavesWhatItCannotReadAlone()
 void TestXmlStore::leavesEveryTruncatedFileAlone()
 {
     const QByteArray whole = storeOf(object("1") + object("2"));
-    // Only the line's end after the last tag is no loss.
+    // Only the line feed after the last tag may be missing.
     for (qsizetype length = 0; length < whole.size() - 1; ++length) {
         setFileBytes(m_path, whole.first(length));
         const OpenStore store(m_path);
