@@ -59,15 +59,34 @@ def click(point, repeat=1):
     xdotool("mousemove", *point, "click", "--repeat", repeat, "--delay", 60, 1)
 
 
-def drag(start, end, ready=lambda: True):
-    """Drags with the left button, and lets go at the end once `ready()`."""
-    xdotool("mousemove", *start, "mousedown", 1)
+def drag(start, end, has_seen_press, ready=lambda: True):
+    """Drags with the left button, and releases it at the end once `ready()`.
+
+    `has_seen_press()` tells whether the source has received a press since this call.
+    """
+    press(start, has_seen_press)
     try:
         # Over a new window, a source on a busy machine may answer for its data too late, and is
         # asked only once when the drag enters: a user would try again, too.
         wait_until(lambda: drag_along(start, end) or hover_until(ready, end), "the moment to drop")
     finally:
         xdotool("mouseup", 1)
+
+
+def press(point, is_seen, tries=4):
+    """Presses the left button until the press is seen.
+
+    A press is lost while another program still holds the pointer, as at the end of a drag. A press
+    that is seen late does no harm: it is released at the same place before the next one.
+    """
+    for _ in range(tries):
+        xdotool("mousemove", *point, "mousedown", 1)
+        try:
+            wait_until(is_seen, f"a press at {point} to be seen", PATIENCE / tries)
+            return
+        except AssertionError:
+            xdotool("mouseup", 1)
+    raise AssertionError(f"None of {tries} presses at {point} was seen")
 
 
 def drag_along(start, end):
@@ -218,6 +237,8 @@ class App(Element):
                 [*map(str, (*through, path, *arguments))], env={**os.environ, **(env or {})},
                 stdin=subprocess.DEVNULL, stdout=log, stderr=subprocess.STDOUT)
         super().__init__(wait_until(self._node, f"{program} on the accessibility bus"))
+        # It is on the bus before it has a window that a pointer can reach.
+        wait_until(lambda: windows_of(self.process.pid), f"a window of {program}")
 
     def _node(self):
         if self.process.poll() is not None:

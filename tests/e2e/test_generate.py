@@ -26,6 +26,14 @@ def button(sheet, name):
     return sheet.find("push button", name)
 
 
+def drag_out_of(well, end, **how):
+    """Drags the picture out of a well, which writes a new file at each press."""
+    def written():
+        return CAPTURE.stat().st_ino if CAPTURE.exists() else None
+    before = written()
+    desktop.drag(well.center, end, lambda: written() not in (None, before), **how)
+
+
 class Generate(unittest.TestCase):
     def setUp(self):
         self.app = desktop.stop_after(self, vellumcap.start())
@@ -37,9 +45,8 @@ class Generate(unittest.TestCase):
 
     def drag_out(self, sheet, target):
         before = target.log.count("over")
-        desktop.drag(sheet.find(name="Picture of the code").center,
-                     target.find(name="Drop here").center,
-                     lambda: target.log.count("over") > before + 3)
+        drag_out_of(sheet.find(name="Picture of the code"), target.find(name="Drop here").center,
+                    ready=lambda: target.log.count("over") > before + 3)
         desktop.wait_until(lambda: target.log.endswith("dropped\n"), "the drop")
 
     def test_code_is_kept_and_read_back(self):
@@ -129,8 +136,7 @@ class Well(unittest.TestCase):
 
     def test_drag_onto_itself_changes_nothing(self):
         start = self.well.center
-        desktop.drag(start, [start[0] + 60, start[1] + 60])
-        desktop.wait_until(CAPTURE.exists, "the dragged file")
+        drag_out_of(self.well, [start[0] + 60, start[1] + 60])
         vellumcap.drag_onto(self.well, self.picture)
         self.assertEqual(self.app.log.count("took:"), 1)
         self.assertIn(f"took: {self.picture}", self.app.log)

@@ -65,8 +65,9 @@ def drag_in_vain(target, *what):
 
 def drag(source, target, ready):
     """How the source says that the drag ended."""
-    desktop.wait_until(lambda: desktop.windows_of(source.process.pid), "the source's window")
-    desktop.drag(source.find(name="Drag me").center, target.center, ready)
+    presses = source.log.count("pressed")
+    desktop.drag(source.find(name="Drag me").center, target.center,
+                 lambda: source.log.count("pressed") > presses, ready)
     desktop.wait_until(lambda: "dropped: " in source.log, "the end of the drag")
     return source.log.split("dropped: ")[1].strip()
 

@@ -111,7 +111,12 @@ public:
     }
 
 protected:
-    void mousePressEvent(QMouseEvent* event) override { m_pressed = event->pos(); }
+    void mousePressEvent(QMouseEvent* event) override
+    {
+        m_pressed = event->pos();
+        std::puts("pressed");
+        std::fflush(stdout);
+    }
 
     void mouseMoveEvent(QMouseEvent* event) override
     {
