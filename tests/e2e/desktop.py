@@ -12,13 +12,15 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 
-PATIENCE = 20  # seconds that anything may take, on a machine that is busy with other tests
+PATIENCE = 60  # seconds that anything may take on a busy machine
+PRESS_PATIENCE = 5  # seconds after which a press of the mouse button counts as lost
 POLL = 0.03
 
 BIN = pathlib.Path(os.environ.get("VELLUMCAP_BIN", "build/release/bin")).resolve()
 FOLDER = pathlib.Path(os.environ["SESSION_FOLDER"])
 PICTURES = pathlib.Path(os.environ.get("VELLUMCAP_E2E_PICTURES", "build/e2e")).resolve()
 SCALE = int(os.environ["SESSION_SCALE"])
+WINDOW_ROLES = ("frame", "dialog", "alert")
 
 
 def wait_until(condition, what, patience=PATIENCE):
@@ -73,7 +75,7 @@ def drag(start, end, has_seen_press, ready=lambda: True):
         xdotool("mouseup", 1)
 
 
-def press(point, is_seen, tries=4):
+def press(point, is_seen, tries=6):
     """Presses the left button until the press is seen.
 
     A press is lost while another program still holds the pointer, as at the end of a drag. A press
@@ -82,7 +84,7 @@ def press(point, is_seen, tries=4):
     for _ in range(tries):
         xdotool("mousemove", *point, "mousedown", 1)
         try:
-            wait_until(is_seen, f"a press at {point} to be seen", PATIENCE / tries)
+            wait_until(is_seen, f"a press at {point} to be seen", PRESS_PATIENCE)
             return
         except AssertionError:
             xdotool("mouseup", 1)
@@ -198,8 +200,31 @@ class Element:
         wait_until(lambda: self.has_state("active"), f"{self.role} {self.name!r} to be active")
         return self
 
+    @property
+    def window(self):
+        """The top-level window of this element."""
+        node = self.node
+        while (parent := node.get_parent()) and parent.get_role_name() != "application":
+            node = parent
+        return Element(node)
+
+    def wait_clickable(self):
+        """Waits until the window is active, which it is once its place is final, and until this
+        element has stopped moving."""
+        window = self.window
+        if window.role in WINDOW_ROLES:
+            window.wait_active()
+        places = [None]
+
+        def rests():
+            places.append(self.center)
+            return places[-1] == places[-2]
+        wait_until(rests, f"{self.role} {self.name!r} to stop moving")
+        return self
+
     def click(self, repeat=1):
         """A real click in the middle."""
+        self.wait_clickable()
         click(self.center, repeat)
 
     def take_focus(self):

@@ -25,7 +25,7 @@ import gi
 gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
-READY_WITHIN = 30  # seconds
+READY_WITHIN = 60  # seconds
 PR_SET_PDEATHSIG = 1
 PR_SET_CHILD_SUBREAPER = 36
 libc = ctypes.CDLL(None)

@@ -8,7 +8,7 @@ import vellumcap
 
 
 def open_preferences(app):
-    app.find("frame", "Vellumcap").wait_active()
+    vellumcap.wait_journal_active(app)
     desktop.keys("ctrl+comma")
     return app.find("dialog", "Preferences").wait_active()
 

@@ -12,8 +12,7 @@ CAPTURE = pathlib.Path(os.environ["XDG_CACHE_HOME"]) / "vellumcap" / "capture.pn
 
 
 def open_generate(app):
-    app.find("push button", "Generate").click()
-    return app.find("dialog", "Generate")
+    return vellumcap.open_sheet(app, "Generate", "Generate")
 
 
 def generate(sheet, text):

@@ -19,8 +19,7 @@ def code_in(picture):
 
 
 def open_scan(app):
-    app.find("push button", "Scan").wait_enabled().click()
-    return app.find("dialog", "Capture")
+    return vellumcap.open_sheet(app, "Scan", "Capture")
 
 
 def wait_linked(camera, links):

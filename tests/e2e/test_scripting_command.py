@@ -121,8 +121,7 @@ class WithCamera(Case):
 
     def test_over_the_scan_sheet(self):
         app = self.start()
-        app.find("push button", "Scan").wait_enabled().click()
-        sheet = app.find("dialog", "Capture")
+        sheet = vellumcap.open_sheet(app, "Scan", "Capture")
         watch(self.COMMAND)
         self.wait_for_options("false", "true", "false")
         self.assertEqual(len(app.find_all("dialog")), 1)
@@ -132,7 +131,7 @@ class WithCamera(Case):
 
     def test_hidden_journal(self):
         app = self.start()
-        app.find("frame", "Vellumcap").wait_active()
+        vellumcap.wait_journal_active(app)
         desktop.keys("ctrl+w")
         desktop.wait_until(lambda: not desktop.shown_windows("Vellumcap"), "the window to go")
         watch(self.COMMAND)
@@ -183,7 +182,7 @@ class WithoutCamera(Case):
 
     def test_hidden_journal(self):
         app = self.start()
-        app.find("frame", "Vellumcap").wait_active()
+        vellumcap.wait_journal_active(app)
         desktop.keys("ctrl+w")
         desktop.wait_until(lambda: not desktop.shown_windows("Vellumcap"), "the window to go")
         watch("{'SaveCapture': <true>}")

@@ -23,8 +23,7 @@ end
 
 
 def open_watch(app):
-    app.find("push button", "Watch").wait_enabled().click()
-    return app.find("dialog", "Capture")
+    return vellumcap.open_sheet(app, "Watch", "Capture")
 
 
 def wait_for_code(sheet, text):

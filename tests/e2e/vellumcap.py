@@ -18,13 +18,18 @@ KEPT = desktop.FOLDER / "kept-journal"
 
 
 def start(**how):
+    """The program, once keys reach its journal."""
     app = desktop.App("vellumcap", **how)
-    desktop.window("Vellumcap")
+    wait_journal_active(app)
     return app
 
 
+def wait_journal_active(app):
+    return app.find("frame", "Vellumcap").wait_active()
+
+
 def quit_by_keys(app):
-    app.find("frame", "Vellumcap").wait_active()
+    wait_journal_active(app)
     desktop.keys("ctrl+q")
     return app.wait_ended()
 
@@ -51,14 +56,15 @@ def drop(source, target):
 
 def drag_in_vain(target, *what):
     """Drags what the target has to refuse."""
-    refusal = 0.5  # seconds; nobody tells when the answer was no, which takes a fraction of this
+    refusal = 0.5  # seconds; a refusal is not reported, and takes a fraction of this
     with desktop.App("drag_source", *what) as source:
         begun = []
 
         def has_hovered():
             if not begun and "dragging" in source.log:
                 begun.append(time.monotonic())
-            return begun and time.monotonic() > begun[0] + refusal
+            # The target answers here only after it has answered the drag.
+            return begun and time.monotonic() > begun[0] + refusal and target.showing
         outcome = drag(source, target, has_hovered)
         assert outcome == "none", outcome
 
@@ -91,9 +97,14 @@ def clipboard(*what):
         yield
 
 
+def open_sheet(app, button, title):
+    """The sheet that a button of the journal opens, once keys reach it."""
+    app.find("push button", button).wait_enabled().click()
+    return app.find("dialog", title).wait_active()
+
+
 def open_import(app):
-    app.find("push button", "Import").click()
-    return app.find("dialog", "Import")
+    return open_sheet(app, "Import", "Import")
 
 
 def wait_for_text(sheet, text):
