@@ -1,6 +1,7 @@
 """Drives programs in a session (see session.py) as a user does: with pointer and keyboard, and
 with the eyes of a screen reader, which finds what is on the screen by role and name."""
 
+import contextlib
 import os
 import pathlib
 import re
@@ -14,6 +15,7 @@ from gi.repository import Atspi, GLib  # noqa: E402
 
 PATIENCE = 60  # seconds that anything may take on a busy machine
 PRESS_PATIENCE = 5  # seconds after which a press of the mouse button counts as lost
+ACTIVE_PATIENCE = 10  # seconds until a new window is active
 POLL = 0.03
 
 BIN = pathlib.Path(os.environ.get("VELLUMCAP_BIN", "build/release/bin")).resolve()
@@ -209,11 +211,12 @@ class Element:
         return Element(node)
 
     def wait_clickable(self):
-        """Waits until the window is active, which it is once its place is final, and until this
-        element has stopped moving."""
+        """Waits until the window is active, because its place is final then, and until this
+        element has stopped moving. A window behind another one becomes active by the click only."""
         window = self.window
         if window.role in WINDOW_ROLES:
-            window.wait_active()
+            with contextlib.suppress(AssertionError):
+                wait_until(lambda: window.has_state("active"), "", ACTIVE_PATIENCE)
         places = [None]
 
         def rests():

@@ -27,7 +27,7 @@ public:
         setAlignment(Qt::AlignCenter);
         setFixedSize(160, 160);
         setAcceptDrops(true);
-        setWindowFlag(Qt::WindowStaysOnTopHint);
+        setWindowFlags(Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
         connect(&m_timer, &QTimer::timeout, this, &Target::copyWhenTold);
     }
 
