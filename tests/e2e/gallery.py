@@ -1,5 +1,5 @@
-"""Leaves a picture of every window, empty and filled, for somebody to look at. Argument: "dark" or
-"light"; run by session.py, with --scale 2 for a dense screen."""
+"""Takes pictures of every window, empty and filled. Argument: "dark" or "light". Run it with
+session.py, and --scale 2 for a dense screen."""
 
 import sys
 

@@ -1,5 +1,5 @@
-"""The program without a pointer: the Tab key reaches every control, each has a name, and a screen
-reader can press what can be pressed."""
+"""Use without a pointer: the Tab key reaches every control, each control has a name, and a screen
+reader can press every button."""
 
 import unittest
 
@@ -39,7 +39,7 @@ class Accessibility(vellumcap.WithJournal):
     def focused_in(self, window):
         for element in window.find_all():
             if element.role in (*CONTROLS, "list item") and element.focused:
-                # An item has the focus for its list.
+                # A list reports its focus through its item.
                 return "Journal" if element.role == "list item" else element.name
         return None
 

@@ -1,4 +1,4 @@
-"""The cameras that are plugged in are there to be chosen, and the choice is kept."""
+"""Present cameras can be chosen in the preferences, and the choice is kept."""
 
 import unittest
 
@@ -14,7 +14,7 @@ def open_preferences(app):
 
 
 def offered(preferences):
-    # The list of a closed menu does not show.
+    # The items of a closed menu are not showing.
     menu = preferences.find("combo box")
     return [item.name for item in menu.descendants() if item.role == "list item"]
 

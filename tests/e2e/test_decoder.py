@@ -1,4 +1,4 @@
-"""A decoder that is killed, or hangs, costs no more than the picture that it was reading."""
+"""When a decoder is killed or hangs, only the picture that it was reading is lost."""
 
 import os
 import pathlib
@@ -20,7 +20,7 @@ def processes():
 
 
 def status_of(pid):
-    """The fields of /proc/PID/stat from the state on; none when there is no such process."""
+    """The fields of /proc/PID/stat, beginning with the state; empty without such a process."""
     try:
         return pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
     except OSError:

@@ -1,4 +1,4 @@
-"""A typed text becomes a code that is kept, and that another program gets by a drag."""
+"""A typed text becomes a code, which is saved or dragged into another program."""
 
 import os
 import pathlib
@@ -102,12 +102,12 @@ class Generate(unittest.TestCase):
         generate(sheet, LINK)
         well = sheet.find(name="Picture of the code")
         photograph = vellumcap.photograph("x", "x.png")
-        vellumcap.drag_in_vain(well, photograph)
+        vellumcap.drag_refused(well, photograph)
         self.assertTrue(button(sheet, "Save").enabled)
 
 
 class Well(unittest.TestCase):
-    """The well by itself, which takes drops."""
+    """The image well in a window of its own, which accepts drops."""
 
     def setUp(self):
         self.picture = vellumcap.photograph("picture", f"{self.id()}.png")
@@ -116,7 +116,7 @@ class Well(unittest.TestCase):
 
     def test_takes_copies_only(self):
         for actions in ("move", "link", "move,link"):
-            vellumcap.drag_in_vain(self.well, self.picture, "--actions", actions)
+            vellumcap.drag_refused(self.well, self.picture, "--actions", actions)
         self.assertEqual(self.app.log.count("took:"), 0)
         vellumcap.drag_onto(self.well, self.picture, "--actions", "copy,move,link")
         self.assertIn(f"took: {self.picture}, ", self.app.log)
@@ -129,8 +129,8 @@ class Well(unittest.TestCase):
     def test_refuses_what_is_no_picture(self):
         text = desktop.FOLDER / "text.png"
         text.write_text("no picture")
-        vellumcap.drag_in_vain(self.well, text)
-        vellumcap.drag_in_vain(self.well, self.picture, "--text")
+        vellumcap.drag_refused(self.well, text)
+        vellumcap.drag_refused(self.well, self.picture, "--text")
         self.assertNotIn("took:", self.app.log)
 
     def test_drag_onto_itself_changes_nothing(self):

@@ -1,4 +1,4 @@
-"""There is one program for one journal, whatever happens to it."""
+"""Only one instance uses a journal, also after a crash."""
 
 import os
 import signal
@@ -15,7 +15,7 @@ LAUNCH_LIMIT = 20  # seconds; a call over the bus that gets no reply fails after
 
 
 def launch(**environment):
-    """A start of which nothing is known yet."""
+    """Starts the program without waiting for it."""
     return subprocess.Popen([desktop.BIN / "vellumcap"], env={**os.environ, **environment},
                             stdin=subprocess.DEVNULL)
 
@@ -62,7 +62,7 @@ class OneInstance(vellumcap.WithJournal):
         second = launch(DBUS_SESSION_BUS_ADDRESS="unix:path=/nonexistent")
         self.addCleanup(second.wait)
         self.addCleanup(second.kill)
-        # Nor can a screen reader find it without a bus: there are two alerts, and a window.
+        # Without a bus there is no accessibility tree. Two alerts precede the window.
         shown = set()
         for last in (False, False, True):
             [window] = desktop.wait_until(
@@ -90,7 +90,7 @@ class OneInstance(vellumcap.WithJournal):
         vellumcap.save_offer(sheet)
         app.process.send_signal(signal.SIGKILL)
         app.process.wait()
-        # As if it had been killed in the middle of a write.
+        # As after a kill in the middle of a write.
         (vellumcap.DATA / ".unfinished-0123456789abcdef").write_bytes(b"<?xml")
 
         again = self.start()

@@ -1,4 +1,4 @@
-"""Codes in front of a camera are offered, kept and let go."""
+"""Codes in front of a camera are offered, saved and skipped."""
 
 import os
 import shutil
@@ -49,7 +49,7 @@ class Scan(unittest.TestCase):
         vellumcap.save_offer(sheet)
         self.assertEqual(code_in(vellumcap.picture_of(LINK)), LINK)
 
-        # Still in view, it is not offered again; another one is, and then the first again.
+        # The code in view is not offered again. Another code is, and then the first one again.
         camera.show(text)
         vellumcap.wait_for_text(sheet, TEXT)
         self.assertFalse(sheet.find("push button", "Open Link").enabled)
@@ -109,7 +109,7 @@ class Scan(unittest.TestCase):
         camera.freeze()
         view = sheet.find(name="Picture from the camera")
         desktop.wait_until(lambda: "no picture" in view.description, "the caption")
-        # The program ends while the camera hangs, with its sheet open.
+        # The program quits with the sheet open while the camera hangs.
         desktop.keys("ctrl+q")
         self.assertEqual(app.wait_ended(), 0)
 

@@ -1,5 +1,5 @@
-"""Shows the program at work to somebody without a display: does what a user does, says what it
-does, and leaves a picture of every step."""
+"""A tour of the program for people without a display: uses the program as a user does, prints each
+step, and takes a picture of it."""
 
 import itertools
 
