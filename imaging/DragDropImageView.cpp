@@ -26,14 +26,14 @@ namespace {
 
 namespace drawing = platform::drawing;
 
-/// Marks what another such well offers, so that it is shown filling this one.
+/// Marks drags from another well: their picture is shown filling this one.
 constexpr auto wellType = "application/x-vellumcap-image-well";
 constexpr int dragSide = 32;
 constexpr double frameWidth = 5;
 constexpr double padding = 16;
 constexpr double radius = 12;
 
-/// A text that happens to be a path is no file.
+/// Empty without URLs: a text is not a file, even if it is a path.
 QString pictureFile(const QMimeData& data)
 {
     return data.hasUrls() ? platform::pictureFileIn(data) : QString();
@@ -50,7 +50,7 @@ QImage readImage(const QMimeData& data)
     return (file.isEmpty() ? platform::readPictureData(data) : platform::readPicture(file)).image;
 }
 
-/// The picture's file when there is one among several.
+/// The first picture file, or else the first local file.
 std::optional<QString> location(const QMimeData& data)
 {
     const QString picture = pictureFile(data);
@@ -75,7 +75,7 @@ QString titleFor(const std::optional<QString>& path)
     if (name.isEmpty()) { // the root folder
         name = *path;
     }
-    // In a title, "[*]" stands for the mark of a changed document.
+    // Qt replaces "[*]" in a title by the mark of a changed document.
     return name.replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
 }
 
@@ -86,8 +86,8 @@ QByteArray encoded(const QImage& image, const char* format)
     return image.save(&buffer, format) ? buffer.data() : QByteArray();
 }
 
-/// Where the drag finds the picture. Without a picture, or when it cannot be written, the file
-/// stays as it was.
+/// Writes the file for a drag, and returns its path. A null picture or a failed write leaves the
+/// file unchanged.
 QString writeCapture(const QImage& image)
 {
     const QString folder = platform::StandardFolders::caches();
@@ -216,8 +216,8 @@ void DragDropImageView::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     auto& shown = m_preview.isNull() ? m_picture : m_preview;
     QPalette colors = palette();
-    colors.setCurrentColorGroup(QPalette::Active); // empty is not faded
-    // A code needs light around it, on a dark desktop too.
+    colors.setCurrentColorGroup(QPalette::Active); // an empty well is not greyed out
+    // A code needs a light border, in a dark colour scheme too.
     drawing::fillCard(
         painter, rect(), shown.isNull() ? drawing::tileColor(colors) : QColor(Qt::white), radius);
     drawing::strokeHairline(painter, rect(), drawing::hairlineColor(colors), radius);
@@ -225,7 +225,7 @@ void DragDropImageView::paintEvent(QPaintEvent* event)
     const QRectF area = QRectF(rect()).adjusted(margin, margin, -margin, -margin);
     shown.draw(painter, shown.fittingRect(area, devicePixelRatioF()));
     if (m_highlight) {
-        drawing::setDefaultLineWidth(frameWidth); // for every later stroke, too
+        drawing::setDefaultLineWidth(frameWidth); // also applies to later strokes elsewhere
         drawing::strokeRect(painter, event->rect(), Qt::darkGray);
     }
 }
@@ -249,8 +249,9 @@ void DragDropImageView::mousePressEvent(QMouseEvent* event)
     }
     auto* offered = new QMimeData;
     offered->setUrls({ QUrl::fromLocalFile(writeCapture(image())) });
-    auto* drag = new QDrag(this); // Qt deletes it once the receiver has had the offered
-    drag->setParent(QCoreApplication::instance()); // which may be after this view
+    // Qt deletes the drag after the receiver has read the data, perhaps later than this view.
+    auto* drag = new QDrag(this);
+    drag->setParent(QCoreApplication::instance());
     drag->setMimeData(offered);
     drag->setPixmap(dragPixmap());
     drag->setHotSpot({ dragSide / 2, dragSide / 2 });

@@ -10,27 +10,27 @@ class QMimeData;
 
 namespace vellumcap {
 
-/// Wants to know of the drops onto a well.
+/// Is notified of drops onto a well.
 class DragDropImageViewDelegate {
 public:
     virtual ~DragDropImageViewDelegate() = default;
-    /// `path` is that of the file dropped, nullopt when the drop carried none.
+    /// `path`: the dropped file; nullopt if the drop had none.
     virtual void dropComplete(const std::optional<QString>& path);
 };
 
-/// A well that takes a picture dropped onto it, and gives its own away by dragging: as the file
-/// "capture.png" in the cache folder, which every drag overwrites, so that the receiver may copy
-/// it when the well is long gone. Drags begin with the press of the button, in an inactive window
-/// too. Main thread.
+/// An image well: accepts a dropped picture, and offers its own picture for dragging. It offers the
+/// file "capture.png" in the cache folder, which each drag overwrites; the receiver can copy it
+/// after the well has been destroyed. A drag starts at the press of the button, in an inactive
+/// window too. Main thread.
 class DragDropImageView : public QWidget {
     Q_OBJECT
 public:
     enum class Origin { WindowDescription, Code };
 
-    /// A window description makes a well that allows both directions.
+    /// For window descriptions: allows dragging and dropping.
     explicit DragDropImageView(QWidget* parent = nullptr);
-    /// A well made by code allows neither and accepts no drops: whoever makes it has to
-    /// setAllowDrag(), or setAllowDrop() together with setAcceptDrops().
+    /// Origin::Code allows neither and accepts no drops. The caller enables them with
+    /// setAllowDrag(), or with both setAllowDrop() and setAcceptDrops().
     explicit DragDropImageView(Origin origin, QWidget* parent = nullptr);
 
     bool allowDrag() const { return m_allowDrag; }
@@ -38,27 +38,26 @@ public:
     bool allowDrop() const { return m_allowDrop; }
     void setAllowDrop(bool allow) { m_allowDrop = allow; }
 
-    /// Borrowed; has to outlive the view or be taken back.
+    /// Not owned; must outlive the view or be reset to nullptr.
     void setDelegate(DragDropImageViewDelegate* delegate) { m_delegate = delegate; }
 
     const QImage& image() const { return m_picture.image(); }
     void setImage(const QImage& image); ///< a null image empties the well
-    /// The file last dropped; nullopt when the last drop carried none.
+    /// The file of the last drop; nullopt if that drop had none.
     const std::optional<QString>& path() const { return m_path; }
-    bool isHighlighted() const { return m_highlight; } ///< an accepted drag hovers
+    bool isHighlighted() const { return m_highlight; } ///< an accepted drag is over the view
 
-    /// The two halves of a drop. The first ends the highlight and says whether there is a picture;
-    /// the second takes picture and path, and whatever there was, the drop has succeeded. `source`
-    /// is what the drag came from in this process, nullptr otherwise.
+    /// The two steps of a drop. The first ends the highlight and returns whether there is a
+    /// picture. The second takes picture and path, and always returns true. `source` is the
+    /// drag's source if it is in this process, else nullptr.
     bool prepareForDragOperation(const QMimeData& offered);
     bool performDragOperation(const QMimeData& offered, const QObject* source);
 
-    /// Puts the picture (image/tiff) or the view's drawing (application/pdf) into an item that
-    /// named the view as its provider; other types are left out.
+    /// Adds the picture (image/tiff) or the drawn view (application/pdf) to `item`. Other types are
+    /// ignored.
     void provideData(QMimeData& item, const QString& type);
 
-    /// The frame of `window` when its contents are exactly the picture's size, from where this
-    /// view's window is now.
+    /// The frame of `window` with contents of the picture's size, where this view's window is.
     QRect windowWillUseStandardFrame(const QWidget& window, const QRect& defaultFrame) const;
 
     QSize sizeHint() const override;
@@ -76,7 +75,7 @@ private:
     QPixmap dragPixmap() const;
 
     platform::ScalablePicture m_picture;
-    platform::ScalablePicture m_preview; ///< of a picture that hovers, out of another well
+    platform::ScalablePicture m_preview; ///< of a drag from another well over this one
     bool m_highlight = false;
     bool m_allowDrag = false;
     bool m_allowDrop = false;

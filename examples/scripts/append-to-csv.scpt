@@ -1,12 +1,12 @@
--- Appends every code, with the moment, to a table that spreadsheets open.
+-- Appends time and text of every code to a CSV file for spreadsheets.
 
 local path = os.getenv("HOME") .. "/codes.csv"
 
--- One field, whatever is in it: line ends and commas included.
+-- One CSV field from any text, which may contain line ends and commas.
 local function field(text)
     text = text:gsub("\0", "")
-    -- A code that reads =HYPERLINK(...) must stay a text when the table is opened. Spreadsheets
-    -- take what begins like this for a formula; the apostrophe tells them not to.
+    -- A code such as =HYPERLINK(...) must stay a text. Spreadsheets treat a field that begins
+    -- like this as a formula; the apostrophe prevents it.
     if text:find("^%s*[=+@-]") or text:find("^[\t\r\n]") then
         text = "'" .. text
     end
@@ -15,7 +15,7 @@ end
 
 function scanned_code(text)
     local file = assert(io.open(path, "a"))
-    -- In one go, so that two codes at once do not mix.
+    -- A single write, so that two runs at once do not mix their lines.
     file:setvbuf("no")
     assert(file:write(os.date("%Y-%m-%d %H:%M:%S") .. "," .. field(text) .. "\r\n"))
     assert(file:close())
