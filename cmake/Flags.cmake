@@ -3,7 +3,8 @@ function(vellumcap_flags target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
     -Wnon-virtual-dtor -Woverloaded-virtual -Wnull-dereference -Wformat=2
-    -fno-omit-frame-pointer -fstack-protector-strong)
+    -fno-omit-frame-pointer -fstack-protector-strong
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
   if(VELLUMCAP_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()

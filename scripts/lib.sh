@@ -56,11 +56,33 @@ install_packages() {
         --no-install-recommends $missing </dev/null >/dev/null
 }
 
-# Configures and builds a preset: build_preset PRESET [TARGET] [-DOPTION=VALUE]...
+# Configures and builds a preset: build_preset PRESET [TARGET]
 build_preset() {
-    local preset=$1 target=${2:-all}
-    shift "$(($# < 2 ? $# : 2))"
-    say "Building $target of $preset"
-    cmake --preset "$preset" "$@" >/dev/null
-    cmake --build "build/$preset" --target "$target"
+    cmake --preset "$1" >/dev/null
+    cmake --build "build/$1" --target "${2:-all}"
+}
+
+# Runs a command as a stage of its own: stage NAME COMMAND [ARGUMENT]...
+stage() {
+    local name=$1 begin=$SECONDS status
+    shift
+    say "$name"
+    set +e # and no condition around the command, which would switch off its set -e
+    (
+        set -e
+        "$@"
+    )
+    status=$?
+    set -e
+    stage_times+=("$(printf '%4d s  %s' $((SECONDS - begin)) "$name")")
+    [[ $status -eq 0 ]] || stage_times[-1]+=' (failed)'
+    return "$status"
+}
+
+stage_times=()
+
+# Says how long each stage took.
+print_stages() {
+    say 'Times'
+    printf '%s\n' "${stage_times[@]}" "$(printf '%4d s  in all' "$SECONDS")"
 }

@@ -1,6 +1,14 @@
 #!/usr/bin/python3
 """Runs clang-tidy on every source of ours in a build folder's compile database.
 
+    tidy.py BUILD            check what has changed, several sources at a time
+    tidy.py BUILD --single   check every source by itself, whatever has changed
+
+Most of clang-tidy's time is spent on the headers, so sources with the same flags are joined to
+one file. Sources that define the same name are not put together, and a file that does not compile is
+checked again in halves. A using-declaration that is unused in one source only is seen by
+--single alone.
+
 A source is skipped when it was clean before and nothing that counts has changed since: its own
 bytes, those of the headers that its object was built from, the checks, and its command line.
 The build folder must be built, since Ninja's record of headers is what tells them.
@@ -11,6 +19,7 @@ import hashlib
 import json
 import os
 import pathlib
+import re
 import shlex
 import subprocess
 import sys
@@ -19,6 +28,17 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache")
 STAMPS = CACHE / "vellumcap-tidy"
 STAMPS_KEPT = 4000
+SOURCES_TOGETHER = 16
+
+# What a line in the first column defines; our namespaces are not indented.
+DEFINITIONS = (
+    re.compile(r"^(?:class|struct|enum(?: class)?|union) (\w+)", re.M),
+    re.compile(r"^using (\w+) =", re.M),
+    re.compile(r"^#define (\w+)", re.M),
+    re.compile(r"^(?!using|namespace|template|friend)[A-Za-z][\w:<>,*& ]*[ *&](\w+)(?:\(|\[\w*\]| =|;|\{)",
+               re.M),
+)
+DIAGNOSTIC = re.compile(r"^(?P<file>/[^:]+):(?P<line>\d+):(?P<rest>\d+: (?:error|warning|note): .*)")
 
 
 def output_of(*command):
@@ -32,31 +52,114 @@ def headers_of_objects(build):
     for line in output_of("ninja", "-C", str(build), "-t", "deps").splitlines():
         if line.startswith("    "):
             path = pathlib.Path(os.path.normpath(build / line.strip()))
-            if path.is_relative_to(ROOT):
+            if path.is_relative_to(ROOT) and not path.is_relative_to(build):
                 current.append(path)
         elif ": #deps" in line:
             current = headers.setdefault(line.split(":")[0], [])
     return headers
 
 
-def object_of(entry):
-    arguments = shlex.split(entry["command"])
-    return arguments[arguments.index("-o") + 1]
+class Source:
+    """A source of ours, how it is compiled, and whether it is known to be clean."""
+
+    def __init__(self, entry, build, headers, common):
+        self.path = pathlib.Path(entry["file"])
+        arguments = shlex.split(entry["command"])
+        self.object = arguments[arguments.index("-o") + 1]
+        self.arguments = self._without_precompiled_header(arguments)
+        # Every target has a folder of its own for what moc and uic generate.
+        self.generated = [word for word in self.arguments if word.endswith("_autogen/include")]
+        self.flags = [word for word in self.arguments if word not in self.generated]
+        self.text = self.path.read_text()
+        self.names = {name for pattern in DEFINITIONS for name in pattern.findall(self.text)}
+        self.names.discard("main")
+        key = hashlib.sha256(common)
+        key.update(" ".join(self.arguments).replace(str(ROOT), "").encode())
+        for path in sorted({self.path, *headers.get(self.object, [])}):
+            key.update(str(path.relative_to(ROOT)).encode())
+            key.update(path.read_bytes())
+        self.stamp = STAMPS / key.hexdigest()
+
+    @staticmethod
+    def _without_precompiled_header(arguments):
+        while not arguments[0].endswith("++"):
+            arguments = arguments[1:]
+        place = arguments.index("-include") if "-include" in arguments else len(arguments)
+        kept = arguments[:place] + arguments[place + 2:]
+        place = kept.index("-o")
+        kept = kept[:place] + kept[place + 2:-2]
+        return [word for word in kept if word not in ("-Winvalid-pch", "-fpch-preprocess")]
 
 
-def stamp_of(entry, headers, common):
-    key = hashlib.sha256(common)
-    key.update(entry["command"].replace(str(ROOT), "").encode())
-    for path in sorted({pathlib.Path(entry["file"]), *headers}):
-        key.update(str(path.relative_to(ROOT)).encode())
-        key.update(path.read_bytes())
-    return STAMPS / key.hexdigest()
+def batches_of(sources):
+    """The sources in lists with the same flags, without a name twice in a list."""
+    batches = []
+    for source in sources:
+        for batch in batches:
+            if (len(batch) < SOURCES_TOGETHER and batch[0].flags == source.flags
+                    and not any(source.names & other.names for other in batch)):
+                batch.append(source)
+                break
+        else:
+            batches.append([source])
+    return batches
 
 
-def check(build, source):
-    return subprocess.run(
-        ["clang-tidy", "--quiet", "-p", str(build), source],
+def joined(batch):
+    """The text of the batch, and the (source, line) of each of its lines."""
+    lines, origins, included = [], [], set()
+    for index, source in enumerate(batch):
+        lines.append(f"#undef main\n#define main main{index}" if index else "")
+        origins += [(source, 1)] * (2 if index else 1)
+        depth, own = 0, set()
+        for number, line in enumerate(source.text.splitlines(), 1):
+            depth += line.startswith("#if") - line.startswith("#endif")
+            if depth == 0 and line.startswith("#include"):
+                own.add(line)
+                if line in included:
+                    line = ""
+            lines.append(line)
+            origins.append((source, number))
+        included |= own
+    return "\n".join(lines) + "\n", origins
+
+
+def checked(batch, folder):
+    """Each source of the batch with what clang-tidy says of it; empty when it is clean."""
+    name = hashlib.sha256(" ".join(source.object for source in batch).encode()).hexdigest()[:16]
+    text, origins = joined(batch)
+    place = folder / name
+    place.mkdir(parents=True, exist_ok=True)
+    file = place / "joined.cpp"
+    file.write_text(text)
+    (place / "compile_commands.json").write_text(json.dumps([{
+        "directory": str(folder.parent), "file": str(file),
+        "arguments": [*batch[0].flags, *dict.fromkeys(sum((s.generated for s in batch), [])),
+                      "-c", str(file)]}]))
+    run = subprocess.run(
+        ["clang-tidy", "--quiet", "-p", str(place), str(file)],
         capture_output=True, text=True, stdin=subprocess.DEVNULL)
+    if run.returncode == 0:
+        return {source: "" for source in batch}
+    if len(batch) > 1 and (run.returncode < 0 or "clang-diagnostic-error" in run.stdout):
+        middle = len(batch) // 2
+        return {**checked(batch[:middle], folder), **checked(batch[middle:], folder)}
+
+    faults = {source: "" for source in batch}
+    current = None
+    for line in run.stdout.splitlines():
+        match = DIAGNOSTIC.match(line)
+        if match and match["file"] == str(file):
+            current, number = origins[int(match["line"]) - 1]
+            line = f"{current.path}:{number}:{match['rest']}"
+        elif match and ": note: " not in line:
+            current = batch[0]  # in a header
+        if current:
+            faults[current] += line + "\n"
+    if not any(faults.values()):
+        # A clang-tidy that was killed says nothing by itself.
+        faults[batch[0]] = f"status {run.returncode}\n{run.stdout}{run.stderr}"
+    return faults
 
 
 def forget_old_stamps():
@@ -67,34 +170,33 @@ def forget_old_stamps():
 
 def main():
     build = (ROOT / sys.argv[1]).resolve()
+    single = "--single" in sys.argv[2:]
     database = json.loads((build / "compile_commands.json").read_text())
     headers = headers_of_objects(build)
     common = (ROOT / ".clang-tidy").read_bytes() + output_of("clang-tidy", "--version").encode()
     STAMPS.mkdir(parents=True, exist_ok=True)
 
-    to_check = {}
-    ours = [entry for entry in database
+    ours = [Source(entry, build, headers, common) for entry in database
             if not pathlib.Path(entry["file"]).is_relative_to(build)]
-    for entry in ours:
-        stamp = stamp_of(entry, headers.get(object_of(entry), []), common)
-        if stamp.exists():
-            stamp.touch()
+    to_check = []
+    for source in ours:
+        if source.stamp.exists() and not single:
+            source.stamp.touch()
         else:
-            to_check[entry["file"]] = stamp
-    print(f"{len(ours)} sources, {len(to_check)} to check", flush=True)
+            to_check.append(source)
+    batches = [[source] for source in to_check] if single else batches_of(to_check)
+    print(f"{len(ours)} sources, {len(to_check)} to check, in {len(batches)} runs", flush=True)
 
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        jobs = {pool.submit(check, build, source): source for source in to_check}
+        jobs = [pool.submit(checked, batch, build / "tidy") for batch in batches]
         for job in concurrent.futures.as_completed(jobs):
-            source = jobs[job]
-            if job.result().returncode == 0:
-                to_check[source].touch()
-            else:
-                failed += 1
-                # A clang-tidy that was killed says nothing by itself.
-                print(f"{source}: status {job.result().returncode}\n"
-                      f"{job.result().stdout or job.result().stderr}", flush=True)
+            for source, said in job.result().items():
+                if said:
+                    failed += 1
+                    print(f"{source.path}:\n{said}", flush=True)
+                else:
+                    source.stamp.touch()
     forget_old_stamps()
     if failed:
         sys.exit(f"clang-tidy: {failed} of {len(to_check)} sources have faults")

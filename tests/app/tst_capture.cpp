@@ -278,5 +278,5 @@ void CaptureTest::keepsCapturesOverRestarts()
     QVERIFY(!captures.front()->getImage().load().isNull());
 }
 
-VELLUMCAP_TEST_MAIN(CaptureTest)
+VELLUMCAP_TEST(CaptureTest)
 #include "tst_capture.moc"

@@ -63,5 +63,5 @@ void LinkRuleTest::tellsLinks()
     QCOMPARE(vellumcap::isLink(text), link);
 }
 
-VELLUMCAP_TEST_MAIN(LinkRuleTest)
+VELLUMCAP_TEST(LinkRuleTest)
 #include "tst_linkrule.moc"

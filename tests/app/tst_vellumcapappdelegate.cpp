@@ -384,5 +384,5 @@ void VellumcapAppDelegateTest::performsActionsOfTheLauncher()
     QCOMPARE(launching.delegate().journalWindow() != nullptr, isKnown);
 }
 
-VELLUMCAP_TEST_MAIN(VellumcapAppDelegateTest)
+VELLUMCAP_TEST(VellumcapAppDelegateTest)
 #include "tst_vellumcapappdelegate.moc"

@@ -300,7 +300,8 @@ void CameraConfiguration::quitsWhileTheDriverHangs()
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(QCoreApplication::applicationFilePath(), { u"pressesButtonsForScanningOnly"_s });
+    process.start(QCoreApplication::applicationFilePath(),
+        support::argumentsForCases({ u"pressesButtonsForScanningOnly"_s }));
     QVERIFY(process.waitForFinished(60000));
     QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0,
         process.readAll().constData());
@@ -316,5 +317,5 @@ void CameraConfiguration::cleanupTestCase()
     QCOMPARE(cameras::heldFakeCalls(), 1);
 }
 
-VELLUMCAP_TEST_MAIN(CameraConfiguration)
+VELLUMCAP_TEST(CameraConfiguration)
 #include "tst_cameraconfiguration.moc"

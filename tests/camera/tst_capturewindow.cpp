@@ -720,5 +720,5 @@ void CaptureWindowTest::survivesWithoutACamera()
     QVERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
 }
 
-VELLUMCAP_TEST_MAIN(CaptureWindowTest)
+VELLUMCAP_TEST(CaptureWindowTest)
 #include "tst_capturewindow.moc"

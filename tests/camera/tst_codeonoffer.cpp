@@ -153,5 +153,5 @@ void CodeOnOfferTest::staysWholeUnderManyThreads()
     QVERIFY(offer.captureData()->startsWith(u"code "_s));
 }
 
-VELLUMCAP_TEST_MAIN(CodeOnOfferTest)
+VELLUMCAP_TEST(CodeOnOfferTest)
 #include "tst_codeonoffer.moc"

@@ -162,5 +162,5 @@ void Detection::outlivesTheWindow()
     QTRY_COMPARE(m_accepted->load(), 1);
 }
 
-VELLUMCAP_TEST_MAIN(Detection)
+VELLUMCAP_TEST(Detection)
 #include "tst_detection.moc"

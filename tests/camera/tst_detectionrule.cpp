@@ -78,5 +78,5 @@ void DetectionRule::considersOnlyTheFirstResult()
     QCOMPARE(vellumcap::firstPayload(request), request.results().first().payloadStringValue);
 }
 
-VELLUMCAP_TEST_MAIN(DetectionRule)
+VELLUMCAP_TEST(DetectionRule)
 #include "tst_detectionrule.moc"

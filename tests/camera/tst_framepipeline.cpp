@@ -337,5 +337,5 @@ void FramePipelineTest::staysWholeUnderManyThreads()
     QVERIFY(shown <= m_accepted);
 }
 
-VELLUMCAP_TEST_MAIN(FramePipelineTest)
+VELLUMCAP_TEST(FramePipelineTest)
 #include "tst_framepipeline.moc"

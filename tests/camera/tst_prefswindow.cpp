@@ -276,5 +276,5 @@ void PrefsWindowTest::listsAnewWhenShown()
     QCOMPARE(prefs.cameraMenu->count(), 0);
 }
 
-VELLUMCAP_TEST_MAIN(PrefsWindowTest)
+VELLUMCAP_TEST(PrefsWindowTest)
 #include "tst_prefswindow.moc"

@@ -100,5 +100,5 @@ void CodeSizeTest::drawsNothingOfNothing()
     QVERIFY(codeBitmap({}).isNull());
 }
 
-VELLUMCAP_TEST_MAIN(CodeSizeTest)
+VELLUMCAP_TEST(CodeSizeTest)
 #include "tst_codesize.moc"

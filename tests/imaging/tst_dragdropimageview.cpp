@@ -588,5 +588,5 @@ void DragDropImageViewTest::zoomsItsWindowToThePicture()
     QCOMPARE(alone.windowWillUseStandardFrame(well.window, {}).topLeft(), QPoint());
 }
 
-VELLUMCAP_TEST_MAIN(DragDropImageViewTest)
+VELLUMCAP_TEST(DragDropImageViewTest)
 #include "tst_dragdropimageview.moc"

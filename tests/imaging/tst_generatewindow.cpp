@@ -419,5 +419,5 @@ void GenerateWindowTest::dragsNothingWhileThereIsNoCode()
     QVERIFY(qApp->findChild<QDrag*>() == nullptr);
 }
 
-VELLUMCAP_TEST_MAIN(GenerateWindowTest)
+VELLUMCAP_TEST(GenerateWindowTest)
 #include "tst_generatewindow.moc"

@@ -336,5 +336,5 @@ void ImportWindowTest::readsPastedPictures()
     QTRY_COMPARE(window.textField->stringValue(), u"pasted"_s);
 }
 
-VELLUMCAP_TEST_MAIN(ImportWindowTest)
+VELLUMCAP_TEST(ImportWindowTest)
 #include "tst_importwindow.moc"

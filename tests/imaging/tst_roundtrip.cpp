@@ -214,5 +214,5 @@ void RoundTripTest::bitmapsAreReadAsTheyAre()
     QCOMPARE(readByZBar(bitmap), message);
 }
 
-VELLUMCAP_TEST_MAIN(RoundTripTest)
+VELLUMCAP_TEST(RoundTripTest)
 #include "tst_roundtrip.moc"

@@ -178,5 +178,5 @@ void CaptureCollectionViewByDateDataTest::cellsAreRedOnlyOnALayer()
     QCOMPARE(backed.layer()->backgroundColor, QColor(Qt::red));
 }
 
-VELLUMCAP_TEST_MAIN(CaptureCollectionViewByDateDataTest)
+VELLUMCAP_TEST(CaptureCollectionViewByDateDataTest)
 #include "tst_capturecollectionviewbydatedata.moc"

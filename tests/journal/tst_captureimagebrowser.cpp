@@ -60,5 +60,5 @@ void CaptureImageBrowserTest::followsTheJournal()
     QCOMPARE(source.numberOfItemsInImageBrowser(), 1);
 }
 
-VELLUMCAP_TEST_MAIN(CaptureImageBrowserTest)
+VELLUMCAP_TEST(CaptureImageBrowserTest)
 #include "tst_captureimagebrowser.moc"

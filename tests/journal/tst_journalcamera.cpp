@@ -32,5 +32,5 @@ void JournalCameraTest::offersScanningWithACamera()
     QVERIFY(!program.journal().scanAvailable());
 }
 
-VELLUMCAP_TEST_MAIN(JournalCameraTest)
+VELLUMCAP_TEST(JournalCameraTest)
 #include "tst_journalcamera.moc"

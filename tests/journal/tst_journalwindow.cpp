@@ -574,5 +574,5 @@ void JournalWindowTest::survivesAStoreThatCannotBeOpened()
     QVERIFY(seen.size() >= 2);
 }
 
-VELLUMCAP_TEST_MAIN(JournalWindowTest)
+VELLUMCAP_TEST(JournalWindowTest)
 #include "tst_journalwindow.moc"

@@ -40,5 +40,5 @@ void LocalDayTest::agreesWithTheCalendar()
     }
 }
 
-VELLUMCAP_TEST_MAIN(LocalDayTest)
+VELLUMCAP_TEST(LocalDayTest)
 #include "tst_localday.moc"

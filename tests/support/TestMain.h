@@ -3,6 +3,7 @@
 #include "platform/ui/Application.h"
 #include "tests/support/Sandbox.h"
 
+#include <QStringList>
 #include <QTest>
 
 namespace support {
@@ -21,13 +22,32 @@ inline constexpr int patience = 20'000;
 #undef QTRY_COMPARE
 #define QTRY_COMPARE(expr, expected) QTRY_COMPARE_WITH_TIMEOUT(expr, expected, support::patience)
 
-/// The main function of a test executable: sandboxed folders, the real application object, and
-/// the cases of `TestClass`.
-#define VELLUMCAP_TEST_MAIN(TestClass)                                                             \
-    int main(int argc, char** argv)                                                                \
-    {                                                                                              \
-        const support::Sandbox sandbox;                                                            \
-        platform::Application application(argc, argv);                                             \
-        TestClass cases;                                                                           \
-        return QTest::qExec(&cases, argc, argv);                                                   \
-    }
+namespace support {
+
+/// A test of this program, known by the name of its source without the suffix. Made before main().
+class RegisteredTest {
+public:
+    using Run = int (*)(int argc, char** argv);
+
+    RegisteredTest(const char* sourceName, Run run);
+};
+
+/// Arguments with which this program runs the present test once more: its cases named `cases`.
+QStringList argumentsForCases(const QStringList& cases);
+
+/// Sandboxed folders, the real application object, and the cases of `TestClass`.
+template <typename TestClass> int runTest(int argc, char** argv)
+{
+    const Sandbox sandbox;
+    platform::Application application(argc, argv);
+    TestClass cases;
+    return QTest::qExec(&cases, argc, argv);
+}
+
+} // namespace support
+
+/// Makes the cases of `TestClass` a test of the program that this source is linked into. The
+/// program runs one test: `PROGRAM NAME [ARGUMENTS OF QT TEST]`.
+#define VELLUMCAP_TEST(TestClass)                                                                  \
+    static const support::RegisteredTest registered##TestClass(                                    \
+        __FILE_NAME__, &support::runTest<TestClass>);

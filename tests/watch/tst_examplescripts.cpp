@@ -323,6 +323,6 @@ void ExampleScriptsTest::saysThatTheWebHookFailed()
     QVERIFY(LogLines::all().last().contains(u"curl: exit 7"_s));
 }
 
-VELLUMCAP_TEST_MAIN(ExampleScriptsTest)
+VELLUMCAP_TEST(ExampleScriptsTest)
 
 #include "tst_examplescripts.moc"

@@ -126,6 +126,6 @@ void ScriptFolderTest::listsNothingWhereThereIsNoFolder()
     QCOMPARE(LogLines::all(), QStringList());
 }
 
-VELLUMCAP_TEST_MAIN(ScriptFolderTest)
+VELLUMCAP_TEST(ScriptFolderTest)
 
 #include "tst_scriptfolder.moc"

@@ -217,6 +217,6 @@ void ScriptRunnerTest::goesOnBesideAnEndlessScript()
     QVERIFY(interrupted.first().startsWith(failure));
 }
 
-VELLUMCAP_TEST_MAIN(ScriptRunnerTest)
+VELLUMCAP_TEST(ScriptRunnerTest)
 
 #include "tst_scriptrunner.moc"

@@ -248,6 +248,6 @@ void ScriptWatchCommandTest::isDroppedWhenTheProgramGoes()
     QVERIFY(defaults().boolForKey(saveKey));
 }
 
-VELLUMCAP_TEST_MAIN(ScriptWatchCommandTest)
+VELLUMCAP_TEST(ScriptWatchCommandTest)
 
 #include "tst_scriptwatchcommand.moc"

@@ -135,5 +135,5 @@ void WatchBurst::losesNothing()
     QTRY_COMPARE(toldCodes(), expected);
 }
 
-VELLUMCAP_TEST_MAIN(WatchBurst)
+VELLUMCAP_TEST(WatchBurst)
 #include "tst_watchburst.moc"

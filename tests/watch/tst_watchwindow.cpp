@@ -735,5 +735,5 @@ void WatchWindowTest::survivesWithoutACamera()
     QTRY_VERIFY(!isSheetAttached(program));
 }
 
-VELLUMCAP_TEST_MAIN(WatchWindowTest)
+VELLUMCAP_TEST(WatchWindowTest)
 #include "tst_watchwindow.moc"

@@ -461,5 +461,5 @@ void BarcodeDetection::forgetsThePreviousResults()
     QVERIFY(request.results().isEmpty());
 }
 
-VELLUMCAP_TEST_MAIN(BarcodeDetection)
+VELLUMCAP_TEST(BarcodeDetection)
 #include "tst_barcodedetection.moc"

@@ -332,6 +332,6 @@ void DecoderMessagesTest::refusesHostileRequests()
     QVERIFY(!readRequest(written(request)));
 }
 
-VELLUMCAP_TEST_MAIN(DecoderMessagesTest)
+VELLUMCAP_TEST(DecoderMessagesTest)
 
 #include "tst_decodermessages.moc"

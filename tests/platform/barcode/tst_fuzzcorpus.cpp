@@ -18,7 +18,7 @@ namespace {
 void addFiles(const char* folder)
 {
     QTest::addColumn<QByteArray>("bytes");
-    const QDir corpus(QFINDTESTDATA("fuzz/corpus"));
+    const QDir corpus(QStringLiteral(VELLUMCAP_FUZZ_CORPUS));
     const QDir files(corpus.filePath(QString::fromLatin1(folder)));
     for (const QString& name : files.entryList(QDir::Files, QDir::Name)) {
         QFile file(files.filePath(name));
@@ -84,6 +84,6 @@ void FuzzCorpus::takesOnlyMessages()
     QCOMPARE(greeting ? written(*greeting) : bytes, bytes);
 }
 
-VELLUMCAP_TEST_MAIN(FuzzCorpus)
+VELLUMCAP_TEST(FuzzCorpus)
 
 #include "tst_fuzzcorpus.moc"

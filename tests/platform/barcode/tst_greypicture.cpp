@@ -38,5 +38,5 @@ void GreyPicture::weighsColours()
     QCOMPARE(int(result.constScanLine(1)[2]), grey);
 }
 
-VELLUMCAP_TEST_MAIN(GreyPicture)
+VELLUMCAP_TEST(GreyPicture)
 #include "tst_greypicture.moc"

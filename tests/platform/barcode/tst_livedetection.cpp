@@ -217,5 +217,5 @@ void LiveDetection::tellsWhereTheCodeIs()
     QVERIFY(std::abs(found.bottom() - expected.bottom()) < 12);
 }
 
-VELLUMCAP_TEST_MAIN(LiveDetection)
+VELLUMCAP_TEST(LiveDetection)
 #include "tst_livedetection.moc"

@@ -192,5 +192,5 @@ void PayloadText::agreesOnRandomText()
     }
 }
 
-VELLUMCAP_TEST_MAIN(PayloadText)
+VELLUMCAP_TEST(PayloadText)
 #include "tst_payloadtext.moc"

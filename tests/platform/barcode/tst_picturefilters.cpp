@@ -285,5 +285,5 @@ void PictureFiltersTest::keepsTheSizeOf()
     }
 }
 
-VELLUMCAP_TEST_MAIN(PictureFiltersTest)
+VELLUMCAP_TEST(PictureFiltersTest)
 #include "tst_picturefilters.moc"

@@ -318,5 +318,5 @@ void QRCodeGeneratorTest::isQuickWithHugeTexts()
     QVERIFY((std::clock() - before) / CLOCKS_PER_SEC < 2);
 }
 
-VELLUMCAP_TEST_MAIN(QRCodeGeneratorTest)
+VELLUMCAP_TEST(QRCodeGeneratorTest)
 #include "tst_qrcodegenerator.moc"

@@ -57,6 +57,6 @@ void RateLimitTest::forgetsWhatIsLongPast()
     QCOMPARE(limit.next(), later + 1s);
 }
 
-VELLUMCAP_TEST_MAIN(RateLimitTest)
+VELLUMCAP_TEST(RateLimitTest)
 
 #include "tst_ratelimit.moc"

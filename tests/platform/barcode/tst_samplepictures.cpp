@@ -160,5 +160,5 @@ void SamplePictures::seesNoCodeWhereThereIsNone()
     QVERIFY(codesIn(picture).isEmpty());
 }
 
-VELLUMCAP_TEST_MAIN(SamplePictures)
+VELLUMCAP_TEST(SamplePictures)
 #include "tst_samplepictures.moc"

@@ -149,5 +149,5 @@ void ZBarEngineTest::readsPaddedRows()
     QCOMPARE(codesIn(odd).size(), 1);
 }
 
-VELLUMCAP_TEST_MAIN(ZBarEngineTest)
+VELLUMCAP_TEST(ZBarEngineTest)
 #include "tst_zbarengine.moc"

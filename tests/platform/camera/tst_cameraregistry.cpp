@@ -331,5 +331,5 @@ void CameraRegistryTest::doesWithoutPortal()
     QCOMPARE(registry.openRemote(), -1);
 }
 
-VELLUMCAP_TEST_MAIN(CameraRegistryTest)
+VELLUMCAP_TEST(CameraRegistryTest)
 #include "tst_cameraregistry.moc"

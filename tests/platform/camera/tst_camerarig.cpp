@@ -277,5 +277,5 @@ void CameraRigTest::comesAndGoes()
     QTRY_VERIFY(!listed().contains("cam.a"));
 }
 
-VELLUMCAP_TEST_MAIN(CameraRigTest)
+VELLUMCAP_TEST(CameraRigTest)
 #include "tst_camerarig.moc"

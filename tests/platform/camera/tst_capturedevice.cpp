@@ -585,5 +585,5 @@ void CaptureDeviceTest::listsNoDeviceThatHangs()
     QTRY_COMPARE(names(), (QStringList{ u"video1"_s, u"video2"_s }));
 }
 
-VELLUMCAP_TEST_MAIN(CaptureDeviceTest)
+VELLUMCAP_TEST(CaptureDeviceTest)
 #include "tst_capturedevice.moc"

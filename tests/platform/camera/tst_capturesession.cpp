@@ -355,5 +355,5 @@ void CaptureSessionTest::leavesNoThreadBehind()
     QTRY_VERIFY_WITH_TIMEOUT(threadCount() <= before, 2 * patience);
 }
 
-VELLUMCAP_TEST_MAIN(CaptureSessionTest)
+VELLUMCAP_TEST(CaptureSessionTest)
 #include "tst_capturesession.moc"

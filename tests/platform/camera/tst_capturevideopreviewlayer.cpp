@@ -167,5 +167,5 @@ void CaptureVideoPreviewLayerTest::callsItsObserverOnceForManyPictures()
     QVERIFY(calls == 1 || calls == 2); // another may have come meanwhile
 }
 
-VELLUMCAP_TEST_MAIN(CaptureVideoPreviewLayerTest)
+VELLUMCAP_TEST(CaptureVideoPreviewLayerTest)
 #include "tst_capturevideopreviewlayer.moc"

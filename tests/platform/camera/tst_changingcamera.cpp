@@ -243,5 +243,5 @@ void ChangingCameraTest::takesWhatACameraOffers()
     QCOMPARE(scene.session->interruption(), Interruption::None);
 }
 
-VELLUMCAP_TEST_MAIN(ChangingCameraTest)
+VELLUMCAP_TEST(ChangingCameraTest)
 #include "tst_changingcamera.moc"

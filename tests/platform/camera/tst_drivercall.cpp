@@ -84,5 +84,5 @@ void DriverCallTest::asksNothingWhereAVisitHangs()
     QCOMPARE(askDriver(path, [] { return 1; }), 1);
 }
 
-VELLUMCAP_TEST_MAIN(DriverCallTest)
+VELLUMCAP_TEST(DriverCallTest)
 #include "tst_drivercall.moc"

@@ -80,5 +80,5 @@ void FormatChoiceTest::choosesNothingFromNothing()
     QVERIFY(!chosenFormat({}).has_value());
 }
 
-VELLUMCAP_TEST_MAIN(FormatChoiceTest)
+VELLUMCAP_TEST(FormatChoiceTest)
 #include "tst_formatchoice.moc"

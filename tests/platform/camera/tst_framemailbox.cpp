@@ -235,5 +235,5 @@ void FrameMailboxTest::goesOnAfterAnException()
     QCOMPARE(received, std::vector<int>({ 1, 2 }));
 }
 
-VELLUMCAP_TEST_MAIN(FrameMailboxTest)
+VELLUMCAP_TEST(FrameMailboxTest)
 #include "tst_framemailbox.moc"

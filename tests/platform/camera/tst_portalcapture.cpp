@@ -42,5 +42,5 @@ void PortalCaptureTest::showsTheCamera()
     }
 }
 
-VELLUMCAP_TEST_MAIN(PortalCaptureTest)
+VELLUMCAP_TEST(PortalCaptureTest)
 #include "tst_portalcapture.moc"

@@ -423,5 +423,5 @@ void SampleBufferTest::refusesBrokenJpegs()
     QVERIFY(frame.pixelsWithin(QSize(32, 32)).isNull());
 }
 
-VELLUMCAP_TEST_MAIN(SampleBufferTest)
+VELLUMCAP_TEST(SampleBufferTest)
 #include "tst_samplebuffer.moc"

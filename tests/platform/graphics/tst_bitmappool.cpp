@@ -93,5 +93,5 @@ void BitmapPool::sharesNoMemoryBetweenThreads()
     QCOMPARE(torn.load(), 0);
 }
 
-VELLUMCAP_TEST_MAIN(BitmapPool)
+VELLUMCAP_TEST(BitmapPool)
 #include "tst_bitmappool.moc"

@@ -210,5 +210,5 @@ void ImageFilterTest::followsAValueThatIsSetMeanwhile()
     QVERIFY(grey() > 100);
 }
 
-VELLUMCAP_TEST_MAIN(ImageFilterTest)
+VELLUMCAP_TEST(ImageFilterTest)
 #include "tst_imagefilter.moc"

@@ -544,6 +544,6 @@ void ScriptTest::sharesNothingWithOthers()
     }
 }
 
-VELLUMCAP_TEST_MAIN(ScriptTest)
+VELLUMCAP_TEST(ScriptTest)
 
 #include "tst_script.moc"

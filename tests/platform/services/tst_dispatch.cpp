@@ -166,6 +166,6 @@ void DispatchTest::finishesTheGlobalQueues()
     QCOMPARE(done.load(), 2 * jobCount);
 }
 
-VELLUMCAP_TEST_MAIN(DispatchTest)
+VELLUMCAP_TEST(DispatchTest)
 
 #include "tst_dispatch.moc"

@@ -185,5 +185,5 @@ void TestDurableFile::removesUnfinishedFilesOnly()
             u"unfinished-0123456789abcdef"_s }));
 }
 
-VELLUMCAP_TEST_MAIN(TestDurableFile)
+VELLUMCAP_TEST(TestDurableFile)
 #include "tst_durablefile.moc"

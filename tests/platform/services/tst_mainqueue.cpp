@@ -114,6 +114,6 @@ void MainQueueTest::dropsADelayedJobWhoseGuardIsGone()
     QTRY_COMPARE(seen, QStringList{ u"kept"_s });
 }
 
-VELLUMCAP_TEST_MAIN(MainQueueTest)
+VELLUMCAP_TEST(MainQueueTest)
 
 #include "tst_mainqueue.moc"

@@ -67,6 +67,6 @@ void StandardFoldersTest::saysWhenTheScriptsFolderCannotBeMade()
     QCOMPARE(folders::applicationScripts(folders::Creation::Yes), QString());
 }
 
-VELLUMCAP_TEST_MAIN(StandardFoldersTest)
+VELLUMCAP_TEST(StandardFoldersTest)
 
 #include "tst_standardfolders.moc"

@@ -203,6 +203,6 @@ void UserDefaultsTest::keepsTheStandardOnesInThePrivateFolder()
         QFile::Permissions());
 }
 
-VELLUMCAP_TEST_MAIN(UserDefaultsTest)
+VELLUMCAP_TEST(UserDefaultsTest)
 
 #include "tst_userdefaults.moc"

@@ -154,6 +154,6 @@ void WorkspaceTest::refusesWhatIsNoUrl()
     QVERIFY(!platform::Workspace::open(url));
 }
 
-VELLUMCAP_TEST_MAIN(WorkspaceTest)
+VELLUMCAP_TEST(WorkspaceTest)
 
 #include "tst_workspace.moc"

@@ -179,5 +179,5 @@ void TestManagedObject::takesNoChangesWhileDeleted()
     QCOMPARE(std::get<QString>(capture->value(Value)), u"kept"_s);
 }
 
-VELLUMCAP_TEST_MAIN(TestManagedObject)
+VELLUMCAP_TEST(TestManagedObject)
 #include "tst_managedobject.moc"

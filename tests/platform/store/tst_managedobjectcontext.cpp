@@ -524,5 +524,5 @@ void TestManagedObjectContext::refusesToSaveAMissingValue()
     QVERIFY(!context().save());
 }
 
-VELLUMCAP_TEST_MAIN(TestManagedObjectContext)
+VELLUMCAP_TEST(TestManagedObjectContext)
 #include "tst_managedobjectcontext.moc"

@@ -105,5 +105,5 @@ void TestManagedObjectModel::keepsTheFactory()
     QCOMPARE(&capture.makeObject(capture)->entity(), &capture);
 }
 
-VELLUMCAP_TEST_MAIN(TestManagedObjectModel)
+VELLUMCAP_TEST(TestManagedObjectModel)
 #include "tst_managedobjectmodel.moc"

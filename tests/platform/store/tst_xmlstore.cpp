@@ -405,5 +405,5 @@ void TestXmlStore::leavesEveryTruncatedFileAlone()
     }
 }
 
-VELLUMCAP_TEST_MAIN(TestXmlStore)
+VELLUMCAP_TEST(TestXmlStore)
 #include "tst_xmlstore.moc"

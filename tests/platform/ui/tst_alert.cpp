@@ -127,6 +127,6 @@ void AlertTest::wrapsLongTexts()
     QVERIFY2(width > 0 && width <= 1100, qPrintable(QString::number(width)));
 }
 
-VELLUMCAP_TEST_MAIN(AlertTest)
+VELLUMCAP_TEST(AlertTest)
 
 #include "tst_alert.moc"

@@ -709,5 +709,5 @@ void CollectionViewTest::accessibleFocusFollowsTheSelection()
     QVERIFY(accessible(cell).state().selected);
 }
 
-VELLUMCAP_TEST_MAIN(CollectionViewTest)
+VELLUMCAP_TEST(CollectionViewTest)
 #include "tst_collectionview.moc"

@@ -28,6 +28,6 @@ void ColorSchemeTest::followsThePaletteWithoutABus()
     QCOMPARE(scheme.prefersDark(), dark);
 }
 
-VELLUMCAP_TEST_MAIN(ColorSchemeTest)
+VELLUMCAP_TEST(ColorSchemeTest)
 
 #include "tst_colorscheme.moc"

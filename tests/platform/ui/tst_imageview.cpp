@@ -355,5 +355,5 @@ void ImageViewTest::isAGraphicForScreenReaders()
     QCOMPARE(graphic->text(QAccessible::Name), u"Picture"_s);
 }
 
-VELLUMCAP_TEST_MAIN(ImageViewTest)
+VELLUMCAP_TEST(ImageViewTest)
 #include "tst_imageview.moc"

@@ -474,5 +474,5 @@ void ImageWellTest::isAButtonForScreenReaders()
     dialog->reject();
 }
 
-VELLUMCAP_TEST_MAIN(ImageWellTest)
+VELLUMCAP_TEST(ImageWellTest)
 #include "tst_imagewell.moc"

@@ -367,6 +367,6 @@ void MainMenuTest::sharesClosingWithTheOtherWindows()
     QVERIFY(!m_other->window()->isVisible());
 }
 
-VELLUMCAP_TEST_MAIN(MainMenuTest)
+VELLUMCAP_TEST(MainMenuTest)
 
 #include "tst_mainmenu.moc"

@@ -109,6 +109,6 @@ void SavePanelTest::asksBeforeItReplacesAFileThatTheUserDidNotName()
     QVERIFY(!wasChosen);
 }
 
-VELLUMCAP_TEST_MAIN(SavePanelTest)
+VELLUMCAP_TEST(SavePanelTest)
 
 #include "tst_savepanel.moc"

@@ -193,6 +193,6 @@ void SheetTest::staysHiddenWhenItWasEndedMeanwhile()
     QVERIFY(!sheet.isVisible());
 }
 
-VELLUMCAP_TEST_MAIN(SheetTest)
+VELLUMCAP_TEST(SheetTest)
 
 #include "tst_sheet.moc"

@@ -96,7 +96,7 @@ void ThumbnailViewTest::readsAtTwiceTheDensity()
     QProcess process;
     process.setProcessEnvironment(environment);
     process.start(QCoreApplication::applicationFilePath(),
-        { u"readsAtTheScreensPixels"_s, u"showsThePicture"_s });
+        support::argumentsForCases({ u"readsAtTheScreensPixels"_s, u"showsThePicture"_s }));
     QVERIFY(process.waitForStarted());
     QTRY_COMPARE_WITH_TIMEOUT(process.state(), QProcess::NotRunning, 30'000);
     const QByteArray output = process.readAllStandardOutput();
@@ -307,5 +307,5 @@ void ThumbnailViewTest::isAGraphicForScreenReaders()
     QCOMPARE(QAccessible::queryAccessibleInterface(&view)->role(), QAccessible::Graphic);
 }
 
-VELLUMCAP_TEST_MAIN(ThumbnailViewTest)
+VELLUMCAP_TEST(ThumbnailViewTest)
 #include "tst_thumbnailview.moc"

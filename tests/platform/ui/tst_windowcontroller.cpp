@@ -178,6 +178,6 @@ void WindowControllerTest::takesItsWindowAndGuardAlong()
     QCOMPARE(destroyed.count(), 1);
 }
 
-VELLUMCAP_TEST_MAIN(WindowControllerTest)
+VELLUMCAP_TEST(WindowControllerTest)
 
 #include "tst_windowcontroller.moc"
