@@ -1,5 +1,5 @@
-"""After unusual drops and pastes the import sheet shows the right message, stores nothing, and reads
-the next good picture."""
+"""After unusual drops and pastes the import sheet shows the right message, stores nothing, and
+reads the next good picture."""
 
 import contextlib
 import shutil

@@ -101,7 +101,7 @@ class Scan(unittest.TestCase):
         vellumcap.select(app, TEXT)
         self.assertEqual(vellumcap.quit_by_keys(app), 0)
 
-    def test_a_frozen_camera_holds_nobody_up(self):
+    def test_a_frozen_camera_does_not_delay_quitting(self):
         camera = self.rig.add("cam.a", "Camera A")
         app = self.start()
         sheet = open_scan(app)

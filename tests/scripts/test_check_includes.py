@@ -1,6 +1,5 @@
 #!/usr/bin/python3
-"""Whether scripts/check_includes.py finds the faults that it is for: each test breaks one rule in a
-small tree of its own."""
+"""Tests scripts/check_includes.py: each test breaks one rule in a small temporary tree."""
 
 import pathlib
 import subprocess
