@@ -26,14 +26,14 @@ namespace {
 
 namespace drawing = platform::drawing;
 
-/// The type that marks data from another well: its picture is previewed during the drag.
+/// Marks drags from another well: their picture is shown filling this one.
 constexpr auto wellType = "application/x-vellumcap-image-well";
 constexpr int dragSide = 32;
 constexpr double frameWidth = 5;
 constexpr double padding = 16;
 constexpr double radius = 12;
 
-/// Only from URLs: a text that looks like a path is no file.
+/// Empty without URLs: a text is not a file, even if it is a path.
 QString pictureFile(const QMimeData& data)
 {
     return data.hasUrls() ? platform::pictureFileIn(data) : QString();
@@ -50,7 +50,7 @@ QImage readImage(const QMimeData& data)
     return (file.isEmpty() ? platform::readPictureData(data) : platform::readPicture(file)).image;
 }
 
-/// The first picture among the files; else the first local file.
+/// The first picture file, or else the first local file.
 std::optional<QString> location(const QMimeData& data)
 {
     const QString picture = pictureFile(data);
@@ -75,7 +75,7 @@ QString titleFor(const std::optional<QString>& path)
     if (name.isEmpty()) { // the root folder
         name = *path;
     }
-    // Qt replaces "[*]" in window titles; "[*][*]" shows it as it is.
+    // Qt replaces "[*]" in a title by the mark of a changed document.
     return name.replace(QLatin1String("[*]"), QLatin1String("[*][*]"));
 }
 
@@ -86,8 +86,8 @@ QByteArray encoded(const QImage& image, const char* format)
     return image.save(&buffer, format) ? buffer.data() : QByteArray();
 }
 
-/// Writes the file for a drag and returns its path. The file stays unchanged when `image` is null
-/// or writing fails.
+/// Writes the file for a drag, and returns its path. A null picture or a failed write leaves the
+/// file unchanged.
 QString writeCapture(const QImage& image)
 {
     const QString folder = platform::StandardFolders::caches();
@@ -216,8 +216,8 @@ void DragDropImageView::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     auto& shown = m_preview.isNull() ? m_picture : m_preview;
     QPalette colors = palette();
-    colors.setCurrentColorGroup(QPalette::Active); // also for a disabled, empty well
-    // A code needs a light margin, in a dark colour scheme too.
+    colors.setCurrentColorGroup(QPalette::Active); // an empty well is not greyed out
+    // A code needs a light border, in a dark colour scheme too.
     drawing::fillCard(
         painter, rect(), shown.isNull() ? drawing::tileColor(colors) : QColor(Qt::white), radius);
     drawing::strokeHairline(painter, rect(), drawing::hairlineColor(colors), radius);
@@ -225,7 +225,7 @@ void DragDropImageView::paintEvent(QPaintEvent* event)
     const QRectF area = QRectF(rect()).adjusted(margin, margin, -margin, -margin);
     shown.draw(painter, shown.fittingRect(area, devicePixelRatioF()));
     if (m_highlight) {
-        drawing::setDefaultLineWidth(frameWidth); // also for all later strokes
+        drawing::setDefaultLineWidth(frameWidth); // also applies to later strokes elsewhere
         drawing::strokeRect(painter, event->rect(), Qt::darkGray);
     }
 }
@@ -249,8 +249,9 @@ void DragDropImageView::mousePressEvent(QMouseEvent* event)
     }
     auto* offered = new QMimeData;
     offered->setUrls({ QUrl::fromLocalFile(writeCapture(image())) });
-    auto* drag = new QDrag(this); // Qt deletes it when the receiver has the data,
-    drag->setParent(QCoreApplication::instance()); // which may be after this view is destroyed
+    // Qt deletes the drag after the receiver has read the data, perhaps later than this view.
+    auto* drag = new QDrag(this);
+    drag->setParent(QCoreApplication::instance());
     drag->setMimeData(offered);
     drag->setPixmap(dragPixmap());
     drag->setHotSpot({ dragSide / 2, dragSide / 2 });

@@ -14,23 +14,23 @@ namespace vellumcap {
 class DragDropImageViewDelegate {
 public:
     virtual ~DragDropImageViewDelegate() = default;
-    /// `path` is the dropped file, nullopt for a drop without a file.
+    /// `path`: the dropped file; nullopt if the drop had none.
     virtual void dropComplete(const std::optional<QString>& path);
 };
 
-/// A well that accepts dropped pictures and drags its own picture out. The drag offers the file
-/// "capture.png" in the cache folder, which each drag overwrites: the receiver can read it after
-/// the well is destroyed. A drag begins with the press of the button, in an inactive window too.
-/// Main thread.
+/// An image well: accepts a dropped picture, and offers its own picture for dragging. It offers the
+/// file "capture.png" in the cache folder, which each drag overwrites; the receiver can copy it
+/// after the well has been destroyed. A drag starts at the press of the button, in an inactive
+/// window too. Main thread.
 class DragDropImageView : public QWidget {
     Q_OBJECT
 public:
     enum class Origin { WindowDescription, Code };
 
-    /// For window descriptions: allows drags and drops.
+    /// For window descriptions: allows dragging and dropping.
     explicit DragDropImageView(QWidget* parent = nullptr);
-    /// Origin::Code: allows neither. setAllowDrag() allows drags; setAllowDrop() and
-    /// setAcceptDrops() together allow drops.
+    /// Origin::Code allows neither and accepts no drops. The caller enables them with
+    /// setAllowDrag(), or with both setAllowDrop() and setAcceptDrops().
     explicit DragDropImageView(Origin origin, QWidget* parent = nullptr);
 
     bool allowDrag() const { return m_allowDrag; }
@@ -38,27 +38,26 @@ public:
     bool allowDrop() const { return m_allowDrop; }
     void setAllowDrop(bool allow) { m_allowDrop = allow; }
 
-    /// Not owned; must outlive the view, or be reset to null.
+    /// Not owned; must outlive the view or be reset to nullptr.
     void setDelegate(DragDropImageViewDelegate* delegate) { m_delegate = delegate; }
 
     const QImage& image() const { return m_picture.image(); }
     void setImage(const QImage& image); ///< a null image empties the well
-    /// The last dropped file; nullopt if the last drop had no file.
+    /// The file of the last drop; nullopt if that drop had none.
     const std::optional<QString>& path() const { return m_path; }
-    bool isHighlighted() const { return m_highlight; } ///< an accepted drag is over the well
+    bool isHighlighted() const { return m_highlight; } ///< an accepted drag is over the view
 
     /// The two steps of a drop. The first ends the highlight and returns whether there is a
-    /// picture. The second takes picture and path and always returns true. `source` is the object
-    /// in this process that began the drag, or null.
+    /// picture. The second takes picture and path, and always returns true. `source` is the
+    /// drag's source if it is in this process, else nullptr.
     bool prepareForDragOperation(const QMimeData& offered);
     bool performDragOperation(const QMimeData& offered, const QObject* source);
 
-    /// Adds the picture (image/tiff) or the view's drawing (application/pdf) to `item`; other types
-    /// are ignored.
+    /// Adds the picture (image/tiff) or the drawn view (application/pdf) to `item`. Other types are
+    /// ignored.
     void provideData(QMimeData& item, const QString& type);
 
-    /// The frame of `window` with contents of exactly the picture's size, at the position of this
-    /// view's window.
+    /// The frame of `window` with contents of the picture's size, where this view's window is.
     QRect windowWillUseStandardFrame(const QWidget& window, const QRect& defaultFrame) const;
 
     QSize sizeHint() const override;
@@ -76,8 +75,7 @@ private:
     QPixmap dragPixmap() const;
 
     platform::ScalablePicture m_picture;
-    platform::ScalablePicture
-        m_preview; ///< of a drag from another well, shown in place of m_picture
+    platform::ScalablePicture m_preview; ///< of a drag from another well over this one
     bool m_highlight = false;
     bool m_allowDrag = false;
     bool m_allowDrop = false;

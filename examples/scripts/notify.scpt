@@ -1,13 +1,13 @@
--- Shows every code in a notification of the desktop.
+-- Shows every code in a desktop notification.
 -- Needs gdbus, which is in Debian's package libglib2.0-bin.
 
--- One word for the shell, for any text. A word cannot contain a zero byte.
+-- Makes one word for the shell from any text. A word cannot contain a zero byte.
 local function quoted(text)
     text = text:gsub("\0", "")
     return "'" .. text:gsub("'", "'\\''") .. "'"
 end
 
--- A text in the notation of gdbus. Control characters other than line ends become spaces.
+-- A text in the syntax of gdbus. Control characters other than line ends become spaces.
 local function variant(text)
     text = text:gsub('[%c"\\]', function(character)
         if character == "\n" then
@@ -18,7 +18,7 @@ local function variant(text)
     return '"' .. text .. '"'
 end
 
--- Notifications may contain markup, which a code must not insert.
+-- Notifications can contain markup; escape it, so that a code cannot add any.
 local function plain(text)
     return (text:gsub("[&<>]", { ["&"] = "&amp;", ["<"] = "&lt;", [">"] = "&gt;" }))
 end

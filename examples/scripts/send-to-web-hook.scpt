@@ -3,13 +3,13 @@
 
 local hook = os.getenv("VELLUMCAP_HOOK") or "http://localhost:8080/codes"
 
--- One word for the shell, for any text. A word cannot contain a zero byte.
+-- Makes one word for the shell from any text. A word cannot contain a zero byte.
 local function quoted(text)
     text = text:gsub("\0", "")
     return "'" .. text:gsub("'", "'\\''") .. "'"
 end
 
--- A text in JSON.
+-- A JSON string.
 local function json(text)
     text = text:gsub('[%c"\\]', function(character)
         return ("\\u%04x"):format(character:byte())
@@ -18,7 +18,7 @@ local function json(text)
 end
 
 function scanned_code(text)
-    -- The text is sent through a pipe: every user can see the arguments of a command.
+    -- Passes the text through a pipe, because every user can see the arguments of a command.
     local command = "curl --silent --show-error --fail --max-time 20 --output /dev/null"
         .. " --header 'Content-Type: application/json' --data-binary @- --url " .. quoted(hook)
     local curl = assert(io.popen(command, "w"))

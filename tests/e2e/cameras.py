@@ -1,5 +1,5 @@
-"""Cameras without hardware in a session (see session.py): PipeWire and WirePlumber of the session's
-own, and any number of cameras that can be plugged in, steered and pulled out.
+"""Cameras without hardware in a session (see session.py). Starts PipeWire and WirePlumber in the
+session; cameras can be added, controlled and removed.
 
     with cameras.Cameras() as rig:
         camera = rig.add("cam.a", "Camera A", picture="code.png")
@@ -23,8 +23,8 @@ FOLDER = desktop.FOLDER / "cameras"
 PR_SET_PDEATHSIG = 1
 libc = ctypes.CDLL(None)
 
-# No sound, none of the cameras of the machine; WirePlumber's Bluetooth part ends it where systemd's
-# run folder is missing.
+# Disables sound and the machine's cameras. Bluetooth is disabled because it makes WirePlumber exit
+# where systemd's run folder is missing.
 CONFIGURATION = {
     "main.lua.d": """alsa_monitor.enabled = false
 v4l2_monitor.enabled = false
@@ -37,8 +37,8 @@ bluez_midi_monitor = { enabled = false }
 
 
 def look_for_cameras_by(portal):
-    """"1" hides the cameras of the machine from programs that start from now on, "" shows those of
-    the session. Programs that the bus starts are told, too."""
+    """For programs started after this call, also by the bus: "1" hides all cameras, "" shows those
+    of the session."""
     os.environ["VELLUMCAP_CAMERA_PORTAL"] = portal
     Gio.bus_get_sync(Gio.BusType.SESSION).call_sync(
         "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
@@ -61,7 +61,7 @@ def output(*command):
 
 
 class Camera:
-    """Every call returns when it has taken effect in the camera: who watches learns of it later."""
+    """Each call returns when the camera has carried it out; readers notice it later."""
 
     def __init__(self, name, description, modes, picture, properties):
         self.name = name
@@ -75,7 +75,7 @@ class Camera:
         self._expect("ready")
 
     def freeze(self):
-        """Stays listed, but sends no frames."""
+        """Sends no more frames, but stays listed."""
         self._command("freeze")
 
     def thaw(self):
@@ -85,11 +85,11 @@ class Camera:
         self._command(f"image {pathlib.Path(picture).resolve()}")
 
     def set_modes(self, *modes):
-        """Offers these instead; while somebody watches, it goes and returns."""
+        """Replaces the formats. A camera in use disappears and returns."""
         self._command(" ".join(("formats", *modes)))
 
     def refuse(self):
-        """Fails for everybody who wants to watch from now on."""
+        """Fails for each reader that opens it after this call."""
         self._command("refuse")
 
     def unplug(self):
@@ -97,8 +97,8 @@ class Camera:
         self.process.communicate()
 
     def links(self):
-        """How many streams are linked to it."""
-        # What changes meanwhile comes as a further list.
+        """The number of streams linked to it."""
+        # Changes during the dump are appended as further lists.
         objects = json.loads(output("pw-dump", "--no-colors").replace("\n]\n[\n", ",\n"))
         infos = {each["id"]: each.get("info") or {} for each in objects}
         ids = [number for number, info in infos.items()
@@ -118,7 +118,7 @@ class Camera:
 
 
 class Cameras:
-    """Programs that start from now on see these cameras."""
+    """Programs started after this object was created see its cameras."""
 
     def __init__(self):
         look_for_cameras_by("")
@@ -139,7 +139,7 @@ class Cameras:
 
     def start_pipewire(self):
         socket = pathlib.Path(os.environ["XDG_RUNTIME_DIR"]) / "pipewire-0"
-        socket.unlink(missing_ok=True)  # of one that was killed
+        socket.unlink(missing_ok=True)  # left by a killed daemon
         self.daemon = spawn("pipewire", env=self.environment)
         desktop.wait_until(socket.exists, "PipeWire")
         self.manager = spawn("wireplumber", env=self.environment)
@@ -154,7 +154,8 @@ class Cameras:
             process.wait()
 
     def add(self, name, description, *modes, picture=None, properties=None):
-        """Returns once PipeWire lists it. Modes are such as "YUY2:1280x720@30"."""
+        """Adds a camera; returns when PipeWire lists it. A mode is "YUY2:1280x720@30", for
+        example."""
         camera = Camera(name, description, modes or ("YUY2:1280x720@30",), picture,
                         properties or {})
         self.plugged.append(camera)

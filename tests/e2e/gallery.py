@@ -1,5 +1,5 @@
-"""Leaves a picture of every window, empty and filled, for somebody to look at. Argument: "dark" or
-"light"; run by session.py, with --scale 2 for a dense screen."""
+"""Takes pictures of every window, empty and filled. Argument: "dark" or "light". Run it with
+session.py, and --scale 2 for a dense screen."""
 
 import sys
 
@@ -39,8 +39,7 @@ def paste(field, text):
 
 
 def show_generate(app):
-    app.find("push button", "Generate").click()
-    sheet = app.find("dialog", "Generate")
+    sheet = vellumcap.open_sheet(app, "Generate", "Generate")
     field = sheet.find("text", "Text to encode")
     picture("generate-empty")
     for name, text in (("short", LINK), ("long", TEXTS[-1])):
@@ -64,8 +63,7 @@ def caption_of(sheet):
 
 def show_scan(app, rig):
     camera = rig.add("gallery.camera", "Camera on the desk")
-    app.find("push button", "Scan").wait_enabled().click()
-    sheet = app.find("dialog", "Capture")
+    sheet = vellumcap.open_sheet(app, "Scan", "Capture")
     desktop.wait_until(lambda: not caption_of(sheet), "the live picture")
     picture("scan-live")
     camera.show(vellumcap.photograph(LINK, "scan.jpg"))
@@ -78,8 +76,7 @@ def show_scan(app, rig):
     picture("scan-unplugged")
     sheet.find("push button", "Cancel").click()
     app.wait_gone("dialog", "Capture")
-    app.find("push button", "Scan").click()
-    sheet = app.find("dialog", "Capture")
+    sheet = vellumcap.open_sheet(app, "Scan", "Capture")
     desktop.wait_until(lambda: "No camera" in caption_of(sheet), "the caption")
     picture("scan-no-camera")
     sheet.find("push button", "Cancel").click()
@@ -88,8 +85,7 @@ def show_scan(app, rig):
 
 def show_watch(app, rig):
     camera = rig.add("gallery.camera", "Camera on the desk")
-    app.find("push button", "Watch").wait_enabled().click()
-    sheet = app.find("dialog", "Capture")
+    sheet = vellumcap.open_sheet(app, "Watch", "Capture")
     camera.show(vellumcap.photograph(TEXTS[1], "watch.jpg"))
     field = sheet.find("text", "Last code")
     desktop.wait_until(lambda: field.text == TEXTS[1], "the code")

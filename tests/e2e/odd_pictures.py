@@ -1,4 +1,4 @@
-"""Picture files that no camera makes but that people drag all the same."""
+"""Damaged and unusual picture files."""
 
 import struct
 import zlib
@@ -13,7 +13,7 @@ def truncated_jpeg(text, name):
 
 
 def png(name, width, height):
-    """All white, with one bit for a pixel."""
+    """A white picture with one bit per pixel."""
     line = b"\0" + b"\xff" * ((width + 7) // 8)
     header = struct.pack(">IIBBBBB", width, height, 1, 0, 0, 0, 0)
     return written(name, b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", header)
@@ -26,7 +26,7 @@ def png_chunk(kind, data):
 
 
 def animation(text, name):
-    """A GIF whose first frame shows a code for `text`, and whose second shows nothing."""
+    """A GIF whose first frame shows a code for `text` and whose second frame is white."""
     width, height, pixels = grey_pixels(vellumcap.photograph(text, "frame.pgm"))
     greys = b"".join(bytes([level * 2] * 3) for level in range(128))
     size = struct.pack("<HH", width, height)
@@ -42,11 +42,11 @@ def grey_pixels(path):
 
 
 def gif_frame(size, pixels):
-    """Codes of eight bits: the table is cleared before it would need a ninth."""
+    """Uses codes of eight bits: clears the code table before it needs nine."""
     clear, end, run = b"\x80", b"\x81", 100
     codes = b"".join(clear + pixels[at:at + run] for at in range(0, len(pixels), run)) + end
     blocks = (codes[at:at + 255] for at in range(0, len(codes), 255))
-    control = b"!\xf9\x04\0\x14\0\0\0"  # shown for a fifth of a second
+    control = b"!\xf9\x04\0\x14\0\0\0"  # each frame lasts 0.2 s
     return (control + b",\0\0\0\0" + size + b"\0\x07"
             + b"".join(bytes([len(block)]) + block for block in blocks) + b"\0")
 

@@ -1,12 +1,12 @@
 #!/usr/bin/python3
-"""Runs a command in a desktop of its own and removes every trace of it afterwards.
+"""Runs a command in a private desktop, and removes the desktop afterwards.
 
     tests/e2e/session.py [--scale 2] [--keep] [--timeout SECONDS] COMMAND [ARGUMENT...]
 
-The desktop is an X server on a free display, a window manager, a session bus that can start the
-accessibility bus and nothing else, and home folders in a temporary folder. Links are "opened" by
-writing them into the file $SESSION_OPENED_LINKS, one a line, each followed by a tab and the
-start-up identifier that the browser was given. Any number of sessions may run at once.
+The desktop has an X server on a free display, a window manager, a session bus that can start only
+the accessibility bus, and home folders in a temporary folder. Its browser writes each link to the
+file $SESSION_OPENED_LINKS: one line with the link, a tab, and the start-up identifier that the
+browser was given. Any number of sessions can run at once.
 """
 
 import argparse
@@ -25,7 +25,7 @@ import gi
 gi.require_version("Gio", "2.0")
 from gi.repository import Gio, GLib  # noqa: E402
 
-READY_WITHIN = 30  # seconds
+READY_WITHIN = 60  # seconds
 PR_SET_PDEATHSIG = 1
 PR_SET_CHILD_SUBREAPER = 36
 libc = ctypes.CDLL(None)
@@ -73,7 +73,7 @@ x-scheme-handler/http=recording-browser.desktop
 x-scheme-handler/https=recording-browser.desktop
 """
 
-# What could lead out of the session or make it look different from machine to machine.
+# Variables that refer to the surrounding desktop, or change how programs look.
 FOREIGN_VARIABLES = ("QT_", "XDG_", "DBUS_", "GTK_", "GDK_", "LC_", "LANG", "DISPLAY", "WAYLAND_",
                      "SESSION_MANAGER", "DESKTOP_", "XAUTHORITY", "AT_SPI_", "GNOME_", "KDE_")
 
@@ -96,7 +96,7 @@ class Session:
         self.scale = scale
         self.environment = {name: value for name, value in os.environ.items()
                             if not name.startswith(FOREIGN_VARIABLES)}
-        # Orphans of the session become children of this process, so that none can outlive it.
+        # Orphaned processes of the session become children of this process, which ends them.
         libc.prctl(PR_SET_CHILD_SUBREAPER, 1)
 
     def start(self):
@@ -120,7 +120,7 @@ class Session:
         set_variable("GSETTINGS_BACKEND", "memory")
         set_variable("QT_QPA_PLATFORM", "xcb")
         set_variable("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1")
-        # Behind the portal, which is not there, the machine's own cameras are out of sight.
+        # The session has no camera portal, so the program does not see the machine's cameras.
         set_variable("VELLUMCAP_CAMERA_PORTAL", "1")
         if self.scale != 1:
             set_variable("QT_SCALE_FACTOR", str(self.scale))
@@ -153,7 +153,7 @@ class Session:
         self.spawn("Xvfb", "-displayfd", str(told), "-screen", "0", size, "-nolisten", "tcp",
                    "-noreset", pass_fds=[told])
         os.close(told)
-        with os.fdopen(number) as answer:  # written once the server listens; empty if it died
+        with os.fdopen(number) as answer:  # written when the server listens; empty if it died
             display = answer.readline().strip()
         if not display:
             raise RuntimeError((self.folder / "Xvfb.log").read_text())
@@ -189,7 +189,7 @@ class Session:
             | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION, None, None)
         enabled = GLib.Variant("(ssv)", ("org.a11y.Status", "IsEnabled",
                                          GLib.Variant("b", True)))
-        # The call starts the service and waits for it.
+        # The call starts the service and waits for its reply.
         bus.call_sync("org.a11y.Bus", "/org/a11y/bus", "org.freedesktop.DBus.Properties", "Set",
                       enabled, None, Gio.DBusCallFlags.NONE, READY_WITHIN * 1000, None)
         bus.close_sync(None)
@@ -218,12 +218,12 @@ def children_of_this_process():
 
 
 def end_descendants():
-    """Ends and reaps all, generation after generation, since orphans come to this process."""
+    """Ends and reaps all descendants: this process becomes the parent of each orphan."""
     patience = time.monotonic() + 5
     while children := children_of_this_process():
         how = signal.SIGTERM if time.monotonic() < patience else signal.SIGKILL
         for child in children:
-            os.kill(child, how)  # not yet reaped, so that the number is still its own
+            os.kill(child, how)  # not reaped yet, so its number is not reused
         while True:
             try:
                 if os.waitpid(-1, os.WNOHANG)[0] == 0:

@@ -1,5 +1,5 @@
-"""A desktop that prefers dark or light windows: the Settings interface of the desktop portal, for
-as long as this process lives. Argument: "dark" or "light"."""
+"""Provides the Settings interface of the desktop portal, so that the desktop prefers dark or light
+windows while this process runs. Argument: "dark" or "light"."""
 
 import sys
 

@@ -1,11 +1,11 @@
 #!/usr/bin/python3
-"""Runs a command with a small disk of its own in place of a folder, whose contents it takes along.
+"""Runs a command with a small disk in place of a folder. The folder's contents are copied to it.
 
     tests/e2e/small_disk.py FOLDER KIBIBYTES COMMAND [ARGUMENT...]
 
-The disk is in memory, and only the command and its children see it; others find it below
-/proc/PID/root. It needs to be root, or a system on which anybody may make a user namespace; ends
-with 77 where neither is so.
+The disk is in memory. Only the command and its children see it; other processes find it below
+/proc/PID/root. Needs root rights or permission to create a user namespace, and exits with 77
+without them.
 """
 
 import ctypes

@@ -1,5 +1,5 @@
-"""The program without a pointer: the Tab key reaches every control, each has a name, and a screen
-reader can press what can be pressed."""
+"""Use without a pointer: the Tab key reaches every control, each control has a name, and a screen
+reader can press every button."""
 
 import unittest
 
@@ -20,19 +20,26 @@ class Accessibility(vellumcap.WithJournal):
                 and (element.role != "image" or element.has_state("focusable"))]
 
     def assert_tab_reaches_all(self, window):
+        window.wait_active()
         controls = self.controls_of(window)
         self.assertEqual([each.role for each in controls if not each.name], [])
         wanted = {each.name for each in controls}
         reached = []
         while len(reached) < 3 * len(wanted) and not wanted <= set(reached):
-            desktop.keys("Tab")
-            reached.append(desktop.wait_until(lambda: self.focused_in(window), "a focus"))
+            reached.append(self.next_focus(window))
         self.assertEqual(wanted - set(reached), set())
+
+    def next_focus(self, window):
+        before = self.focused_in(window)
+        desktop.keys("Tab")
+        return desktop.wait_until(
+            lambda: self.focused_in(window) not in (None, before) and self.focused_in(window),
+            f"the focus to leave {before!r}")
 
     def focused_in(self, window):
         for element in window.find_all():
             if element.role in (*CONTROLS, "list item") and element.focused:
-                # An item has the focus for its list.
+                # A list reports its focus through its item.
                 return "Journal" if element.role == "list item" else element.name
         return None
 
@@ -67,7 +74,7 @@ class Accessibility(vellumcap.WithJournal):
     def test_generate_sheet(self):
         app = self.start()
         app.find("push button", "Generate").press()
-        sheet = app.find("dialog", "Generate")
+        sheet = app.find("dialog", "Generate").wait_active()
         desktop.type_text(TEXT)
         sheet.find("push button", "Generate").wait_enabled().press()
         sheet.find("push button", "Save").wait_enabled()

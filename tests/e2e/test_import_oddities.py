@@ -1,5 +1,5 @@
-"""Whatever is dragged or pasted into the import sheet, it says nothing false, keeps nothing unasked
-and reads the next good picture."""
+"""After unusual drops and pastes the import sheet shows the right message, stores nothing, and
+reads the next good picture."""
 
 import contextlib
 import shutil
@@ -24,12 +24,12 @@ class ImportOddities(unittest.TestCase):
     def drag(self, *what):
         vellumcap.drag_onto(self.well, *what)
 
-    def drag_in_vain(self, *what):
-        vellumcap.drag_in_vain(self.well, *what)
+    def drag_refused(self, *what):
+        vellumcap.drag_refused(self.well, *what)
 
     @contextlib.contextmanager
     def pasting(self, *what):
-        """The owner of the clipboard has to live until the picture has been read."""
+        """Pastes, and keeps the owner of the clipboard running in this context."""
         with vellumcap.clipboard(*what):
             self.well.take_focus()
             desktop.keys("ctrl+v")
@@ -53,7 +53,7 @@ class ImportOddities(unittest.TestCase):
     def test_files_that_are_no_good_picture(self):
         with self.subTest("text with a picture's name"):
             path = odd_pictures.written("text.png", b"Not a picture at all\n")
-            self.drag_in_vain(path)
+            self.drag_refused(path)
             self.assert_nothing_offered()
         with self.subTest("truncated"):
             self.drag(odd_pictures.truncated_jpeg(TEXT, "half.jpg"))
@@ -69,10 +69,10 @@ class ImportOddities(unittest.TestCase):
 
     def test_things_that_are_no_file(self):
         with self.subTest("link"):
-            self.drag_in_vain("--link", "https://example.org/code.png")
+            self.drag_refused("--link", "https://example.org/code.png")
             self.assert_nothing_offered()
         with self.subTest("text"):
-            self.drag_in_vain("--text", "https://example.org/")
+            self.drag_refused("--text", "https://example.org/")
             self.assert_nothing_offered()
         with self.subTest("damaged picture data"):
             path = odd_pictures.written("damaged", b"\x89PNG\r\n\x1a\n and no more")
@@ -91,8 +91,8 @@ class ImportOddities(unittest.TestCase):
         good = vellumcap.photograph(TEXT, "stays.png")
         for action in ("move", "link"):
             with self.subTest(action):
-                # Who is told that its file was moved takes it away.
-                self.drag_in_vain("--actions", action, good)
+                # A source that is told that its file was moved deletes it.
+                self.drag_refused("--actions", action, good)
                 self.assert_nothing_offered()
         self.drag("--actions", "copy,move", good)
         vellumcap.wait_for_text(self.sheet, TEXT)

@@ -1,4 +1,4 @@
-"""What a user does with the captures in the journal, and what is then on the disk."""
+"""Selecting, annotating, exporting and deleting captures, and the resulting files."""
 
 import unittest
 
@@ -11,7 +11,7 @@ LONG_NOTES = "\n".join(f"Line {line} of what there is to say" for line in range(
 
 
 class Journal(vellumcap.WithJournal):
-    TEXTS = (LINK, TEXT)  # the newest last, which is the first in the list
+    TEXTS = (LINK, TEXT)  # the last is the newest and the first in the list
 
     def wait_for_notes(self, text, notes):
         desktop.wait_until(lambda: vellumcap.capture_of(text).get("notes") == notes,
@@ -58,7 +58,7 @@ class Journal(vellumcap.WithJournal):
         with vellumcap.clipboard("--text", text):
             field.click()
             desktop.keys("ctrl+a", "ctrl+v")
-            desktop.wait_until(lambda: field.text == text, "what was pasted")
+            desktop.wait_until(lambda: field.text == text, "pasted text")
 
     def test_link_reaches_the_browser_as_it_was_read(self):
         app = self.start()
@@ -72,7 +72,7 @@ class Journal(vellumcap.WithJournal):
         app = self.start()
         vellumcap.select(app, LINK)
         target = desktop.FOLDER / "exported.jpg"
-        self.save_image(app, target.with_suffix(""))  # the type is put to the name
+        self.save_image(app, target.with_suffix(""))  # the program appends ".jpg"
         desktop.wait_until(target.exists, "the new file")
         self.assert_same_bytes(target, vellumcap.picture_of(LINK))
 

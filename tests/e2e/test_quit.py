@@ -1,4 +1,4 @@
-"""Quitting, and what is done when the journal cannot be saved or opened."""
+"""Quitting, and journals that cannot be saved or opened."""
 
 import os
 import pathlib
@@ -32,7 +32,7 @@ class Quit(vellumcap.WithJournal):
         app.find("text", "Notes").type(NOTES)
 
     def refuse_to_quit(self, app, reason):
-        """Quits in vain, up to the question, which is still to be answered."""
+        """Tries to quit, and returns the alert that asks whether to quit without saving."""
         desktop.keys("ctrl+q")
         vellumcap.dismiss_alert(
             app, f"The file “{vellumcap.STORE}” could not be written.", reason)
@@ -79,7 +79,7 @@ class Quit(vellumcap.WithJournal):
         self.assertEqual(vellumcap.capture_of(TEXT, folder)["notes"], NOTES)
 
     def disk_of(self, app):
-        """The data folder as the program sees it; being open, it outlives the program."""
+        """The data folder as the program sees it. It is held open, so it outlives the program."""
         opened = os.open(f"/proc/{app.process.pid}/root{vellumcap.DATA}", os.O_DIRECTORY)
         self.addCleanup(os.close, opened)
         return pathlib.Path(f"/proc/self/fd/{opened}")

@@ -1,4 +1,4 @@
-"""Codes in front of a camera are offered, kept and let go."""
+"""Codes in front of a camera are offered, saved and skipped."""
 
 import os
 import shutil
@@ -19,8 +19,7 @@ def code_in(picture):
 
 
 def open_scan(app):
-    app.find("push button", "Scan").wait_enabled().click()
-    return app.find("dialog", "Capture")
+    return vellumcap.open_sheet(app, "Scan", "Capture")
 
 
 def wait_linked(camera, links):
@@ -50,7 +49,7 @@ class Scan(unittest.TestCase):
         vellumcap.save_offer(sheet)
         self.assertEqual(code_in(vellumcap.picture_of(LINK)), LINK)
 
-        # Still in view, it is not offered again; another one is, and then the first again.
+        # The code in view is not offered again. Another code is, and then the first one again.
         camera.show(text)
         vellumcap.wait_for_text(sheet, TEXT)
         self.assertFalse(sheet.find("push button", "Open Link").enabled)
@@ -102,7 +101,7 @@ class Scan(unittest.TestCase):
         vellumcap.select(app, TEXT)
         self.assertEqual(vellumcap.quit_by_keys(app), 0)
 
-    def test_a_frozen_camera_holds_nobody_up(self):
+    def test_a_frozen_camera_does_not_delay_quitting(self):
         camera = self.rig.add("cam.a", "Camera A")
         app = self.start()
         sheet = open_scan(app)
@@ -110,7 +109,7 @@ class Scan(unittest.TestCase):
         camera.freeze()
         view = sheet.find(name="Picture from the camera")
         desktop.wait_until(lambda: "no picture" in view.description, "the caption")
-        # The program ends while the camera hangs, with its sheet open.
+        # The program quits with the sheet open while the camera hangs.
         desktop.keys("ctrl+q")
         self.assertEqual(app.wait_ended(), 0)
 

@@ -1,4 +1,4 @@
-"""Other programs start watch mode over the session bus, whatever this one is doing."""
+"""Other programs start watch mode over the session bus, in every state of this program."""
 
 import configparser
 import os
@@ -27,7 +27,7 @@ OPTIONS = ("watch-openURLInBackground", "watch-saveCapture", "watch-closeOnFirst
 
 
 def watch(arguments="{}"):
-    """The call from a process of its own. It answers before anything can have opened."""
+    """Calls Watch from another process. The reply arrives before a window opens."""
     answer = subprocess.run(
         ["gdbus", "call", "--session", "--dest", NAME, "--object-path", PATH,
          "--method", f"{NAME}.Watch", arguments],
@@ -48,7 +48,7 @@ def is_running():
 
 
 def options():
-    """What is stored under the keys of OPTIONS; None for what is unset."""
+    """The stored values of OPTIONS; None for each missing one."""
     settings = configparser.ConfigParser(interpolation=None, delimiters="=")
     settings.optionxform = str
     settings.read(SETTINGS)
@@ -70,7 +70,7 @@ class Case(unittest.TestCase):
         desktop.wait_until(lambda: options() == list(expected), f"the options {expected}")
 
     def make_startable(self):
-        """What the installation does, for the program that is tested."""
+        """Installs the bus service file for the tested program."""
         installed = (desktop.BIN.parent / SERVICE.name).read_text()
         exec_line = re.search("^Exec=(.*/)vellumcap$", installed, re.M)
         SERVICE.write_text(installed.replace(exec_line[1], f"{desktop.BIN}/"))
@@ -121,8 +121,7 @@ class WithCamera(Case):
 
     def test_over_the_scan_sheet(self):
         app = self.start()
-        app.find("push button", "Scan").wait_enabled().click()
-        sheet = app.find("dialog", "Capture")
+        sheet = vellumcap.open_sheet(app, "Scan", "Capture")
         watch(self.COMMAND)
         self.wait_for_options("false", "true", "false")
         self.assertEqual(len(app.find_all("dialog")), 1)
@@ -132,7 +131,7 @@ class WithCamera(Case):
 
     def test_hidden_journal(self):
         app = self.start()
-        app.find("frame", "Vellumcap").wait_active()
+        vellumcap.wait_journal_active(app)
         desktop.keys("ctrl+w")
         desktop.wait_until(lambda: not desktop.shown_windows("Vellumcap"), "the window to go")
         watch(self.COMMAND)
@@ -150,7 +149,7 @@ class WithCamera(Case):
 class WithoutCamera(Case):
 
     def assert_nothing_opened(self, app):
-        """An action that is asked for after the command would come too late for a sheet."""
+        """If the command had opened a sheet, the import sheet could not open after it."""
         vellumcap.open_import(app)
         self.assertEqual([dialog.name for dialog in app.find_all("dialog")], ["Import"])
         vellumcap.close_import(app)
@@ -183,7 +182,7 @@ class WithoutCamera(Case):
 
     def test_hidden_journal(self):
         app = self.start()
-        app.find("frame", "Vellumcap").wait_active()
+        vellumcap.wait_journal_active(app)
         desktop.keys("ctrl+w")
         desktop.wait_until(lambda: not desktop.shown_windows("Vellumcap"), "the window to go")
         watch("{'SaveCapture': <true>}")

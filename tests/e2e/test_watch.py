@@ -1,4 +1,4 @@
-"""Watch mode acts on every code by itself."""
+"""Watch mode handles every code automatically."""
 
 import os
 import pathlib
@@ -23,8 +23,7 @@ end
 
 
 def open_watch(app):
-    app.find("push button", "Watch").wait_enabled().click()
-    return app.find("dialog", "Capture")
+    return vellumcap.open_sheet(app, "Watch", "Capture")
 
 
 def wait_for_code(sheet, text):
@@ -47,12 +46,12 @@ def choose_script(sheet, name):
 
 
 def identifiers(link):
-    """Those that the browser was given with this link."""
+    """The start-up identifiers that the browser got with this link."""
     return {identifier for each, identifier in desktop.openings() if each == link}
 
 
 def once_each(values):
-    """In the order of their first coming: a code may be handled twice, and again after a while."""
+    """Without repetitions, in order. A code may be handled several times while it is in view."""
     return list(dict.fromkeys(values))
 
 
@@ -74,14 +73,14 @@ class Watch(unittest.TestCase):
     def test_links_codes_and_scripts(self):
         SCRIPTS.mkdir(parents=True, exist_ok=True)
         (SCRIPTS / "record.scpt").write_text(RECORDER)
-        # What started the program is not what starts the browser.
+        # The identifiers with which the program was started must not reach the browser.
         app = desktop.stop_after(self, vellumcap.start(env={
             "DESKTOP_STARTUP_ID": "launcher-1_TIME4711", "XDG_ACTIVATION_TOKEN": "launcher-2"}))
         sheet = open_watch(app)
         self.show(LINK)
         wait_for_code(sheet, LINK)
         desktop.wait_until(lambda: identifiers(LINK) == {""}, "the browser, to come to the front")
-        self.show_nothing()  # or it would be found again in the midst of the following
+        self.show_nothing()  # so that this code is not read again during the next steps
         self.assertEqual(vellumcap.captures(), [])
 
         sheet.find(name="Options").click()
@@ -100,7 +99,7 @@ class Watch(unittest.TestCase):
                          [OTHER_LINK.encode(), TEXT.encode()])
         self.assertEqual(set(desktop.opened_links()), {LINK, OTHER_LINK})
         self.assertEqual(identifiers(LINK), {""})
-        # By the start-up notification protocol, a window of time 0 stays behind.
+        # In the start-up notification protocol, time 0 means: do not raise the window.
         for identifier in identifiers(OTHER_LINK):
             self.assertRegex(identifier, r"^.+_TIME0$")
         self.assertEqual(once_each(each["captureValue"] for each in vellumcap.captures())[:2],

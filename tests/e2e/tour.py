@@ -1,5 +1,5 @@
-"""Shows the program at work to somebody without a display: does what a user does, says what it
-does, and leaves a picture of every step."""
+"""A tour of the program for people without a display: uses the program as a user does, prints each
+step, and takes a picture of it."""
 
 import itertools
 
@@ -32,8 +32,7 @@ def import_photograph(app, text, name):
 
 
 def generate_code(app, text):
-    app.find("push button", "Generate").click()
-    sheet = app.find("dialog", "Generate")
+    sheet = vellumcap.open_sheet(app, "Generate", "Generate")
     sheet.find("text", "Text to encode").type(text)
     sheet.find("push button", "Generate").wait_enabled().click()
     sheet.find("push button", "Save").wait_enabled()
@@ -45,8 +44,7 @@ def generate_code(app, text):
 
 
 def scan_code(app, camera, text):
-    app.find("push button", "Scan").wait_enabled().click()
-    sheet = app.find("dialog", "Capture")
+    sheet = vellumcap.open_sheet(app, "Scan", "Capture")
     desktop.wait_until(lambda: camera.links() == 1, "the camera to be watched")
     camera.show(vellumcap.photograph(text, "parcel.jpg"))
     vellumcap.wait_for_text(sheet, text)
@@ -57,8 +55,7 @@ def scan_code(app, camera, text):
 
 
 def watch_codes(app, camera, text):
-    app.find("push button", "Watch").wait_enabled().click()
-    sheet = app.find("dialog", "Capture")
+    sheet = vellumcap.open_sheet(app, "Watch", "Capture")
     sheet.find(name="Options").click()
     sheet.find("check box", "Keep every code in the journal").click()
     camera.show(vellumcap.photograph(text, "shelf.jpg"))

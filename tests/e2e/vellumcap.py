@@ -1,4 +1,4 @@
-"""What the flows do again and again with the program: start it, show it codes, read its journal."""
+"""Steps that flows share: starting the program, showing it codes, reading its journal."""
 
 import contextlib
 import os
@@ -18,19 +18,24 @@ KEPT = desktop.FOLDER / "kept-journal"
 
 
 def start(**how):
+    """Starts the program, and waits until keys reach its journal."""
     app = desktop.App("vellumcap", **how)
-    desktop.window("Vellumcap")
+    wait_journal_active(app)
     return app
 
 
+def wait_journal_active(app):
+    return app.find("frame", "Vellumcap").wait_active()
+
+
 def quit_by_keys(app):
-    app.find("frame", "Vellumcap").wait_active()
+    wait_journal_active(app)
     desktop.keys("ctrl+q")
     return app.wait_ended()
 
 
 def photograph(text, name):
-    """A picture, as a camera takes it, of a code for `text`."""
+    """Draws a code for `text` as a camera would see it."""
     path = desktop.FOLDER / name
     subprocess.run([desktop.BIN / "draw_photograph", text, path], check=True,
                    env={**os.environ, "QT_QPA_PLATFORM": "offscreen"})
@@ -38,42 +43,44 @@ def photograph(text, name):
 
 
 def drag_onto(target, *what):
-    """Drags from another program, which is told `what` to offer, and drops it once it may."""
+    """Drags from drag_source, which gets the arguments `what`, and drops when that is accepted."""
     with desktop.App("drag_source", *what) as source:
         drop(source, target)
 
 
 def drop(source, target):
-    """As drag_onto, from a source that is there already."""
+    """As drag_onto, from a running drag_source."""
     outcome = drag(source, target, lambda: source.log.endswith("over: copy\n"))
     assert outcome == "copy", outcome
 
 
-def drag_in_vain(target, *what):
-    """Drags what the target has to refuse."""
-    refusal = 0.5  # seconds; nobody tells when the answer was no, which takes a fraction of this
+def drag_refused(target, *what):
+    """Drags what the target must refuse."""
+    refusal = 0.5  # seconds; a refusal is not reported, and takes a fraction of this
     with desktop.App("drag_source", *what) as source:
         begun = []
 
         def has_hovered():
             if not begun and "dragging" in source.log:
                 begun.append(time.monotonic())
-            return begun and time.monotonic() > begun[0] + refusal
+            # This call is answered after the drag, because the target's main loop answers both.
+            return begun and time.monotonic() > begun[0] + refusal and target.showing
         outcome = drag(source, target, has_hovered)
         assert outcome == "none", outcome
 
 
 def drag(source, target, ready):
-    """How the source says that the drag ended."""
-    desktop.wait_until(lambda: desktop.windows_of(source.process.pid), "the source's window")
-    desktop.drag(source.find(name="Drag me").center, target.center, ready)
+    """Returns the action with which the drag ended, as the source reports it."""
+    presses = source.log.count("pressed")
+    desktop.drag(source.find(name="Drag me").center, target.center,
+                 lambda: source.log.count("pressed") > presses, ready)
     desktop.wait_until(lambda: "dropped: " in source.log, "the end of the drag")
     return source.log.split("dropped: ")[1].strip()
 
 
 @contextlib.contextmanager
 def preferred(scheme):
-    """A desktop that prefers "dark" or "light" windows, for as long as this."""
+    """In this context the desktop prefers "dark" or "light" windows."""
     script = pathlib.Path(__file__).with_name("settings_portal.py")
     with subprocess.Popen([sys.executable, script, scheme], stdout=subprocess.PIPE,
                           text=True) as portal:
@@ -84,15 +91,20 @@ def preferred(scheme):
 
 @contextlib.contextmanager
 def clipboard(*what):
-    """Another program, which is told `what` to offer, owns the clipboard for as long as this."""
+    """In this context drag_source, which gets the arguments `what`, owns the clipboard."""
     with desktop.App("drag_source", "--clipboard", *what) as source:
         desktop.wait_until(lambda: "copied" in source.log, "the copy")
         yield
 
 
+def open_sheet(app, button, title):
+    """Opens a sheet with a button of the journal, and waits until keys reach it."""
+    app.find("push button", button).wait_enabled().click()
+    return app.find("dialog", title).wait_active()
+
+
 def open_import(app):
-    app.find("push button", "Import").click()
-    return app.find("dialog", "Import")
+    return open_sheet(app, "Import", "Import")
 
 
 def wait_for_text(sheet, text):
@@ -111,7 +123,7 @@ def save_offer(sheet):
 
 
 def make_journal(*texts):
-    """Keeps codes for `texts`, the last one newest, as a user would."""
+    """Imports codes for `texts`, as a user would; the last one is the newest."""
     with start() as app:
         sheet = open_import(app)
         for number, text in enumerate(texts):
@@ -138,7 +150,7 @@ def wait_for_selected(app, text):
 
 
 def find_alert(app, message, reason=""):
-    """The alert that says both."""
+    """Waits for the alert with this message and reason."""
     def said():
         return [alert for alert in app.find_all("alert") if words_of(alert) == message
                 and (not reason or reason in map(words_of, alert.find_all("label")))]
@@ -146,7 +158,7 @@ def find_alert(app, message, reason=""):
 
 
 def words_of(element):
-    """Alerts let long words break, with spaces that nobody sees."""
+    """The text without the zero-width spaces with which alerts let long words break."""
     return element.name.replace("\u200b", "")
 
 
@@ -157,7 +169,7 @@ def dismiss_alert(app, message, reason=""):
 
 
 def captures(folder=DATA):
-    """The captures in the object store's file, each a dictionary of its attributes."""
+    """The captures in the store's file, each as a dictionary of its attributes."""
     store = folder / STORE.name
     if not store.exists():
         return []
@@ -171,7 +183,7 @@ def capture_of(text, folder=DATA):
 
 
 def picture_of(text):
-    """The JPEG file beside the store that belongs to the one capture of `text`."""
+    """The JPEG file of the only capture of `text`."""
     return DATA / f"{capture_of(text)['captureImageKey']}.jpg"
 
 
@@ -181,7 +193,7 @@ def pictures():
 
 
 def unfinished_files(folder=DATA):
-    """What a write that did not come to its end left behind."""
+    """Temporary files that an interrupted write has left."""
     return sorted(folder.glob(".*"))
 
 

@@ -53,7 +53,7 @@ QString captureFile()
     return platform::StandardFolders::caches() + u"/capture.png"_s;
 }
 
-/// A well in a window, with the events of a drag from another program.
+/// A well in a window, and the events of a drag from another program.
 struct Well {
     Well()
     {
@@ -95,8 +95,8 @@ struct Well {
         return event.isAccepted() && event.dropAction() == Qt::CopyAction;
     }
 
-    /// Presses the button on the view and returns the drag that begins, valid until the next one.
-    /// On the offscreen platform a drag ends at once.
+    /// Presses the button on the view, and returns the drag, which lives until the next call.
+    /// Without a screen a drag ends at once.
     QDrag* press() const
     {
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -234,7 +234,7 @@ void DragDropImageViewTest::refusesWhatIsNoPicture()
     QVERIFY(!well.enter(*files(paths)));
     QVERIFY(!well.view->isHighlighted());
     QMimeData text;
-    text.setText(m_red); // a text that looks like a path is no file
+    text.setText(m_red); // a text is not a file, even if it is a path
     QVERIFY(!well.enter(text));
 }
 
@@ -303,7 +303,7 @@ void DragDropImageViewTest::framesTheAreaBeingRedrawn()
              QPoint(98, 50), QPoint(50, 98), QPoint(99, 99) }) {
         QCOMPARE(whole.pixelColor(edge), grey);
     }
-    QVERIFY(whole.pixelColor(50, 3) != grey); // two and a half pixels lie inside
+    QVERIFY(whole.pixelColor(50, 3) != grey); // the stroke covers 2.5 pixels inside
     const QImage part = drawn(QRect(20, 30, 40, 40));
     QCOMPARE(part.pixelColor(40, 31), grey);
     QCOMPARE(part.pixelColor(21, 50), grey);
@@ -475,7 +475,7 @@ void DragDropImageViewTest::dragOutlivesItsView()
     well->view->setImage(plainPicture({ 6, 6 }, Qt::red));
     const QPointer<QDrag> drag = well->press();
     well.reset();
-    // The data exist until the receiver has them; the file stays.
+    // The data lives until the receiver has read it; the file stays.
     QVERIFY(drag != nullptr);
     QCOMPARE(drag->mimeData()->urls(), QList{ QUrl::fromLocalFile(captureFile()) });
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -519,7 +519,7 @@ void DragDropImageViewTest::dragsNothingWithoutAllowDrag()
     QMouseEvent press(QEvent::MouseButtonPress, Well::at, well.window.mapToGlobal(Well::at),
         Qt::LeftButton, Qt::LeftButton, {});
     QApplication::sendEvent(well.view, &press);
-    QVERIFY(press.isAccepted()); // so that no other widget gets it
+    QVERIFY(press.isAccepted()); // the parent must not get it
     QVERIFY(qApp->findChild<QDrag*>() == nullptr);
     QVERIFY(!QFile::exists(captureFile()));
 }

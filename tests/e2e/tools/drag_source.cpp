@@ -17,8 +17,8 @@ using Qt::StringLiterals::operator""_s;
 
 namespace {
 
-/// What is offered to other programs: a file, the picture in it, its bytes in the format it claims
-/// to have, a link, or a text.
+/// What other programs are offered: a file, the picture in a file, the bytes of a file as a given
+/// format, a link, or a text.
 struct Offer {
     enum class Kind { File, ImageData, Encoded, Link, Text };
 
@@ -80,14 +80,14 @@ const char* nameOf(Qt::DropAction action)
     }
 }
 
-void tell(const char* what, Qt::DropAction action)
+void print(const char* what, Qt::DropAction action)
 {
     std::printf("%s: %s\n", what, nameOf(action));
     std::fflush(stdout);
 }
 
-/// Stands for a file manager, browser or editor from which something is dragged. Tells on
-/// standard output what a drag would do at the moment, and how it ended.
+/// Acts as a file manager, browser or editor from which something is dragged. Prints each press of
+/// the button, the start of a drag, the current drop action, and the action of the drop.
 class Source : public QLabel {
 public:
     Source(Offer offer, Qt::DropActions actions)
@@ -111,7 +111,12 @@ public:
     }
 
 protected:
-    void mousePressEvent(QMouseEvent* event) override { m_pressed = event->pos(); }
+    void mousePressEvent(QMouseEvent* event) override
+    {
+        m_pressed = event->pos();
+        std::puts("pressed");
+        std::fflush(stdout);
+    }
 
     void mouseMoveEvent(QMouseEvent* event) override
     {
@@ -124,11 +129,11 @@ protected:
         if (!pixmap(Qt::ReturnByValue).isNull()) {
             drag->setPixmap(pixmap(Qt::ReturnByValue).scaled(64, 64, Qt::KeepAspectRatio));
         }
-        // The target reads the data after the button is up; the drag lives until it has.
+        // The target reads the data after the release; the drag lives until then.
         const auto action = std::make_shared<Qt::DropAction>(Qt::IgnoreAction);
-        connect(drag, &QObject::destroyed, this, [action] { tell("dropped", *action); });
+        connect(drag, &QObject::destroyed, this, [action] { print("dropped", *action); });
         connect(drag, &QDrag::actionChanged, this,
-            [](Qt::DropAction offered) { tell("over", offered); });
+            [](Qt::DropAction offered) { print("over", offered); });
         std::puts("dragging");
         std::fflush(stdout);
         *action = drag->exec(m_actions);
@@ -149,13 +154,14 @@ int main(int argc, char** argv)
     parser.addPositionalArgument(u"subject"_s, u"A file, or a text."_s);
     const QCommandLineOption actions(
         u"actions"_s, u"What is offered."_s, u"names"_s, u"copy,move,link"_s);
-    const QCommandLineOption imageData(u"image-data"_s, u"Offers the picture, not the file."_s);
+    const QCommandLineOption imageData(
+        u"image-data"_s, u"Offers the picture instead of the file."_s);
     const QCommandLineOption format(
-        u"format"_s, u"Offers the file's bytes as being of this format."_s, u"type"_s);
+        u"format"_s, u"Offers the file's bytes in this format."_s, u"type"_s);
     const QCommandLineOption link(u"link"_s, u"Offers the link."_s);
     const QCommandLineOption text(u"text"_s, u"Offers the text."_s);
     const QCommandLineOption column(
-        u"column"_s, u"Where to be, from the left."_s, u"number"_s, u"0"_s);
+        u"column"_s, u"Position, counted from the left."_s, u"number"_s, u"0"_s);
     const QCommandLineOption clipboard(u"clipboard"_s, u"Offers it on the clipboard."_s);
     parser.addOptions({ actions, imageData, format, link, text, column, clipboard });
     parser.process(application);

@@ -18,7 +18,7 @@ QImage tableTop()
     return picture;
 }
 
-/// Lays the code on the table as a card that is turned a little and seen from the side.
+/// Draws the code on a card that is slightly rotated and sheared.
 void layCard(QImage& picture, const QImage& code)
 {
     QPainter painter(&picture);
@@ -33,14 +33,14 @@ void layCard(QImage& picture, const QImage& code)
     painter.drawImage(QRect(-265, -265, 530, 530), code);
 }
 
-/// The lens is not quite sharp: a third of the detail is thrown away and guessed again.
+/// Blurs the picture: scales it to a third and back.
 QImage outOfFocus(const QImage& picture)
 {
     return picture.scaled(photographSize / 3, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
         .scaled(photographSize, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
 }
 
-/// The same noise every time, so that every run reads the same photograph.
+/// Adds noise with a fixed seed, so that each run gets the same photograph.
 void addNoise(QImage& picture)
 {
     QRandomGenerator random(1);
@@ -56,7 +56,7 @@ void addNoise(QImage& picture)
 
 } // namespace
 
-/// draw_photograph TEXT FILE: a QR code for the text, as a camera on a table would see it.
+/// draw_photograph TEXT FILE: draws a QR code for the text as a camera would see it.
 int main(int argc, char** argv)
 {
     QGuiApplication application(argc, argv);

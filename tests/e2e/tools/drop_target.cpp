@@ -14,8 +14,8 @@ using Qt::StringLiterals::operator""_s;
 
 namespace {
 
-/// Stands for a file manager or mail program that takes a file. Tells on standard output what was
-/// offered, and copies the file's bytes when it is told to, which may be much later.
+/// Acts as a file manager or mail program that accepts a file. Prints what was offered, and copies
+/// the file on a signal, which may be sent much later.
 class Target : public QLabel {
 public:
     Target(QString copy, QString signal)
@@ -27,8 +27,8 @@ public:
         setAlignment(Qt::AlignCenter);
         setFixedSize(160, 160);
         setAcceptDrops(true);
-        setWindowFlag(Qt::WindowStaysOnTopHint);
-        connect(&m_timer, &QTimer::timeout, this, &Target::copyWhenTold);
+        setWindowFlags(Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
+        connect(&m_timer, &QTimer::timeout, this, &Target::copyOnSignal);
     }
 
 protected:
@@ -46,7 +46,7 @@ protected:
         const QMimeData& offered = *event->mimeData();
         m_file = offered.urls().value(0).toLocalFile();
         std::printf("actions: %d\nformats: %s\nuris: %s\ndropped\n",
-            int(event->possibleActions().toInt()),
+            static_cast<int>(event->possibleActions().toInt()),
             qPrintable(offered.formats().join(QLatin1Char(' '))),
             offered.data(u"text/uri-list"_s).trimmed().constData());
         std::fflush(stdout);
@@ -55,7 +55,7 @@ protected:
     }
 
 private:
-    void copyWhenTold()
+    void copyOnSignal()
     {
         if (!QFile::exists(m_signal)) {
             return;
@@ -77,8 +77,8 @@ int main(int argc, char** argv)
 {
     QApplication application(argc, argv);
     QCommandLineParser parser;
-    parser.addPositionalArgument(u"copy"_s, u"Where the copy goes."_s);
-    parser.addPositionalArgument(u"signal"_s, u"The file copied when this one exists."_s);
+    parser.addPositionalArgument(u"copy"_s, u"The path of the copy."_s);
+    parser.addPositionalArgument(u"signal"_s, u"The file whose creation is the signal to copy."_s);
     parser.process(application);
     const QStringList arguments = parser.positionalArguments();
     if (arguments.size() != 2) {

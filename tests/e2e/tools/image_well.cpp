@@ -9,7 +9,7 @@ using Qt::StringLiterals::operator""_s;
 
 namespace {
 
-/// A window with a well in it, which tells on standard output of the drops it has taken.
+/// A window with an image well. Prints the drops that the well has taken.
 class Window : public QWidget, public vellumcap::DragDropImageViewDelegate {
 public:
     explicit Window(const QImage& picture)

@@ -5,7 +5,7 @@
 
 #include <cstdio>
 
-/// read_code FILE: the text of the first code in a picture.
+/// read_code FILE: prints the text of the first code in a picture.
 int main(int argc, char** argv)
 {
     const QGuiApplication application(argc, argv);
