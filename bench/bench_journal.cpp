@@ -45,6 +45,10 @@ public:
     }
 
     vellumcap::JournalWindow& window() { return *m_delegate.journalWindow(); }
+    platform::CollectionView* view()
+    {
+        return window().window()->findChild<platform::CollectionView*>(u"collectionView"_s);
+    }
 
 private:
     vellumcap::VellumcapAppDelegate m_delegate;
@@ -81,7 +85,7 @@ void refreshLists(benchmark::State& state)
     for (auto _ : state) {
         journal.window().refreshLists();
         QCoreApplication::sendPostedEvents();
-        journal.window().collectionView->viewport()->repaint();
+        journal.view()->viewport()->repaint();
     }
     reportMemory(state);
 }
@@ -89,7 +93,7 @@ void refreshLists(benchmark::State& state)
 void scrollOnePage(benchmark::State& state)
 {
     Journal journal(state.range(0));
-    auto* view = journal.window().collectionView;
+    auto* view = journal.view();
     auto* bar = view->verticalScrollBar();
     for (auto _ : state) {
         bar->setValue(bar->value() >= bar->maximum() ? 0 : bar->value() + bar->pageStep());

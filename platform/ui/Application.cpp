@@ -3,7 +3,6 @@
 #include "platform/services/Dispatch.h"
 #include "platform/ui/Accessibility.h"
 #include "platform/ui/Alert.h"
-#include "platform/ui/Sheet.h"
 #include "platform/ui/TerminationSignals.h"
 
 #include <QEvent>
@@ -76,11 +75,6 @@ void Application::terminate()
     if (askDelegate() == TerminateReply::Now) {
         exit(0);
     }
-}
-
-void Application::endSheet(QWidget* sheet)
-{
-    platform::endSheet(sheet);
 }
 
 bool Application::event(QEvent* event)

@@ -47,9 +47,6 @@ public:
     /// session do the same.
     void terminate();
 
-    /// Ends the sheet on its parent; see Sheet.h.
-    void endSheet(QWidget* sheet);
-
 protected:
     bool event(QEvent* event) override;
 
