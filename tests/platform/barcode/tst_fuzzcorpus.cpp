@@ -18,7 +18,7 @@ namespace {
 void addFiles(const char* folder)
 {
     QTest::addColumn<QByteArray>("bytes");
-    const QDir corpus(QFINDTESTDATA("fuzz/corpus"));
+    const QDir corpus(QStringLiteral(VELLUMCAP_FUZZ_CORPUS));
     const QDir files(corpus.filePath(QString::fromLatin1(folder)));
     for (const QString& name : files.entryList(QDir::Files, QDir::Name)) {
         QFile file(files.filePath(name));
