@@ -9,7 +9,7 @@ namespace platform {
 
 namespace {
 
-/// Room around the card for the focus ring.
+/// Distance between the card and the focus ring.
 constexpr double ringGap = 2;
 
 } // namespace

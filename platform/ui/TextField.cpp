@@ -75,7 +75,7 @@ int TextField::lineCount() const
 
 int TextField::heightOfLines(int lines) const
 {
-    // What the style puts around the viewport: its frame and padding.
+    // The frame and the padding of the style.
     const int around = isVisible() ? height() - viewport()->height() : 2 * frameWidth();
     return lines * fontMetrics().lineSpacing() + qCeil(2 * document()->documentMargin()) + around;
 }
@@ -122,7 +122,7 @@ void TextField::resizeEvent(QResizeEvent* event)
     QPlainTextEdit::resizeEvent(event);
     fitHeight(); // the width decides how the text wraps
     if (lineCount() <= m_maximumLines) {
-        verticalScrollBar()->setValue(0); // what was scrolled to the cursor has room by now
+        verticalScrollBar()->setValue(0); // all lines are visible
     }
 }
 

@@ -81,7 +81,7 @@ private Q_SLOTS:
     void staysWhenTheDelegateCancels();
     void asksOnceAtATime();
     void asksBeforeQtQuits();
-    void outlivesItsLastWindow();
+    void doesNotQuitWithTheLastWindow();
     void presentsErrors();
     void endsOnSignals_data();
     void endsOnSignals();
@@ -160,7 +160,7 @@ void ApplicationTest::asksBeforeQtQuits()
     QVERIFY(window.isVisible());
 }
 
-void ApplicationTest::outlivesItsLastWindow()
+void ApplicationTest::doesNotQuitWithTheLastWindow()
 {
     NotingDelegate delegate;
     QWidget window;

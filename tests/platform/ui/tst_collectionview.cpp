@@ -149,11 +149,11 @@ class CollectionViewTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void onlyWhatIsSeenExists();
+    void onlyVisibleCellsExist();
     void cellsAreReused();
     void cellsFillTheWidth_data();
     void cellsFillTheWidth();
-    void layoutFindsWhatLiesWhere();
+    void layoutFindsItems();
     void headersSpanTheWidth();
     void keysMoveTheSelection_data();
     void keysMoveTheSelection();
@@ -167,11 +167,11 @@ private Q_SLOTS:
     void selectingScrollsIntoView();
     void scrollsByPixelsAndRows();
     void reloadDropsTheSelection();
-    void reloadKeepsThePlaceAsFarAsThereIsOne();
+    void reloadKeepsTheScrollPosition();
     void delegateMayReload();
     void dataSourceMayAskForReload();
     void showsNothingWithoutData();
-    void newDataSourceIsAskedByItself();
+    void newDataSourceIsReadByItself();
     void resizeKeepsTheTopItem();
     void selectedTextIsReadable();
     void layerIsBehindEverything();
@@ -180,7 +180,7 @@ private Q_SLOTS:
     void accessibleFocusFollowsTheSelection();
 };
 
-void CollectionViewTest::onlyWhatIsSeenExists()
+void CollectionViewTest::onlyVisibleCellsExist()
 {
     Fixture fixture(equalSections(1000, 100));
     // 500 pixels show at most 6 rows of 110, 3 cells each.
@@ -245,7 +245,7 @@ void CollectionViewTest::cellsFillTheWidth()
     }
 }
 
-void CollectionViewTest::layoutFindsWhatLiesWhere()
+void CollectionViewTest::layoutFindsItems()
 {
     CollectionLayout layout;
     layout.leastItemSize = { 100, 100 };
@@ -476,7 +476,7 @@ void CollectionViewTest::reloadDropsTheSelection()
     }
 }
 
-void CollectionViewTest::reloadKeepsThePlaceAsFarAsThereIsOne()
+void CollectionViewTest::reloadKeepsTheScrollPosition()
 {
     Fixture fixture({ 300 });
     QScrollBar& bar = *fixture.view.verticalScrollBar();
@@ -557,7 +557,7 @@ void CollectionViewTest::showsNothingWithoutData()
     QVERIFY(fixture.source.selections.isEmpty());
 }
 
-void CollectionViewTest::newDataSourceIsAskedByItself()
+void CollectionViewTest::newDataSourceIsReadByItself()
 {
     Fixture fixture({ 5 });
     fixture.click({ 0, 3 });

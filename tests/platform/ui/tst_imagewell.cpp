@@ -113,11 +113,11 @@ private Q_SLOTS:
     void pasteOfTextIsRefused();
     void unreadableFileIsRefused();
     void tooLargeFileIsRefused();
-    void truncatedJpegCounts();
+    void truncatedJpegIsAccepted();
     void emptyJpegIsRefused();
     void animationGivesItsFirstFrame();
     void largeFileIsReadInTheBackground();
-    void lastDropWins();
+    void laterDropReplacesAnEarlierOne();
     void settingAnImageStopsTheReading();
     void wellMayBeDestroyedDuringReading();
     void choosesAFile();
@@ -218,7 +218,7 @@ void ImageWellTest::takesAPathAsText_data()
     QTest::addColumn<QString>("pattern");
     QTest::newRow("absolute") << u"%1"_s;
     QTest::newRow("with blanks around") << u"  %1\n"_s;
-    QTest::newRow("address") << u"file://%1"_s;
+    QTest::newRow("URL") << u"file://%1"_s;
     QTest::newRow("home") << u"~/%2"_s;
 }
 
@@ -342,7 +342,7 @@ void ImageWellTest::tooLargeFileIsRefused()
     QCOMPARE(placed.count(), 0);
 }
 
-void ImageWellTest::truncatedJpegCounts()
+void ImageWellTest::truncatedJpegIsAccepted()
 {
     QByteArray jpeg = support::encoded(support::noisePicture({ 200, 200 }), "JPEG");
     jpeg.truncate(jpeg.size() / 2);
@@ -383,7 +383,7 @@ void ImageWellTest::largeFileIsReadInTheBackground()
     QVERIFY(!showsCaption(well));
 }
 
-void ImageWellTest::lastDropWins()
+void ImageWellTest::laterDropReplacesAnEarlierOne()
 {
     ImageWell well;
     const QSignalSpy placed(&well, &ImageWell::imagePlaced);
@@ -420,7 +420,7 @@ void ImageWellTest::choosesAFile()
     well.show();
     const QSignalSpy placed(&well, &ImageWell::imagePlaced);
     QTest::keyClick(&well, Qt::Key_Return);
-    QTest::keyClick(&well, Qt::Key_Space); // one dialog is enough
+    QTest::keyClick(&well, Qt::Key_Space); // opens no second dialog
     QCOMPARE(well.findChildren<QFileDialog*>().size(), 1);
     auto* dialog = well.findChild<QFileDialog*>();
     QVERIFY(dialog->isVisible());
@@ -453,7 +453,7 @@ void ImageWellTest::smallPicturesAreSharp()
     well.resize(100, 100);
     well.setImage(image);
     const QImage screen = well.grab().toImage();
-    // 8 pixels for each of the picture's at most.
+    // A pixel is enlarged to 8 pixels at most.
     QCOMPARE(screen.pixelColor(43, 50), QColor(Qt::black));
     QCOMPARE(screen.pixelColor(49, 50), QColor(Qt::black));
     QCOMPARE(screen.pixelColor(50, 50), QColor(Qt::white));

@@ -93,8 +93,8 @@ private Q_SLOTS:
     void cleanup();
 
     void asksTheKeyWindowFirst();
-    void thenTheMainWindow();
-    void thenTheDelegate();
+    void asksTheMainWindowNext();
+    void asksTheDelegateLast();
     void disablesItemsWithoutAResponder();
     void validatesAgainBeforePerforming();
     void validatesWhenAMenuOpens();
@@ -161,7 +161,7 @@ void MainMenuTest::asksTheKeyWindowFirst()
     QCOMPARE(m_main->responder.performed, QStringList());
 }
 
-void MainMenuTest::thenTheMainWindow()
+void MainMenuTest::asksTheMainWindowNext()
 {
     QAction* item = add(scan);
     m_main->responder.items[scan] = true;
@@ -173,7 +173,7 @@ void MainMenuTest::thenTheMainWindow()
     QCOMPARE(m_main->responder.performed, QStringList{ scan });
 }
 
-void MainMenuTest::thenTheDelegate()
+void MainMenuTest::asksTheDelegateLast()
 {
     QAction* item = add(scan);
     m_delegate->responder.items[scan] = true;

@@ -10,7 +10,7 @@
 
 using Qt::StringLiterals::operator""_s;
 
-/// With Qt's own dialog, which the offscreen screen has.
+/// The offscreen platform uses the dialog of Qt.
 class SavePanelTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -20,7 +20,7 @@ private Q_SLOTS:
     void returnsAPathOfAnAllowedType();
     void suggestsAName();
     void isASheet();
-    void asksBeforeItReplacesAFileThatTheUserDidNotName();
+    void asksBeforeReplacingACompletedName();
 
 private:
     /// Types `name` into the panel and confirms.
@@ -91,7 +91,7 @@ void SavePanelTest::isASheet()
     QVERIFY(!wasChosen);
 }
 
-void SavePanelTest::asksBeforeItReplacesAFileThatTheUserDidNotName()
+void SavePanelTest::asksBeforeReplacingACompletedName()
 {
     QFile file(m_folder.filePath(u"there.png.jpg"_s));
     QVERIFY(file.open(QFile::WriteOnly));

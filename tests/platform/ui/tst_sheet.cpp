@@ -10,16 +10,16 @@ class SheetTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void attachesOneSheet();
-    void endsItOnce();
+    void endsASheetOnce();
     void mayBeBegunAgain();
     void survivesTheSheetsDestruction();
     void survivesTheWindowsDestruction();
     void survivesTheDestructionOfASheetThatTheWindowOwns();
     void isModalToItsWindowOnly();
-    void liesOverTheTopOfItsWindow();
+    void isAtTheTopOfItsWindow();
     void showsAHiddenWindow();
     void hidesAndShowsWithItsWindow();
-    void staysHiddenWhenItWasEndedMeanwhile();
+    void staysHiddenAfterItWasEnded();
 };
 
 void SheetTest::attachesOneSheet()
@@ -40,7 +40,7 @@ void SheetTest::attachesOneSheet()
     QVERIFY(platform::sheetParent(&another) == nullptr);
 }
 
-void SheetTest::endsItOnce()
+void SheetTest::endsASheetOnce()
 {
     QWidget window;
     QDialog sheet;
@@ -141,7 +141,7 @@ void SheetTest::isModalToItsWindowOnly()
     QCOMPARE(pressedBeneath.count(), 1);
 }
 
-void SheetTest::liesOverTheTopOfItsWindow()
+void SheetTest::isAtTheTopOfItsWindow()
 {
     QWidget window;
     window.setGeometry(100, 80, 500, 400);
@@ -179,7 +179,7 @@ void SheetTest::hidesAndShowsWithItsWindow()
     QCOMPARE(platform::attachedSheet(&window), &sheet);
 }
 
-void SheetTest::staysHiddenWhenItWasEndedMeanwhile()
+void SheetTest::staysHiddenAfterItWasEnded()
 {
     QWidget window;
     QDialog sheet;

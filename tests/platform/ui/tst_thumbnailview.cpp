@@ -128,7 +128,7 @@ void ThumbnailViewTest::readsAtTheScreensPixels()
 
 void ThumbnailViewTest::readsAtTwiceTheDensity()
 {
-    // The density is fixed when the application starts, so another one has to.
+    // The density cannot change after the start: runs the cases in another process.
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"QT_SCALE_FACTOR"_s, u"2"_s);
     QProcess process;
