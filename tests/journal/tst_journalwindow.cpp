@@ -155,8 +155,7 @@ void JournalWindowTest::initTestCase()
 
 void JournalWindowTest::cleanup()
 {
-    using platform::CaptureDevice;
-    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
+    support::CameraRig::awaitNoCameras();
 }
 
 support::CameraOnStage JournalWindowTest::plugIn()

@@ -75,8 +75,7 @@ void ScriptWatchCommandTest::initTestCase()
 
 void ScriptWatchCommandTest::cleanup()
 {
-    using platform::CaptureDevice;
-    QTRY_VERIFY(CaptureDevice::devicesWithMediaType(platform::MediaType::Video).isEmpty());
+    support::CameraRig::awaitNoCameras();
 }
 
 void ScriptWatchCommandTest::turnsValuesIntoBooleans_data()
