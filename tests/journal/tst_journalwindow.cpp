@@ -3,6 +3,7 @@
 #include "journal/CaptureCollectionViewByDateData.h"
 #include "journal/ImageCollectionViewCell.h"
 #include "journal/JournalWindow.h"
+#include "platform/camera/CaptureDevice.h"
 #include "platform/store/ManagedObjectContext.h"
 #include "platform/ui/ImageView.h"
 #include "platform/ui/Sheet.h"

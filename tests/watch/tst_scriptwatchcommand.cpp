@@ -1,4 +1,5 @@
 #include "journal/JournalWindow.h"
+#include "platform/camera/CaptureDevice.h"
 #include "platform/services/UserDefaults.h"
 #include "platform/ui/Sheet.h"
 #include "tests/support/Program.h"
