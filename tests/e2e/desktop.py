@@ -22,6 +22,8 @@ BIN = pathlib.Path(os.environ.get("VELLUMCAP_BIN", "build/release/bin")).resolve
 FOLDER = pathlib.Path(os.environ["SESSION_FOLDER"])
 PICTURES = pathlib.Path(os.environ.get("VELLUMCAP_E2E_PICTURES", "build/e2e")).resolve()
 SCALE = int(os.environ["SESSION_SCALE"])
+# libatspi waits less than a second by default; programs that encode a picture take longer.
+Atspi.set_timeout(PATIENCE * 1000, PATIENCE * 1000)
 WINDOW_ROLES = ("frame", "dialog", "alert")
 
 

@@ -45,6 +45,7 @@ class Decoder(unittest.TestCase):
         vellumcap.wait_for_text(self.sheet, FIRST)
         self.decoders = decoders_of(self.app)
         self.assertTrue(self.decoders)
+        self.close = self.sheet.find("push button", "Close")
 
     def show(self, text):
         path = vellumcap.photograph(text, "code.png")
@@ -69,9 +70,9 @@ class Decoder(unittest.TestCase):
         self.assertTrue(set(new).isdisjoint(self.decoders), "the old ones are gone")
 
     def assert_window_responds(self):
-        """The sheet closes and opens before the time limit of the picture ends."""
-        vellumcap.close_import(self.app)
-        self.sheet = vellumcap.open_import(self.app)
+        """The sheet closes before the time limit of the picture ends."""
+        self.close.press()
+        self.app.wait_gone("dialog", "Import")
         self.assertNotIn(NO_ANSWER, self.app.log)
 
     def test_killed_while_idle(self):
@@ -85,6 +86,7 @@ class Decoder(unittest.TestCase):
         self.assert_window_responds()
         self.signal_decoders(signal.SIGKILL)
         self.wait_for_line("The decoder was ended by signal 9 (Killed); its picture counts as")
+        self.sheet = vellumcap.open_import(self.app)
         self.assert_next_is_read()
 
     def test_stopped_over_a_picture(self):
@@ -92,13 +94,14 @@ class Decoder(unittest.TestCase):
         self.show(LOST)
         self.assert_window_responds()
         self.wait_for_line(NO_ANSWER)
+        self.sheet = vellumcap.open_import(self.app)
         self.assert_next_is_read()
         self.assertNotIn(LOST, [capture["captureValue"] for capture in vellumcap.captures()])
 
     def test_quitting_does_not_wait(self):
         self.stop_decoders()
         self.show(LOST)
-        vellumcap.close_import(self.app)
+        self.assert_window_responds()
         self.assertEqual(vellumcap.quit_by_keys(self.app), 0)
         self.assertNotIn(NO_ANSWER, self.app.log)
         self.assertTrue(all(status_of(pid)[:1] in ([], ["Z"]) for pid in self.decoders))
