@@ -2,14 +2,14 @@
 // camera to its text on the screen. Uses the real window and a 1080p30 camera, offscreen.
 
 #include "camera/CaptureWindow.h"
-#include "platform/camera/CameraView.h"
 #include "platform/camera/CaptureDevice.h"
 #include "platform/ui/Application.h"
-#include "platform/ui/TextField.h"
 #include "tests/support/CameraRig.h"
+#include "tests/support/Controls.h"
 #include "tests/support/DrawnCode.h"
 #include "tests/support/Pictures.h"
 #include "tests/support/Program.h"
+#include "tests/support/ScanningScene.h"
 #include "tests/support/TestMain.h"
 
 #include <QPainter>
@@ -56,7 +56,7 @@ struct Stage {
 
     vellumcap::CaptureWindow& scan() const
     {
-        program->journal().scan(nullptr);
+        program->journal().scan();
         return *program->journal().captureWindow();
     }
 
@@ -80,12 +80,13 @@ void scanToFirstPicture(benchmark::State& state)
     for (auto _ : state) {
         const auto start = Clock::now();
         auto& window = stage()->scan();
-        const auto isShown = [&window] { return !window.cameraImageView->pictureRect().isEmpty(); };
+        const auto isShown
+            = [&window] { return !support::cameraView(window).pictureRect().isEmpty(); };
         if (!QTest::qWaitFor(isShown, support::patience)) {
             state.SkipWithError("no picture");
         }
         state.SetIterationTime(secondsSince(start));
-        window.cancelCapture(nullptr);
+        window.cancelCapture();
         if (!QTest::qWaitFor([] { return stage()->camera->links() == 0; }, support::patience)) {
             state.SkipWithError("not released");
         }
@@ -101,7 +102,7 @@ void codeToText(benchmark::State& state)
         const QString text = u"code %1"_s.arg(++number);
         stage()->camera->show(paper({}));
         int pictures = 0;
-        const auto counting = QObject::connect(window.cameraImageView,
+        const auto counting = QObject::connect(&support::cameraView(window),
             &platform::CameraView::pictureChanged, [&pictures] { ++pictures; });
         if (!QTest::qWaitFor([&pictures] { return pictures > 2; }, support::patience)) {
             state.SkipWithError("no picture");
@@ -111,13 +112,13 @@ void codeToText(benchmark::State& state)
         stage()->camera->show(picture); // returns when the next frame shows it
         const auto start = Clock::now();
         if (!QTest::qWaitFor(
-                [&] { return window.textField->stringValue() == text; }, support::patience)) {
+                [&] { return support::shownText(window) == text; }, support::patience)) {
             state.SkipWithError("not read");
         }
         state.SetIterationTime(secondsSince(start));
-        window.skipCapture(nullptr);
+        window.skipCapture();
     }
-    window.cancelCapture(nullptr);
+    window.cancelCapture();
 }
 BENCHMARK(codeToText)->UseManualTime()->Iterations(30)->Unit(benchmark::kMillisecond);
 
