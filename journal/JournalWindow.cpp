@@ -120,7 +120,8 @@ void JournalWindow::windowDidLoad()
         [this] { controlTextDidEndEditing(*m_ui->selectedNotes); });
     m_ui->collectionView->registerItem(
         ImageCollectionViewCell::reuseIdentifier(), [] { return new ImageCollectionViewCell; });
-    m_ui->collectionView->registerSupplementaryView(ImageCollectionViewHeaderCell::reuseIdentifier(),
+    m_ui->collectionView->registerSupplementaryView(
+        ImageCollectionViewHeaderCell::reuseIdentifier(),
         [] { return new ImageCollectionViewHeaderCell; });
     m_ui->collectionView->setDataSource(m_captureCollectionViewByDateData.get());
     m_ui->collectionView->setDelegate(m_captureCollectionViewByDateData.get());

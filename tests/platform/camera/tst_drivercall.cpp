@@ -12,8 +12,8 @@
 using Qt::StringLiterals::operator""_s;
 
 using platform::askDriver;
-using platform::DriverVisit;
 using platform::driverTimeout;
+using platform::DriverVisit;
 
 class DriverCallTest : public QObject {
     Q_OBJECT
