@@ -9,7 +9,7 @@
 #include <QIcon>
 #include <QScopeGuard>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 int main(int argc, char** argv)
 {

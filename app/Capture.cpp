@@ -18,7 +18,7 @@
 
 #include <array>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

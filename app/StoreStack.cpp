@@ -10,7 +10,7 @@
 
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

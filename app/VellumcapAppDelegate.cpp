@@ -12,7 +12,7 @@
 #include <QCoreApplication>
 #include <QUndoStack>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -18,7 +18,7 @@
 #include <benchmark/benchmark.h>
 #include <cstring>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -60,7 +60,7 @@ support::Sample sampleOf(const char* encoding, QSize size)
 void conversion(benchmark::State& state, const char* encoding)
 {
     const auto sample = sampleOf(encoding, sizeOfHeight(static_cast<int>(state.range(0))));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(platform::SampleBuffer(sample.get(), 1).pixels());
     }
 }
@@ -69,7 +69,7 @@ void plainCopy(benchmark::State& state)
 {
     const QImage from = cameraPicture(sizeOfHeight(static_cast<int>(state.range(0))));
     QImage to = cameraPicture(from.size());
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         std::memcpy(to.bits(), from.constBits(), static_cast<std::size_t>(from.sizeInBytes()));
         benchmark::ClobberMemory();
     }
@@ -84,7 +84,7 @@ void previewFrame(benchmark::State& state, const char* encoding)
         std::make_shared<ImageFilter>(ImageFilter::Kind::ColorControls) };
     filters[0]->setValue(0.7);
     filters[1]->setValue(1.2);
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         const QImage scaled = platform::SampleBuffer(sample.get(), 1).pixelsWithin(QSize(640, 360));
         benchmark::DoNotOptimize(
             platform::filtered(scaled, filters, platform::Mirroring::LeftRight));
@@ -99,7 +99,7 @@ void startToFirstPicture(benchmark::State& state)
     while (!platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)) {
         QThread::msleep(1);
     }
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         const auto session = std::make_shared<platform::CaptureSession>();
         session->addInput(platform::CaptureDeviceInput::create(
             platform::CaptureDevice::deviceWithUniqueID(u"cam.a"_s)));

@@ -10,7 +10,7 @@
 
 #include <benchmark/benchmark.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CollectionView;
 using platform::CollectionViewDataSource;

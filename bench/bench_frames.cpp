@@ -44,7 +44,7 @@ QList<std::shared_ptr<ImageFilter>> filterPair()
 void copyPixels(benchmark::State& state)
 {
     const QImage frame = photograph(static_cast<int>(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         QImage copy = platform::pooledBitmap(frame.size());
         std::memcpy(copy.bits(), frame.constBits(), static_cast<std::size_t>(frame.sizeInBytes()));
         benchmark::DoNotOptimize(copy.constBits());
@@ -58,7 +58,7 @@ void filterPixels(benchmark::State& state)
     const auto filters = filterPair();
     const auto mirroring
         = state.range(1) == 1 ? platform::Mirroring::LeftRight : platform::Mirroring::Off;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(platform::filtered(frame, filters, mirroring).constBits());
     }
 }
@@ -87,7 +87,7 @@ void prepareAndDetect(benchmark::State& state)
     const auto filters = filterPair();
     const auto scan = std::make_shared<platform::LiveScan>();
     int found = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         platform::DetectBarcodesRequest request(nullptr);
         platform::ImageRequestHandler(vellumcap::preparedImage(frame, filters, false),
             { platform::ImageOrientation::Upright, scan })

@@ -22,7 +22,7 @@ QByteArray address(qint64 bytes)
 void textToPicture(benchmark::State& state)
 {
     const QByteArray text = address(state.range(0));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(
             vellumcap::codeBitmap(platform::QRCodeGenerator::outputImage(text)));
     }
@@ -31,7 +31,7 @@ void textToPicture(benchmark::State& state)
 void modulesToPicture(benchmark::State& state)
 {
     const QImage modules = platform::QRCodeGenerator::outputImage(address(state.range(0)));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(vellumcap::codeBitmap(modules));
     }
 }
@@ -41,7 +41,7 @@ void plainFill(benchmark::State& state)
     const QSize size
         = vellumcap::codeBitmap(platform::QRCodeGenerator::outputImage(address(state.range(0))))
               .size();
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         QImage picture(size, QImage::Format_Grayscale8);
         picture.fill(0xff);
         benchmark::DoNotOptimize(picture);
@@ -51,7 +51,7 @@ void plainFill(benchmark::State& state)
 void libqrencodeAlone(benchmark::State& state)
 {
     const QByteArray text = address(state.range(0));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         QRcode* code = QRcode_encodeString(text.constData(), 0, QR_ECLEVEL_M, QR_MODE_8, 1);
         benchmark::DoNotOptimize(code);
         QRcode_free(code);

@@ -84,7 +84,7 @@ void hereAndThere(benchmark::State& state, const QImage& frame, bool isLive)
     }
     std::vector<double> here;
     std::vector<double> there;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         here.push_back(microsecondsOf([&] { return platform::detectCodes(frame, next()); }));
         there.push_back(microsecondsOf([&] { return pool.detect(frame, next()); }));
         ++number;

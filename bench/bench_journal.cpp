@@ -13,7 +13,7 @@
 
 #include <benchmark/benchmark.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using vellumcap::Capture;
 
@@ -62,7 +62,7 @@ void reportMemory(benchmark::State& state)
 void getCaptures(benchmark::State& state)
 {
     const Journal journal(state.range(0));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(Capture::getCaptures());
     }
     reportMemory(state);
@@ -73,7 +73,7 @@ void storeCapture(benchmark::State& state)
     const Journal journal(state.range(0));
     QImage picture(640, 480, QImage::Format_RGB32);
     picture.fill(Qt::gray);
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         Capture::storeCapture(picture, u"https://example.org/new"_s);
     }
     reportMemory(state);
@@ -82,7 +82,7 @@ void storeCapture(benchmark::State& state)
 void refreshLists(benchmark::State& state)
 {
     Journal journal(state.range(0));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         journal.window().refreshLists();
         QCoreApplication::sendPostedEvents();
         journal.view()->viewport()->repaint();
@@ -95,7 +95,7 @@ void scrollOnePage(benchmark::State& state)
     Journal journal(state.range(0));
     auto* view = journal.view();
     auto* bar = view->verticalScrollBar();
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         bar->setValue(bar->value() >= bar->maximum() ? 0 : bar->value() + bar->pageStep());
         QCoreApplication::sendPostedEvents();
         view->viewport()->repaint();

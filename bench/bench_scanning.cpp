@@ -18,7 +18,7 @@
 #include <benchmark/benchmark.h>
 #include <chrono>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -77,7 +77,7 @@ std::unique_ptr<Stage>& stage()
 void scanToFirstPicture(benchmark::State& state)
 {
     stage()->camera->show(paper({}));
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         const auto start = Clock::now();
         auto& window = stage()->scan();
         const auto isShown
@@ -98,7 +98,7 @@ void codeToText(benchmark::State& state)
 {
     auto& window = stage()->scan();
     int number = 0;
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         const QString text = u"code %1"_s.arg(++number);
         stage()->camera->show(paper({}));
         int pictures = 0;

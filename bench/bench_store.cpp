@@ -15,7 +15,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::FetchRequest;
 using platform::ManagedObject;

@@ -23,7 +23,7 @@
 #include <cstdio>
 #include <optional>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 

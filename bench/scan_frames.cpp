@@ -18,7 +18,7 @@
 #include <cstdio>
 #include <functional>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -13,7 +13,7 @@
 
 #include <initializer_list>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -4,7 +4,7 @@
 #include "platform/graphics/ImageFilter.h"
 #include "platform/services/UserDefaults.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -10,7 +10,7 @@
 
 #include <algorithm>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -13,7 +13,7 @@
 
 #include <QWidget>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

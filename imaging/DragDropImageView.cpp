@@ -18,7 +18,7 @@
 #include <QPdfWriter>
 #include <QUrl>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -10,7 +10,7 @@
 #include <QLocale>
 #include <QStringEncoder>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -2,7 +2,7 @@
 
 #include <QLocale>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

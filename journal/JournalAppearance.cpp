@@ -7,7 +7,7 @@
 #include <QLocale>
 #include <QMessageBox>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -29,7 +29,7 @@
 #include <algorithm>
 #include <array>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -132,10 +132,11 @@ def checked(batch, folder):
     place.mkdir(parents=True, exist_ok=True)
     file = place / "joined.cpp"
     file.write_text(text)
+    generated = dict.fromkeys(flag for source in batch for flag in source.generated)
+    folders = dict.fromkeys(f"-iquote{source.path.parent}" for source in batch)
     (place / "compile_commands.json").write_text(json.dumps([{
         "directory": str(folder.parent), "file": str(file),
-        "arguments": [*batch[0].flags, *dict.fromkeys(sum((s.generated for s in batch), [])),
-                      "-c", str(file)]}]))
+        "arguments": [*batch[0].flags, *generated, *folders, "-c", str(file)]}]))
     run = subprocess.run(
         ["clang-tidy", "--quiet", "-p", str(place), str(file)],
         capture_output=True, text=True, stdin=subprocess.DEVNULL)

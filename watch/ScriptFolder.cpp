@@ -6,7 +6,7 @@
 #include <QDir>
 #include <QFileInfo>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -3,7 +3,7 @@
 #include "platform/script/Script.h"
 #include "platform/services/Log.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

@@ -9,7 +9,7 @@
 
 #include <cmath>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace vellumcap {
 

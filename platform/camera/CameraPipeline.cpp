@@ -14,7 +14,7 @@
 #include <thread>
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

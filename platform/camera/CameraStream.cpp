@@ -13,7 +13,7 @@
 #include <future>
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

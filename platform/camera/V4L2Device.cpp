@@ -12,7 +12,7 @@
 #include <linux/videodev2.h>
 #include <sys/ioctl.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

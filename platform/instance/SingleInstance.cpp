@@ -15,7 +15,7 @@
 
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

@@ -12,7 +12,7 @@
 
 #include <chrono>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

@@ -16,7 +16,7 @@
 #include <sys/wait.h>
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

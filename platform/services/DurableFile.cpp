@@ -16,7 +16,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <sys/stat.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform::FileManager {
 

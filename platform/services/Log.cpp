@@ -2,7 +2,7 @@
 
 #include <QtGlobal>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

@@ -17,10 +17,13 @@ template <typename Value> class [[nodiscard]] Result {
     static_assert(!std::is_same_v<Value, Error>);
 
 public:
+    // Not explicit, so that a function can return either.
+    // NOLINTNEXTLINE(google-explicit-constructor)
     Result(Value value)
         : m_outcome(std::in_place_index<0>, std::move(value))
     {
     }
+    // NOLINTNEXTLINE(google-explicit-constructor)
     Result(Error error)
         : m_outcome(std::in_place_index<1>, std::move(error))
     {
@@ -66,6 +69,7 @@ private:
 template <> class [[nodiscard]] Result<void> {
 public:
     Result() = default; ///< success
+    // NOLINTNEXTLINE(google-explicit-constructor)
     Result(Error error)
         : m_error(std::move(error))
     {

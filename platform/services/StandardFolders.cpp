@@ -4,7 +4,7 @@
 
 #include <QStandardPaths>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform::StandardFolders {
 namespace {
@@ -39,7 +39,7 @@ QString pictures()
 
 QString applicationScripts(Creation creation)
 {
-    const QString path = configuration() + u"/scripts"_s;
+    QString path = configuration() + u"/scripts"_s;
     if (creation == Creation::Yes && !FileManager::createDirectory(path)) {
         return {};
     }

@@ -16,7 +16,7 @@
 #include <mutex>
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

@@ -9,7 +9,7 @@
 #include <gio/gio.h>
 #include <memory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform::Workspace {
 namespace {

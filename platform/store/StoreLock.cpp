@@ -8,7 +8,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <string_view>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

@@ -4,7 +4,7 @@
 #include <QMessageBox>
 #include <QPushButton>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 namespace {

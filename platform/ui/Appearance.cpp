@@ -5,7 +5,7 @@
 #include <QStyle>
 #include <QStyleFactory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

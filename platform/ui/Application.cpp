@@ -9,7 +9,7 @@
 #include <QScopeGuard>
 #include <QSessionManager>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

@@ -20,7 +20,7 @@
 #include <QPainter>
 #include <QPointer>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform {
 

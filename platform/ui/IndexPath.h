@@ -10,7 +10,9 @@ namespace platform {
 struct IndexPath {
     int section = 0;
     int item = 0;
-    auto operator<=>(const IndexPath&) const = default; ///< in reading order
+    /// In reading order.
+    // NOLINTNEXTLINE(modernize-use-nullptr): takes the 0 of the comparison for a pointer
+    auto operator<=>(const IndexPath&) const = default;
 };
 
 inline size_t qHash(const IndexPath& path, size_t seed = 0) noexcept

@@ -10,7 +10,7 @@
 #include <QRegularExpression>
 #include <QUndoStack>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::Data;
 using support::Program;

@@ -1,7 +1,7 @@
 #include "app/LinkRule.h"
 #include "tests/support/TestMain.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 class LinkRuleTest : public QObject {
     Q_OBJECT

@@ -19,7 +19,7 @@
 #include <csignal>
 #include <sys/resource.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::TerminateReply;
 using support::AlertSeen;

@@ -14,7 +14,7 @@
 
 #include <linux/videodev2.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using cameras::FakeProfile;
 using platform::CaptureDevice;

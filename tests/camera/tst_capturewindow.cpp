@@ -16,7 +16,7 @@
 #include <QPushButton>
 #include <QRegularExpression>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CaptureDevice;
 using platform::UserDefaults;

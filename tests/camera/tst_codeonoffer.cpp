@@ -6,7 +6,7 @@
 #include <thread>
 #include <vector>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using vellumcap::CodeOnOffer;
 

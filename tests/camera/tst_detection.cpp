@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Symbology;
 using vellumcap::AcceptedCode;

@@ -5,7 +5,7 @@
 
 #include <QPainter>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Symbology;
 

@@ -16,7 +16,7 @@
 #include <mutex>
 #include <thread>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::ImageFilter;
 using platform::Symbology;

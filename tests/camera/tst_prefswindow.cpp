@@ -14,7 +14,7 @@
 #include <QSlider>
 #include <QToolButton>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::UserDefaults;
 using support::control;

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace cameras {
 

@@ -14,7 +14,7 @@
 
 #include <memory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::plainPicture;
 using vellumcap::DragDropImageView;

@@ -16,7 +16,7 @@
 #include <QPushButton>
 #include <QScrollBar>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::click;
 using support::control;

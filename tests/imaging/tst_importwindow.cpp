@@ -15,7 +15,7 @@
 #include <QPainter>
 #include <QPushButton>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Symbology;
 using support::click;

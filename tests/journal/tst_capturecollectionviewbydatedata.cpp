@@ -9,7 +9,7 @@
 
 #include <QLabel>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::Program;
 using support::TimeZone;

@@ -2,7 +2,7 @@
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::Program;
 using support::Start;

@@ -3,7 +3,7 @@
 #include "tests/support/Program.h"
 #include "tests/support/TestMain.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CameraRegistry;
 using support::Program;

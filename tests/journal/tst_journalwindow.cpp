@@ -27,7 +27,7 @@
 #include <QToolButton>
 #include <QUndoStack>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::control;
 using support::Data;

@@ -4,7 +4,7 @@
 
 #include <QFile>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 namespace {

@@ -17,7 +17,7 @@
 #include <functional>
 #include <sys/prctl.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 

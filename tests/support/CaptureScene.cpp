@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <vector>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 namespace {

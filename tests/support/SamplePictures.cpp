@@ -3,7 +3,7 @@
 #include <QFile>
 #include <QImageReader>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 

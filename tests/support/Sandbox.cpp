@@ -5,7 +5,7 @@
 
 #include <ctime>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 

@@ -10,7 +10,7 @@
 
 #include <QPainter>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 

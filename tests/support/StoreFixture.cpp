@@ -5,7 +5,7 @@
 #include <QFile>
 #include <QUuid>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 

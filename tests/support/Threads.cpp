@@ -3,7 +3,7 @@
 #include <QDirIterator>
 #include <QFile>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace support {
 

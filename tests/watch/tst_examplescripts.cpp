@@ -15,7 +15,7 @@
 
 #include <future>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::LogLines;
 

@@ -7,7 +7,7 @@
 #include <QDir>
 #include <QFile>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::LogLines;
 using vellumcap::scanScriptFolder;

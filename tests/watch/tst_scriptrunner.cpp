@@ -8,7 +8,7 @@
 
 #include <future>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::LogLines;
 using vellumcap::executeScriptWithPath;

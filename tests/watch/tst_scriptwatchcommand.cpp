@@ -10,7 +10,7 @@
 
 #include <limits>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::Program;
 using vellumcap::ScriptWatchCommand;

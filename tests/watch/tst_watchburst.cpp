@@ -12,7 +12,7 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::UserDefaults;
 using support::CameraRig;

@@ -30,7 +30,7 @@
 #include <chrono>
 #include <functional>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CaptureDevice;
 using platform::UserDefaults;

@@ -9,7 +9,7 @@
 #include <unistd.h>
 #include <utility>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform::decoder {
 namespace {

@@ -15,7 +15,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace platform::decoder {
 namespace {

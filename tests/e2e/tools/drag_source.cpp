@@ -13,7 +13,7 @@
 #include <cstdio>
 #include <memory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 

@@ -10,7 +10,7 @@
 
 #include <array>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::BarcodeObservation;
 using platform::DetectBarcodesRequest;

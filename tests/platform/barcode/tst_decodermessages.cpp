@@ -5,7 +5,7 @@
 #include <cstring>
 #include <limits>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::BarcodeObservation;
 using platform::Detection;

@@ -19,7 +19,7 @@
 #include <thread>
 #include <vector>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using namespace std::chrono_literals;
 using platform::Detection;

@@ -5,7 +5,7 @@
 
 #include <QDir>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::decoder::Pool;
 using platform::decoder::readGreeting;

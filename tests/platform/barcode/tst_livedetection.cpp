@@ -9,7 +9,7 @@
 
 #include <memory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::ImageOrientation;
 using platform::Symbology;

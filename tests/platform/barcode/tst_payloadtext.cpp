@@ -7,7 +7,7 @@
 
 #include <random>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Symbology;
 using support::drawnCode;

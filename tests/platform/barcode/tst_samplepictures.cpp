@@ -4,7 +4,7 @@
 
 #include <QImageReader>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 

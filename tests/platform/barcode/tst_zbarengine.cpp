@@ -3,7 +3,7 @@
 #include "tests/support/EngineReadings.h"
 #include "tests/support/TestMain.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Symbology;
 using support::codesByZBar;

@@ -8,7 +8,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CameraFormat;
 using platform::CameraRegistry;

@@ -5,7 +5,7 @@
 #include <QElapsedTimer>
 #include <QPainter>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using support::CameraReader;
 using support::CameraRig;

@@ -7,7 +7,7 @@
 #include <linux/videodev2.h>
 #include <mutex>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using cameras::FakeProfile;
 using platform::CameraFormat;

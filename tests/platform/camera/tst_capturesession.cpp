@@ -13,7 +13,7 @@
 #include <future>
 #include <mutex>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CaptureSession;
 using platform::Interruption;

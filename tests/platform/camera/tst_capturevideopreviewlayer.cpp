@@ -12,7 +12,7 @@
 
 #include <thread>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CaptureVideoPreviewLayer;
 using platform::ImageFilter;

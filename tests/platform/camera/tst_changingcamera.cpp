@@ -4,7 +4,7 @@
 #include "tests/support/CaptureScene.h"
 #include "tests/support/TestMain.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Interruption;
 using Encoding = platform::CameraFormat::Encoding;

@@ -9,7 +9,7 @@
 #include <memory>
 #include <thread>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::askDriver;
 using platform::driverTimeout;

@@ -4,7 +4,7 @@
 #include "tests/support/CameraRig.h"
 #include "tests/support/TestMain.h"
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CaptureDevice;
 using support::CameraRig;

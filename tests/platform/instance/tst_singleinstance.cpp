@@ -9,7 +9,7 @@
 #include <unistd.h>
 #include <vector>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 

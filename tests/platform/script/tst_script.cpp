@@ -13,7 +13,7 @@
 #include <thread>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Script;
 

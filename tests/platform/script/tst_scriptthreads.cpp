@@ -17,7 +17,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Script;
 using platform::ScriptTimeouts;

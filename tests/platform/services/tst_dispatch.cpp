@@ -11,7 +11,7 @@
 #include <vector>
 
 using platform::QualityOfService;
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 class DispatchTest : public QObject {
     Q_OBJECT

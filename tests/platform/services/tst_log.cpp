@@ -3,7 +3,7 @@
 
 #include <QProcess>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 class LogTest : public QObject {
     Q_OBJECT

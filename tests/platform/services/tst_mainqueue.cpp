@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <thread>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using namespace std::chrono_literals;
 

@@ -11,7 +11,7 @@
 
 using platform::Observation;
 using platform::Observers;
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 class ObserversTest : public QObject {
     Q_OBJECT
@@ -262,6 +262,7 @@ void ObserversTest::addsEndsAndNotifiesOnManyThreads()
         }
     };
     std::vector<std::thread> threads;
+    threads.reserve(4);
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back(work);
     }

@@ -5,7 +5,7 @@
 
 using platform::Error;
 using platform::Result;
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 class ResultTest : public QObject {
     Q_OBJECT

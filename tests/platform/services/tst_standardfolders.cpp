@@ -4,7 +4,7 @@
 #include <QDir>
 #include <QFileInfo>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace folders = platform::StandardFolders;
 

@@ -9,7 +9,7 @@
 #include <bit>
 #include <limits>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Observation;
 using platform::UserDefaults;

@@ -6,7 +6,7 @@
 #include <QTemporaryDir>
 #include <QUrl>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Workspace::Activation;
 

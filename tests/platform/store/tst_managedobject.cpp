@@ -4,7 +4,7 @@
 
 #include <QTimeZone>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::EntityDescription;
 using platform::ManagedObject;

@@ -9,7 +9,7 @@
 
 #include <random>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::EntityDescription;
 using platform::ManagedObject;

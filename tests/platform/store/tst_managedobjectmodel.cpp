@@ -5,7 +5,7 @@
 
 #include <QTemporaryDir>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::AttributeDescription;
 using platform::AttributeType;

@@ -19,7 +19,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Result;
 using platform::StoreErrorCode;

@@ -11,7 +11,7 @@
 #include <random>
 #include <sys/stat.h>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::escaped;
 using platform::firstStoreDate;

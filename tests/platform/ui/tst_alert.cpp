@@ -6,7 +6,7 @@
 #include <QLabel>
 #include <QMessageBox>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 class AlertTest : public QObject {
     Q_OBJECT

@@ -8,7 +8,7 @@
 #include <csignal>
 #include <cstdio>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::Application;
 using platform::TerminateReply;

@@ -11,7 +11,7 @@
 
 #include <memory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::CollectionLayout;
 using platform::CollectionView;

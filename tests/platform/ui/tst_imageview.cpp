@@ -5,7 +5,7 @@
 #include <QAccessible>
 #include <QWheelEvent>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::ImageFile;
 using platform::ImageView;
@@ -42,7 +42,7 @@ private:
         return { m_files.add(name, support::encoded(image, "PNG")) };
     }
 
-    const support::TemporaryFiles m_files;
+    support::TemporaryFiles m_files;
 };
 
 namespace {

@@ -13,7 +13,7 @@
 
 #include <memory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::ImageWell;
 using support::plainPicture;
@@ -135,7 +135,7 @@ private:
             && QTest::qWaitFor([&other] { return !other.image().isNull(); }, support::patience);
     }
 
-    const support::TemporaryFiles m_files;
+    support::TemporaryFiles m_files;
     QString m_red;
     QString m_text;
     QString m_slow;

@@ -12,7 +12,7 @@
 
 #include <map>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 

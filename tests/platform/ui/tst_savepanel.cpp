@@ -8,7 +8,7 @@
 #include <QMessageBox>
 #include <QTemporaryDir>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 /// The offscreen platform uses the dialog of Qt.
 class SavePanelTest : public QObject {

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <memory>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 using platform::ImageFile;
 using platform::ThumbnailLoader;
@@ -45,7 +45,7 @@ private:
         return { m_files.add(name, support::encoded(plainPicture(size, color), format)) };
     }
 
-    const support::TemporaryFiles m_files;
+    support::TemporaryFiles m_files;
 };
 
 namespace {

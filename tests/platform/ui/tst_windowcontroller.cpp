@@ -6,7 +6,7 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 
-using Qt::StringLiterals::operator""_s;
+using namespace Qt::StringLiterals;
 
 namespace {
 
