@@ -69,8 +69,8 @@ private Q_SLOTS:
     void adjustsContinuously();
     void pressesButtonsForScanningOnly_data();
     void pressesButtonsForScanningOnly();
-    void doesNotAdjustCamerasInUse_data();
-    void doesNotAdjustCamerasInUse();
+    void adjustsCamerasInUseWhileWatchingOnly_data();
+    void adjustsCamerasInUseWhileWatchingOnly();
     void logsAdjustmentsWhileScanningOnly_data();
     void logsAdjustmentsWhileScanningOnly();
     void opensAndCancelsWhileTheDriverHangs_data();
@@ -152,7 +152,7 @@ void CameraConfiguration::pressesButtonsForScanningOnly()
     QCOMPARE(cameras::fakePresses(path, V4L2_CID_DO_WHITE_BALANCE), presses);
 }
 
-void CameraConfiguration::doesNotAdjustCamerasInUse_data()
+void CameraConfiguration::adjustsCamerasInUseWhileWatchingOnly_data()
 {
     QTest::addColumn<Window>("window");
     QTest::addColumn<FakeProfile>("profile");
@@ -165,7 +165,7 @@ void CameraConfiguration::doesNotAdjustCamerasInUse_data()
     QTest::newRow("watch, in use elsewhere") << Window::Watch << FakeProfile::Busy << false << 1;
 }
 
-void CameraConfiguration::doesNotAdjustCamerasInUse()
+void CameraConfiguration::adjustsCamerasInUseWhileWatchingOnly()
 {
     QFETCH(Window, window);
     QFETCH(FakeProfile, profile);
