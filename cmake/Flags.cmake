@@ -1,4 +1,4 @@
-# The flags that every target of ours carries; targets of others stay as they are.
+# The flags of all targets of this project.
 function(vellumcap_flags target)
   target_compile_options(${target} PRIVATE
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast
@@ -15,7 +15,7 @@ function(vellumcap_flags target)
 endfunction()
 
 if(VELLUMCAP_SANITIZE)
-  # Every object must agree, generated ones too. GCC's null-dereference analysis reports
+  # All objects need the same flags, generated ones too. GCC's null-dereference analysis reports
   # false paths through the instrumentation.
   add_compile_options(-fsanitize=${VELLUMCAP_SANITIZE} -fno-sanitize-recover=all -O1 -g1
     -Wno-null-dereference)

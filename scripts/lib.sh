@@ -1,7 +1,7 @@
 # shellcheck shell=bash
-# What ./run and ./test share; sourced from the repository's root.
+# Functions of ./run and ./test. Sourced in the root folder of the repository.
 
-# Logs are read in files as often as on terminals.
+# No colours, because the output is often read as a file.
 export GCC_COLORS='' CLICOLOR=0 NO_COLOR=1
 
 say() {
@@ -13,7 +13,7 @@ fail() {
     exit 1
 }
 
-# The packages of the groups named, out of scripts/packages.txt.
+# Prints the packages of the given groups of scripts/packages.txt.
 packages_of() {
     awk -v wanted=" $* " '
         { sub(/#.*/, ""); gsub(/[ \t]/, "") }
@@ -21,7 +21,7 @@ packages_of() {
         taken && NF' scripts/packages.txt
 }
 
-# Those of the packages named that are not installed.
+# Prints those of the given packages that are not installed.
 missing_packages() {
     comm -23 <(printf '%s\n' "$@" | sort) \
         <(dpkg-query --show --showformat='${db:Status-Abbrev}${Package}\n' "$@" 2>/dev/null |
@@ -38,7 +38,7 @@ as_root() {
     fi
 }
 
-# Installs what the groups named lack. Reaches for the network only when something is missing.
+# Installs the missing packages of the given groups. Uses the network only if one is missing.
 install_packages() {
     command -v dpkg-query >/dev/null || fail 'This needs Debian 12 or a system derived from it.'
     local -a packages
@@ -62,12 +62,12 @@ build_preset() {
     cmake --build "build/$1" --target "${2:-all}"
 }
 
-# Runs a command as a stage of its own: stage NAME COMMAND [ARGUMENT]...
+# Runs a command as a stage and records its time: stage NAME COMMAND [ARGUMENT]...
 stage() {
     local name=$1 begin=$SECONDS status
     shift
     say "$name"
-    set +e # and no condition around the command, which would switch off its set -e
+    set +e # the command is not part of a condition, which would switch off its set -e
     (
         set -e
         "$@"
@@ -81,8 +81,8 @@ stage() {
 
 stage_times=()
 
-# Says how long each stage took.
+# Prints how long each stage took.
 print_stages() {
     say 'Times'
-    printf '%s\n' "${stage_times[@]}" "$(printf '%4d s  in all' "$SECONDS")"
+    printf '%s\n' "${stage_times[@]}" "$(printf '%4d s  total' "$SECONDS")"
 }

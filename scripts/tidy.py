@@ -1,17 +1,17 @@
 #!/usr/bin/python3
-"""Runs clang-tidy on every source of ours in a build folder's compile database.
+"""Runs clang-tidy on the sources of this repository in a build folder's compile database.
 
-    tidy.py BUILD            check what has changed, several sources at a time
-    tidy.py BUILD --single   check every source by itself, whatever has changed
+    tidy.py BUILD            checks the changed sources, several in one run
+    tidy.py BUILD --single   checks all sources, each in a run of its own
 
-Most of clang-tidy's time is spent on the headers, so sources with the same flags are joined to
-one file. Sources that define the same name are not put together, and a file that does not compile is
-checked again in halves. A using-declaration that is unused in one source only is seen by
---single alone.
+Clang-tidy spends most of its time on headers, so sources with the same flags are joined to one
+file. Sources that define the same name are not joined. A joined file that does not compile is
+split into halves, which are checked again. Only --single finds a using-declaration that is unused
+in one source.
 
-A source is skipped when it was clean before and nothing that counts has changed since: its own
-bytes, those of the headers that its object was built from, the checks, and its command line.
-The build folder must be built, since Ninja's record of headers is what tells them.
+A source is skipped if it was clean before and none of these has changed since: its bytes, the
+headers from which its object was built, the checks, and its command line. The build folder must be
+up to date, because the headers are taken from Ninja's records.
 """
 
 import concurrent.futures
@@ -30,7 +30,7 @@ STAMPS = CACHE / "vellumcap-tidy"
 STAMPS_KEPT = 4000
 SOURCES_TOGETHER = 16
 
-# What a line in the first column defines; our namespaces are not indented.
+# Definitions that begin in the first column; the contents of namespaces are not indented.
 DEFINITIONS = (
     re.compile(r"^(?:class|struct|enum(?: class)?|union) (\w+)", re.M),
     re.compile(r"^using (\w+) =", re.M),
@@ -46,7 +46,7 @@ def output_of(*command):
 
 
 def headers_of_objects(build):
-    """Object -> the files of the repository that it was compiled from, as Ninja knows them."""
+    """The files of the repository from which each object was compiled, by Ninja's records."""
     headers = {}
     current = []
     for line in output_of("ninja", "-C", str(build), "-t", "deps").splitlines():
@@ -60,14 +60,14 @@ def headers_of_objects(build):
 
 
 class Source:
-    """A source of ours, how it is compiled, and whether it is known to be clean."""
+    """A source, its compiler arguments, and the stamp that exists if it is known to be clean."""
 
     def __init__(self, entry, build, headers, common):
         self.path = pathlib.Path(entry["file"])
         arguments = shlex.split(entry["command"])
         self.object = arguments[arguments.index("-o") + 1]
         self.arguments = self._without_precompiled_header(arguments)
-        # Every target has a folder of its own for what moc and uic generate.
+        # Each target has its own folder for the files that moc and uic generate.
         self.generated = [word for word in self.arguments if word.endswith("_autogen/include")]
         self.flags = [word for word in self.arguments if word not in self.generated]
         self.text = self.path.read_text()
@@ -92,7 +92,7 @@ class Source:
 
 
 def batches_of(sources):
-    """The sources in lists with the same flags, without a name twice in a list."""
+    """Lists of sources with the same flags, without common names in a list."""
     batches = []
     for source in sources:
         for batch in batches:
@@ -125,7 +125,7 @@ def joined(batch):
 
 
 def checked(batch, folder):
-    """Each source of the batch with what clang-tidy says of it; empty when it is clean."""
+    """The messages of clang-tidy for each source of the batch; empty for a clean source."""
     name = hashlib.sha256(" ".join(source.object for source in batch).encode()).hexdigest()[:16]
     text, origins = joined(batch)
     place = folder / name
@@ -158,7 +158,7 @@ def checked(batch, folder):
         if current:
             faults[current] += line + "\n"
     if not any(faults.values()):
-        # A clang-tidy that was killed says nothing by itself.
+        # A clang-tidy that was killed prints no diagnostics.
         faults[batch[0]] = f"status {run.returncode}\n{run.stdout}{run.stderr}"
     return faults
 
@@ -170,6 +170,8 @@ def forget_old_stamps():
 
 
 def main():
+    if len(sys.argv) < 2 or sys.argv[2:] not in ([], ["--single"]):
+        sys.exit("Usage: tidy.py BUILD [--single]")
     build = (ROOT / sys.argv[1]).resolve()
     single = "--single" in sys.argv[2:]
     database = json.loads((build / "compile_commands.json").read_text())

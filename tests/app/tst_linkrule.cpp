@@ -6,11 +6,11 @@ using namespace Qt::StringLiterals;
 class LinkRuleTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void tellsLinks_data();
-    void tellsLinks();
+    void recognisesLinks_data();
+    void recognisesLinks();
 };
 
-void LinkRuleTest::tellsLinks_data()
+void LinkRuleTest::recognisesLinks_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<bool>("link");
@@ -56,7 +56,7 @@ void LinkRuleTest::tellsLinks_data()
     row("port that is no number", u"http://example.org:x/"_s, false);
 }
 
-void LinkRuleTest::tellsLinks()
+void LinkRuleTest::recognisesLinks()
 {
     QFETCH(QString, text);
     QFETCH(bool, link);

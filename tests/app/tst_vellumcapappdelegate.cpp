@@ -36,7 +36,7 @@ TerminateReply askToTerminate(Program& program)
     return program.delegate().applicationShouldTerminate(platform::Application::shared());
 }
 
-/// While it lives no file of this process can grow: writes fail as on a full disk.
+/// During its lifetime no file of this process can grow: writes fail as on a full disk.
 class NoRoomOnDisk {
 public:
     NoRoomOnDisk()
@@ -67,7 +67,7 @@ class VellumcapAppDelegateTest : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void makesTheFolderAndTheStoreOnFirstUse();
-    void doesNotTouchTheStoreBeforeItIsAskedFor();
+    void doesNotOpenTheStoreBeforeItsFirstUse();
     void reportsAFileWhereTheFolderShouldBe();
     void reportsAFolderThatCannotBeMade();
     void reportsAStoreThatCannotBeRead();
@@ -84,7 +84,7 @@ private Q_SLOTS:
     void refreshesTheJournalAfterStoringACapture();
     void opensEachWindowOnce();
     void validatesTheWindowItemsOnly();
-    void makesTheScriptsFolder();
+    void createsTheScriptsFolder();
     void performsActionsOfTheLauncher_data();
     void performsActionsOfTheLauncher();
 
@@ -108,7 +108,7 @@ void VellumcapAppDelegateTest::makesTheFolderAndTheStoreOnFirstUse()
     QCOMPARE(program.delegate().managedObjectContext(), program.delegate().managedObjectContext());
 }
 
-void VellumcapAppDelegateTest::doesNotTouchTheStoreBeforeItIsAskedFor()
+void VellumcapAppDelegateTest::doesNotOpenTheStoreBeforeItsFirstUse()
 {
     Program program(Start::NotLaunched);
     QVERIFY(program.delegate().managedObjectModel() != nullptr);
@@ -374,7 +374,7 @@ void VellumcapAppDelegateTest::validatesTheWindowItemsOnly()
     QVERIFY(!saveItems.first()->isEnabled());
 }
 
-void VellumcapAppDelegateTest::makesTheScriptsFolder()
+void VellumcapAppDelegateTest::createsTheScriptsFolder()
 {
     using platform::StandardFolders::Creation;
     Program program(Start::NotLaunched);

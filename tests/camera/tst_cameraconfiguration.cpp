@@ -69,8 +69,8 @@ private Q_SLOTS:
     void adjustsContinuously();
     void pressesButtonsForScanningOnly_data();
     void pressesButtonsForScanningOnly();
-    void mindsCamerasThatAreTaken_data();
-    void mindsCamerasThatAreTaken();
+    void adjustsCamerasInUseWhileWatchingOnly_data();
+    void adjustsCamerasInUseWhileWatchingOnly();
     void logsAdjustmentsWhileScanningOnly_data();
     void logsAdjustmentsWhileScanningOnly();
     void opensAndCancelsWhileTheDriverHangs_data();
@@ -152,7 +152,7 @@ void CameraConfiguration::pressesButtonsForScanningOnly()
     QCOMPARE(cameras::fakePresses(path, V4L2_CID_DO_WHITE_BALANCE), presses);
 }
 
-void CameraConfiguration::mindsCamerasThatAreTaken_data()
+void CameraConfiguration::adjustsCamerasInUseWhileWatchingOnly_data()
 {
     QTest::addColumn<Window>("window");
     QTest::addColumn<FakeProfile>("profile");
@@ -165,7 +165,7 @@ void CameraConfiguration::mindsCamerasThatAreTaken_data()
     QTest::newRow("watch, in use elsewhere") << Window::Watch << FakeProfile::Busy << false << 1;
 }
 
-void CameraConfiguration::mindsCamerasThatAreTaken()
+void CameraConfiguration::adjustsCamerasInUseWhileWatchingOnly()
 {
     QFETCH(Window, window);
     QFETCH(FakeProfile, profile);
@@ -247,15 +247,17 @@ void CameraConfiguration::opensAndCancelsWhileTheDriverHangs()
             QElapsedTimer timer;
             timer.start();
             auto& sheet = opened(program, window);
-            QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+            QVERIFY2(
+                timer.elapsed() < support::patience, qPrintable(QString::number(timer.elapsed())));
             QVERIFY(platform::attachedSheet(program.journal().window()) == sheet.window());
-            // PipeWire has the camera open already.
-            QTRY_VERIFY_WITH_TIMEOUT(support::showsLivePicture(sheet), 20000);
+            // PipeWire has opened the camera already.
+            QTRY_VERIFY(support::showsLivePicture(sheet));
             QCOMPARE(support::cameraView(sheet).caption(), QString());
 
             timer.start();
             support::click(sheet, "buttonCancel");
-            QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
+            QVERIFY2(
+                timer.elapsed() < support::patience, qPrintable(QString::number(timer.elapsed())));
             QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
             QCOMPARE(cameras::heldFakeCalls(), 1);
             QCOMPARE(threadsNamed(u"driver"_s), 1);
@@ -278,7 +280,7 @@ void CameraConfiguration::cancelsWhileAnObservationHangs()
         QElapsedTimer timer;
         timer.start();
         support::click(sheet, "buttonCancel");
-        QVERIFY2(timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY2(timer.elapsed() < support::patience, qPrintable(QString::number(timer.elapsed())));
         QTRY_VERIFY(platform::attachedSheet(program.journal().window()) == nullptr);
         QCOMPARE(threadsNamed(u"focus"_s), 1);
     }
@@ -286,7 +288,7 @@ void CameraConfiguration::cancelsWhileAnObservationHangs()
     QTRY_COMPARE(threadsNamed(u"focus"_s), 0);
 }
 
-/// A process like this one, which ends as cleanupTestCase() leaves it.
+/// Runs another process, whose cleanupTestCase() leaves a driver hanging.
 void CameraConfiguration::quitsWhileTheDriverHangs()
 {
     QProcess process;
@@ -298,7 +300,7 @@ void CameraConfiguration::quitsWhileTheDriverHangs()
         process.readAll().constData());
 }
 
-/// The driver is still hanging when the process ends.
+/// The driver hangs when the process ends.
 void CameraConfiguration::cleanupTestCase()
 {
     const auto camera = plugIn(FakeProfile::Full);

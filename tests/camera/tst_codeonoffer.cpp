@@ -31,17 +31,17 @@ class CodeOnOfferTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void startsWithNothing();
+    void startsEmpty();
     void offersANewCode();
     void offersACodeOnce();
     void offersAnEmptyTextAtFirst();
-    void offersAgainWhatAnotherFollowed();
+    void offersATextAgainAfterAnother();
     void keepsTheTextWhenTheWindowIsReset();
-    void keepsATextOfItsOwn();
-    void staysWholeUnderManyThreads();
+    void keepsADeepCopyOfTheText();
+    void isConsistentWithManyThreads();
 };
 
-void CodeOnOfferTest::startsWithNothing()
+void CodeOnOfferTest::startsEmpty()
 {
     const CodeOnOffer offer;
 
@@ -81,7 +81,7 @@ void CodeOnOfferTest::offersAnEmptyTextAtFirst()
     QVERIFY(!offer.accept(u""_s, picture(1)));
 }
 
-void CodeOnOfferTest::offersAgainWhatAnotherFollowed()
+void CodeOnOfferTest::offersATextAgainAfterAnother()
 {
     CodeOnOffer offer;
 
@@ -105,7 +105,7 @@ void CodeOnOfferTest::keepsTheTextWhenTheWindowIsReset()
     QCOMPARE(offer.captureData(), u"A"_s);
 }
 
-void CodeOnOfferTest::keepsATextOfItsOwn()
+void CodeOnOfferTest::keepsADeepCopyOfTheText()
 {
     CodeOnOffer offer;
     const QString given = text(1);
@@ -114,7 +114,7 @@ void CodeOnOfferTest::keepsATextOfItsOwn()
     QVERIFY(offer.captureData()->constData() != given.constData());
 }
 
-void CodeOnOfferTest::staysWholeUnderManyThreads()
+void CodeOnOfferTest::isConsistentWithManyThreads()
 {
     constexpr int rounds = 500;
     constexpr int detections = 3;

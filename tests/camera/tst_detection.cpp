@@ -52,7 +52,7 @@ private Q_SLOTS:
     void offersNothingWithoutACode();
     void offersOneOfSeveralCodes();
     void offersTheSameTextOnce();
-    void offersAgainWhatAnotherFollowed();
+    void offersATextAgainAfterAnother();
     void acceptsOnAWorker();
     void outlivesTheWindow();
 
@@ -131,7 +131,7 @@ void Detection::offersTheSameTextOnce()
     QCOMPARE(m_offer->captureState(), 0);
 }
 
-void Detection::offersAgainWhatAnotherFollowed()
+void Detection::offersATextAgainAfterAnother()
 {
     examineAndWait(qrCode(u"A"_s));
     examineAndWait(qrCode(u"B"_s));

@@ -99,7 +99,7 @@ private Q_SLOTS:
     void readsWhatItMirrors();
     void followsPreferencesWithTheNextFrame();
     void dropsFramesWhileAllCoresExamine();
-    void staysWholeUnderManyThreads();
+    void isConsistentWithManyThreads();
 
 private:
     void start(WhileOffering whileOffering, std::function<void()> accepted = {});
@@ -300,7 +300,7 @@ void FramePipelineTest::dropsFramesWhileAllCoresExamine()
     QTRY_COMPARE(m_offer->captureData(), u"in time"_s);
 }
 
-void FramePipelineTest::staysWholeUnderManyThreads()
+void FramePipelineTest::isConsistentWithManyThreads()
 {
     constexpr int frames = 60;
     std::atomic<bool> isEnded = false;

@@ -62,7 +62,7 @@ private Q_SLOTS:
     void replacesAnAbsentCamera();
     void writesTheChoiceAtOnce();
     void keepsCamerasOfOneNameApart();
-    void listsAnewWhenShown();
+    void listsAgainWhenShown();
 
 private:
     support::CameraOnStage plugIn(const char* name, const char* description);
@@ -148,7 +148,7 @@ void PrefsWindowTest::resetsContrast_data()
 {
     QTest::addColumn<double>("stored");
     QTest::newRow("from a step") << 25.0;
-    QTest::newRow("from beside zero") << 0.25;
+    QTest::newRow("near zero") << 0.25;
 }
 
 void PrefsWindowTest::resetsContrast()
@@ -271,7 +271,7 @@ void PrefsWindowTest::keepsCamerasOfOneNameApart()
     QCOMPARE(UserDefaults::standard().stringForKey(cameraKey), u"cam.b"_s);
 }
 
-void PrefsWindowTest::listsAnewWhenShown()
+void PrefsWindowTest::listsAgainWhenShown()
 {
     PrefsWindow prefs;
     prefs.showWindow();

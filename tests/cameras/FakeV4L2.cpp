@@ -177,7 +177,8 @@ int describe(v4l2_capability& capability)
     return 0;
 }
 
-// YUYV at 640x480 with 15 or 30 frames a second, and JPEG in any size up to 1600x1200 at up to 30.
+// YUYV at 640x480 with 15 or 30 frames per second, and JPEG in any size up to 1600x1200 at up
+// to 30.
 constexpr std::array<quint32, 3> formats{ V4L2_PIX_FMT_YUYV, V4L2_PIX_FMT_MJPEG,
     V4L2_PIX_FMT_H264 };
 

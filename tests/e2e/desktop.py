@@ -214,7 +214,7 @@ class Element:
 
     def wait_clickable(self):
         """Waits until the window is active, because its place is final then, and until this
-        element has stopped moving. A window behind another one becomes active by the click only."""
+        element has stopped moving. A covered window becomes active only when it is clicked."""
         window = self.window
         if window.role in WINDOW_ROLES:
             with contextlib.suppress(AssertionError):
@@ -249,7 +249,7 @@ class Element:
         type_text(text)
 
     def tree(self, depth=0):
-        """The descendants, one a line, for people to read."""
+        """The descendants as readable text, one per line."""
         mark = "" if self.showing else " (hidden)"
         lines = [f"{'  ' * depth}{self.role} {self.name!r}{mark}"]
         return "\n".join(lines + [child.tree(depth + 1) for child in self.children])

@@ -149,11 +149,11 @@ class Session:
 
     def start_display(self):
         size = f"{1280 * self.scale}x{800 * self.scale}x24"
-        number, told = os.pipe()
-        self.spawn("Xvfb", "-displayfd", str(told), "-screen", "0", size, "-nolisten", "tcp",
-                   "-noreset", pass_fds=[told])
-        os.close(told)
-        with os.fdopen(number) as answer:  # written when the server listens; empty if it died
+        reading, writing = os.pipe()
+        self.spawn("Xvfb", "-displayfd", str(writing), "-screen", "0", size, "-nolisten", "tcp",
+                   "-noreset", pass_fds=[writing])
+        os.close(writing)
+        with os.fdopen(reading) as answer:  # written when the server listens; empty if it died
             display = answer.readline().strip()
         if not display:
             raise RuntimeError((self.folder / "Xvfb.log").read_text())
@@ -165,11 +165,11 @@ class Session:
         shutil.copy("/usr/share/dbus-1/services/org.a11y.Bus.service", services)
         configuration = self.folder / "bus.conf"
         configuration.write_text(BUS_CONFIGURATION.format(folder=self.folder, services=services))
-        address, told = os.pipe()
+        reading, writing = os.pipe()
         self.spawn("dbus-daemon", f"--config-file={configuration}", "--nofork", "--nopidfile",
-                   f"--print-address={told}", pass_fds=[told])
-        os.close(told)
-        with os.fdopen(address) as answer:
+                   f"--print-address={writing}", pass_fds=[writing])
+        os.close(writing)
+        with os.fdopen(reading) as answer:
             self.environment["DBUS_SESSION_BUS_ADDRESS"] = answer.readline().strip()
 
     def start_window_manager(self):

@@ -44,7 +44,7 @@ private Q_SLOTS:
     void hasNoSizeForNothing();
     void enlargesWithHardEdges_data();
     void enlargesWithHardEdges();
-    void drawsNothingOfNothing();
+    void drawsNothingForNoModules();
 };
 
 void CodeSizeTest::bringsEveryExtentTo1024OrJustBelow()
@@ -95,7 +95,7 @@ void CodeSizeTest::enlargesWithHardEdges()
     QVERIFY(bitmap == scaledNearest(modules, size.bitmap, size.scale));
 }
 
-void CodeSizeTest::drawsNothingOfNothing()
+void CodeSizeTest::drawsNothingForNoModules()
 {
     QVERIFY(codeBitmap({}).isNull());
 }

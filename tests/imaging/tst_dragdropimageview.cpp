@@ -125,27 +125,27 @@ private Q_SLOTS:
     void initTestCase();
     void init();
 
-    void allowsBothAsADescriptionMakesIt();
+    void allowsBothWhenMadeByADescription();
     void allowsNothingWhenMadeByCode();
 
     void refusesEveryDragWithoutAllowDrop();
-    void refusesWhatIsNoPicture_data();
-    void refusesWhatIsNoPicture();
+    void refusesWhatIsNotAPicture_data();
+    void refusesWhatIsNotAPicture();
     void refusesSourcesThatDoNotCopy_data();
     void refusesSourcesThatDoNotCopy();
     void highlightsWhileADragHovers();
     void holdsTheDecisionTakenOnEntry();
     void framesTheAreaBeingRedrawn();
-    void leavesItsLineWidthToEverybody();
+    void changesTheDefaultLineWidth();
     void showsAnotherWellsPictureFillingThisOne();
 
     void takesAFile();
     void takesPictureDataWithoutAFile();
     void takesTheFileThatIsAPicture();
-    void namesAddressesElsewhereNoFile();
+    void givesNoPathForWebAddresses();
     void takesThePathWithoutThePicture();
     void keepsMarksInTheTitle();
-    void tellsItsDelegate();
+    void notifiesItsDelegate();
     void changesNothingForItsOwnDrag();
 
     void dragsOutAFile();
@@ -154,7 +154,7 @@ private Q_SLOTS:
     void dragsOutOfAnEmptyView();
     void dragsNothingWithoutAllowDrag();
     void dragsWithTheLeftButtonOnly();
-    void dragsIntoAFolderThatIsMade();
+    void createsTheFolderOfTheDraggedFile();
     void dragsWhenTheFileCannotBeWritten();
 
     void providesTiffAndPdf();
@@ -188,7 +188,7 @@ void DragDropImageViewTest::init()
     platform::drawing::setDefaultLineWidth(1);
 }
 
-void DragDropImageViewTest::allowsBothAsADescriptionMakesIt()
+void DragDropImageViewTest::allowsBothWhenMadeByADescription()
 {
     const DragDropImageView view;
     QVERIFY(view.allowDrag());
@@ -217,7 +217,7 @@ void DragDropImageViewTest::refusesEveryDragWithoutAllowDrop()
     QVERIFY(!well.move(*files(QStringList{ m_red })));
 }
 
-void DragDropImageViewTest::refusesWhatIsNoPicture_data()
+void DragDropImageViewTest::refusesWhatIsNotAPicture_data()
 {
     QTest::addColumn<QStringList>("paths");
     QTest::newRow("a text") << QStringList{ m_text };
@@ -227,7 +227,7 @@ void DragDropImageViewTest::refusesWhatIsNoPicture_data()
     QTest::newRow("nothing") << QStringList();
 }
 
-void DragDropImageViewTest::refusesWhatIsNoPicture()
+void DragDropImageViewTest::refusesWhatIsNotAPicture()
 {
     QFETCH(QStringList, paths);
     const Well well;
@@ -311,7 +311,7 @@ void DragDropImageViewTest::framesTheAreaBeingRedrawn()
     QCOMPARE(part.pixelColor(10, 10), QColor(Qt::green));
 }
 
-void DragDropImageViewTest::leavesItsLineWidthToEverybody()
+void DragDropImageViewTest::changesTheDefaultLineWidth()
 {
     const Well well;
     well.view->grab();
@@ -379,7 +379,7 @@ void DragDropImageViewTest::takesTheFileThatIsAPicture()
     QCOMPARE(well.view->image().pixelColor(4, 4), QColor(Qt::red));
 }
 
-void DragDropImageViewTest::namesAddressesElsewhereNoFile()
+void DragDropImageViewTest::givesNoPathForWebAddresses()
 {
     // What a browser offers for a picture of a page.
     const Well well;
@@ -421,7 +421,7 @@ void DragDropImageViewTest::keepsMarksInTheTitle()
     QCOMPARE(well.window.windowTitle(), u"a[*][*]b.png"_s);
 }
 
-void DragDropImageViewTest::tellsItsDelegate()
+void DragDropImageViewTest::notifiesItsDelegate()
 {
     const Well well;
     Delegate delegate;
@@ -533,7 +533,7 @@ void DragDropImageViewTest::dragsWithTheLeftButtonOnly()
     QVERIFY(!QFile::exists(captureFile()));
 }
 
-void DragDropImageViewTest::dragsIntoAFolderThatIsMade()
+void DragDropImageViewTest::createsTheFolderOfTheDraggedFile()
 {
     QVERIFY(!QFile::exists(platform::StandardFolders::caches()));
     Well well;

@@ -93,10 +93,10 @@ class GenerateWindowTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void startsEmpty();
-    void goesThroughItsStates();
+    void changesItsStates();
     void offersNothingForTheLastTextRetyped();
     void anotherTextAfterEmptyingIsOffered();
-    void takesUndoForAnEdit();
+    void treatsUndoAsAnEdit();
     void returnDoesNotGenerate_data();
     void returnDoesNotGenerate();
     void shiftReturnBeginsALine();
@@ -104,9 +104,9 @@ private Q_SLOTS:
     void encodesUtf8();
     void drawsGreyWithHardEdges_data();
     void drawsGreyWithHardEdges();
-    void saysHowManyBytesAreTooMany_data();
-    void saysHowManyBytesAreTooMany();
-    void goesOnAfterATextThatIsTooLong();
+    void reportsHowManyBytesAreTooMany_data();
+    void reportsHowManyBytesAreTooMany();
+    void continuesAfterATooLongText();
     void savesTwice();
     void generatingAloneStoresNothing();
     void closeStoresNothing();
@@ -132,7 +132,7 @@ void GenerateWindowTest::startsEmpty()
     QTRY_VERIFY(sheet.field()->hasFocus()); // the user can type at once
 }
 
-void GenerateWindowTest::goesThroughItsStates()
+void GenerateWindowTest::changesItsStates()
 {
     const Sheet sheet;
     sheet.type(u"abc"_s);
@@ -189,7 +189,7 @@ void GenerateWindowTest::anotherTextAfterEmptyingIsOffered()
     QCOMPARE(sheet.enabled(), edited);
 }
 
-void GenerateWindowTest::takesUndoForAnEdit()
+void GenerateWindowTest::treatsUndoAsAnEdit()
 {
     const Sheet sheet;
     sheet.paste(u"one"_s);
@@ -282,7 +282,7 @@ void GenerateWindowTest::drawsGreyWithHardEdges()
     }
 }
 
-void GenerateWindowTest::saysHowManyBytesAreTooMany_data()
+void GenerateWindowTest::reportsHowManyBytesAreTooMany_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("excess");
@@ -292,7 +292,7 @@ void GenerateWindowTest::saysHowManyBytesAreTooMany_data()
     QTest::newRow("in UTF-8") << QString(778, QChar(0x6f22)) << u"3 bytes "_s;
 }
 
-void GenerateWindowTest::saysHowManyBytesAreTooMany()
+void GenerateWindowTest::reportsHowManyBytesAreTooMany()
 {
     QFETCH(QString, text);
     QFETCH(QString, excess);
@@ -307,7 +307,7 @@ void GenerateWindowTest::saysHowManyBytesAreTooMany()
     QVERIFY(sheet.program.journal().captures().empty());
 }
 
-void GenerateWindowTest::goesOnAfterATextThatIsTooLong()
+void GenerateWindowTest::continuesAfterATooLongText()
 {
     const Sheet sheet;
     sheet.paste(QString(2332, u'q'));

@@ -100,7 +100,7 @@ private Q_SLOTS:
     void escapeCloses();
     void aNewSheetOffersTheCodeAgain();
     void survivesClosingDuringAnExamination();
-    void anEmptyWellIsNoCode();
+    void anEmptyWellOffersNothing();
     void theLaterOfTwoDropsWins();
     void readsPastedPictures();
 };
@@ -317,7 +317,7 @@ void ImportWindowTest::survivesClosingDuringAnExamination()
     QVERIFY(program.journal().captures().empty());
 }
 
-void ImportWindowTest::anEmptyWellIsNoCode()
+void ImportWindowTest::anEmptyWellOffersNothing()
 {
     Program program;
     auto& window = openImport(program);

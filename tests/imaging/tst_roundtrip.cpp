@@ -149,8 +149,8 @@ private Q_SLOTS:
     void everyTextIsReadBack();
     void theLargestAreReadBack_data();
     void theLargestAreReadBack();
-    void bitmapsAreReadAsTheyAre_data();
-    void bitmapsAreReadAsTheyAre();
+    void unscaledBitmapsAreReadBack_data();
+    void unscaledBitmapsAreReadBack();
 };
 
 void RoundTripTest::everyTextIsReadBack()
@@ -196,7 +196,7 @@ void RoundTripTest::theLargestAreReadBack()
     QCOMPARE(readByZBar(picture), message);
 }
 
-void RoundTripTest::bitmapsAreReadAsTheyAre_data()
+void RoundTripTest::unscaledBitmapsAreReadBack_data()
 {
     QTest::addColumn<int>("length");
     for (const int length : { 1, 14, 15, 60, 180, 400, 711, 712, 1400, 2331 }) {
@@ -204,10 +204,10 @@ void RoundTripTest::bitmapsAreReadAsTheyAre_data()
     }
 }
 
-void RoundTripTest::bitmapsAreReadAsTheyAre()
+void RoundTripTest::unscaledBitmapsAreReadBack()
 {
     QFETCH(int, length);
-    Random random{ quint32(length) };
+    Random random(static_cast<quint32>(length));
     const QByteArray message = address(random, length).right(length);
     const QImage bitmap = vellumcap::codeBitmap(outputImage(message));
     QCOMPARE(readByZXing(bitmap), message);

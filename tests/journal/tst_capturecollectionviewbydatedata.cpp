@@ -47,8 +47,8 @@ private Q_SLOTS:
     void midnightDividesDays_data();
     void midnightDividesDays();
     void newestDayAndCaptureComeFirst();
-    void headsSections_data();
-    void headsSections();
+    void titlesSections_data();
+    void titlesSections();
     void givesTheCaptureThatIsShown();
     void doesNothingForAnEmptySelection();
     void headersHaveOneSize();
@@ -72,8 +72,10 @@ void CaptureCollectionViewByDateDataTest::midnightDividesDays_data()
     QTest::newRow("far east") << QByteArray("Pacific/Kiritimati") << ordinary;
     QTest::newRow("west") << QByteArray("America/Los_Angeles") << ordinary;
     QTest::newRow("half an hour") << QByteArray("Asia/Kolkata") << ordinary;
-    QTest::newRow("clock goes forward") << QByteArray("Europe/Berlin") << QDate(2026, 3, 29);
-    QTest::newRow("clock goes back") << QByteArray("Europe/Berlin") << QDate(2026, 10, 25);
+    QTest::newRow("start of daylight saving time")
+        << QByteArray("Europe/Berlin") << QDate(2026, 3, 29);
+    QTest::newRow("end of daylight saving time")
+        << QByteArray("Europe/Berlin") << QDate(2026, 10, 25);
     QTest::newRow("no midnight") << QByteArray("America/Santiago") << QDate(2026, 9, 6);
 }
 
@@ -111,7 +113,7 @@ void CaptureCollectionViewByDateDataTest::newestDayAndCaptureComeFirst()
     QCOMPARE(textsOfSection(data, 2), QStringList{ u"a1"_s });
 }
 
-void CaptureCollectionViewByDateDataTest::headsSections_data()
+void CaptureCollectionViewByDateDataTest::titlesSections_data()
 {
     QTest::addColumn<QByteArray>("zone");
     QTest::addColumn<QString>("header");
@@ -121,7 +123,7 @@ void CaptureCollectionViewByDateDataTest::headsSections_data()
     QTest::newRow("west of GMT") << QByteArray("America/Bogota") << u"6/9/26"_s;
 }
 
-void CaptureCollectionViewByDateDataTest::headsSections()
+void CaptureCollectionViewByDateDataTest::titlesSections()
 {
     QFETCH(QByteArray, zone);
     QFETCH(QString, header);

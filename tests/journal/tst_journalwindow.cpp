@@ -401,7 +401,7 @@ void JournalWindowTest::deletesTheSelectedCapture()
     QCOMPARE(days.sortedKeys().size(), 2);
     list(journal)->selectItem({ 0, 0 });
     QApplication::setActiveWindow(journal.window());
-    QVERIFY(QTest::qWaitForWindowActive(journal.window()));
+    QVERIFY(QTest::qWaitForWindowActive(journal.window(), support::patience));
     QTest::keyClick(list(journal), Qt::Key_Delete);
     QVERIFY(journal.selectedCapture() == nullptr);
     QVERIFY(!selectedText(journal)->isVisible());
@@ -449,7 +449,7 @@ void JournalWindowTest::newCapturesAppearOnTop()
     program.keep(u"old"_s, QDateTime::currentDateTimeUtc().addDays(-3));
     Capture::storeCapture(support::plainPicture(), u"one"_s);
     journal.refreshLists();
-    QTest::qWait(2); // moments differ by a millisecond at least
+    QTest::qWait(2); // the times must differ by a millisecond
     Capture::storeCapture(support::plainPicture(), u"two"_s);
     journal.refreshLists();
     QCOMPARE(list(journal)->itemAtIndexPath({ 0, 0 })->textField->text(), u"two"_s);

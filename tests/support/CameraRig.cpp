@@ -115,7 +115,7 @@ RigCamera::~RigCamera()
     unplug();
 }
 
-void PullOutLast::operator()(RigCamera* camera) const
+void UnplugWhenClosed::operator()(RigCamera* camera) const
 {
     // A camera that is open has a thread of this name.
     waitUntil([] { return threadsNamed(u"camera"_s) == 0; }, "all cameras to be closed");
@@ -174,7 +174,7 @@ void RigCamera::unplug()
 
 int RigCamera::links() const
 {
-    // pw-dump prints objects that change meanwhile as a further list.
+    // pw-dump prints objects that change during the dump as a further list.
     const auto objects = QJsonDocument::fromJson(
         CameraRig::output(u"pw-dump"_s, { u"--no-colors"_s }).replace("\n]\n[\n", ",\n"))
                              .array();

@@ -60,10 +60,10 @@ private:
 
 /// A deleter that waits until this process has closed every camera: PipeWire 0.3.65 may crash when
 /// a camera is unplugged while one of its streams starts, as under a window that is closed at once.
-struct PullOutLast {
+struct UnplugWhenClosed {
     void operator()(RigCamera* camera) const;
 };
-using CameraOnStage = std::unique_ptr<RigCamera, PullOutLast>;
+using CameraOnStage = std::unique_ptr<RigCamera, UnplugWhenClosed>;
 
 /// A program that reads a camera through PipeWire: gst-launch-1.0. The destructor kills it.
 class CameraReader {

@@ -97,7 +97,7 @@ CaptureScene::CaptureScene(const QString& camera, std::function<void()> act)
         platform::CaptureDeviceInput::create(platform::CaptureDevice::deviceWithUniqueID(camera)));
     output->setSampleBufferDelegate(watcher, queue);
     session->addOutput(output);
-    session->setInterruptionObserver([this] { told.append(session->interruption()); });
+    session->setInterruptionObserver([this] { interruptions.append(session->interruption()); });
 }
 
 bool CaptureScene::start() const

@@ -22,7 +22,7 @@ QImage quarters(QSize size = { 640, 480 });
 /// Describes the first quarter whose colour differs from the expected one; empty when none does.
 QString wrongQuarter(const QImage& seen, const QImage& expected);
 
-/// A camera of 640x480 at 30 frames a second.
+/// A camera of 640x480 at 30 frames per second.
 CameraWish smallCamera(const QString& encoding = QStringLiteral("YUY2"));
 
 /// Records the frames that it receives. `act`, if set, is called with each frame.
@@ -58,7 +58,7 @@ struct CaptureScene {
     std::shared_ptr<platform::CaptureVideoDataOutput> output
         = std::make_shared<platform::CaptureVideoDataOutput>();
     std::shared_ptr<FrameWatcher> watcher;
-    QList<platform::Interruption> told; ///< each interruption that was reported
+    QList<platform::Interruption> interruptions; ///< all that were reported, in order
 };
 
 } // namespace support

@@ -30,7 +30,7 @@ Sandbox::Sandbox()
         qputenv("QT_QPA_PLATFORM", "offscreen");
     }
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-    // Behind the portal, which is not there, the machine's own cameras are out of sight.
+    // The process finds no camera portal, so it does not see the machine's cameras.
     qputenv("VELLUMCAP_CAMERA_PORTAL", "1");
 }
 

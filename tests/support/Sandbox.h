@@ -5,10 +5,10 @@
 
 namespace support {
 
-/// Gives the process folders of its own in place of the user's (HOME and every XDG folder), UTC,
-/// an English locale, an offscreen screen unless another is asked for, no session bus
-/// and no camera.
-/// Made before the application object; everything is gone with it.
+/// Replaces the user's folders (HOME and the XDG folders) by temporary ones for this process, and
+/// sets UTC, an English locale, no session bus, no cameras, and the offscreen platform unless
+/// VELLUMCAP_TEST_ON_SCREEN is set. Create it before the application object. The destructor removes
+/// the folders.
 class Sandbox {
 public:
     Sandbox();

@@ -8,13 +8,13 @@
 
 namespace support {
 
-/// How long tests wait for what is to come, in ms: as long as a slow machine may take that is busy
-/// with other tests.
+/// How long tests wait for an expected state, in milliseconds: enough for a slow machine that runs
+/// other tests at the same time.
 inline constexpr int patience = 20'000;
 
 } // namespace support
 
-// Qt's own wait for 5 s.
+// The macros of Qt wait for 5 s only.
 #undef QTRY_VERIFY
 #define QTRY_VERIFY(expr) QTRY_VERIFY_WITH_TIMEOUT(expr, support::patience)
 #undef QTRY_VERIFY2
@@ -24,7 +24,8 @@ inline constexpr int patience = 20'000;
 
 namespace support {
 
-/// A test of this program, known by the name of its source without the suffix. Made before main().
+/// A test of this program, known by the name of its source without the suffix. Created before
+/// main().
 class RegisteredTest {
 public:
     using Run = int (*)(int argc, char** argv);
@@ -32,7 +33,7 @@ public:
     RegisteredTest(const char* sourceName, Run run);
 };
 
-/// Arguments with which this program runs the present test once more: its cases named `cases`.
+/// Arguments with which this program runs the given cases of the current test.
 QStringList argumentsForCases(const QStringList& cases);
 
 /// Sandboxed folders, the real application object, and the cases of `TestClass`.

@@ -101,10 +101,10 @@ private Q_SLOTS:
     void appendsWholeLinesInParallel();
     void notifies_data() { addTexts(); }
     void notifies();
-    void saysThatNobodyNotifies();
+    void reportsAMissingNotificationService();
     void sendsToAWebHook_data() { addTexts(); }
     void sendsToAWebHook();
-    void saysThatTheWebHookFailed();
+    void reportsAFailedWebHook();
 
 private:
     static void addTexts();
@@ -185,7 +185,7 @@ bool ExampleScriptsTest::run(const char* name, const QString& text)
     });
     const bool isDone = QTest::qWaitFor(
         [&] { return outcome.wait_for(std::chrono::seconds(0)) == std::future_status::ready; },
-        30000);
+        2 * support::patience);
     const bool isFine = outcome.get() && isDone;
     return isFine && !QFile::exists(qEnvironmentVariable("HOME") + u"/gone"_s);
 }
@@ -286,7 +286,7 @@ void ExampleScriptsTest::notifies()
     QCOMPARE(m_notifications.summaries, QStringList{ u"New code"_s });
 }
 
-void ExampleScriptsTest::saysThatNobodyNotifies()
+void ExampleScriptsTest::reportsAMissingNotificationService()
 {
     const LogLines log;
     const QByteArray address = qgetenv("DBUS_SESSION_BUS_ADDRESS");
@@ -310,7 +310,7 @@ void ExampleScriptsTest::sendsToAWebHook()
     QCOMPARE(QJsonDocument::fromJson(request.body).object(), QJsonObject({ { u"text"_s, text } }));
 }
 
-void ExampleScriptsTest::saysThatTheWebHookFailed()
+void ExampleScriptsTest::reportsAFailedWebHook()
 {
     const LogLines log;
     m_hook.status = "500 Internal Server Error";

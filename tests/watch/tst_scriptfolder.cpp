@@ -17,13 +17,13 @@ class ScriptFolderTest : public QObject {
 private Q_SLOTS:
     void init();
 
-    void listsWhatHasTheExtension_data();
-    void listsWhatHasTheExtension();
+    void listsFilesByExtension_data();
+    void listsFilesByExtension();
     void listsFoldersAndLinksToo();
     void logsWhatItFinds();
     void keepsItsOrder();
-    void makesTheFolder();
-    void listsNothingWhereThereIsNoFolder();
+    void createsTheFolder();
+    void listsNothingWithoutAFolder();
 
 private:
     static QString folder() { return platform::StandardFolders::configuration() + u"/scripts"_s; }
@@ -36,7 +36,7 @@ void ScriptFolderTest::init()
     QDir(parent).removeRecursively();
 }
 
-void ScriptFolderTest::listsWhatHasTheExtension_data()
+void ScriptFolderTest::listsFilesByExtension_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<bool>("isListed");
@@ -60,7 +60,7 @@ void ScriptFolderTest::listsWhatHasTheExtension_data()
     row(u"subfolder/a.scpt"_s, false);
 }
 
-void ScriptFolderTest::listsWhatHasTheExtension()
+void ScriptFolderTest::listsFilesByExtension()
 {
     QFETCH(QString, name);
     QFETCH(bool, isListed);
@@ -105,7 +105,7 @@ void ScriptFolderTest::keepsItsOrder()
     QCOMPARE(LogLines::all().size(), 60);
 }
 
-void ScriptFolderTest::makesTheFolder()
+void ScriptFolderTest::createsTheFolder()
 {
     QVERIFY(scanScriptFolder().isEmpty());
     QVERIFY(QDir(folder()).exists());
@@ -113,7 +113,7 @@ void ScriptFolderTest::makesTheFolder()
     QVERIFY(scanScriptFolder().isEmpty());
 }
 
-void ScriptFolderTest::listsNothingWhereThereIsNoFolder()
+void ScriptFolderTest::listsNothingWithoutAFolder()
 {
     const LogLines log;
     support::writeFile(platform::StandardFolders::configuration(), "in the way");

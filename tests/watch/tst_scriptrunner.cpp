@@ -19,14 +19,14 @@ private Q_SLOTS:
     void logsTheHandlersResult();
     void runsTheTopLevelWithoutAFunction_data();
     void runsTheTopLevelWithoutAFunction();
-    void saysThatAScriptCannotBeLoaded_data();
-    void saysThatAScriptCannotBeLoaded();
-    void saysThatAScriptFailed_data();
-    void saysThatAScriptFailed();
-    void handsTheTextOverExactly();
+    void reportsAScriptThatCannotBeLoaded_data();
+    void reportsAScriptThatCannotBeLoaded();
+    void reportsAScriptThatFailed_data();
+    void reportsAScriptThatFailed();
+    void passesTheTextUnchanged();
     void loadsTheFileForEveryRun();
     void runsInParallel();
-    void goesOnBesideAnEndlessScript(); // must be the last one: it ends all scripts
+    void runsBesideEndlessScripts(); // must be the last one: it ends all scripts
 
 private:
     QString write(const QByteArray& text) const
@@ -81,7 +81,7 @@ void ScriptRunnerTest::runsTheTopLevelWithoutAFunction()
         QStringList({ u"Script execution has succeed. Result(0, top)"_s }));
 }
 
-void ScriptRunnerTest::saysThatAScriptCannotBeLoaded_data()
+void ScriptRunnerTest::reportsAScriptThatCannotBeLoaded_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("error");
@@ -91,7 +91,7 @@ void ScriptRunnerTest::saysThatAScriptCannotBeLoaded_data()
     QTest::newRow("deleted") << QByteArray() << u"cannot open %1: No such file or directory"_s;
 }
 
-void ScriptRunnerTest::saysThatAScriptCannotBeLoaded()
+void ScriptRunnerTest::reportsAScriptThatCannotBeLoaded()
 {
     QFETCH(QByteArray, text);
     QFETCH(QString, error);
@@ -106,7 +106,7 @@ void ScriptRunnerTest::saysThatAScriptCannotBeLoaded()
     QCOMPARE(log, QStringList({ loadFailure + error }));
 }
 
-void ScriptRunnerTest::saysThatAScriptFailed_data()
+void ScriptRunnerTest::reportsAScriptThatFailed_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("message");
@@ -124,7 +124,7 @@ void ScriptRunnerTest::saysThatAScriptFailed_data()
                                << u"stack overflow"_s;
 }
 
-void ScriptRunnerTest::saysThatAScriptFailed()
+void ScriptRunnerTest::reportsAScriptThatFailed()
 {
     QFETCH(QByteArray, text);
     QFETCH(QString, message);
@@ -138,7 +138,7 @@ void ScriptRunnerTest::saysThatAScriptFailed()
     QVERIFY(log.first().contains(u"stack traceback:"_s) || message == u"not enough memory"_s);
 }
 
-void ScriptRunnerTest::handsTheTextOverExactly()
+void ScriptRunnerTest::passesTheTextUnchanged()
 {
     const QString text = u"Grüße \"'`$(id)` \\ %1 %s\r\n\t😀"_s + QChar(0) + u"\x1b[0m\u202e"_s;
     const QString seen = m_folder.filePath(u"seen"_s);
@@ -188,7 +188,7 @@ void ScriptRunnerTest::runsInParallel()
     QCOMPARE(LogLines::all(), QStringList(2, u"Script execution has succeed. Result(true)"_s));
 }
 
-void ScriptRunnerTest::goesOnBesideAnEndlessScript()
+void ScriptRunnerTest::runsBesideEndlessScripts()
 {
     const LogLines log;
     const QString path = write("function scanned_code(text)\n"

@@ -51,11 +51,11 @@ class ScriptWatchCommandTest : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void cleanup();
-    void turnsValuesIntoBooleans_data();
-    void turnsValuesIntoBooleans();
+    void convertsValuesToBooleans_data();
+    void convertsValuesToBooleans();
     void writesEachOption_data();
     void writesEachOption();
-    void writesFalseForWhatIsLeftOut();
+    void writesFalseForMissingOptions();
     void writesInOrder();
     void opensAWatchWindowLater();
     void preselectsTheScript_data();
@@ -63,7 +63,7 @@ private Q_SLOTS:
     void opensNothingOverASheet();
     void opensNothingWithoutACamera();
     void waitsForTheLaunch();
-    void isDroppedWhenTheProgramGoes();
+    void isDroppedWhenTheProgramEnds();
 
 private:
     std::unique_ptr<support::CameraRig> m_rig;
@@ -79,7 +79,7 @@ void ScriptWatchCommandTest::cleanup()
     support::CameraRig::awaitNoCameras();
 }
 
-void ScriptWatchCommandTest::turnsValuesIntoBooleans_data()
+void ScriptWatchCommandTest::convertsValuesToBooleans_data()
 {
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<bool>("isTrue");
@@ -111,7 +111,7 @@ void ScriptWatchCommandTest::turnsValuesIntoBooleans_data()
     row("nothing", QVariant(), false);
 }
 
-void ScriptWatchCommandTest::turnsValuesIntoBooleans()
+void ScriptWatchCommandTest::convertsValuesToBooleans()
 {
     QFETCH(QVariant, value);
     QFETCH(bool, isTrue);
@@ -144,7 +144,7 @@ void ScriptWatchCommandTest::writesEachOption()
     }
 }
 
-void ScriptWatchCommandTest::writesFalseForWhatIsLeftOut()
+void ScriptWatchCommandTest::writesFalseForMissingOptions()
 {
     const Program program;
     setAll(true);
@@ -255,7 +255,7 @@ void ScriptWatchCommandTest::waitsForTheLaunch()
     QVERIFY(defaults().boolForKey(saveKey));
 }
 
-void ScriptWatchCommandTest::isDroppedWhenTheProgramGoes()
+void ScriptWatchCommandTest::isDroppedWhenTheProgramEnds()
 {
     platform::Application::shared().setDelegate(nullptr);
     setAll(false);

@@ -47,7 +47,7 @@ private:
 
 } // namespace
 
-/// Two hundred codes in quick succession, each stored and handed to a script.
+/// Shows two hundred codes in quick succession. Each is stored and passed to a script.
 class WatchBurst : public QObject {
     Q_OBJECT
 
@@ -87,7 +87,7 @@ void WatchBurst::losesNothing()
     QElapsedTimer clock;
     clock.start();
 
-    // Each is taken away as soon as the window and the script have its text.
+    // Each is replaced when the window and the script have its text.
     for (int number = 0; number < codes; ++number) {
         camera->show(support::paper(codeText(number)));
         QTRY_COMPARE(support::shownText(window), codeText(number));

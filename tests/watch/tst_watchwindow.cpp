@@ -162,15 +162,15 @@ private Q_SLOTS:
     void reactsToOptionsFromTheNextCodeOn();
     void closesOnTheFirstCode();
     void savesClosesAndThenRunsTheScript();
-    void handsTheTextToTheScript_data();
-    void handsTheTextToTheScript();
+    void passesTheTextToTheScript_data();
+    void passesTheTextToTheScript();
     void runsNothingWithoutAScript();
     void listsScripts();
     void preselectsAScript_data();
     void preselectsAScript();
     void logsTheChosenScript();
     void opensTheScriptFolder();
-    void choosesNoScriptWhereThereIsNoFolder();
+    void choosesNoScriptWithoutAFolder();
     void editsTheOptions();
     void opensAndClosesTheOptions();
     void followsPreferences();
@@ -365,7 +365,7 @@ void WatchWindowTest::savesClosesAndThenRunsTheScript()
     QCOMPARE(program.journal().captures().front()->captureValue(), u"all of it"_s);
 }
 
-void WatchWindowTest::handsTheTextToTheScript_data()
+void WatchWindowTest::passesTheTextToTheScript_data()
 {
     QTest::addColumn<QString>("text");
 
@@ -375,7 +375,7 @@ void WatchWindowTest::handsTheTextToTheScript_data()
     QTest::newRow("control characters") << u"a\u0001b\tc\u001d d"_s;
 }
 
-void WatchWindowTest::handsTheTextToTheScript()
+void WatchWindowTest::passesTheTextToTheScript()
 {
     QFETCH(QString, text);
     const QString told = writeRecorder(u"record.scpt"_s);
@@ -502,7 +502,7 @@ void WatchWindowTest::preselectsAScript_data()
     QTest::newRow("in other case") << QVariant(u"B.scpt"_s) << none;
     QTest::newRow("empty") << QVariant(QString()) << none;
     QTest::newRow("no text") << QVariant(7) << none;
-    QTest::newRow("the popup's own") << QVariant(u"No script"_s) << none;
+    QTest::newRow("the text of the first item") << QVariant(u"No script"_s) << none;
 }
 
 void WatchWindowTest::preselectsAScript()
@@ -557,7 +557,7 @@ void WatchWindowTest::opensTheScriptFolder()
     QCOMPARE(scriptMenu(window)->currentData().toInt(), 0);
 }
 
-void WatchWindowTest::choosesNoScriptWhereThereIsNoFolder()
+void WatchWindowTest::choosesNoScriptWithoutAFolder()
 {
     support::writeFile(scripts().filePath(u"a.scpt"_s), "return 1");
     const auto camera = plugIn(paper());
@@ -606,7 +606,7 @@ void WatchWindowTest::opensAndClosesTheOptions()
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
-    QVERIFY(QTest::qWaitForWindowExposed(window.window()));
+    QVERIFY(QTest::qWaitForWindowExposed(window.window(), support::patience));
     const QRect sheet = window.window()->geometry();
     const QRect picture = frameOf(cameraView(window));
     const QRect triangle = frameOf(*triangleOf(window));

@@ -291,7 +291,7 @@ void BarcodeDetection::givesTheCorners_data()
     QTest::addColumn<QPoint>("at");
     QTest::addColumn<int>("modulePixels");
 
-    QTest::newRow("as it is") << QSize(640, 480) << QPoint(200, 100) << 4;
+    QTest::newRow("unscaled") << QSize(640, 480) << QPoint(200, 100) << 4;
     QTest::newRow("read smaller") << QSize(4000, 3000) << QPoint(2700, 1500) << 12;
     QTest::newRow("too small once made smaller") << QSize(6000, 1000) << QPoint(5000, 400) << 2;
 }

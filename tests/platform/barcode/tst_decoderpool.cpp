@@ -31,6 +31,7 @@ using support::drawnCode;
 
 namespace {
 
+// A good picture can exceed this limit on a busy machine, so the tests try it again.
 constexpr auto hangLimit = 1500ms * platform::decoder::slowness;
 constexpr auto noLimit = 10min;
 
@@ -112,8 +113,9 @@ QList<pid_t> childProcesses(pid_t parent = ::getpid())
 /// Waits for the only decoder.
 pid_t theDecoder()
 {
-    return QTest::qWaitFor([] { return childProcesses().size() == 1; }) ? childProcesses().first()
-                                                                        : -1;
+    return QTest::qWaitFor([] { return childProcesses().size() == 1; }, support::patience)
+        ? childProcesses().first()
+        : -1;
 }
 
 /// Waits until the process has used more processor time than any picture of these tests takes.
@@ -124,7 +126,8 @@ bool waitUntilItHangs(pid_t pid)
         return fields.value(11).toInt() + fields.value(12).toInt(); // in user and kernel mode
     };
     constexpr int enough = 20;
-    return QTest::qWaitFor([&, begin = ticks()] { return ticks() >= begin + enough; });
+    return QTest::qWaitFor(
+        [&, begin = ticks()] { return ticks() >= begin + enough; }, support::patience);
 }
 
 bool hasEnded(pid_t pid)
@@ -357,7 +360,7 @@ void DecoderPoolTest::outlivesAStoppedDecoder()
     auto settings = honest();
     settings.stillLimit = hangLimit;
     Pool pool(settings);
-    QCOMPARE(textOf(pool.detect(codeFor(u"one"_s), std::nullopt)), u"one"_s);
+    QTRY_COMPARE(textOf(pool.detect(codeFor(u"one"_s), std::nullopt)), u"one"_s);
     const pid_t first = theDecoder();
     ::kill(first, SIGSTOP);
     QTRY_COMPARE(statusFields(first).value(0), "T");
@@ -368,7 +371,7 @@ void DecoderPoolTest::outlivesAStoppedDecoder()
     QVERIFY(!pool.detect(codeFor(u"two"_s), std::nullopt));
     QVERIFY(clock.elapsed() >= std::chrono::milliseconds(hangLimit).count() - 1);
     QVERIFY(hasEnded(first));
-    QCOMPARE(textOf(pool.detect(codeFor(u"three"_s), std::nullopt)), u"three"_s);
+    QTRY_COMPARE(textOf(pool.detect(codeFor(u"three"_s), std::nullopt)), u"three"_s);
 }
 
 void DecoderPoolTest::outlivesADecoderWithoutMemory()
@@ -429,17 +432,17 @@ void DecoderPoolTest::outlivesEveryFault()
     QFETCH(Misdeed, misdeed);
     QFETCH(QByteArray, reason);
     Pool pool(misbehaving(hangLimit));
-    QCOMPARE(outcome(pool, Misdeed::None), wellBehaved);
+    QTRY_COMPARE(outcome(pool, Misdeed::None), wellBehaved);
 
     expectLog("^The decoder " + reason + "; its picture counts as having no code$");
     QVERIFY(!pool.detect(pictureThat(misdeed), std::nullopt));
-    QCOMPARE(outcome(pool, Misdeed::None), wellBehaved);
+    QTRY_COMPARE(outcome(pool, Misdeed::None), wellBehaved);
 }
 
 void DecoderPoolTest::takesOneAnswerAndNoDescriptor()
 {
     Pool pool(misbehaving(hangLimit));
-    QCOMPARE(outcome(pool, Misdeed::None), wellBehaved);
+    QTRY_COMPARE(outcome(pool, Misdeed::None), wellBehaved);
     const auto openDescriptors
         = [] { return QDir(u"/proc/self/fd"_s).entryList(QDir::System | QDir::Files); };
     const auto before = openDescriptors().size();
@@ -448,9 +451,8 @@ void DecoderPoolTest::takesOneAnswerAndNoDescriptor()
     QCOMPARE(outcome(pool, Misdeed::SendTwice), u"first"_s);
     QCOMPARE(openDescriptors().size(), before);
     expectLog("^The decoder spoke without being asked while it had nothing to do$");
-    QTRY_COMPARE_WITH_TIMEOUT(
-        statusFields(theDecoder()).value(0), "S", 5000); // it has sent both replies
-    QCOMPARE(outcome(pool, Misdeed::None), wellBehaved);
+    QTRY_COMPARE(statusFields(theDecoder()).value(0), "S"); // it has sent both replies
+    QTRY_COMPARE(outcome(pool, Misdeed::None), wellBehaved);
 }
 
 void DecoderPoolTest::cannotReachOutOfTheSandbox_data()

@@ -19,20 +19,20 @@ class CameraRegistryTest : public QObject {
 private Q_SLOTS:
     void listsNothingWithoutCameras();
     void listsTwoOfOneDescription();
-    void tellsFormats();
-    void tellsDevicePathAndControls();
+    void givesFormats();
+    void givesDevicePathAndControls();
     void followsTheDefault();
     void followsPlugging();
     void followsFormats();
-    void tellsUseByOthers();
+    void reportsUseByOthers();
     void setsControls();
-    void doesWithoutDaemon();
+    void worksWithoutADaemon();
     void survivesTheDaemon();
-    void meetsADaemonThatComesLater();
+    void findsADaemonThatStartsLater();
     void endsObservations();
     void opensThePortal();
     void isRefusedByThePortal();
-    void doesWithoutPortal();
+    void worksWithoutAPortal();
 };
 
 namespace {
@@ -93,7 +93,7 @@ void CameraRegistryTest::listsTwoOfOneDescription()
     QVERIFY(cameras.at(0).id != cameras.at(1).id);
 }
 
-void CameraRegistryTest::tellsFormats()
+void CameraRegistryTest::givesFormats()
 {
     CameraRig rig;
     const auto camera
@@ -113,7 +113,7 @@ void CameraRegistryTest::tellsFormats()
     QCOMPARE(formats.at(2).rateNumerator, 15);
 }
 
-void CameraRegistryTest::tellsDevicePathAndControls()
+void CameraRegistryTest::givesDevicePathAndControls()
 {
     CameraRig rig;
     const auto camera = rig.addCamera({ .properties = { { u"api.v4l2.path"_s, u"/dev/none"_s } },
@@ -182,7 +182,7 @@ void CameraRegistryTest::followsFormats()
     QTRY_COMPARE(sizes(), (QList<QSize>{ { 320, 240 }, { 640, 480 } }));
 }
 
-void CameraRegistryTest::tellsUseByOthers()
+void CameraRegistryTest::reportsUseByOthers()
 {
     CameraRig rig;
     const auto camera = rig.addCamera({});
@@ -211,7 +211,7 @@ void CameraRegistryTest::setsControls()
     QVERIFY(!registry.setControl(u"cam.b"_s, 0x9a090c, 1));
 }
 
-void CameraRegistryTest::doesWithoutDaemon()
+void CameraRegistryTest::worksWithoutADaemon()
 {
     const CameraRig rig(CameraRig::Start::NotRunning);
     // Waiting for a daemon would delay every attempt by the timeout of the first listing. A busy
@@ -246,7 +246,7 @@ void CameraRegistryTest::survivesTheDaemon()
     }
 }
 
-void CameraRegistryTest::meetsADaemonThatComesLater()
+void CameraRegistryTest::findsADaemonThatStartsLater()
 {
     CameraRig rig(CameraRig::Start::NotRunning);
     const CameraRegistry registry;
@@ -307,7 +307,7 @@ void CameraRegistryTest::isRefusedByThePortal()
     QCOMPARE(registry.openRemote(), -1);
 }
 
-void CameraRegistryTest::doesWithoutPortal()
+void CameraRegistryTest::worksWithoutAPortal()
 {
     const CameraRig rig;
     const Variable sandbox("VELLUMCAP_CAMERA_PORTAL", "1");

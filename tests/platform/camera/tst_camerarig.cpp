@@ -17,14 +17,14 @@ private Q_SLOTS:
     void sendsWhatItShows_data();
     void sendsWhatItShows();
     void freezesAndThaws();
-    void sendsWhatWasAgreedOn_data();
-    void sendsWhatWasAgreedOn();
+    void sendsTheNegotiatedFormat_data();
+    void sendsTheNegotiatedFormat();
     void changesItsFormat();
-    void changesItsFormatWhileItIsWatched_data();
-    void changesItsFormatWhileItIsWatched();
-    void lies();
-    void refuses();
-    void comesAndGoes();
+    void changesItsFormatWhileBeingRead_data();
+    void changesItsFormatWhileBeingRead();
+    void sendsAnotherFormatThanNegotiated();
+    void refusesReaders();
+    void isListedUntilUnplugged();
 };
 
 namespace {
@@ -109,7 +109,7 @@ void CameraRigTest::freezesAndThaws()
     QVERIFY(reader.process().waitForReadyRead(support::patience));
 }
 
-void CameraRigTest::sendsWhatWasAgreedOn_data()
+void CameraRigTest::sendsTheNegotiatedFormat_data()
 {
     QTest::addColumn<QString>("encoding");
     QTest::addColumn<QSize>("size");
@@ -118,7 +118,7 @@ void CameraRigTest::sendsWhatWasAgreedOn_data()
     QTest::newRow("another encoding") << "YUY2" << QSize(80, 60);
 }
 
-void CameraRigTest::sendsWhatWasAgreedOn()
+void CameraRigTest::sendsTheNegotiatedFormat()
 {
     QFETCH(const QString, encoding);
     QFETCH(const QSize, size);
@@ -156,16 +156,16 @@ void CameraRigTest::changesItsFormat()
     QTRY_VERIFY(after.process().bytesAvailable() > 0);
 }
 
-void CameraRigTest::changesItsFormatWhileItIsWatched_data()
+void CameraRigTest::changesItsFormatWhileBeingRead_data()
 {
-    QTest::addColumn<bool>("stays");
-    QTest::newRow("goes and returns") << false;
-    QTest::newRow("stays") << true;
+    QTest::addColumn<bool>("keepsNode");
+    QTest::newRow("new node") << false;
+    QTest::newRow("same node") << true;
 }
 
-void CameraRigTest::changesItsFormatWhileItIsWatched()
+void CameraRigTest::changesItsFormatWhileBeingRead()
 {
-    QFETCH(const bool, stays);
+    QFETCH(const bool, keepsNode);
     CameraRig rig;
     const auto camera = rig.addCamera(tinyCamera);
     const auto serials = [] {
@@ -183,18 +183,18 @@ void CameraRigTest::changesItsFormatWhileItIsWatched()
     CameraReader first(u"cam.a"_s, ofWidth(64));
     QTRY_VERIFY(first.process().bytesAvailable() > 0);
     const QString mode = u"BGRx:32x24@30"_s;
-    if (stays) {
+    if (keepsNode) {
         camera->renegotiate({ mode });
     } else {
         camera->setModes({ mode });
     }
-    QCOMPARE(serials() == before, stays);
+    QCOMPARE(serials() == before, keepsNode);
     first.stop();
     CameraReader second(u"cam.a"_s, ofWidth(32));
     QTRY_VERIFY(second.process().bytesAvailable() > 0);
 }
 
-void CameraRigTest::lies()
+void CameraRigTest::sendsAnotherFormatThanNegotiated()
 {
     CameraRig rig;
     const auto camera = rig.addCamera({ .size = { 64, 48 }, .encoding = u"GRAY8"_s });
@@ -209,7 +209,7 @@ void CameraRigTest::lies()
     QTRY_VERIFY(sendsFramesOf(40 * 26));
 }
 
-void CameraRigTest::refuses()
+void CameraRigTest::refusesReaders()
 {
     CameraRig rig;
     const auto camera = rig.addCamera({});
@@ -219,7 +219,7 @@ void CameraRigTest::refuses()
     QVERIFY(!reader.process().waitForReadyRead(300));
 }
 
-void CameraRigTest::comesAndGoes()
+void CameraRigTest::isListedUntilUnplugged()
 {
     QElapsedTimer timer;
     timer.start();

@@ -46,7 +46,7 @@ private Q_SLOTS:
     void isInUse();
     void isInUseByAReader();
     void setsModesThroughPipeWire();
-    void tellsItsActiveFormat();
+    void givesItsActiveFormat();
     void observesFocus_data();
     void observesFocus();
     void observesNothingElse();
@@ -354,7 +354,7 @@ void CaptureDeviceTest::setsModesThroughPipeWire()
             u"0x%1 3"_s.arg(V4L2_CID_EXPOSURE_AUTO, 0, 16) }));
 }
 
-void CaptureDeviceTest::tellsItsActiveFormat()
+void CaptureDeviceTest::givesItsActiveFormat()
 {
     const auto camera = m_rig->plugIn({ .size = { 640, 480 },
         .furtherModes = { u"JPEG:1920x1080@60"_s, u"YUY2:1920x1080@5"_s } });
@@ -367,7 +367,7 @@ void CaptureDeviceTest::tellsItsActiveFormat()
 void CaptureDeviceTest::observesFocus_data()
 {
     QTest::addColumn<bool>("events");
-    QTest::newRow("told by the driver") << true;
+    QTest::newRow("event of the driver") << true;
     QTest::newRow("read at an interval") << false;
 }
 
@@ -492,7 +492,7 @@ void CaptureDeviceTest::endsAnObservationThatHangs()
     cameras::holdFakeCalls(path, VIDIOC_G_CTRL);
     QTRY_COMPARE(cameras::heldFakeCalls(), 1);
     observation.reset(); // returns although the driver holds the call
-    // The driver counts as one that does not respond.
+    // The driver is then treated as one that does not respond.
     QTRY_VERIFY(!device().isFocusModeSupported(FocusMode::ContinuousAutoFocus));
     QCOMPARE(cameras::heldFakeCalls(), 1);
     cameras::setFakeControl(path, V4L2_CID_AUTO_FOCUS_STATUS, V4L2_AUTO_FOCUS_STATUS_REACHED);

@@ -97,7 +97,7 @@ void CaptureSessionTest::deliversWhatTheCameraSees()
     QCOMPARE(preview.picture().size(), QSize(160, 120));
     QCOMPARE(wrongQuarter(preview.picture(), quarters().mirrored(true, false)), QString());
     QCOMPARE(scene.session->interruption(), Interruption::None);
-    QVERIFY(scene.told.isEmpty());
+    QVERIFY(scene.interruptions.isEmpty());
 }
 
 void CaptureSessionTest::numbersTheFramesOfARun()
@@ -145,7 +145,7 @@ void CaptureSessionTest::reportsAStall()
     Scene scene(cameraA);
     QVERIFY(scene.start());
     camera->freeze();
-    QTRY_COMPARE(scene.told, QList<Interruption>{ Interruption::Stalled });
+    QTRY_COMPARE(scene.interruptions, QList<Interruption>{ Interruption::Stalled });
     scene.watcher->forget();
     camera->thaw();
     QTRY_COMPARE(scene.session->interruption(), Interruption::None);
@@ -166,7 +166,7 @@ void CaptureSessionTest::reopensAnUnpluggedCamera()
     QTRY_VERIFY(scene.watcher->count() > 0);
     QCOMPARE(scene.watcher->pixels().size(), QSize(320, 240));
     QTRY_COMPARE(scene.session->interruption(), Interruption::None);
-    QCOMPARE(scene.told.last(), Interruption::None);
+    QCOMPARE(scene.interruptions.last(), Interruption::None);
 }
 
 void CaptureSessionTest::neverShowsAnotherCamera()

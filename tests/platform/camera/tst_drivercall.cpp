@@ -18,10 +18,10 @@ using platform::DriverVisit;
 class DriverCallTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void answersFromAThreadOfItsOwn();
-    void letsGoOfWhatTheCallHeld();
+    void runsTheCallOnAnotherThread();
+    void destroysWhatTheCallCaptured();
     void losesOneThreadToADriverThatHangs();
-    void asksNothingWhereAVisitHangs();
+    void makesNoCallWhileAVisitHangs();
 };
 
 namespace {
@@ -30,14 +30,14 @@ const QString path = u"/dev/camera"_s;
 
 } // namespace
 
-void DriverCallTest::answersFromAThreadOfItsOwn()
+void DriverCallTest::runsTheCallOnAnotherThread()
 {
     const auto thread = askDriver(path, [] { return std::this_thread::get_id(); });
     QVERIFY(thread.has_value());
     QVERIFY(*thread != std::this_thread::get_id());
 }
 
-void DriverCallTest::letsGoOfWhatTheCallHeld()
+void DriverCallTest::destroysWhatTheCallCaptured()
 {
     auto device = std::make_shared<int>(42);
     const std::weak_ptr<int> life = device;
@@ -71,7 +71,7 @@ void DriverCallTest::losesOneThreadToADriverThatHangs()
     QTRY_COMPARE(askDriver(path, [] { return 1; }), 1);
 }
 
-void DriverCallTest::asksNothingWhereAVisitHangs()
+void DriverCallTest::makesNoCallWhileAVisitHangs()
 {
     std::promise<void> release;
     std::thread visitor([released = release.get_future()] {

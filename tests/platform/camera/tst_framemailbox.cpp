@@ -15,14 +15,14 @@ using Mailbox = platform::FrameMailbox<int>;
 class FrameMailboxTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void handsOverInOrder();
+    void deliversInOrder();
     void keepsTheNewestForABusyReceiver();
     void takesFramesFromManyThreads();
-    void handsNothingOverOnceItIsCleared();
-    void waitsForItsReceiverWhenItGoes();
-    void mayGoWithoutItsQueue();
+    void deliversNothingAfterClearing();
+    void waitsForItsReceiverInItsDestructor();
+    void mayDestroyItsQueue();
     void doesNotWaitForItself();
-    void goesOnAfterAnException();
+    void continuesAfterAnException();
 };
 
 namespace {
@@ -43,7 +43,7 @@ private:
     std::promise<void> m_opened;
 };
 
-/// Returns when `queue` has done what was submitted before.
+/// Returns when `queue` has run all jobs submitted before.
 void drain(SerialQueue& queue)
 {
     std::promise<void> done;
@@ -53,7 +53,7 @@ void drain(SerialQueue& queue)
 
 } // namespace
 
-void FrameMailboxTest::handsOverInOrder()
+void FrameMailboxTest::deliversInOrder()
 {
     const auto queue = std::make_shared<SerialQueue>("frames");
     std::vector<int> received;
@@ -122,7 +122,7 @@ void FrameMailboxTest::takesFramesFromManyThreads()
     QVERIFY(std::is_sorted(received.begin(), received.end(), std::less_equal()));
 }
 
-void FrameMailboxTest::handsNothingOverOnceItIsCleared()
+void FrameMailboxTest::deliversNothingAfterClearing()
 {
     const auto queue = std::make_shared<SerialQueue>("frames");
     Gate gate;
@@ -140,13 +140,13 @@ void FrameMailboxTest::handsNothingOverOnceItIsCleared()
     QCOMPARE(received, std::vector<int>({ 2 }));
 }
 
-void FrameMailboxTest::waitsForItsReceiverWhenItGoes()
+void FrameMailboxTest::waitsForItsReceiverInItsDestructor()
 {
     constexpr int rounds = 200;
     const auto queue = std::make_shared<SerialQueue>("frames");
     for (int round = 0; round < rounds; ++round) {
         std::atomic<bool> isReceiving = false;
-        int received = 0; // no atomic: the end of the mailbox orders it
+        int received = 0; // not atomic: the destructor of the mailbox synchronises it
         auto mailbox = std::make_unique<Mailbox>(queue, [&isReceiving, &received](int) {
             isReceiving = true;
             ++received;
@@ -163,7 +163,7 @@ void FrameMailboxTest::waitsForItsReceiverWhenItGoes()
     }
 }
 
-void FrameMailboxTest::mayGoWithoutItsQueue()
+void FrameMailboxTest::mayDestroyItsQueue()
 {
     Gate gate;
     auto queue = std::make_shared<SerialQueue>("frames");
@@ -194,7 +194,7 @@ void FrameMailboxTest::doesNotWaitForItself()
     drain(*queue);
 }
 
-void FrameMailboxTest::goesOnAfterAnException()
+void FrameMailboxTest::continuesAfterAnException()
 {
     const auto queue = std::make_shared<SerialQueue>("frames");
     std::vector<int> received;

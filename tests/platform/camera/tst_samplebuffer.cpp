@@ -14,7 +14,7 @@ using platform::SampleBuffer;
 using support::jpegCaps;
 using support::rawCaps;
 
-/// Frames as cameras send them, and as none should.
+/// Valid frames of cameras, and invalid ones.
 class SampleBufferTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -22,18 +22,18 @@ private Q_SLOTS:
     void readsEveryEncoding_data();
     void readsEveryEncoding();
     void readsRowsWithPadding();
-    void takesColorsByTheStandardOfCameras();
+    void assumesTheColorStandardOfCameras();
     void lendsPixelsThatNeedNoConversion();
     void convertsOnce();
     void scalesToFit_data();
     void scalesToFit();
-    void refusesWhatIsTooShort_data();
-    void refusesWhatIsTooShort();
+    void refusesTooFewBytes_data();
+    void refusesTooFewBytes();
     void refusesALayoutThatLies_data();
     void refusesALayoutThatLies();
     void refusesImpossibleSizes_data();
     void refusesImpossibleSizes();
-    void refusesWhatItDoesNotKnow();
+    void refusesUnknownFormats();
     void readsJpegs_data();
     void readsJpegs();
     void refusesBrokenJpegs_data();
@@ -170,9 +170,9 @@ void SampleBufferTest::readsRowsWithPadding()
     QVERIFY(cornerDistance(frame.pixels(), picture) <= tolerance);
 }
 
-void SampleBufferTest::takesColorsByTheStandardOfCameras()
+void SampleBufferTest::assumesTheColorStandardOfCameras()
 {
-    // Pure green at the size of 720p, where GStreamer by itself would take BT.709.
+    // Pure green at the size of 720p, for which GStreamer would assume BT.709.
     const QSize size(1280, 720);
     const QImage picture = support::plainPicture(size, QColor(0, 200, 0));
     const QByteArray bytes = encodedAs("NV12", picture);
@@ -257,7 +257,7 @@ void SampleBufferTest::scalesToFit()
     }
 }
 
-void SampleBufferTest::refusesWhatIsTooShort_data()
+void SampleBufferTest::refusesTooFewBytes_data()
 {
     QTest::addColumn<QByteArray>("encoding");
     for (const char* encoding : rawEncodings) {
@@ -265,7 +265,7 @@ void SampleBufferTest::refusesWhatIsTooShort_data()
     }
 }
 
-void SampleBufferTest::refusesWhatIsTooShort()
+void SampleBufferTest::refusesTooFewBytes()
 {
     QFETCH(QByteArray, encoding);
     const QSize size(64, 48);
@@ -329,7 +329,7 @@ void SampleBufferTest::refusesImpossibleSizes()
     QVERIFY(frame.pixelsWithin(QSize(32, 32)).isNull());
 }
 
-void SampleBufferTest::refusesWhatItDoesNotKnow()
+void SampleBufferTest::refusesUnknownFormats()
 {
     const QByteArray bytes(100000, '\0');
     QVERIFY(frameOf(bytes, QByteArray()).pixels().isNull());
@@ -346,9 +346,9 @@ void SampleBufferTest::readsJpegs_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     const QByteArray jpeg = support::encoded(halves(QSize(64, 48)), "JPG");
-    QTest::newRow("as it is") << jpeg;
+    QTest::newRow("unchanged") << jpeg;
     QTest::newRow("padded") << jpeg + QByteArray(5000, '\0');
-    // Motion JPEG may leave out the tables that are everybody's.
+    // Motion JPEG may omit the standard Huffman tables.
     QByteArray bare = jpeg;
     for (qsizetype at = bare.indexOf("\xff\xc4"); at >= 0; at = bare.indexOf("\xff\xc4")) {
         const int length

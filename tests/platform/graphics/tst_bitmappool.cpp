@@ -13,8 +13,8 @@ class BitmapPool : public QObject {
 
 private Q_SLOTS:
     void givesBitmaps();
-    void refusesSizesThatAreNone_data();
-    void refusesSizesThatAreNone();
+    void refusesInvalidSizes_data();
+    void refusesInvalidSizes();
     void usesMemoryAgain();
     void keepsTheMemoryOfACopy();
     void sharesNoMemoryBetweenThreads();
@@ -30,7 +30,7 @@ void BitmapPool::givesBitmaps()
     QCOMPARE(bitmap.pixel(30, 6), qRgb(255, 0, 0));
 }
 
-void BitmapPool::refusesSizesThatAreNone_data()
+void BitmapPool::refusesInvalidSizes_data()
 {
     QTest::addColumn<QSize>("size");
 
@@ -39,7 +39,7 @@ void BitmapPool::refusesSizesThatAreNone_data()
     QTest::newRow("beyond all cameras") << QSize(1 << 20, 10);
 }
 
-void BitmapPool::refusesSizesThatAreNone()
+void BitmapPool::refusesInvalidSizes()
 {
     QFETCH(QSize, size);
 

@@ -57,7 +57,7 @@ private Q_SLOTS:
     void mirrors_data();
     void mirrors();
     void givesNothingForNothing();
-    void followsAValueThatIsSetMeanwhile();
+    void usesAValueThatAnotherThreadSets();
 };
 
 void ImageFilterTest::isNeutralAtFirst()
@@ -186,7 +186,7 @@ void ImageFilterTest::givesNothingForNothing()
     QVERIFY(platform::filtered(QImage(), filterPair(0.5, 1), Mirroring::LeftRight).isNull());
 }
 
-void ImageFilterTest::followsAValueThatIsSetMeanwhile()
+void ImageFilterTest::usesAValueThatAnotherThreadSets()
 {
     const Filters filters = filterPair(0, 1);
     const auto grey = [&filters] {

@@ -27,7 +27,7 @@ using std::chrono::seconds;
 class ScriptThreadsTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void runsAJobBesideThoseThatDoNotEnd();
+    void runsAJobBesideEndlessOnes();
     void startsNoMoreThanItsThreads();
     void continuesAfterAnException();
     void dropsWaitingJobs(); // the last one: no script runs in this process afterwards
@@ -58,7 +58,7 @@ int runAndQuit(const QString& path, const ScriptTimeouts& timeouts)
 
 } // namespace
 
-void ScriptThreadsTest::runsAJobBesideThoseThatDoNotEnd()
+void ScriptThreadsTest::runsAJobBesideEndlessOnes()
 {
     // Many more jobs than cores.
     constexpr int endless = threadLimit - 1;

@@ -27,8 +27,8 @@ private Q_SLOTS:
     void writesMorePartsThanOneCallTakes();
     void keepsTheFilePrivate();
     void takesTheLongestName();
-    void reportsWhatIsInTheWay_data();
-    void reportsWhatIsInTheWay();
+    void reportsPathsThatCannotBeWritten_data();
+    void reportsPathsThatCannotBeWritten();
     void keepsTheOldFileAtTheSizeLimit();
     void keepsTheOldFileOnAFullDisk();
     void removesUnfinishedFilesOnly();
@@ -90,7 +90,7 @@ void TestDurableFile::takesTheLongestName()
     QVERIFY(QFile::remove(path));
 }
 
-void TestDurableFile::reportsWhatIsInTheWay_data()
+void TestDurableFile::reportsPathsThatCannotBeWritten_data()
 {
     QTest::addColumn<QString>("name");
     QTest::addColumn<int>("code");
@@ -101,7 +101,7 @@ void TestDurableFile::reportsWhatIsInTheWay_data()
     QTest::newRow("too long a name") << QString(256, u'n') << ENAMETOOLONG;
 }
 
-void TestDurableFile::reportsWhatIsInTheWay()
+void TestDurableFile::reportsPathsThatCannotBeWritten()
 {
     QFETCH(const QString, name);
     QFETCH(const int, code);

@@ -19,8 +19,8 @@ class TestManagedObjectModel : public QObject {
 private Q_SLOTS:
     void readsTheProgramsModel();
     void findsByName();
-    void refusesWhatIsNoModel_data();
-    void refusesWhatIsNoModel();
+    void refusesInvalidModels_data();
+    void refusesInvalidModels();
     void refusesAMissingFile();
     void keepsTheFactory();
 
@@ -57,7 +57,7 @@ void TestManagedObjectModel::findsByName()
     QCOMPARE(model->entity(u"Capture")->indexOf(u"isUrl"), -1);
 }
 
-void TestManagedObjectModel::refusesWhatIsNoModel_data()
+void TestManagedObjectModel::refusesInvalidModels_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     const QByteArray start = "<model name='M' version='1'>";
@@ -82,7 +82,7 @@ void TestManagedObjectModel::refusesWhatIsNoModel_data()
               "</model>";
 }
 
-void TestManagedObjectModel::refusesWhatIsNoModel()
+void TestManagedObjectModel::refusesInvalidModels()
 {
     QFETCH(const QByteArray, bytes);
     const QString path = m_folder.filePath(u"model"_s);

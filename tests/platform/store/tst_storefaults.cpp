@@ -85,7 +85,7 @@ private Q_SLOTS:
     void removesUnfinishedFilesUnderTheLockOnly();
     void keepsChangesWhenTheDiskIsFull();
     void keepsChangesAtTheSizeLimit();
-    void keepsChangesWhenTheFolderHasGone();
+    void keepsChangesWhenTheFolderIsMissing();
     void reportsAFileForAFolder();
     void reportsAMissingFolder();
     void reportsAFolderOrPipeAtThePath();
@@ -288,7 +288,7 @@ void TestStoreFaults::keepsChangesAtTheSizeLimit()
     QVERIFY(!savedLater.contains(">deleted<"));
 }
 
-void TestStoreFaults::keepsChangesWhenTheFolderHasGone()
+void TestStoreFaults::keepsChangesWhenTheFolderIsMissing()
 {
     const QString folder = m_folder->filePath(u"data"_s);
     QVERIFY(QDir(m_folder->path()).mkpath(folder));

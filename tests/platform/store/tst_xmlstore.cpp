@@ -73,16 +73,16 @@ private Q_SLOTS:
     void roundTripsTexts();
     void roundTripsRandomTexts();
     void escapesOnlyWhatNeedsIt();
-    void tellsEmptyFromAbsent();
+    void distinguishesEmptyFromAbsent();
     void roundTripsDates_data();
     void roundTripsDates();
     void refusesDatesThatDoNotExist_data();
     void refusesDatesThatDoNotExist();
     void keepsTheBytesOfWhatHasNotChanged();
     void readsWhatAPersonHasEdited();
-    void leavesWhatItCannotReadAlone_data();
-    void leavesWhatItCannotReadAlone();
-    void leavesEveryTruncatedFileAlone();
+    void doesNotChangeUnreadableFiles_data();
+    void doesNotChangeUnreadableFiles();
+    void doesNotChangeTruncatedFiles();
 
 private:
     std::unique_ptr<QTemporaryDir> m_folder;
@@ -232,7 +232,7 @@ void TestXmlStore::escapesOnlyWhatNeedsIt()
     }
 }
 
-void TestXmlStore::tellsEmptyFromAbsent()
+void TestXmlStore::distinguishesEmptyFromAbsent()
 {
     {
         OpenStore store(m_path);
@@ -322,7 +322,7 @@ void TestXmlStore::readsWhatAPersonHasEdited()
     QCOMPARE(store.texts(), std::vector{ u"<x>A"_s });
 }
 
-void TestXmlStore::leavesWhatItCannotReadAlone_data()
+void TestXmlStore::doesNotChangeUnreadableFiles_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<int>("code");
@@ -372,7 +372,7 @@ void TestXmlStore::leavesWhatItCannotReadAlone_data()
                                    << static_cast<int>(StoreErrorCode::OtherModel);
 }
 
-void TestXmlStore::leavesWhatItCannotReadAlone()
+void TestXmlStore::doesNotChangeUnreadableFiles()
 {
     QFETCH(const QByteArray, bytes);
     QFETCH(const int, code);
@@ -392,7 +392,7 @@ void TestXmlStore::leavesWhatItCannotReadAlone()
     QCOMPARE(QDir(m_folder->path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
 }
 
-void TestXmlStore::leavesEveryTruncatedFileAlone()
+void TestXmlStore::doesNotChangeTruncatedFiles()
 {
     const QByteArray whole = storeOf(object("1") + object("2"));
     // Only the line feed after the last tag may be missing.

@@ -83,7 +83,7 @@ void press(ImageView& view, Qt::Key key, int times = 1)
     }
 }
 
-/// Waits until a view has read the file, and so has probably every view that began before.
+/// Waits until a view has read the file, so probably every view that began earlier has too.
 bool hasBeenRead(const ImageFile& file)
 {
     ImageView view;

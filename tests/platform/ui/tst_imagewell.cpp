@@ -126,8 +126,8 @@ private Q_SLOTS:
     void isAButtonForScreenReaders();
 
 private:
-    /// Waits until another well has read the large file, and so has probably every well that began
-    /// before.
+    /// Waits until another well has read the large file, so probably every well that began
+    /// earlier has too.
     bool hasSlowFileBeenRead() const
     {
         ImageWell other;

@@ -52,7 +52,7 @@ private Q_SLOTS:
     void hidesASheetBeforeItEnds();
     void bringsAMinimizedWindowBack();
     void isFoundFromItsWidgets();
-    void takesItsWindowAndGuardAlong();
+    void destroysItsWindowAndGuard();
 };
 
 void WindowControllerTest::loadsItsWindowOnFirstUse()
@@ -178,7 +178,7 @@ void WindowControllerTest::isFoundFromItsWidgets()
     QVERIFY(WindowController::controllerOf(&another) == nullptr);
 }
 
-void WindowControllerTest::takesItsWindowAndGuardAlong()
+void WindowControllerTest::destroysItsWindowAndGuard()
 {
     auto controller = std::make_unique<NotingController<QWidget>>();
     const QSignalSpy destroyed(controller->window(), &QObject::destroyed);
