@@ -39,7 +39,7 @@ void CaptureCollectionViewByDateData::updateCaptures(CaptureList captures)
         bucket->push_back(index);
     }
     m_sortedKeys.clear();
-    for (const auto& [dayKey, indexs] : m_dateDict) {
+    for (const auto& [dayKey, indexes] : m_dateDict) {
         m_sortedKeys.append(dayKey);
     }
 }

@@ -390,7 +390,7 @@ void JournalWindow::didSelectItemsAtIndexPaths(const QSet<platform::IndexPath>& 
 
 QSizeF JournalWindow::referenceSizeForHeaderInSection(int /*section*/) const
 {
-    return {};
+    return { 0, 0 }; // no header
 }
 
 } // namespace vellumcap

@@ -48,8 +48,8 @@ Result<void> createDirectory(const QString& path)
             break;
         }
     }
+    errno = ENOTDIR; // unless isDir() fails for another reason, such as a broken link
     if (!QFileInfo(whole).isDir()) {
-        errno = ENOTDIR;
         return creationError(path);
     }
     return {};

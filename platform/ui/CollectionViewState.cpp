@@ -152,7 +152,8 @@ void CollectionView::State::showVisible()
         const QScopedValueRollback guard(asking, true);
         const auto sections = layout.sectionsBetween(area.top(), area.bottom() + 1);
         for (int section = sections.first; section < sections.end; ++section) {
-            if (layout.headerRect(section).intersects(area)) {
+            const QRect header = layout.headerRect(section);
+            if (!header.isEmpty() && header.intersects(area)) {
                 bindHeader(section);
             }
             const auto items = layout.itemsBetween(section, area.top(), area.bottom() + 1);
