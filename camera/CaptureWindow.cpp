@@ -54,7 +54,11 @@ CaptureWindow::CaptureWindow()
 {
 }
 
-CaptureWindow::~CaptureWindow() = default;
+/// The observations of preferences end before those of the device.
+CaptureWindow::~CaptureWindow()
+{
+    endPreferenceObservations();
+}
 
 std::unique_ptr<QWidget> CaptureWindow::loadWindow()
 {

@@ -78,7 +78,16 @@ ScanningWindow::ScanningWindow(FramePipeline::WhileOffering whileOffering)
 {
 }
 
-ScanningWindow::~ScanningWindow() = default;
+ScanningWindow::~ScanningWindow()
+{
+    endPreferenceObservations();
+}
+
+void ScanningWindow::endPreferenceObservations()
+{
+    m_contrastObservation.end();
+    m_mirrorObservation.end();
+}
 
 void ScanningWindow::windowDidLoad()
 {

@@ -67,6 +67,7 @@ protected:
     const std::shared_ptr<CodeOnOffer>& sharedOffer() const { return m_offer; }
     /// Releases the camera's session, input, output and preview.
     void releaseSession();
+    void endPreferenceObservations();
 
     /// The view for the preview. Called once the window is loaded.
     virtual platform::CameraView& cameraImageView() const = 0;

@@ -58,8 +58,9 @@ void ImportWindow::resetCapturing()
 
 void ImportWindow::resumeCapturing()
 {
+    m_controls->clearOffer();
     m_ui->imageWell->setImage(QImage());
-    resetCapturing();
+    m_ui->labelDragImage->show();
     m_offer->setCaptureState(0);
 }
 

@@ -2,6 +2,7 @@
 
 #include "journal/ImageCollectionViewCell.h"
 #include "journal/ImageCollectionViewHeaderCell.h"
+#include "journal/JournalWindow.h"
 #include "journal/LocalDay.h"
 #include "platform/ui/ThumbnailView.h"
 
@@ -82,8 +83,8 @@ QWidget* CaptureCollectionViewByDateData::viewForSupplementaryElementOfKind(
 void CaptureCollectionViewByDateData::didSelectItemsAtIndexPaths(
     const QSet<platform::IndexPath>& indexPaths)
 {
-    if (!indexPaths.isEmpty() && captureSelected) {
-        captureSelected(captureAt(indexPaths.values().constFirst()));
+    if (!indexPaths.isEmpty() && journalWindow != nullptr) {
+        journalWindow->captureSelected(captureAt(indexPaths.values().constFirst()));
     }
 }
 

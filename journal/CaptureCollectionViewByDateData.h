@@ -6,11 +6,12 @@
 #include <QDateTime>
 #include <QList>
 
-#include <functional>
 #include <map>
 #include <vector>
 
 namespace vellumcap {
+
+class JournalWindow;
 
 /// Groups captures by calendar day, newest day first, and shows them in a collection view: its
 /// data source and delegate. Main thread.
@@ -19,8 +20,7 @@ class CaptureCollectionViewByDateData : public platform::CollectionViewDataSourc
 public:
     explicit CaptureCollectionViewByDateData(CaptureList captures);
 
-    /// Called with the capture that the user selects.
-    std::function<void(const std::shared_ptr<Capture>&)> captureSelected;
+    JournalWindow* journalWindow = nullptr; ///< borrowed; shows the capture that the user selects
 
     /// Replaces and regroups the list. Within a day the captures keep its order.
     void updateCaptures(CaptureList captures);

@@ -89,8 +89,7 @@ JournalWindow::JournalWindow()
           std::make_unique<CaptureCollectionViewByDateData>(m_captures))
     , m_captureImageBrowserDatasource(std::make_unique<CaptureImageBrowserDatasource>(m_captures))
 {
-    m_captureCollectionViewByDateData->captureSelected
-        = [this](const std::shared_ptr<Capture>& capture) { captureSelected(capture); };
+    m_captureCollectionViewByDateData->journalWindow = this;
     using platform::CaptureDevice;
     using platform::MediaType;
     m_scanAvailable = CaptureDevice::defaultDeviceWithMediaType(MediaType::Video).has_value()
