@@ -28,7 +28,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 CACHE = pathlib.Path(os.environ.get("XDG_CACHE_HOME") or pathlib.Path.home() / ".cache")
 STAMPS = CACHE / "vellumcap-tidy"
 STAMPS_KEPT = 4000
-SOURCES_TOGETHER = 16
+SOURCES_TOGETHER = 48
 
 # Definitions that begin in the first column; the contents of namespaces are not indented.
 DEFINITIONS = (
