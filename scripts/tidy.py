@@ -4,10 +4,10 @@
     tidy.py BUILD            checks the changed sources, several in one run
     tidy.py BUILD --single   checks all sources, each in a run of its own
 
-Clang-tidy spends most of its time on headers, so sources with the same flags are joined to one
-file. Sources that define the same name are not joined. A joined file that does not compile is
-split into halves, which are checked again. Only --single finds a using-declaration that is unused
-in one source.
+Clang-tidy spends most of its time on headers, so sources are joined to a few files, each of which
+is checked with the flags of all of its sources. Sources that define the same name are not joined.
+A joined file that does not compile is split into halves, which are checked again. Only --single
+finds a using-declaration that is unused in one source.
 
 A source is skipped if it was clean before and none of these has changed since: its bytes, the
 headers from which its object was built, the checks, and its command line. The build folder must be
@@ -60,43 +60,46 @@ def headers_of_objects(build):
 
 
 class Source:
-    """A source, its compiler arguments, and the stamp that exists if it is known to be clean."""
+    """A source of this repository with its compiler flags."""
 
     def __init__(self, entry, build, headers, common):
         self.path = pathlib.Path(entry["file"])
         arguments = shlex.split(entry["command"])
         self.object = arguments[arguments.index("-o") + 1]
-        self.arguments = self._without_precompiled_header(arguments)
-        # Each target has its own folder for the files that moc and uic generate.
-        self.generated = [word for word in self.arguments if word.endswith("_autogen/include")]
-        self.flags = [word for word in self.arguments if word not in self.generated]
+        self.flags = self._flags(arguments)
         self.text = self.path.read_text()
         self.names = {name for pattern in DEFINITIONS for name in pattern.findall(self.text)}
         self.names.discard("main")
         key = hashlib.sha256(common)
-        key.update(" ".join(self.arguments).replace(str(ROOT), "").encode())
+        key.update(" ".join(self.flags).replace(str(ROOT), "").encode())
         for path in sorted({self.path, *headers.get(self.object, [])}):
             key.update(str(path.relative_to(ROOT)).encode())
             key.update(path.read_bytes())
         self.stamp = STAMPS / key.hexdigest()
 
     @staticmethod
-    def _without_precompiled_header(arguments):
+    def _flags(arguments):
+        """The flags that matter to clang-tidy, each with its value in one word."""
         while not arguments[0].endswith("++"):
             arguments = arguments[1:]
-        place = arguments.index("-include") if "-include" in arguments else len(arguments)
-        kept = arguments[:place] + arguments[place + 2:]
-        place = kept.index("-o")
-        kept = kept[:place] + kept[place + 2:-2]
-        return [word for word in kept if word not in ("-Winvalid-pch", "-fpch-preprocess")]
+        words = iter(arguments[1:])
+        flags = []
+        for word in words:
+            if word == "-isystem":
+                flags.append(f"-isystem{next(words)}")
+            elif word in ("-include", "-o", "-c"):
+                next(words)
+            elif not word.startswith(("-O", "-Winvalid-pch", "-fpch-preprocess")):
+                flags.append(word)
+        return flags
 
 
 def batches_of(sources):
-    """Lists of sources with the same flags, without common names in a list."""
+    """The sources in lists without a name twice in a list."""
     batches = []
     for source in sources:
         for batch in batches:
-            if (len(batch) < SOURCES_TOGETHER and batch[0].flags == source.flags
+            if (len(batch) < SOURCES_TOGETHER
                     and not any(source.names & other.names for other in batch)):
                 batch.append(source)
                 break
@@ -132,11 +135,11 @@ def checked(batch, folder):
     place.mkdir(parents=True, exist_ok=True)
     file = place / "joined.cpp"
     file.write_text(text)
-    generated = dict.fromkeys(flag for source in batch for flag in source.generated)
+    flags = dict.fromkeys(flag for source in batch for flag in source.flags)
     folders = dict.fromkeys(f"-iquote{source.path.parent}" for source in batch)
     (place / "compile_commands.json").write_text(json.dumps([{
         "directory": str(folder.parent), "file": str(file),
-        "arguments": [*batch[0].flags, *generated, *folders, "-c", str(file)]}]))
+        "arguments": ["c++", *flags, *folders, "-c", str(file)]}]))
     run = subprocess.run(
         ["clang-tidy", "--quiet", "-p", str(place), str(file)],
         capture_output=True, text=True, stdin=subprocess.DEVNULL)

@@ -19,7 +19,6 @@
 using namespace Qt::StringLiterals;
 
 using support::click;
-using support::control;
 using support::Program;
 using vellumcap::DragDropImageView;
 using vellumcap::GenerateWindow;
