@@ -35,9 +35,12 @@ struct Sheet {
 
     platform::TextField* field() const
     {
-        return control<platform::TextField>(*window, "textField");
+        return support::control<platform::TextField>(*window, "textField");
     }
-    DragDropImageView* well() const { return control<DragDropImageView>(*window, "imageWell"); }
+    DragDropImageView* well() const
+    {
+        return support::control<DragDropImageView>(*window, "imageWell");
+    }
 
     void type(const QString& text) const { QTest::keyClicks(field(), text); }
     void press(int key, Qt::KeyboardModifiers modifiers = {}) const
@@ -59,7 +62,7 @@ struct Sheet {
     {
         QStringList names;
         for (const char* name : { "buttonClose", "buttonGenerate", "buttonSave", "imageWell" }) {
-            if (control<QWidget>(*window, name)->isEnabled()) {
+            if (support::control<QWidget>(*window, name)->isEnabled()) {
                 names.append(QString::fromLatin1(name));
             }
         }
@@ -69,7 +72,7 @@ struct Sheet {
     /// The message in the empty well.
     QString hint() const
     {
-        const auto* label = control<QLabel>(*window, "labelWell");
+        const auto* label = support::control<QLabel>(*window, "labelWell");
         return label->isVisible() ? label->text() : QString();
     }
 
