@@ -60,6 +60,18 @@ class Journal(vellumcap.WithJournal):
             desktop.keys("ctrl+a", "ctrl+v")
             desktop.wait_until(lambda: field.text == text, "pasted text")
 
+    def test_pasting_from_an_empty_clipboard(self):
+        app = self.start()
+        vellumcap.select(app, TEXT)
+        notes = app.find("text", "Notes")
+        notes.type("before")
+        # The last one inserts the primary selection, which is empty too.
+        desktop.keys("ctrl+v", "shift+Insert", "ctrl+shift+Insert")
+        desktop.xdotool("mousemove", *notes.center, "click", 2)
+        desktop.keys("End")
+        desktop.type_text(" and after")
+        desktop.wait_until(lambda: notes.text == "before and after", "the typed notes")
+
     def test_link_reaches_the_browser_as_it_was_read(self):
         app = self.start()
         vellumcap.select(app, LINK)
