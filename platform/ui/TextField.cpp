@@ -130,7 +130,7 @@ void TextField::resizeEvent(QResizeEvent* event)
 /// Qt 6.4 reads the first format of an empty list when the clipboard is empty.
 void TextField::insertFromMimeData(const QMimeData* source)
 {
-    if (source != nullptr && !source->formats().isEmpty()) {
+    if (!source->formats().isEmpty()) {
         QPlainTextEdit::insertFromMimeData(source);
     }
 }
