@@ -5,7 +5,7 @@ import unittest
 import desktop
 import vellumcap
 
-LINK = "https://example.org/menu?table=7&guest=O'Brien#wine%20list"
+LINK = "https://Example.org/%7Emenu?table=7&guest=O'Brien#wine%20list"
 TEXT = "Locker 42, second floor"
 LONG_NOTES = "\n".join(f"Line {line} of what there is to say" for line in range(1, 201))
 
