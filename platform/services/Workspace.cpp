@@ -72,7 +72,8 @@ bool launch(const QByteArray& url, Activation activation)
 
 bool open(const QString& url, Activation activation)
 {
-    return hasSchemeAndNoSpace(url) && launch(url.toLatin1(), activation);
+    const bool isLocalFile = url.startsWith(u"file:"_s, Qt::CaseInsensitive);
+    return hasSchemeAndNoSpace(url) && !isLocalFile && launch(url.toLatin1(), activation);
 }
 
 bool showFolder(const QString& path)

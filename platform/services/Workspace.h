@@ -12,8 +12,8 @@ enum class Activation {
 
 /// Opens `url`, a URI of RFC 3986, with the system's default handler of its scheme, without a
 /// shell. The handler gets `url` unchanged. False, without a message to the user, when there is no
-/// handler or it cannot be started, and for a text without a scheme or with a character outside
-/// printable ASCII.
+/// handler or it cannot be started, for a text without a scheme or with a character outside
+/// printable ASCII, and for a local file: a sandboxed program may not open one by a link.
 bool open(const QString& url, Activation activation = Activation::Foreground);
 
 /// Shows the folder at `path` in the file manager. False as above, or when there is no folder.

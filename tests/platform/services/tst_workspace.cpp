@@ -22,6 +22,8 @@ private Q_SLOTS:
     void reportsAMissingHandler();
     void refusesOtherTexts_data();
     void refusesOtherTexts();
+    void refusesLocalFiles_data();
+    void refusesLocalFiles();
 
 private:
     QString notesPath() const { return m_folder.filePath(u"handler.notes"_s); }
@@ -66,6 +68,7 @@ void WorkspaceTest::initTestCase()
         "x-scheme-handler/mailto=noting.desktop\n"
         "x-scheme-handler/tel=noting.desktop\n"
         "x-scheme-handler/bitcoin=noting.desktop\n"
+        "x-scheme-handler/file=noting.desktop\n"
         "inode/directory=noting.desktop\n");
     // The handler must not get the tokens of this process.
     qputenv("XDG_ACTIVATION_TOKEN", "ours");
@@ -157,6 +160,27 @@ void WorkspaceTest::refusesOtherTexts()
     QFETCH(QString, text);
     QVERIFY(!platform::Workspace::open(text));
     QVERIFY(!platform::Workspace::open(text, Activation::Background));
+}
+
+void WorkspaceTest::refusesLocalFiles_data()
+{
+    QTest::addColumn<QString>("scheme");
+    for (const char* scheme : { "file", "FILE", "File", "fIlE" }) {
+        QTest::newRow(scheme) << QString::fromLatin1(scheme);
+    }
+}
+
+void WorkspaceTest::refusesLocalFiles()
+{
+    QFETCH(QString, scheme);
+    for (const QString& rest : { u"://localhost"_s, u"://"_s, u":"_s, u"://user@localhost:80"_s }) {
+        for (const auto activation : { Activation::Foreground, Activation::Background }) {
+            QVERIFY(!platform::Workspace::open(scheme + rest + m_folder.path(), activation));
+        }
+    }
+    // Only this one is opened.
+    QVERIFY(platform::Workspace::open(u"https://example.org/"_s));
+    QTRY_COMPARE(notes().value(0), "https://example.org/");
 }
 
 VELLUMCAP_TEST(WorkspaceTest)
