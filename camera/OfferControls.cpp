@@ -7,7 +7,6 @@
 #include "platform/ui/TextField.h"
 
 #include <QPushButton>
-#include <QUrl>
 
 #include <utility>
 
@@ -45,7 +44,7 @@ void OfferControls::storeCode() const
 
 void OfferControls::openLink() const
 {
-    platform::Workspace::open(QUrl(m_offer->captureData().value_or(QString()), QUrl::StrictMode));
+    platform::Workspace::open(m_offer->captureData().value_or(QString()));
 }
 
 } // namespace vellumcap

@@ -24,7 +24,6 @@
 #include <QFileInfo>
 #include <QMainWindow>
 #include <QToolButton>
-#include <QUrl>
 
 #include <algorithm>
 #include <array>
@@ -228,7 +227,7 @@ void JournalWindow::generate()
 void JournalWindow::openLinkInSafari()
 {
     if (hasSelectedLink()) {
-        platform::Workspace::open(QUrl(selectedCapture()->captureValue(), QUrl::StrictMode));
+        platform::Workspace::open(selectedCapture()->captureValue());
     }
 }
 

@@ -196,7 +196,7 @@ void WatchWindow::processCapture()
 void WatchWindow::openLink()
 {
     using platform::Workspace::Activation;
-    platform::Workspace::open(QUrl(m_code.text, QUrl::StrictMode),
+    platform::Workspace::open(m_code.text,
         isOptionOn(openInBackgroundKey) ? Activation::Background : Activation::Foreground);
 }
 

@@ -3,6 +3,7 @@
 #include <QDesktopServices>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -48,24 +49,37 @@ bool needsToken(Activation activation)
         && !QStandardPaths::findExecutable(u"xdg-open"_s).isEmpty();
 }
 
-} // namespace
-
-bool open(const QUrl& url, Activation activation)
+/// Whether `url` is a scheme, ":" and printable ASCII, which no handler takes for an option or a
+/// path.
+bool hasSchemeAndNoSpace(const QString& url)
 {
-    if (!url.isValid() || url.scheme().isEmpty()) {
-        return false;
-    }
-    const QByteArray encoded = url.toEncoded();
-    if (needsToken(activation) && handlerOf(encoded)) {
-        return QDesktopServices::openUrl(url);
+    static const QRegularExpression pattern(u"\\A[A-Za-z][A-Za-z0-9+.-]*:[!-~]*\\z"_s);
+    return pattern.match(url).hasMatch();
+}
+
+/// A URL that QUrl would change gets no activation token, so that its handler gets it unchanged.
+bool launch(const QByteArray& url, Activation activation)
+{
+    const QUrl parsed = QUrl::fromEncoded(url, QUrl::StrictMode);
+    if (needsToken(activation) && parsed.toEncoded() == url && handlerOf(url)) {
+        return QDesktopServices::openUrl(parsed);
     }
     const auto context = launchContext(activation);
-    return g_app_info_launch_default_for_uri(encoded.constData(), context.get(), nullptr) != 0;
+    return g_app_info_launch_default_for_uri(url.constData(), context.get(), nullptr) != 0;
+}
+
+} // namespace
+
+bool open(const QString& url, Activation activation)
+{
+    const bool isLocalFile = url.startsWith(u"file:"_s, Qt::CaseInsensitive);
+    return hasSchemeAndNoSpace(url) && !isLocalFile && launch(url.toLatin1(), activation);
 }
 
 bool showFolder(const QString& path)
 {
-    return QFileInfo(path).isDir() && open(QUrl::fromLocalFile(path));
+    return QFileInfo(path).isDir()
+        && launch(QUrl::fromLocalFile(path).toEncoded(), Activation::Foreground);
 }
 
 } // namespace platform::Workspace

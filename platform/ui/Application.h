@@ -43,8 +43,8 @@ public:
     /// since no error offers a repair yet.
     bool presentError(const Error& error);
 
-    /// Asks the delegate, and quits unless it cancels. SIGTERM, SIGINT and the end of the desktop
-    /// session do the same.
+    /// Asks the delegate, and quits unless it cancels. SIGTERM, SIGINT, SIGHUP and the end of the
+    /// desktop session do the same.
     void terminate();
 
 protected:

@@ -22,6 +22,13 @@ void noteSignal(int)
     errno = error;
 }
 
+bool isIgnored(int number)
+{
+    struct sigaction action = {};
+    sigaction(number, nullptr, &action);
+    return action.sa_handler == SIG_IGN;
+}
+
 void setHandlers(void (*handler)(int))
 {
     struct sigaction action = {};
@@ -30,6 +37,9 @@ void setHandlers(void (*handler)(int))
     sigemptyset(&action.sa_mask);
     for (const int number : { SIGTERM, SIGINT }) {
         sigaction(number, &action, nullptr);
+    }
+    if (!isIgnored(SIGHUP)) {
+        sigaction(SIGHUP, &action, nullptr);
     }
 }
 

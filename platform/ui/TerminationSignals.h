@@ -7,8 +7,8 @@
 
 namespace platform {
 
-/// Calls a function in the main thread's event loop on SIGTERM and SIGINT, during its lifetime. At
-/// most one in a process.
+/// Calls a function in the main thread's event loop on SIGTERM, SIGINT and SIGHUP, during
+/// its lifetime. SIGHUP stays ignored if it was before, as under nohup. At most one in a process.
 class TerminationSignals {
 public:
     explicit TerminationSignals(std::function<void()> received);

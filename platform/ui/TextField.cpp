@@ -2,6 +2,7 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QScrollBar>
 #include <QTextDocument>
 #include <QtMath>
@@ -123,6 +124,14 @@ void TextField::resizeEvent(QResizeEvent* event)
     fitHeight(); // the width decides how the text wraps
     if (lineCount() <= m_maximumLines) {
         verticalScrollBar()->setValue(0); // all lines are visible
+    }
+}
+
+/// Qt 6.4 reads the first format of an empty list when the clipboard is empty.
+void TextField::insertFromMimeData(const QMimeData* source)
+{
+    if (!source->formats().isEmpty()) {
+        QPlainTextEdit::insertFromMimeData(source);
     }
 }
 

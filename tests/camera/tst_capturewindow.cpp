@@ -332,7 +332,7 @@ void CaptureWindowTest::enablesOpenLinkForLinksOnly()
 
 void CaptureWindowTest::opensTheLinkAndStays()
 {
-    const QString link = u"https://example.org/a?b=c#d"_s;
+    const QString link = u"https://Example.org/%7Ea?b=c#d"_s;
     const auto camera = plugIn(*m_rig, cameraNamed(u"a"_s), paper(link));
     Program program;
     auto& window = openScan(program);

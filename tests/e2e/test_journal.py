@@ -5,7 +5,7 @@ import unittest
 import desktop
 import vellumcap
 
-LINK = "https://example.org/menu?table=7&guest=O'Brien#wine%20list"
+LINK = "https://Example.org/%7Emenu?table=7&guest=O'Brien#wine%20list"
 TEXT = "Locker 42, second floor"
 LONG_NOTES = "\n".join(f"Line {line} of what there is to say" for line in range(1, 201))
 
@@ -59,6 +59,18 @@ class Journal(vellumcap.WithJournal):
             field.click()
             desktop.keys("ctrl+a", "ctrl+v")
             desktop.wait_until(lambda: field.text == text, "pasted text")
+
+    def test_pasting_from_an_empty_clipboard(self):
+        app = self.start()
+        vellumcap.select(app, TEXT)
+        notes = app.find("text", "Notes")
+        notes.type("before")
+        # The last one inserts the primary selection, which is empty too.
+        desktop.keys("ctrl+v", "shift+Insert", "ctrl+shift+Insert")
+        desktop.xdotool("mousemove", *notes.center, "click", 2)
+        desktop.keys("End")
+        desktop.type_text(" and after")
+        desktop.wait_until(lambda: notes.text == "before and after", "the typed notes")
 
     def test_link_reaches_the_browser_as_it_was_read(self):
         app = self.start()

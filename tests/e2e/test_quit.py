@@ -3,6 +3,7 @@
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import unittest
 
@@ -50,7 +51,8 @@ class Quit(vellumcap.WithJournal):
 
     def test_pending_notes_are_saved(self):
         for quit_program in (lambda app: desktop.keys("ctrl+q"),
-                             lambda app: app.process.terminate()):
+                             lambda app: app.process.terminate(),
+                             lambda app: app.process.send_signal(signal.SIGHUP)):
             self.setUp()
             app = self.start()
             self.edit_notes(app)

@@ -276,10 +276,11 @@ void WatchWindowTest::opensLinks()
     const auto camera = plugIn(paper());
     Program program;
     auto& window = openWatch(program);
-    const QString first = u"https://example.org/a?b=c#d"_s;
+    const QString first = u"https://Example.org/%7Ea?b=c#d"_s;
     const QString last = u"http://example.com/"_s;
 
-    for (const QString& text : { first, u"https://example.org/\u00e4"_s, last }) {
+    for (const QString& text :
+        { first, u"https://example.org/\u00e4"_s, u"file://localhost/"_s, last }) {
         camera->show(paper(text));
         QTRY_COMPARE(shownText(window), text);
         QVERIFY(takeAway(*camera, window));
@@ -290,7 +291,7 @@ void WatchWindowTest::opensLinks()
     opened.removeDuplicates();
     opened.sort(); // handlers run side by side
     QCOMPARE(opened, QStringList({ last, first }));
-    QCOMPARE(keptTexts(program).size(), allOptions ? 3 : 0);
+    QCOMPARE(keptTexts(program).size(), allOptions ? 4 : 0);
 }
 
 void WatchWindowTest::keepsCodesWhenAsked()

@@ -2,6 +2,7 @@
 #include "tests/support/Alerts.h"
 #include "tests/support/TestMain.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QTimer>
 
@@ -85,6 +86,7 @@ private Q_SLOTS:
     void presentsErrors();
     void endsOnSignals_data();
     void endsOnSignals();
+    void ignoresHangUpsUnderNohup();
     void finishesBackgroundWorkAtTheEnd();
 };
 
@@ -194,6 +196,7 @@ void ApplicationTest::endsOnSignals_data()
     QTest::addColumn<int>("number");
     QTest::newRow("terminate") << SIGTERM;
     QTest::newRow("interrupt") << SIGINT;
+    QTest::newRow("hang up") << SIGHUP;
 }
 
 void ApplicationTest::endsOnSignals()
@@ -201,6 +204,7 @@ void ApplicationTest::endsOnSignals()
     QFETCH(int, number);
 
     QProcess child;
+    child.setChildProcessModifier([] { std::signal(SIGHUP, SIG_DFL); });
     QByteArray said;
     child.start(QCoreApplication::applicationFilePath(), { u"--run"_s });
     const auto heard = [&](const char* line) {
@@ -218,6 +222,23 @@ void ApplicationTest::endsOnSignals()
     QCOMPARE(child.exitCode(), 0);
     said += child.readAllStandardOutput();
     QCOMPARE(said.count("asked\n"), 2);
+}
+
+void ApplicationTest::ignoresHangUpsUnderNohup()
+{
+    QProcess child;
+    child.setChildProcessModifier([] { std::signal(SIGHUP, SIG_IGN); });
+    child.start(QCoreApplication::applicationFilePath(), { u"--run"_s });
+    QByteArray said;
+    QTRY_VERIFY((said += child.readAllStandardOutput()).contains("launched\n"));
+    QFile status(u"/proc/%1/status"_s.arg(child.processId()));
+    QVERIFY(status.open(QFile::ReadOnly));
+    const QByteArray lines = status.readAll();
+    const qulonglong ignored
+        = lines.mid(lines.indexOf("SigIgn:\t") + 8).left(16).toULongLong(nullptr, 16);
+    QVERIFY((ignored & (1U << (SIGHUP - 1))) != 0);
+    child.kill();
+    QVERIFY(child.waitForFinished());
 }
 
 void ApplicationTest::finishesBackgroundWorkAtTheEnd()
