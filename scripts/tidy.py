@@ -160,6 +160,11 @@ def checked(batch, folder):
             current = batch[0]  # in a header
         if current:
             faults[current] += line + "\n"
+    if len(batch) > 1 and any(faults.values()):
+        # Joined sources can have faults that none of them has by itself, such as a name that two
+        # using-declarations introduce.
+        return {source: checked([source], folder)[source] if said else ""
+                for source, said in faults.items()}
     if not any(faults.values()):
         # A clang-tidy that was killed prints no diagnostics.
         faults[batch[0]] = f"status {run.returncode}\n{run.stdout}{run.stderr}"
